@@ -1,0 +1,34 @@
+# Options and flags that every target of the project shares. Libraries that are used from outside are
+# system headers: warnings are errors in our code alone.
+
+option(MDFIXUP_TESTS "Build the tests" ON)
+option(MDFIXUP_BENCH "Build the micro-benchmarks" OFF)
+set(MDFIXUP_SANITIZE "" CACHE STRING "Sanitizers, as for -fsanitize=")
+option(MDFIXUP_COVERAGE "Count which lines run" OFF)
+
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+# Assertions stay in every build: a run that breaks one must not go on to change metadata.
+set(CMAKE_CXX_FLAGS_RELEASE "-O2 -g1")
+
+add_library(mdfixup_settings INTERFACE)
+target_compile_features(mdfixup_settings INTERFACE cxx_std_17)
+target_include_directories(mdfixup_settings INTERFACE "${CMAKE_CURRENT_SOURCE_DIR}/src"
+                                                      "${CMAKE_CURRENT_SOURCE_DIR}")
+target_compile_definitions(mdfixup_settings INTERFACE BOOST_THREAD_ENABLE_THREAD_SAFETY_ANALYSIS)
+if(MDFIXUP_SANITIZE)
+  target_compile_options(mdfixup_settings INTERFACE -fsanitize=${MDFIXUP_SANITIZE}
+                                                    -fno-omit-frame-pointer
+                                                    -fno-sanitize-recover=all)
+  target_link_options(mdfixup_settings INTERFACE -fsanitize=${MDFIXUP_SANITIZE})
+endif()
+if(MDFIXUP_COVERAGE)
+  target_compile_options(mdfixup_settings INTERFACE --coverage)
+  target_link_options(mdfixup_settings INTERFACE --coverage)
+endif()
+
+add_library(mdfixup_warnings INTERFACE)
+target_compile_options(mdfixup_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+                                                  -Werror)
+if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+  target_compile_options(mdfixup_warnings INTERFACE -Wthread-safety)
+endif()
