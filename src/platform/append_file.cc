@@ -1,0 +1,65 @@
+#include "platform/append_file.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "platform/status.h"
+
+namespace platform {
+
+namespace {
+
+constexpr mode_t k_log_file_mode = 0640;
+
+// Bytes written before a failure; all of them when there was none.
+std::size_t write_all(int descriptor, std::string_view text) {
+  std::size_t written = 0;
+  while (written < text.size()) {
+    const ssize_t n = ::write(descriptor, text.data() + written, text.size() - written);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) break;
+    written += static_cast<std::size_t>(n);
+  }
+  return written;
+}
+
+// Takes back the start of a text that did not fit, so that no torn line is left behind.
+void take_back(int descriptor, std::size_t written) {
+  const int saved_errno = errno;
+  const off_t end = ::lseek(descriptor, 0, SEEK_CUR);
+  if (end >= static_cast<off_t>(written)) {
+    // A device or a pipe cannot be cut; the caller reports the text elsewhere either way.
+    (void)::ftruncate(descriptor, end - static_cast<off_t>(written));
+  }
+  errno = saved_errno;
+}
+
+}  // namespace
+
+AppendFile::AppendFile(const std::string& path)
+    : m_path(path),
+      m_descriptor(
+          ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, k_log_file_mode)) {
+  if (m_descriptor < 0) {
+    const int error = errno;
+    throw Cr_ErrnoException(error, "could not open the log file " + path, std::strerror(error));
+  }
+}
+
+AppendFile::~AppendFile() {
+  // Every append was checked; nothing is buffered here that closing could lose.
+  (void)::close(m_descriptor);
+}
+
+bool AppendFile::append(std::string_view text) {
+  const boost::lock_guard<boost::mutex> guard(m_mutex);
+  const std::size_t written = write_all(m_descriptor, text);
+  if (written == text.size()) return true;
+  take_back(m_descriptor, written);
+  return false;
+}
+
+}  // namespace platform

@@ -1,0 +1,4 @@
+#include "platform/network.h"
+
+void NetStart() {}
+void NetStop() {}

@@ -1,0 +1,139 @@
+#include "platform/options.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <deque>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <boost/filesystem/path.hpp>
+#include <boost/lexical_cast/try_lexical_convert.hpp>
+#include <boost/program_options/options_description.hpp>
+#include <boost/program_options/parsers.hpp>
+#include <boost/program_options/value_semantic.hpp>
+
+namespace {
+
+namespace po = boost::program_options;
+
+std::string displayed(const OptDescriptor& option) {
+  return std::string("--") + option.long_name;
+}
+
+const OptDescriptor* find(const OptDescriptor* const* options, const std::string& long_name) {
+  for (; *options != nullptr; ++options) {
+    if (long_name == (*options)->long_name) return *options;
+  }
+  return nullptr;
+}
+
+// Plain decimal digits: a sign, a blank or a unit is more likely a slip than a wish.
+template <class Number>
+void store_number(const OptDescriptor& option, const std::string& text) {
+  const bool digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+  if (!digits ||
+      !boost::conversion::try_lexical_convert(text, *static_cast<Number*>(option.variable))) {
+    throw std::invalid_argument("the argument ('" + text + "') for option '" + displayed(option) +
+                                "' is invalid");
+  }
+}
+
+void store_text(const OptDescriptor& option, const std::string& text) {
+  static std::deque<std::string> texts;  // a deque, since the variables point into its elements
+  *static_cast<const char**>(option.variable) = texts.emplace_back(text).c_str();
+}
+
+void store(const OptDescriptor& option, const std::string& text) {
+  switch (option.kind) {
+    case OptKind::flag:
+      *static_cast<bool*>(option.variable) = text == "true";
+      break;
+    case OptKind::integer:
+      store_number<std::int32_t>(option, text);
+      break;
+    case OptKind::time:
+      store_number<std::int64_t>(option, text);
+      break;
+    case OptKind::string:
+      store_text(option, text);
+      break;
+  }
+}
+
+void store_default(const OptDescriptor& option) {
+  if (option.default_text != nullptr) {
+    store(option, option.default_text);
+  } else if (option.kind == OptKind::string) {
+    *static_cast<const char**>(option.variable) = nullptr;
+  }
+}
+
+po::options_description describe(const OptDescriptor* const* options) {
+  po::options_description description;
+  for (; *options != nullptr; ++options) {
+    const OptDescriptor& option = **options;
+    std::string names = option.long_name;
+    if (option.letter != 0) names += std::string(",") + option.letter;
+    const bool is_flag = option.kind == OptKind::flag;
+    // The description takes over the value's description.
+    description.add_options()(names.c_str(), new po::untyped_value(is_flag));
+  }
+  return description;
+}
+
+// The words of the command line, each `--name value` joined to `--name=value`. The library's own
+// two-word form takes any word but a known option for a value; here a word that begins with "-"
+// never is one.
+std::vector<std::string> joined_words(const OptDescriptor* const* options, int argc, char** argv) {
+  std::vector<std::string> words;
+  for (int i = 1; i < argc; ++i) {
+    std::string word = argv[i];
+    if (word.rfind("--", 0) == 0) {
+      const OptDescriptor* option = find(options, word.substr(2));
+      const bool wants_value = option != nullptr && option->kind != OptKind::flag;
+      if (wants_value && i + 1 < argc && argv[i + 1][0] != '-') {
+        word.append("=").append(argv[++i]);
+      }
+    }
+    words.push_back(word);
+  }
+  return words;
+}
+
+void parse(const OptDescriptor* const* options, int argc, char** argv) {
+  const po::options_description description = describe(options);
+  namespace style = po::command_line_style;
+  const auto parsed = po::command_line_parser(joined_words(options, argc, argv))
+                          .options(description)
+                          .style(style::allow_long | style::long_allow_adjacent |
+                                 style::allow_short | style::allow_dash_for_short)
+                          .run();
+  for (const po::option& given : parsed.options) {
+    const OptDescriptor* option = find(options, given.string_key);
+    if (option == nullptr) {
+      throw std::invalid_argument("unexpected argument '" + given.original_tokens.at(0) + "'");
+    }
+    store(*option, option->kind == OptKind::flag ? "true" : given.value.at(0));
+  }
+}
+
+}  // namespace
+
+int opt_parse(const OptDescriptor* const* options, int argc, char** argv) {
+  try {
+    for (const OptDescriptor* const* option = options; *option != nullptr; ++option) {
+      store_default(**option);
+    }
+    parse(options, argc, argv);
+    return 0;
+  } catch (const std::exception& error) {
+    std::cerr << GetProgramName(argv[0]) + ": " + error.what() + "\n";
+    return -1;
+  }
+}
+
+std::string GetProgramName(const char* argv0) {
+  return boost::filesystem::path(argv0 == nullptr ? "" : argv0).filename().string();
+}

@@ -1,0 +1,74 @@
+#include "platform/run_log.h"
+
+#include <iostream>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include <spdlog/logger.h>
+#include <spdlog/sinks/base_sink.h>
+
+#include "platform/append_file.h"
+
+namespace {
+
+// Writes through AppendFile rather than through the library's own file sink: that one drops the
+// text of a line it cannot write, and makes its file with the process's default mode.
+class AppendFileSink : public spdlog::sinks::base_sink<std::mutex> {
+ public:
+  explicit AppendFileSink(const std::string& path) : m_file(path) {}
+
+ protected:
+  void sink_it_(const spdlog::details::log_msg& message) override {
+    spdlog::memory_buf_t line;
+    formatter_->format(message, line);
+    const std::string_view text(line.data(), line.size());
+    if (!m_file.append(text)) std::cerr << text;
+  }
+  void flush_() override {}
+
+ private:
+  platform::AppendFile m_file;
+};
+
+std::shared_ptr<spdlog::logger>& run_log() {
+  static std::shared_ptr<spdlog::logger> log;
+  return log;
+}
+
+std::string on_one_line(std::string_view text) {
+  std::string line;
+  for (const char c : text) {
+    if (c == '\n') {
+      line += "\\n";
+    } else {
+      line += c;
+    }
+  }
+  return line;
+}
+
+void write(spdlog::level::level_enum level, std::string_view text) {
+  if (run_log()) run_log()->log(level, on_one_line(text));
+}
+
+}  // namespace
+
+void dctLogSetA(const char* path, unsigned flags, int reserved, const char* program_name) {
+  (void)flags;     // selects levels in the logging interface; the run log holds them all
+  (void)reserved;  // always 0
+  auto sink = std::make_shared<AppendFileSink>(path);
+  auto log = std::make_shared<spdlog::logger>(program_name, std::move(sink));
+  log->set_pattern("%Y-%m-%d %H:%M:%S.%e %l pid=%P thread=%t %v");
+  run_log() = std::move(log);
+}
+
+void InfoA(std::string_view text) {
+  write(spdlog::level::info, text);
+}
+void WarningA(std::string_view text) {
+  write(spdlog::level::warn, text);
+}
+void ErrorA(std::string_view text) {
+  write(spdlog::level::err, text);
+}

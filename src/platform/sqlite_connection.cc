@@ -1,0 +1,103 @@
+#include "platform/sqlite_connection.h"
+
+#include <sys/stat.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+#include <SQLiteCpp/SQLiteCpp.h>
+#include <sqlite3.h>
+
+namespace platform {
+
+namespace {
+
+constexpr int k_busy_timeout_milliseconds = 30000;
+
+// SQLite counts its memory under one mutex for the whole process, which would make several workers
+// slower than one. Nobody reads the count.
+bool configure_library() {
+  return sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0) == SQLITE_OK;
+}
+
+void refuse_special_file(const std::string& file) {
+  struct stat info {};
+  // A pipe or a device would be waited for at the open call, for ever perhaps.
+  if (::stat(file.c_str(), &info) == 0 && !S_ISREG(info.st_mode)) {
+    throw Cr_ErrnoException(k_status_db_cannot_open,
+                            "could not open the database " + file + "; it is no regular file");
+  }
+}
+
+void harden(SQLite::Database& database) {
+  sqlite3* handle = database.getHandle();
+  for (const int option : {SQLITE_DBCONFIG_TRUSTED_SCHEMA, SQLITE_DBCONFIG_ENABLE_TRIGGER,
+                           SQLITE_DBCONFIG_ENABLE_VIEW}) {
+    if (sqlite3_db_config(handle, option, 0, nullptr) != SQLITE_OK) {
+      throw SQLite::Exception(handle);
+    }
+  }
+  database.exec("PRAGMA cell_size_check=ON");
+}
+
+}  // namespace
+
+std::unique_ptr<SQLite::Database> open_database(const std::string& file, int flags) {
+  static const bool configured = configure_library();
+  (void)configured;  // where it was refused SQLite is in use already, and only slower
+  refuse_special_file(file);
+  try {
+    auto database = std::make_unique<SQLite::Database>(file, flags | SQLite::OPEN_NOMUTEX,
+                                                       k_busy_timeout_milliseconds);
+    harden(*database);
+    return database;
+  } catch (const SQLite::Exception& error) {
+    throw Cr_ErrnoException(database_status(error), "could not open the database " + file,
+                            error.what());
+  }
+}
+
+bool uses_write_ahead_log(SQLite::Database& database) {
+  constexpr sqlite3_int64 k_read_version_offset = 19;
+  constexpr unsigned char k_write_ahead_log = 2;
+  sqlite3_file* file = nullptr;
+  // Read through SQLite's own descriptor: closing one of ours would drop SQLite's locks.
+  if (sqlite3_file_control(database.getHandle(), "main", SQLITE_FCNTL_FILE_POINTER,
+                           static_cast<void*>(&file)) != SQLITE_OK ||
+      file == nullptr || file->pMethods == nullptr) {
+    throw SQLite::Exception("the database file cannot be reached", SQLITE_IOERR);
+  }
+  std::array<unsigned char, 1> version{};
+  const int result = file->pMethods->xRead(file, version.data(), 1, k_read_version_offset);
+  if (result == SQLITE_IOERR_SHORT_READ) return false;  // an empty file has no log either
+  if (result != SQLITE_OK) throw SQLite::Exception(sqlite3_errstr(result), result);
+  return version[0] == k_write_ahead_log;
+}
+
+cr_status_t database_status(const SQLite::Exception& error) {
+  if (error.getExtendedErrorCode() == SQLITE_READONLY_ROLLBACK) return k_status_db_unfinished;
+  switch (error.getErrorCode() & 0xff) {
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+      return k_status_db_busy;
+    case SQLITE_CORRUPT:
+      return k_status_db_damaged;
+    case SQLITE_NOTADB:
+      return k_status_db_foreign;
+    case SQLITE_IOERR:
+      return k_status_db_io;
+    case SQLITE_FULL:
+      return k_status_db_full;
+    case SQLITE_READONLY:
+      return k_status_db_read_only;
+    case SQLITE_CANTOPEN:
+    case SQLITE_PERM:
+    case SQLITE_AUTH:
+      return k_status_db_cannot_open;
+    default:
+      return k_status_db_error;
+  }
+}
+
+}  // namespace platform

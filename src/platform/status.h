@@ -1,0 +1,59 @@
+#pragma once
+
+#include <exception>
+#include <string>
+
+// A status of the storage: 0 is success. The named ones below are this program's; a status that
+// comes from the operating system is its error number.
+using cr_status_t = int;
+
+constexpr cr_status_t k_status_ok = 0;
+constexpr cr_status_t k_status_lock_file_exists = 1;
+constexpr cr_status_t k_status_entry_missing = 2;
+constexpr cr_status_t k_status_malformed = 4;
+constexpr cr_status_t k_status_buffer_too_small = 14;
+constexpr cr_status_t k_status_timed_out = 15;
+constexpr cr_status_t k_status_cannot_connect = 17;
+constexpr cr_status_t k_status_popen_failed = 22;
+constexpr cr_status_t k_status_pipe_read = 25;
+constexpr cr_status_t k_status_connection_refused = 53;
+constexpr cr_status_t k_status_lock_held = 68;
+constexpr cr_status_t k_status_host_name = 84;
+constexpr cr_status_t k_status_end_of_iteration = 85;
+constexpr cr_status_t k_status_child_did_not_exit = 99;
+constexpr cr_status_t k_status_handled = 103;
+
+// Databases; above every error number of the operating system.
+constexpr cr_status_t k_status_db_error = 200;
+constexpr cr_status_t k_status_db_busy = 201;
+constexpr cr_status_t k_status_db_damaged = 202;
+constexpr cr_status_t k_status_db_foreign = 203;
+constexpr cr_status_t k_status_db_newer = 204;
+constexpr cr_status_t k_status_db_io = 205;
+constexpr cr_status_t k_status_db_full = 206;
+constexpr cr_status_t k_status_db_read_only = 207;
+constexpr cr_status_t k_status_db_cannot_open = 208;
+constexpr cr_status_t k_status_db_unfinished = 209;
+
+// A short text for a status, without brackets or a line end. Any value is accepted.
+// Threads: may be called from any thread.
+std::string CRStatusToStringA(cr_status_t status);
+
+// The status for the system error (errno) that the step `step`, at `file` and `line`, has just met:
+// the error number itself, 0 when there is none.
+cr_status_t _crMapError(const char* step, const char* file, int line);  // NOLINT: established name
+
+// A failure that the function that met it cannot handle: a status, and a text that an operator
+// reads. A detail (what the system said) stands behind the text, after a colon.
+class Cr_ErrnoException : public std::exception {
+ public:
+  Cr_ErrnoException(cr_status_t status, const std::string& text, const std::string& detail = "");
+
+  cr_status_t GetStatus() const { return m_status; }
+  const std::string& GetString() const { return m_text; }
+  const char* what() const noexcept override { return m_text.c_str(); }
+
+ private:
+  cr_status_t m_status;
+  std::string m_text;
+};
