@@ -1,0 +1,21 @@
+#pragma once
+
+namespace dct {
+
+// The process's use of the network library, from the first call of getInstance to the process's
+// end.
+//
+// Threads: getInstance may be called from any thread.
+class InitNetworking {
+ public:
+  static InitNetworking& getInstance();
+
+  InitNetworking(const InitNetworking&) = delete;
+  InitNetworking& operator=(const InitNetworking&) = delete;
+
+ private:
+  InitNetworking();
+  ~InitNetworking();
+};
+
+}  // namespace dct

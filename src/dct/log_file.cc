@@ -1,0 +1,23 @@
+#include "dct/log_file.h"
+
+#include <cerrno>
+#include <cstring>
+#include <iostream>
+
+#include "platform/run_log.h"
+
+namespace dct::util {
+
+LogFile::LogFile(const boost::filesystem::path& path) : m_file(path.string()) {}
+
+void LogFile::write(const std::string& text) {
+  if (m_file.append(text)) return;
+  ErrorA("could not write to " + path() + ": " + std::strerror(errno));
+  std::cerr << text;
+}
+
+void make_LogFile(const boost::filesystem::path& path, boost::shared_ptr<LogFile>& out) {
+  out.reset(new LogFile(path));
+}
+
+}  // namespace dct::util

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+
+#include <boost/filesystem/path.hpp>
+#include <boost/shared_ptr.hpp>
+
+#include "platform/append_file.h"
+
+namespace dct::util {
+
+// A log or report of one task: whole strings, each with its own line end, appended to a file.
+//
+// Threads: write may be called from any thread; strings never interleave.
+// Errors: Cr_ErrnoException, naming the path, when the file cannot be opened. A string that cannot
+//   be written goes to standard error instead, and the run goes on: the metadata is never left
+//   between two states because of a report.
+class LogFile {
+ public:
+  explicit LogFile(const boost::filesystem::path& path);
+
+  void write(const std::string& text);
+
+  const std::string& path() const { return m_file.path(); }
+
+ private:
+  platform::AppendFile m_file;
+};
+
+// Opens the log file at `path` and resets `out` to it; `out` is unchanged when that throws.
+void make_LogFile(const boost::filesystem::path& path, boost::shared_ptr<LogFile>& out);
+
+}  // namespace dct::util

@@ -1,0 +1,80 @@
+#include "dct/popen_read.h"
+
+#include <signal.h>
+#include <string.h>
+#include <sys/wait.h>
+
+#include <cerrno>
+
+#include "platform/status.h"
+
+namespace dct {
+
+namespace {
+
+constexpr int k_shell_signal_base = 128;
+constexpr int k_last_shell_signal = k_shell_signal_base + 31;
+
+[[noreturn]] void throw_child_did_not_exit() {
+  throw Cr_ErrnoException(k_status_child_did_not_exit, "the pipe command did not exit");
+}
+
+}  // namespace
+
+// The buffer is left uninitialised: a mebibyte of zeros for each directory would be seen.
+PopenRead::PopenRead(std::size_t capacity, std::FILE* stream)
+    : m_capacity(capacity), m_stream(stream), m_buffer(new char[capacity]) {}
+
+PopenRead::~PopenRead() {
+  if (m_stream != nullptr) (void)::pclose(m_stream);  // whoever wanted to know has called close
+}
+
+std::FILE* PopenRead::start(const std::string& command) {
+  errno = 0;
+  std::FILE* stream = ::popen(command.c_str(), "re");
+  if (stream == nullptr) {
+    const cr_status_t status = _crMapError("init", "Popen", __LINE__);
+    throw Cr_ErrnoException(status == 0 ? k_status_popen_failed : status, "popen failed");
+  }
+  return stream;
+}
+
+bool PopenRead::read_line() {
+  m_length = 0;
+  if (std::fgets(m_buffer.get(), static_cast<int>(m_capacity), m_stream) == nullptr) {
+    if (std::ferror(m_stream) != 0) throw Cr_ErrnoException(k_status_pipe_read, "pipe read error");
+    m_at_end = true;
+    return false;
+  }
+  m_at_end = std::feof(m_stream) != 0;
+  const std::size_t length = ::strnlen(m_buffer.get(), m_capacity);
+  if (length == 0) return true;
+  if (m_buffer[length - 1] != '\n' && !m_at_end) {
+    throw Cr_ErrnoException(k_status_buffer_too_small, "pipe buffer is too small");
+  }
+  m_length = length - 1;
+  m_buffer[m_length] = '\0';
+  return true;
+}
+
+int PopenRead::close() {
+  std::FILE* stream = m_stream;
+  m_stream = nullptr;  // gone even when closing fails
+  errno = 0;
+  const int status = ::pclose(stream);
+  if (status == -1) {
+    throw Cr_ErrnoException(_crMapError("close", "Popen", __LINE__), "pclose failed");
+  }
+  if (WIFEXITED(status)) return WEXITSTATUS(status);
+  if (WTERMSIG(status) != SIGPIPE || m_at_end) throw_child_did_not_exit();
+  return 0;
+}
+
+void PopenRead::close_query() {
+  const int exit_code = close();
+  const bool signalled = exit_code > k_shell_signal_base && exit_code <= k_last_shell_signal;
+  const bool cut_off_by_us = exit_code == k_shell_signal_base + SIGPIPE && !m_at_end;
+  if (signalled && !cut_off_by_us) throw_child_did_not_exit();
+}
+
+}  // namespace dct

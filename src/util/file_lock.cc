@@ -1,0 +1,87 @@
+#include "util/file_lock.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "platform/status.h"
+
+namespace fs = boost::filesystem;
+
+namespace util {
+
+namespace {
+
+constexpr mode_t k_lock_file_mode = 0600;
+
+[[noreturn]] void fail(const std::string& what, const fs::path& path) {
+  throw std::system_error(errno, std::generic_category(), what + path.string());
+}
+
+}  // namespace
+
+std::unique_ptr<FileLock> FileLock::init(const fs::path& path) {
+  boost::system::error_code error;
+  // The link itself counts, so that a dangling one is not written through.
+  if (fs::exists(fs::symlink_status(path, error))) {
+    throw Cr_ErrnoException(k_status_lock_file_exists, "");
+  }
+  std::unique_ptr<FileLock> lock(new FileLock(path));
+  lock->create();
+  lock->lock();
+  lock->write_process_id();
+  return lock;
+}
+
+FileLock::FileLock(const fs::path& path) : m_path(path) {}
+
+FileLock::~FileLock() {
+  if (m_obtained) {
+    // A file that cannot be removed blocks the next run, which names it: nothing is lost.
+    (void)::unlink(m_path.c_str());
+  }
+}
+
+// Not truncated here: a run that comes second must not wipe out the winner's process id.
+void FileLock::create() {
+  const int descriptor =
+      ::open(m_path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, k_lock_file_mode);
+  if (descriptor < 0) fail("could not create the lock file ", m_path);
+  m_stream.reset(::fdopen(descriptor, "r+"));
+  if (!m_stream) {
+    const int error = errno;
+    (void)::close(descriptor);
+    errno = error;
+    fail("could not open the lock file ", m_path);
+  }
+}
+
+void FileLock::lock() {
+  m_lock.reset(new boost::interprocess::file_lock(m_path.c_str()));
+  if (!m_lock->try_lock()) throw Cr_ErrnoException(k_status_lock_held, "");
+  // Between the two steps the run that held the lock may have ended and removed its file. A lock on
+  // a file that nobody finds any more keeps nobody out.
+  struct stat ours {};
+  struct stat named {};
+  if (::fstat(::fileno(m_stream.get()), &ours) != 0) fail("could not read the lock file ", m_path);
+  if (::lstat(m_path.c_str(), &named) != 0 || ours.st_dev != named.st_dev ||
+      ours.st_ino != named.st_ino) {
+    throw Cr_ErrnoException(k_status_lock_held, "");
+  }
+  m_obtained = true;
+}
+
+void FileLock::write_process_id() {
+  if (::ftruncate(::fileno(m_stream.get()), 0) != 0 ||
+      std::fputs(std::to_string(::getpid()).c_str(), m_stream.get()) < 0 ||
+      std::fflush(m_stream.get()) != 0) {
+    fail("could not write the lock file ", m_path);
+  }
+}
+
+}  // namespace util

@@ -1,0 +1,62 @@
+#include "util/interrupt.h"
+
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <string_view>
+
+namespace util {
+
+namespace {
+
+std::atomic<bool> s_interrupted{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "set from a signal handler");
+
+constexpr std::array k_stop_signals{SIGINT, SIGTERM, SIGHUP};
+
+constexpr std::string_view k_notice =
+    "Interrupted: the policy directories in hand are finished, then the run stops. "
+    "A second signal ends it at once.\n";
+
+void request_stop(int /*signal*/) {
+  const int saved_errno = errno;
+  struct sigaction by_default {};
+  by_default.sa_handler = SIG_DFL;
+  for (const int signal : k_stop_signals) (void)::sigaction(signal, &by_default, nullptr);
+  s_interrupted.store(true);
+  // Workers may wait for a child for minutes, so the notice cannot wait for one of them.
+  (void)!::write(STDERR_FILENO, k_notice.data(), k_notice.size());
+  errno = saved_errno;
+}
+
+// Not SIG_IGN: children would inherit that, and one that we stop reading would never end.
+void do_nothing(int /*signal*/) {}
+
+}  // namespace
+
+SignalGuard::SignalGuard() : m_saved{{{SIGINT, {}}, {SIGTERM, {}}, {SIGHUP, {}}, {SIGPIPE, {}}}} {
+  s_interrupted.store(false);
+  for (Saved& saved : m_saved) {
+    install(saved, saved.signal == SIGPIPE ? do_nothing : request_stop);
+  }
+}
+
+SignalGuard::~SignalGuard() {
+  for (const Saved& saved : m_saved) (void)::sigaction(saved.signal, &saved.action, nullptr);
+}
+
+void SignalGuard::install(Saved& saved, void (*handler)(int)) {
+  struct sigaction action {};
+  action.sa_handler = handler;
+  action.sa_flags = SA_RESTART;  // reads and waits go on; the flag is looked at between directories
+  (void)::sigaction(saved.signal, nullptr, &saved.action);
+  const bool kept_ignored = saved.signal == SIGHUP && saved.action.sa_handler == SIG_IGN;
+  if (!kept_ignored) (void)::sigaction(saved.signal, &action, nullptr);
+}
+
+bool interrupted() {
+  return s_interrupted.load(std::memory_order_relaxed);
+}
+
+}  // namespace util
