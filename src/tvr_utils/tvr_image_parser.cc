@@ -1,0 +1,173 @@
+#include "tvr_utils/tvr_image_parser.h"
+
+#include <algorithm>
+#include <array>
+#include <map>
+
+#include "platform/status.h"
+#include "util/split.h"
+#include "util/to_number.h"
+
+namespace details {
+
+namespace {
+
+using util::Separators;
+using util::to_number;
+
+constexpr std::string_view k_image = "IMAGE";
+constexpr std::string_view k_frag = "FRAG";
+
+// Fields are counted from 0.
+constexpr std::size_t k_image_fields = 14;
+constexpr std::size_t k_image_client = 1;
+constexpr std::size_t k_image_policy = 6;
+constexpr std::size_t k_image_backup_time = 13;
+
+constexpr std::size_t k_frag_fields = 26;
+constexpr std::size_t k_frag_copy = 1;
+constexpr std::size_t k_frag_number = 2;
+constexpr std::size_t k_frag_media = 15;
+constexpr std::size_t k_frag_value = 20;
+
+constexpr std::size_t k_media_fields = 5;
+constexpr std::size_t k_media_disk_pool = 3;
+
+bool begins_with(std::string_view text, std::string_view prefix) {
+  return text.substr(0, prefix.size()) == prefix;
+}
+
+}  // namespace
+
+const std::string BaseTVRImageIteratorImpl::no_images_were_found_string = "no entity was found";
+
+BaseTVRImageIteratorImpl::BaseTVRImageIteratorImpl(std::string disk_pool, std::string client,
+                                                   std::string policy, bool filtered)
+    : m_disk_pool(std::move(disk_pool)),
+      m_client_filter(std::move(client)),
+      m_policy_filter(std::move(policy)),
+      m_filtered(filtered) {}
+
+void BaseTVRImageIteratorImpl::begin() {
+  m_current = &m_image;
+  increment();
+}
+
+void BaseTVRImageIteratorImpl::increment() {
+  verify_has_next();
+  try {
+    if (ok_to_increment()) {
+      read_image();
+    } else {
+      end_iteration();
+    }
+  } catch (...) {
+    end_iteration();
+    throw;
+  }
+}
+
+void BaseTVRImageIteratorImpl::read_image() {
+  bool skip = false;
+  if (begins_with(m_line, k_image)) {
+    skip = parse_image_line();
+  } else if (begins_with(m_line, k_frag)) {
+    parse_frag_line();
+  }
+  if (!read_to_next_image(skip)) {
+    end_iteration();
+    finish();
+    return;
+  }
+  add_copy_summaries();
+}
+
+// Reads the fragments of the image at hand, and goes on to the next one where it is filtered out
+// (`skip`) or has none. Leaves the line that follows the image as the current one. False when the
+// output ended without an image to deliver.
+bool BaseTVRImageIteratorImpl::read_to_next_image(bool skip) {
+  while (read_line()) {
+    if (begins_with(m_line, k_image)) {
+      if (!skip && !m_image.copy_numbers.empty()) return true;
+      skip = parse_image_line();
+    } else if (!skip && begins_with(m_line, k_frag)) {
+      parse_frag_line();
+    }
+  }
+  return !skip && !m_image.copy_numbers.empty();
+}
+
+bool BaseTVRImageIteratorImpl::ok_to_increment() {
+  throw_if_current_line_is_not_IMAGE();
+  return true;
+}
+
+void BaseTVRImageIteratorImpl::throw_if_current_line_is_not_IMAGE() {
+  if (!begins_with(m_line, k_image)) {
+    throw_malformed("Invalid line in parsing; expected an IMAGE line,but received:\n\t");
+  }
+}
+
+void BaseTVRImageIteratorImpl::verify_has_next() const {
+  if (m_current == nullptr) {
+    throw Cr_ErrnoException(k_status_end_of_iteration, "End of iteration was reached");
+  }
+}
+
+bool BaseTVRImageIteratorImpl::no_images_were_found() const {
+  return begins_with(m_line, no_images_were_found_string);
+}
+
+void BaseTVRImageIteratorImpl::throw_malformed(const std::string& text) {
+  throw Cr_ErrnoException(k_status_malformed, text + std::string(m_line));
+}
+
+// Whether the filters leave the image out; nothing of it is taken over then.
+bool BaseTVRImageIteratorImpl::parse_image_line() {
+  std::array<std::string_view, k_image_fields> fields;
+  if (util::split<' '>(m_line, Separators::runs, fields) < k_image_fields) {
+    throw_malformed("Invalid tvimagequery IMAGE line: ");
+  }
+  if (m_filtered &&
+      (fields[k_image_client] != m_client_filter || fields[k_image_policy] != m_policy_filter)) {
+    return true;
+  }
+  m_image.copy_numbers.clear();
+  m_image.fragment_numbers.clear();
+  m_image.frag_values.clear();
+  m_image.client_name = fields[k_image_client];
+  m_image.policy_name = fields[k_image_policy];
+  m_image.backup_time = to_number<std::int64_t>(fields[k_image_backup_time]);
+  return false;
+}
+
+void BaseTVRImageIteratorImpl::parse_frag_line() {
+  std::array<std::string_view, k_frag_fields> fields;
+  if (util::split<' '>(m_line, Separators::runs, fields) < k_frag_fields) {
+    throw_malformed("Invalid tvimagequery FRAG line: ");
+  }
+  std::array<std::string_view, k_media_fields> media;
+  if (util::split<';'>(fields[k_frag_media], Separators::runs, media) < k_media_fields) return;
+  if (media[k_media_disk_pool] != m_disk_pool) return;
+  const auto copy = to_number<std::uint32_t>(fields[k_frag_copy]);
+  const auto fragment = to_number<std::int32_t>(fields[k_frag_number]);
+  const auto value = to_number<std::uint32_t>(fields[k_frag_value]);
+  m_image.copy_numbers.push_back(copy);
+  m_image.fragment_numbers.push_back(fragment);
+  m_image.frag_values.push_back(value);
+}
+
+void BaseTVRImageIteratorImpl::add_copy_summaries() {
+  std::map<std::uint32_t, std::uint32_t> largest_values;
+  for (std::size_t i = 0; i < m_image.copy_numbers.size(); ++i) {
+    std::uint32_t& largest = largest_values[m_image.copy_numbers[i]];
+    largest = std::max(largest, m_image.frag_values[i]);
+  }
+  for (const auto& [copy, largest] : largest_values) {
+    m_image.copy_numbers.push_back(copy);
+    m_image.fragment_numbers.push_back(0);
+    m_image.frag_values.push_back(largest);
+  }
+}
+
+}  // namespace details

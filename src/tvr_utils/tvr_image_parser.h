@@ -1,0 +1,75 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "tvr_utils/tvr_image.h"
+
+namespace details {
+
+// Makes images of the lines of a catalog listing, one image for each increment.
+//
+// Threads: one thread.
+// Errors: Cr_ErrnoException for a line that cannot be an image's, boost::bad_lexical_cast for a
+//   field that is no number. After an error there is no current image.
+class BaseTVRImageIteratorImpl {
+ public:
+  virtual ~BaseTVRImageIteratorImpl() = default;
+  BaseTVRImageIteratorImpl(const BaseTVRImageIteratorImpl&) = delete;
+  BaseTVRImageIteratorImpl& operator=(const BaseTVRImageIteratorImpl&) = delete;
+
+  // Moves to the next image that matches the filters and has a fragment in the disk pool.
+  void increment();
+
+  // The current image; null when the iteration has ended.
+  const TVRImage* current() const { return m_current; }
+
+ protected:
+  // An iteration that has ended.
+  BaseTVRImageIteratorImpl() = default;
+
+  // Counts fragments in `disk_pool` alone; with `filtered`, images of that client and policy alone.
+  BaseTVRImageIteratorImpl(std::string disk_pool, std::string client, std::string policy,
+                           bool filtered);
+
+  static const std::string no_images_were_found_string;
+
+  // Reads the next line into the current line; false at the end of the output.
+  virtual bool read_line() = 0;
+
+  // Whether the current line starts another image. Called before each image.
+  virtual bool ok_to_increment();
+
+  // Judges how the listing ended. Called once its output has been read to the end without leaving
+  // an image, so that a listing that failed never passes for a short one.
+  virtual void finish() {}
+
+  void throw_if_current_line_is_not_IMAGE();
+  void verify_has_next() const;
+  bool no_images_were_found() const;
+
+  // Positions on the first image. The current line is the first of the listing.
+  void begin();
+
+  void set_current_line(std::string_view line) { m_line = line; }
+  std::string_view current_line() const { return m_line; }
+  void end_iteration() { m_current = nullptr; }
+
+ private:
+  bool parse_image_line();
+  void parse_frag_line();
+  void read_image();
+  bool read_to_next_image(bool skip);
+  void add_copy_summaries();
+  [[noreturn]] void throw_malformed(const std::string& text);
+
+  TVRImage m_image;
+  const TVRImage* m_current = nullptr;
+  const std::string m_disk_pool;
+  const std::string m_client_filter;
+  const std::string m_policy_filter;
+  std::string_view m_line;  // into the reader's buffer
+  const bool m_filtered = false;
+};
+
+}  // namespace details
