@@ -1,0 +1,75 @@
+#include "catalog/base_traverse_catalog.h"
+
+#include <iostream>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "catalog/dirs_iterator.h"
+#include "catalog/traverse_catalog_thread_pool.h"
+#include "dct/log_file.h"
+#include "dct/report_error.h"
+#include "util/interrupt.h"
+
+namespace fs = boost::filesystem;
+
+namespace catalog {
+
+BaseTraverseCatalog::BaseTraverseCatalog(const fs::path& log_dir, const fs::path& metadata_dir,
+                                         unsigned num_threads, bool stop_on_error)
+    : m_log_dir(log_dir),
+      m_metadata_dir(metadata_dir),
+      m_num_threads(num_threads),
+      m_stop_on_error(stop_on_error) {}
+
+BaseTraverseCatalog::~BaseTraverseCatalog() = default;
+
+void BaseTraverseCatalog::summarize_impl() {}
+
+bool BaseTraverseCatalog::traverse() {
+  const bool ran_to_its_end = m_num_threads < 2 ? walk_on_this_thread() : walk_on_workers();
+  return ran_to_its_end && m_totals.failed_dirs() == 0 && !util::interrupted();
+}
+
+bool BaseTraverseCatalog::walk_on_this_thread() {
+  const DirsIterator end;
+  DirsIterator dir(m_metadata_dir, m_log.get(), k_policy_dir_depth);
+  while (!dir.equal(end) && !util::interrupted()) {
+    if (visit_and_count(dir.dereference()) != 0 && m_stop_on_error) return false;
+    dir.do_increment(true);
+  }
+  return true;
+}
+
+bool BaseTraverseCatalog::walk_on_workers() {
+  TraverseCatalogThreadPool pool(this, m_stop_on_error);
+  pool.Start();
+  pool.Wait(0);
+  pool.Stop();
+  pool.rethrow_exception();
+  return !pool.failed();
+}
+
+int BaseTraverseCatalog::visit_and_count(const fs::path& policy_dir) {
+  m_totals.add_dir();
+  return visit_dir(policy_dir);
+}
+
+void BaseTraverseCatalog::init_log_file(const fs::path& dir, const std::string& file_name) {
+  fs::create_directories(dir);
+  dct::util::make_LogFile(dir / file_name, m_log);
+  std::cout << "Log file: " + m_log->path() + "\n";
+  write_to_log("Number of threads:           " + std::to_string(m_num_threads) + "\n" +
+               "Deduplication metadata dir:  " + m_metadata_dir.string() + "\n");
+}
+
+void BaseTraverseCatalog::write_to_log(const std::string& text) const {
+  m_log->write(text);
+}
+
+void BaseTraverseCatalog::report_failed_dir(const std::string& report) {
+  m_totals.add_failed_dir();
+  write_to_log(report);
+  dct::report_error(report);
+}
+
+}  // namespace catalog

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <string>
+
+#include <boost/filesystem/path.hpp>
+#include <boost/shared_ptr.hpp>
+
+#include "catalog/run_totals.h"
+
+namespace dct::util {
+class LogFile;
+}
+
+namespace catalog {
+
+// A task over all policy directories of a catalog: the log, the walk and the workers are here, what
+// is done in one directory and how the run is summed up is a derived class's.
+//
+// Threads: traverse and summarize_impl on one thread; visit_dir is called from several at once.
+// Ownership: shares its log file.
+class BaseTraverseCatalog {
+ public:
+  // `num_threads` below 2: the walk runs on the calling thread. `stop_on_error`: the first
+  // directory for which visit_dir returns an error ends the walk.
+  BaseTraverseCatalog(const boost::filesystem::path& log_dir,
+                      const boost::filesystem::path& metadata_dir, unsigned num_threads,
+                      bool stop_on_error);
+  virtual ~BaseTraverseCatalog();
+
+  // Processes one policy directory. Returns 0 for success. Reports what goes wrong inside the
+  // directory; what it throws ends the walk.
+  virtual int visit_dir(const boost::filesystem::path& policy_dir) = 0;
+
+  // Sums up the run. Called once, after the traversal; this one says nothing.
+  virtual void summarize_impl();
+
+  BaseTraverseCatalog(const BaseTraverseCatalog&) = delete;
+  BaseTraverseCatalog& operator=(const BaseTraverseCatalog&) = delete;
+
+  // Visits every policy directory. True when the walk ran to its end and no directory failed; false
+  // too when a signal asked the run to stop, however far it had come.
+  // Errors: what the walk or visit_dir threw, rethrown on this thread when every worker has ended.
+  bool traverse();
+
+  // Visits one directory and counts it; for the traversal's own use.
+  int visit_and_count(const boost::filesystem::path& policy_dir);
+
+  const boost::filesystem::path& metadata_dir() const { return m_metadata_dir; }
+  unsigned num_threads() const { return m_num_threads; }
+  dct::util::LogFile& log() const { return *m_log; }
+  const RunTotals& totals() const { return m_totals; }
+
+ protected:
+  const boost::filesystem::path& log_dir() const { return m_log_dir; }
+
+  // Opens the task's log `dir`/`file_name`, makes the directory if need be, and tells standard
+  // output where the log is. To be called in the derived class's constructor. Errors:
+  // filesystem_error, Cr_ErrnoException.
+  void init_log_file(const boost::filesystem::path& dir, const std::string& file_name);
+
+  void write_to_log(const std::string& text) const;
+
+  // Tells the task's log and standard error why a directory could not be processed, and notes that.
+  void report_failed_dir(const std::string& report);
+
+  // Adds what was counted in one directory, once it is done.
+  void add_to_totals(const DirCounts& counts) { m_totals.add(counts); }
+
+ private:
+  bool walk_on_this_thread();
+  bool walk_on_workers();
+
+  const boost::filesystem::path m_log_dir;
+  const boost::filesystem::path m_metadata_dir;
+  const unsigned m_num_threads;
+  const bool m_stop_on_error;
+  boost::shared_ptr<dct::util::LogFile> m_log;
+  RunTotals m_totals;
+};
+
+}  // namespace catalog

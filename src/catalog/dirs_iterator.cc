@@ -1,0 +1,82 @@
+#include "catalog/dirs_iterator.h"
+
+#include <iostream>
+
+#include <boost/filesystem/operations.hpp>
+#include <boost/lexical_cast/try_lexical_convert.hpp>
+
+#include "dct/log_file.h"
+
+namespace fs = boost::filesystem;
+
+namespace catalog {
+
+namespace {
+
+constexpr unsigned long k_walked_dsid = 2;
+
+bool at_end(const fs::directory_iterator& level) {
+  return level == fs::directory_iterator();
+}
+
+}  // namespace
+
+DirsIterator::DirsIterator(const fs::path& root, dct::util::LogFile* log, unsigned long depth)
+    : m_root(root), m_log(log), m_depth(depth) {
+  m_levels.push(fs::directory_iterator(m_root));
+  skip_non_dsid_dirs();
+  do_increment(false);
+}
+
+void DirsIterator::do_increment(bool advance_first) {
+  while (!m_levels.empty()) {
+    if (advance_first) {
+      ++m_levels.top();
+      skip_non_dsid_dirs();
+      advance_first = false;
+    }
+    if (!settle_on_directory()) {
+      m_levels.pop();
+      advance_first = true;  // the parent moves past the directory just finished
+      continue;
+    }
+    if (m_levels.size() == m_depth) return;
+    m_levels.push(fs::directory_iterator(m_levels.top()->path()));
+  }
+}
+
+// Steps over what is no directory; false when nothing else is left on this level. A link counts as
+// what it leads to.
+bool DirsIterator::settle_on_directory() {
+  fs::directory_iterator& level = m_levels.top();
+  while (!at_end(level) && !fs::is_directory(level->status())) ++level;
+  return !at_end(level);
+}
+
+bool DirsIterator::equal(const DirsIterator& other) const {
+  if (m_levels.empty() || other.m_levels.empty()) {
+    return m_levels.empty() == other.m_levels.empty();
+  }
+  return m_levels.top() == other.m_levels.top();
+}
+
+void DirsIterator::skip_non_dsid_dirs() {
+  if (m_levels.size() != 1) return;
+  for (fs::directory_iterator& level = m_levels.top(); !at_end(level); ++level) {
+    const std::string name = level->path().filename().string();
+    unsigned long dsid = 0;
+    const bool is_number = boost::conversion::try_lexical_convert(name, dsid);
+    if (is_number && dsid == k_walked_dsid) return;
+    write_to_log((is_number ? "Skip DSID: " : "Invalid DSID: ") + level->path().string() + "\n");
+  }
+}
+
+void DirsIterator::write_to_log(const std::string& text) const {
+  if (m_log != nullptr) {
+    m_log->write(text);
+  } else {
+    std::cerr << text;
+  }
+}
+
+}  // namespace catalog

@@ -1,0 +1,94 @@
+#pragma once
+
+#include <pthread.h>
+
+#include <cassert>
+#include <cstddef>
+
+#include <boost/thread/condition_variable.hpp>
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/lock_types.hpp>
+#include <boost/thread/mutex.hpp>
+
+// A thread that calls a member function of an object again and again until it is asked to stop.
+//
+// Threads: create and join from one thread; request_stop from any.
+// Ownership: refers to the object, which must outlive the thread. Does not join on destruction.
+template <class T>
+class Ks_Thread {
+ public:
+  using Function = void (T::*)(Ks_Thread<T>*);
+
+  // `stack_size` in bytes, 0 for the system's default.
+  Ks_Thread(Function func, T* clss, std::size_t stack_size, unsigned number)
+      : m_func(func), m_clss(clss), m_stack_size(stack_size), m_number(number) {}
+  Ks_Thread(const Ks_Thread&) = delete;
+  Ks_Thread& operator=(const Ks_Thread&) = delete;
+
+  // Starts the thread. Returns 0, or the error number when it could not be created.
+  int create();
+
+  // Asks the thread to end after the call it is in.
+  void request_stop();
+
+  // Waits for the thread's end; returns at once when it was never created.
+  void join();
+
+  // 0 for the first thread of a pool, counting up.
+  unsigned number() const { return m_number; }
+
+ private:
+  enum class State { run, stop };
+
+  static void* Run(void* arg);
+  bool asked_to_run();
+
+  const Function m_func;
+  T* const m_clss;
+  pthread_t m_handle = 0;
+  const std::size_t m_stack_size;
+  const unsigned m_number;
+  boost::mutex m_mutex;
+  State m_requested BOOST_THREAD_GUARDED_BY(m_mutex) = State::run;
+};
+
+template <class T>
+int Ks_Thread<T>::create() {
+  pthread_attr_t attributes;
+  int error = ::pthread_attr_init(&attributes);
+  if (error != 0) return error;
+  if (m_stack_size != 0) error = ::pthread_attr_setstacksize(&attributes, m_stack_size);
+  if (error == 0) error = ::pthread_create(&m_handle, &attributes, &Ks_Thread<T>::Run, this);
+  if (error != 0) m_handle = 0;
+  ::pthread_attr_destroy(&attributes);
+  return error;
+}
+
+template <class T>
+void Ks_Thread<T>::request_stop() {
+  const boost::lock_guard<boost::mutex> guard(m_mutex);
+  m_requested = State::stop;
+}
+
+template <class T>
+void Ks_Thread<T>::join() {
+  if (m_handle != 0) ::pthread_join(m_handle, nullptr);
+  m_handle = 0;
+}
+
+template <class T>
+bool Ks_Thread<T>::asked_to_run() {
+  const boost::lock_guard<boost::mutex> guard(m_mutex);
+  return m_requested == State::run;
+}
+
+template <class T>
+void* Ks_Thread<T>::Run(void* arg) {
+  auto* ks_thread = static_cast<Ks_Thread<T>*>(arg);
+  assert(ks_thread->m_clss);
+  assert(ks_thread->m_func);
+  while (ks_thread->asked_to_run()) {
+    (ks_thread->m_clss->*ks_thread->m_func)(ks_thread);
+  }
+  return nullptr;
+}

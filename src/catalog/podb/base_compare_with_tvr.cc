@@ -1,0 +1,79 @@
+#include "catalog/podb/base_compare_with_tvr.h"
+
+#include <ctime>
+
+#include "dct/filesystem.h"
+#include "dct/log_file.h"
+#include "platform/status.h"
+#include "tvr_utils/tvr_image_iterator.h"
+
+namespace catalog::podb {
+
+unsigned long listing_hours_ago(std::int64_t catalog_backup_time) {
+  constexpr std::int64_t k_two_days_seconds = 172800;
+  constexpr std::int64_t k_hour_seconds = 3600;
+  const std::int64_t start =
+      catalog_backup_time <= k_two_days_seconds ? 0 : catalog_backup_time - k_two_days_seconds;
+  return static_cast<unsigned long>((std::time(nullptr) - start) / k_hour_seconds + 1);
+}
+
+std::string missing_image_line(const std::string& client, const std::string& policy,
+                               std::int64_t backup_time, std::uint32_t copy_number) {
+  return client + "_" + std::to_string(backup_time) + "|" + client + "|" + policy + "|" +
+         std::to_string(copy_number) + "|\n";
+}
+
+BaseCompareWithTVR::BaseCompareWithTVR(const boost::filesystem::path& policy_dir,
+                                       dct::util::LogFile& log,
+                                       dct::util::LogFile& missing_images_log,
+                                       const boost::filesystem::path& admincmd_dir,
+                                       const std::string& disk_pool)
+    : BasenameTimeAndCopySet(policy_dir, log),
+      m_admincmd_dir(admincmd_dir),
+      m_disk_pool(disk_pool),
+      m_missing_images_log(missing_images_log) {
+  const std::string& dir = dct::filesystem::as_utf8(policy_dir);
+  write_to_log("Started processing policy dir " + dir + "\n");
+  const int status = BasenameTimeAndCopySet::visit_podb_impl();
+  if (status != k_status_ok) {
+    throw Cr_ErrnoException(status, "ERROR (" + CRStatusToStringA(status) +
+                                        "): could not read the deduplication metadata for " + dir);
+  }
+}
+
+void BaseCompareWithTVR::compare_metadata_impl() {
+  const TVRImageIterator end;
+  TVRImageIterator image(m_admincmd_dir, m_disk_pool, client(), policy(),
+                         listing_hours_ago(m_catalog_backup_time));
+  for (; image != end; ++image) {
+    std::map<std::uint32_t, bool> copies;
+    for (const std::uint32_t copy_number : image->copy_numbers) copies.emplace(copy_number, false);
+    compare_image(image->backup_time, copies);
+  }
+}
+
+void BaseCompareWithTVR::compare_image(std::int64_t backup_time,
+                                       std::map<std::uint32_t, bool>& copies) {
+  set_in_tvr_cat(backup_time, copies);
+  for (const auto& [copy_number, in_metadata] : copies) {
+    if (in_metadata) continue;
+    ++tally().missing_copies;
+    m_missing_images_log.write(missing_image_line(client(), policy(), backup_time, copy_number));
+  }
+}
+
+void BaseCompareWithTVR::visit_image_copies_not_in_TV_impl() {
+  for (const details::numbers& orphan : image_copies()) {
+    ++tally().orphan_copies;
+    visit_one_image_copy(orphan.backup_time, orphan.copy_number);
+  }
+}
+
+std::string BaseCompareWithTVR::image_copy_text(std::int64_t backup_time,
+                                                std::uint32_t copy_number) const {
+  return "{client: " + client() + ", policy: " + policy() +
+         ", backup_time: " + std::to_string(backup_time) +
+         ", copy_number: " + std::to_string(copy_number) + "}.\n";
+}
+
+}  // namespace catalog::podb

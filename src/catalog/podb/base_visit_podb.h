@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include <boost/filesystem/path.hpp>
+#include <boost/shared_ptr.hpp>
+
+#include "catalog/run_totals.h"
+
+class SQLitePODB;
+
+namespace dct::util {
+class LogFile;
+}
+
+namespace catalog::podb {
+
+// Works on the path-object database of one policy directory,
+// `<catalog root>/<DSID>/<client>/<policy>`.
+//
+// Threads: one thread; visitors of different directories may work side by side.
+// Ownership: owns the open database; refers to the log, which must outlive it.
+// Errors: the constructor throws boost::bad_lexical_cast for a DSID that is no number and
+//   Cr_ErrnoException for a database that cannot be opened.
+class BaseVisitPODB {
+ public:
+  BaseVisitPODB(const boost::filesystem::path& policy_dir, dct::util::LogFile& log);
+  virtual ~BaseVisitPODB();
+  BaseVisitPODB(const BaseVisitPODB&) = delete;
+  BaseVisitPODB& operator=(const BaseVisitPODB&) = delete;
+
+  // Does the visitor's work. Returns 0, k_status_handled or the status of what failed.
+  virtual int visit_podb_impl() = 0;
+
+  const boost::filesystem::path& policy_path() const { return m_policy_dir; }
+  const std::string& client() const { return m_client; }
+  const std::string& policy() const { return m_policy; }
+  const DirCounts& counts() const { return m_counts; }
+
+ protected:
+  void write_to_log(const std::string& text) const;
+  SQLitePODB& podb() const { return *m_podb; }
+  DirCounts& tally() { return m_counts; }
+
+ private:
+  boost::filesystem::path m_policy_dir;
+  std::string m_client;
+  std::string m_policy;
+  std::int64_t m_dsid = 0;
+  boost::shared_ptr<SQLitePODB> m_podb;
+  boost::filesystem::path m_catalog_root;
+  dct::util::LogFile& m_log;
+  DirCounts m_counts;
+};
+
+}  // namespace catalog::podb

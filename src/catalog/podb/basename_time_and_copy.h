@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace catalog::podb {
+
+// What a PO's basename says of the image copy it belongs to. More lenient than POFilename: one
+// token more is accepted, fragments are not looked at, and a replicated object counts like any
+// other.
+//
+// Threads: one thread.
+class BasenameTimeAndCopy {
+ public:
+  // Fills the fields from a basename found in the directory of client `client_dir`.
+  // Errors: as POFilename::parse.
+  void parse(std::string_view basename, const std::string& client_dir);
+
+  std::int64_t backup_time = 0;  // seconds since the epoch
+  std::uint32_t copy_number = 0;
+  std::string client_name;
+};
+
+}  // namespace catalog::podb

@@ -1,0 +1,51 @@
+#include "catalog/podb/basename_time_and_copy_set.h"
+
+#include <boost/lexical_cast/bad_lexical_cast.hpp>
+
+#include "catalog/podb/basename_time_and_copy.h"
+#include "dct/filesystem.h"
+#include "platform/sqlite_podb.h"
+
+namespace catalog::podb {
+
+BasenameTimeAndCopySet::BasenameTimeAndCopySet(const boost::filesystem::path& policy_dir,
+                                               dct::util::LogFile& log)
+    : BaseVisitPODB(policy_dir, log) {}
+
+int BasenameTimeAndCopySet::visit_podb_impl() {
+  const cr_status_t status =
+      podb().get_basenames([this](std::string_view basename) { insert(basename); });
+  if (status != k_status_ok) m_image_copies.clear();
+  tally().copies = m_image_copies.size();
+  return status;
+}
+
+void BasenameTimeAndCopySet::insert(std::string_view basename) {
+  ++tally().pos;
+  try {
+    BasenameTimeAndCopy copy;
+    copy.parse(basename, client());
+    // Names come in byte order, so that nearly every copy belongs at the end.
+    m_image_copies.insert(m_image_copies.end(), {copy.backup_time, copy.copy_number});
+  } catch (const Cr_ErrnoException& error) {
+    if (error.GetStatus() != k_status_handled) report_unparsed(error.what(), "");
+  } catch (const boost::bad_lexical_cast& error) {
+    report_unparsed(error.what(), basename);  // its text does not tell which name it was
+  }
+}
+
+void BasenameTimeAndCopySet::report_unparsed(const char* text, std::string_view detail) const {
+  std::string report = std::string("ERROR: could not parse PO file name; ") + text + "; dirname " +
+                       dct::filesystem::as_utf8(policy_path()) + "\n";
+  if (!detail.empty()) report.append("\tbasename ").append(detail).append("\n");
+  write_to_log(report);
+}
+
+void BasenameTimeAndCopySet::set_in_tvr_cat(std::int64_t backup_time,
+                                            std::map<std::uint32_t, bool>& copies) {
+  for (auto& [copy_number, in_metadata] : copies) {
+    if (m_image_copies.erase({backup_time, copy_number}) != 0) in_metadata = true;
+  }
+}
+
+}  // namespace catalog::podb

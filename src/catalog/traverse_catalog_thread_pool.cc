@@ -1,0 +1,106 @@
+#include "catalog/traverse_catalog_thread_pool.h"
+
+#include <cstring>
+
+#include "catalog/base_traverse_catalog.h"
+#include "dct/log_file.h"
+#include "platform/run_log.h"
+#include "platform/status.h"
+#include "util/interrupt.h"
+
+namespace catalog {
+
+using Worker = Ks_Thread<TraverseCatalogThreadPool>;
+
+TraverseCatalogThreadPool::TraverseCatalogThreadPool(BaseTraverseCatalog* task, bool stop_on_error,
+                                                     std::size_t stack_size)
+    : m_task(task),
+      m_stop_on_error(stop_on_error),
+      m_dirs(task->metadata_dir(), &task->log()),
+      m_running("Traverse Catalog Thread Pool") {
+  for (unsigned i = 0; i < task->num_threads(); ++i) {
+    m_threads.emplace_back(
+        new Worker(&TraverseCatalogThreadPool::WorkerThread, this, stack_size, i));
+  }
+}
+
+void TraverseCatalogThreadPool::Start() {
+  const boost::lock_guard<boost::mutex> guard(m_mutex);
+  std::size_t created = 0;
+  int error = 0;
+  for (const auto& thread : m_threads) {
+    m_running.increment();
+    const int result = thread->create();
+    if (result == 0) {
+      ++created;
+    } else {
+      m_running.decrement();  // nobody else gives this one back
+      error = result;
+    }
+  }
+  if (error == 0) return;
+  if (created == 0) {
+    throw Cr_ErrnoException(error, "could not create a worker thread", std::strerror(error));
+  }
+  WarningA("only " + std::to_string(created) + " of " + std::to_string(m_threads.size()) +
+           " worker threads could be created: " + std::strerror(error));
+}
+
+// The text names another task for every task; scripts look for it.
+void TraverseCatalogThreadPool::Wait(unsigned timeout_seconds) {
+  const unsigned left = m_running.waitForNoReferences(timeout_seconds);
+  if (left == 0) return;
+  throw Cr_ErrnoException(
+      k_status_timed_out,
+      "Timed out after waiting " + std::to_string(timeout_seconds) +
+          "s for the move corrupt POs threads to complete (cnt=" + std::to_string(left) + ")");
+}
+
+void TraverseCatalogThreadPool::Stop() {
+  const boost::lock_guard<boost::mutex> guard(m_mutex);
+  for (const auto& thread : m_threads) {
+    thread->request_stop();
+    thread->join();
+  }
+}
+
+void TraverseCatalogThreadPool::rethrow_exception() const {
+  const boost::lock_guard<boost::mutex> guard(m_mutex);
+  if (m_exception) std::rethrow_exception(m_exception);
+}
+
+bool TraverseCatalogThreadPool::failed() const {
+  const boost::lock_guard<boost::mutex> guard(m_mutex);
+  return m_failed;
+}
+
+void TraverseCatalogThreadPool::WorkerThread(Worker* thread) {
+  // Start has counted this worker already.
+  const mtstrm::server::AutoResourceCount counted(m_running, false);
+  try {
+    visit_dirs();
+  } catch (...) {
+    stop_walk(std::current_exception());
+  }
+  thread->request_stop();  // one call a worker
+}
+
+void TraverseCatalogThreadPool::visit_dirs() {
+  while (!util::interrupted()) {
+    const std::string path = m_dirs.get_next_path();
+    if (path.empty()) return;
+    if (m_task->visit_and_count(path) != 0 && m_stop_on_error) {
+      stop_walk(nullptr);
+      return;
+    }
+  }
+}
+
+void TraverseCatalogThreadPool::stop_walk(std::exception_ptr exception) {
+  m_dirs.stop();
+  const boost::lock_guard<boost::mutex> guard(m_mutex);
+  m_failed = true;
+  if (!m_exception) m_exception = exception;
+}
+
+}  // namespace catalog

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstddef>
+#include <exception>
+#include <string>
+#include <vector>
+
+#include <boost/shared_ptr.hpp>
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include "catalog/ks_thread.h"
+#include "catalog/locked_dirs_iterator.h"
+#include "mtstrm/resource_counter.h"
+
+namespace catalog {
+
+class BaseTraverseCatalog;
+
+// The workers of one traversal. Each draws one policy directory at a time until none is left.
+//
+// Threads: the public members but WorkerThread belong to the thread that made the pool. A worker
+//   never holds two of the locks (directory source, pool, thread, counter) at once; Start takes the
+//   counter's inside the pool's, Stop each thread's inside the pool's.
+// Ownership: refers to the task. Does not join on destruction: Stop must have been called.
+class TraverseCatalogThreadPool {
+ public:
+  // Positions on the first directory; starts no thread. `stack_size` of each worker in bytes, 0 for
+  // the system's default.
+  // Errors: filesystem_error when the catalog cannot be read.
+  TraverseCatalogThreadPool(BaseTraverseCatalog* task, bool stop_on_error,
+                            std::size_t stack_size = 0);
+
+  // Starts the workers; goes on with those that could be created.
+  // Errors: Cr_ErrnoException, the system's error, when none could be.
+  void Start();
+
+  // Waits until every worker has finished, at most `timeout_seconds`; 0 waits without limit.
+  // Errors: Cr_ErrnoException k_status_timed_out.
+  void Wait(unsigned timeout_seconds);
+
+  // Joins the workers.
+  void Stop();
+
+  // Throws what a worker's first exception was, if there was one. After Stop.
+  void rethrow_exception() const;
+
+  // Whether a failure stopped the walk. After Stop.
+  bool failed() const;
+
+  void WorkerThread(Ks_Thread<TraverseCatalogThreadPool>* thread);
+
+ private:
+  void visit_dirs();
+  void stop_walk(std::exception_ptr exception);
+
+  BaseTraverseCatalog* const m_task;
+  const bool m_stop_on_error;
+  LockedDirsIterator m_dirs;
+  mutable boost::mutex m_mutex;
+  bool m_failed BOOST_THREAD_GUARDED_BY(m_mutex) = false;
+  std::exception_ptr m_exception BOOST_THREAD_GUARDED_BY(m_mutex);
+  mtstrm::server::ResourceCounter m_running;
+  std::vector<boost::shared_ptr<Ks_Thread<TraverseCatalogThreadPool>>> m_threads;
+};
+
+}  // namespace catalog

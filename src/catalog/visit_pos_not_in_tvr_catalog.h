@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include "catalog/base_traverse_catalog.h"
+
+namespace catalog {
+
+// Compares the metadata with the backup catalog, directory by directory, and hands the copies that
+// the catalog no longer has to the visitor V; at the end lists the images of clients and policies
+// that no directory holds.
+//
+// V derives from podb::BaseCompareWithTVR and names its logs; the visitors it is built for are
+// named at the end of the implementation.
+//
+// Threads: as the base; the list of visited pairs has a lock of its own.
+// Ownership: shares its logs.
+// Errors: a directory that fails is reported and noted, and the traversal goes on. summarize_impl
+//   throws what the final listing throws.
+template <class V>
+class VisitPOsNotInTVRCatalog : public BaseTraverseCatalog {
+ public:
+  // `catalog_backup_time` in seconds since the epoch, 0 when not given.
+  // Errors: filesystem_error or Cr_ErrnoException when a log cannot be made.
+  VisitPOsNotInTVRCatalog(const boost::filesystem::path& log_directory,
+                          const boost::filesystem::path& catalog_dir, unsigned num_threads,
+                          bool stop_on_error, const boost::filesystem::path& admincmd_dir,
+                          const std::string& disk_pool, std::int64_t catalog_backup_time);
+
+  // Always 0: a failed directory does not end the walk.
+  int visit_dir(const boost::filesystem::path& policy_dir) override;
+
+  // The final listing. Left out when a signal stopped the traversal: every directory that was not
+  // visited would be reported as missing.
+  void summarize_impl() override;
+
+ private:
+  void compare_dir(const boost::filesystem::path& policy_dir);
+  void report(int status, const boost::filesystem::path& policy_dir, const std::string& text);
+  void list_unvisited_pairs();
+  std::vector<std::string> visited_pairs();
+
+  const boost::filesystem::path m_admincmd_dir;
+  const std::string m_disk_pool;
+  const std::int64_t m_catalog_backup_time;
+  boost::shared_ptr<dct::util::LogFile> m_missing_images_log;
+  std::vector<std::string> m_visited_pairs BOOST_THREAD_GUARDED_BY(m_mutex);
+  boost::mutex m_mutex;
+};
+
+}  // namespace catalog
