@@ -1,0 +1,69 @@
+#include "cr/config.h"
+
+#include <boost/filesystem/operations.hpp>
+
+#include "cr/inifile.h"
+#include "dct/filesystem.h"
+#include "dct/report_error.h"
+#include "platform/status.h"
+
+namespace fs = boost::filesystem;
+
+namespace cr {
+
+const std::string k_storage_section = "Storage";
+const std::string k_root_dir_entry = "RootDir";
+const std::string k_log_dir_entry = "LogDir";
+
+namespace {
+
+const std::string k_config_file_entry = "ConfigFilePath";
+
+[[noreturn]] void throw_missing(const std::string& text) {
+  throw Cr_ErrnoException(k_status_entry_missing, text);
+}
+
+}  // namespace
+
+Config Config::init_from_ksregistry(const std::string& registry_file, const std::string& pool_key) {
+  if (!dct::filesystem::exists(registry_file)) {
+    throw_missing("Failed to locate the ksregistry path: " + registry_file + ".");
+  }
+  const std::string file = Inifile(registry_file).get_path(pool_key, k_config_file_entry);
+  if (file.empty()) {
+    throw_missing("Failed to locate the ConfigFilePath entry for section " + pool_key + " in " +
+                  registry_file + " .");
+  }
+  if (!dct::filesystem::exists(file)) throw_missing("The file " + file + " does not exist.");
+  return Config(file, Inifile(file).load());
+}
+
+Config::Config(std::string file, InifileSections sections)
+    : m_file(std::move(file)), m_sections(std::move(sections)) {}
+
+void Config::get(const std::string& section, const std::string& entry, fs::path& path) const {
+  const std::string value = find(section, entry);
+  if (value.empty()) {
+    throw_missing("Failed to locate the " + entry + " entry for section " + section + " in " +
+                  m_file + " .");
+  }
+  path = value;
+}
+
+std::string Config::find(const std::string& section, const std::string& entry) const {
+  const auto entries = m_sections.find(section);
+  if (entries == m_sections.end()) return "";
+  const auto value = entries->second.find(entry);
+  return value == entries->second.end() ? "" : value->second;
+}
+
+fs::path get_log_dir(const Config& config) {
+  const fs::path log_dir = config.find(k_storage_section, k_log_dir_entry);
+  boost::system::error_code error;
+  if (fs::is_directory(log_dir, error)) return log_dir;
+  dct::report_error("Failed to locate the <dedupe_storage>/log directory\n\t" + log_dir.string() +
+                    "\n");
+  return {};
+}
+
+}  // namespace cr

@@ -1,0 +1,121 @@
+#include "tool/main_impl.h"
+
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "cr/config.h"
+#include "dct/child_environment.h"
+#include "dct/filesystem.h"
+#include "dct/report_error.h"
+#include "platform/run_log.h"
+#include "platform/status.h"
+#include "tool/exit_status.h"
+#include "tool/modes.h"
+#include "tool/option_table.h"
+#include "tool/usage.h"
+#include "util/file_lock.h"
+#include "util/interrupt.h"
+
+namespace fs = boost::filesystem;
+
+namespace {
+
+std::string registry_file() {
+  constexpr std::size_t k_longest = 4095;
+  const char* name = ::getenv("KSREGISTRY");
+  const std::string file = name != nullptr && *name != '\0' ? name : "/etc/ksregistry.cfg";
+  return file.substr(0, k_longest);
+}
+
+// Null, after a message, when another run holds the storage.
+std::unique_ptr<util::FileLock> take_lock(const fs::path& path) {
+  try {
+    return util::FileLock::init(path);
+  } catch (const Cr_ErrnoException& error) {
+    if (error.GetStatus() == k_status_lock_file_exists) {
+      dct::report_error("Refusing to run because the lock file " + dct::filesystem::as_utf8(path) +
+                        " already exists.\n");
+    } else if (error.GetStatus() == k_status_lock_held) {
+      dct::report_error(
+          "\nRefusing to run because we could not obtain an exclusive lock.\nAnother instance of " +
+          progname + " is running.\n");
+    }
+    return nullptr;
+  }
+}
+
+void set_up_run_log(const fs::path& log_dir, int argc, char** argv) {
+  constexpr unsigned k_log_flags = 0x498FF;
+  const fs::path file = log_dir / "mdfixup" / "mdfixup.log";
+  fs::create_directories(file.parent_path());
+  dctLogSetA(file.c_str(), k_log_flags, 0, progname.c_str());
+  std::string arguments;
+  for (int i = 1; i < argc; ++i) arguments += std::string(" ") + argv[i];
+  InfoA("start: pid " + std::to_string(::getpid()) + ", arguments" + arguments);
+}
+
+// What the flags ask for; the first that applies wins.
+int run_mode(const StoragePaths& storage) {
+  if (opt_scan) {
+    InfoA("mode: client name case scan");
+    return scan_mode(storage);
+  }
+  if (opt_force && !opt_repair) {
+    dct::report_error(std::string("The --force option requires the --") + o_repair.long_name +
+                      " option\n");
+    return k_exit_failure;
+  }
+  if (opt_repair) {
+    InfoA("mode: client name case repair");
+    return refuse_to_change_metadata();
+  }
+  if (opt_catalog_DR) {
+    InfoA(opt_dry_run ? "mode: metadata consistency, dry run"
+                      : "mode: metadata consistency, deletion");
+    return consistency_mode(storage);
+  }
+  dct::report_error("Unknown options combination\n");
+  return k_exit_failure;
+}
+
+int run_on_storage(int argc, char** argv) {
+  const auto config = cr::Config::init_from_ksregistry(registry_file(), "StoragePoolAuthority");
+  StoragePaths storage;
+  config.get(cr::k_storage_section, cr::k_root_dir_entry, storage.root);
+  const auto lock = take_lock(storage.root / "mdfixup.lock");
+  if (!lock) return k_exit_failure;
+  storage.catalog = storage.root / "catalog";
+  storage.log_dir = cr::get_log_dir(config);
+  if (storage.log_dir.empty()) return k_exit_failure;
+  set_up_run_log(storage.log_dir, argc, argv);
+  const fs::path location = opt_tvr_location;
+  if (!dct::filesystem::exists(location)) {
+    dct::report_error("The provided Tavrin install location ( " + location.string() +
+                      " ) does not exist\n");
+    return k_exit_failure;
+  }
+  return run_mode(storage);
+}
+
+}  // namespace
+
+int main_impl(int argc, char** argv) {
+  dct::fix_child_environment();
+  progname = GetProgramName(argv[0]);
+  if (!parse_options(argc, argv) || argc == 1) {
+    Usage();
+    return k_exit_failure;
+  }
+  if (opt_help) {
+    Usage();
+    return k_exit_success;
+  }
+  const util::SignalGuard signals;
+  return run_on_storage(argc, argv);
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "platform/options.h"
+
+// The command line, as parse_options leaves it.
+extern std::string progname;
+
+extern bool opt_cleanup;  // accepted from old scripts and never read
+extern bool opt_repair;
+extern bool opt_scan;
+extern bool opt_force;
+extern bool opt_catalog_DR;
+extern bool opt_dry_run;
+extern bool opt_pendimport_consistency;
+extern std::int64_t opt_catalog_backup_time;  // seconds since the epoch, 0 when not given
+extern std::int32_t opt_num_threads;
+extern const char* opt_tvr_location;
+extern const char* opt_tvr_disk_pool;  // null when not given
+extern bool opt_help;
+
+extern const OptDescriptor o_repair;
+
+// Sets the variables from the command line. False, after one line on standard error that names what
+// is wrong, when it is rejected.
+bool parse_options(int argc, char** argv);

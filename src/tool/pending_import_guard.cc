@@ -1,0 +1,67 @@
+#include "tool/pending_import_guard.h"
+
+#include <algorithm>
+
+#include "dct/filesystem.h"
+#include "dct/report_error.h"
+#include "platform/run_log.h"
+#include "platform/spadb.h"
+#include "tvr_utils/pending_imports.h"
+
+namespace {
+
+enum class Events { none_pending, pending, unreadable };
+
+bool is_pending_replication(const std::vector<SpaDB::CColumn>& record) {
+  return std::any_of(record.begin(), record.end(), [](const SpaDB::CColumn& column) {
+    return column.name() == "eventstring" &&
+           column.data().find("IMAGEREPEVENT{size:") != std::string::npos;
+  });
+}
+
+Events unreadable(const std::string& what, cr_status_t status) {
+  ErrorA(what + ": " + CRStatusToStringA(status));
+  return Events::unreadable;
+}
+
+// Every record is read, so that a table that breaks off behind a harmless one does not pass.
+Events read_events(const boost::filesystem::path& storage_root) {
+  SpaDB::CSpaDatabase& database = SpaDB::CSpaDatabase::Instance();
+  cr_status_t status = database.open(storage_root.string());
+  if (status != k_status_ok) return unreadable("could not open the SPA database", status);
+  const auto table = database.GetTable("events");
+  if (table == nullptr) return unreadable("no events table", k_status_db_foreign);
+  status = table->ListRecordsStart({});
+  Events result = Events::none_pending;
+  std::vector<SpaDB::CColumn> record;
+  while (status == k_status_ok) {
+    status = table->ListRecordsNext(record);
+    if (status == k_status_ok && is_pending_replication(record)) result = Events::pending;
+  }
+  if (status == k_status_end_of_iteration) return result;
+  return unreadable("could not list the events of the SPA database", status);
+}
+
+}  // namespace
+
+bool no_imports_are_pending(const boost::filesystem::path& storage_root,
+                            const boost::filesystem::path& admincmd_dir) {
+  if (!dct::filesystem::exists(storage_root)) {
+    dct::report_error("ERROR: The provided storage database location ( " + storage_root.string() +
+                      " ) does not exist\n");
+    return false;
+  }
+  const Events events = read_events(storage_root);
+  if (events == Events::unreadable) {
+    dct::report_error("ERROR: Failed to get the events table in SpaDB\n");
+    return false;
+  }
+  if (events == Events::none_pending && !tvr_utils::CheckPendImpListIsExisting(admincmd_dir)) {
+    return true;
+  }
+  dct::report_error(
+      "Some images are waiting to be imported, Please run again after import job completed!\n"
+      "If you decide to delete the metadata for all images, Please refer to "
+      "--FORCE_CONSISTENCY_ALL_IMAGE option.\n");
+  return false;
+}

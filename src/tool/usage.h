@@ -1,0 +1,4 @@
+#pragma once
+
+// Writes the help text to standard output.
+void Usage();
