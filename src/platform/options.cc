@@ -83,6 +83,14 @@ po::options_description describe(const OptDescriptor* const* options) {
   return description;
 }
 
+const char* following_value(const OptDescriptor& option, int i, int argc, char** argv) {
+  if (i >= argc || argv[i][0] == '-') {
+    throw std::invalid_argument("the required argument for option '" + displayed(option) +
+                                "' is missing");
+  }
+  return argv[i];
+}
+
 // The words of the command line, each `--name value` joined to `--name=value`. The library's own
 // two-word form takes any word but a known option for a value; here a word that begins with "-"
 // never is one.
@@ -92,9 +100,8 @@ std::vector<std::string> joined_words(const OptDescriptor* const* options, int a
     std::string word = argv[i];
     if (word.rfind("--", 0) == 0) {
       const OptDescriptor* option = find(options, word.substr(2));
-      const bool wants_value = option != nullptr && option->kind != OptKind::flag;
-      if (wants_value && i + 1 < argc && argv[i + 1][0] != '-') {
-        word.append("=").append(argv[++i]);
+      if (option != nullptr && option->kind != OptKind::flag) {
+        word.append("=").append(following_value(*option, ++i, argc, argv));
       }
     }
     words.push_back(word);
@@ -105,11 +112,12 @@ std::vector<std::string> joined_words(const OptDescriptor* const* options, int a
 void parse(const OptDescriptor* const* options, int argc, char** argv) {
   const po::options_description description = describe(options);
   namespace style = po::command_line_style;
-  const auto parsed = po::command_line_parser(joined_words(options, argc, argv))
-                          .options(description)
-                          .style(style::allow_long | style::long_allow_adjacent |
-                                 style::allow_short | style::allow_dash_for_short)
-                          .run();
+  const auto parsed =
+      po::command_line_parser(joined_words(options, argc, argv))
+          .options(description)
+          .style(style::allow_long | style::long_allow_adjacent | style::allow_short |
+                 style::allow_dash_for_short | style::short_allow_adjacent)
+          .run();
   for (const po::option& given : parsed.options) {
     const OptDescriptor* option = find(options, given.string_key);
     if (option == nullptr) {

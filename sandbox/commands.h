@@ -1,0 +1,16 @@
+#pragma once
+
+#include <vector>
+
+namespace sandbox {
+
+// One simulated command of the backup product.
+struct Command {
+  const char* path;  // below the product's install location
+  const char* text;  // of the shell script
+};
+
+// All of them; the scripts stand in commands/ and are compiled in.
+const std::vector<Command>& commands();
+
+}  // namespace sandbox

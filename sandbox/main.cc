@@ -1,0 +1,106 @@
+#include <exception>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+
+#include <boost/program_options.hpp>
+
+#include "sandbox/planter.h"
+#include "sandbox/storage_builder.h"
+
+namespace {
+
+namespace po = boost::program_options;
+
+constexpr const char* k_usage =
+    "Usage: mdfixup-sandbox create DIR [OPTION]...\n"
+    "Makes a whole storage in the new directory DIR, with a simulated backup product, for mdfixup\n"
+    "to be tried on. Prints what was planted, which a run must report.\n";
+
+po::options_description describe(sandbox::Plan& plan) {
+  po::options_description options("Options");
+  auto add = options.add_options();
+  add("clients", po::value(&plan.clients)->default_value(plan.clients), "clients");
+  add("policies", po::value(&plan.policies)->default_value(plan.policies), "policies a client");
+  add("images", po::value(&plan.images)->default_value(plan.images), "images a policy");
+  add("copies", po::value(&plan.copies)->default_value(plan.copies), "copies an image");
+  add("record_bytes", po::value(&plan.record_bytes)->default_value(plan.record_bytes),
+      "bytes of each PO's record");
+  add("miscased", po::value(&plan.miscased_share)->default_value(plan.miscased_share, "0.05"),
+      "share of the copies that stand under another spelling of the client's name");
+  add("orphans", po::value(&plan.orphan_share)->default_value(plan.orphan_share, "0.05"),
+      "share of the copies that the backup catalog no longer has");
+  add("missing", po::value(&plan.missing_share)->default_value(plan.missing_share, "0.05"),
+      "share of the copies that only the backup catalog has");
+  add("seed", po::value(&plan.seed)->default_value(plan.seed), "seed of all that is random");
+  add("help", "show this help");
+  return options;
+}
+
+void check(const sandbox::Plan& plan) {
+  const double shares[] = {plan.miscased_share, plan.orphan_share, plan.missing_share};
+  double sum = 0;
+  for (const double share : shares) {
+    // Written so that a value that is no number is caught too.
+    if (!(share >= 0 && share <= 1)) throw std::invalid_argument("a share must be from 0 to 1");
+    sum += share;
+  }
+  if (sum > 1) throw std::invalid_argument("the shares add up to more than 1");
+}
+
+void print(const sandbox::StorageBuilder& storage, const sandbox::Planted& planted) {
+  const std::string root = storage.root().string();
+  const std::string mdfixup = "  mdfixup --tvr_location " + storage.product().string() + " ";
+  std::cout << "Storage:               " << root << "\n"
+            << "Policy directories:    " << planted.policy_dirs << "\n"
+            << "POs:                   " << planted.pos << "\n"
+            << "Image copies:          " << planted.copies << ", and " << planted.miscased_copies
+            << " under another spelling of their client's name\n"
+            << "A scan reports:        " << planted.scan_lines.size()
+            << " policy directories (planted/scan.txt)\n"
+            << "A dry run reports:     " << planted.orphan_lines.size()
+            << " orphan copies (planted/orphans.txt)\n"
+            << "                       " << planted.missing_lines.size()
+            << " missing copies (planted/missing.txt), with the miscased ones,\n"
+            << "                       which the backup catalog lists under their own spelling\n"
+            << "To try:\n"
+            << "  export KSREGISTRY=" << storage.registry_file().string() << "\n"
+            << mdfixup << "--scan_client_name_case\n"
+            << mdfixup << "--FORCE_DEDUPE_METADATA_CONSISTENCY --dry_run --num_threads 4\n";
+}
+
+int run(int argc, char** argv) {
+  sandbox::Plan plan;
+  const po::options_description visible = describe(plan);
+  po::options_description all;
+  all.add(visible).add_options()("command", po::value<std::string>())("dir",
+                                                                      po::value<std::string>());
+  po::positional_options_description words;
+  words.add("command", 1).add("dir", 1);
+  po::variables_map given;
+  po::store(po::command_line_parser(argc, argv).options(all).positional(words).run(), given);
+  po::notify(given);
+  if (given.count("help") != 0) {
+    std::cout << k_usage << visible;
+    return 0;
+  }
+  if (given.count("dir") == 0 || given["command"].as<std::string>() != "create") {
+    std::cerr << k_usage << visible;
+    return 1;
+  }
+  check(plan);
+  const sandbox::StorageBuilder storage(given["dir"].as<std::string>());
+  print(storage, sandbox::plant(storage, plan));
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return run(argc, argv);
+  } catch (const std::exception& error) {
+    std::cerr << std::string("mdfixup-sandbox: ") + error.what() + "\n";
+    return 1;
+  }
+}

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include <boost/filesystem/path.hpp>
+
+#include "platform/sqlite_podb.h"
+
+namespace sandbox {
+
+// The pool that the simulated product keeps this storage's images in.
+extern const std::string k_disk_pool;
+
+// A storage with everything that the program meets on a media server: registry file, configuration,
+// catalog tree, SPA database, log directory and, under quorv/, a simulated backup product with a
+// catalog of its own.
+//
+// Threads: one thread.
+// Errors: Cr_ErrnoException or filesystem_error, naming the path.
+class StorageBuilder {
+ public:
+  // Makes an empty storage in `dir`, which is created; what is in it already is an error.
+  explicit StorageBuilder(const boost::filesystem::path& dir);
+
+  const boost::filesystem::path& root() const { return m_root; }
+  boost::filesystem::path registry_file() const { return m_root / "etc" / "ksregistry.cfg"; }
+  boost::filesystem::path log_dir() const { return m_root / "log"; }
+  boost::filesystem::path product() const { return m_root / "quorv"; }
+  boost::filesystem::path policy_dir(const std::string& client, const std::string& policy) const;
+
+  // Adds an image to the product's catalog, with one fragment of each copy in the disk pool.
+  void list_image(const std::string& client, const std::string& policy, std::int64_t backup_time,
+                  const std::vector<std::uint32_t>& copies,
+                  const std::string& disk_pool = k_disk_pool) const;
+
+ private:
+  void write_configuration() const;
+  void write_product() const;
+
+  boost::filesystem::path m_root;
+};
+
+// Fills the path-object database of one policy directory; creates what does not exist.
+//
+// Threads: one thread.
+// Errors: Cr_ErrnoException. What was put is stored by finish; without it nothing is.
+class PolicyDirWriter {
+ public:
+  PolicyDirWriter(const boost::filesystem::path& policy_dir, std::size_t record_bytes,
+                  std::uint64_t seed);
+
+  // Stores a PO of that name, with a POID and a record that follow from the name and the seed.
+  void put(const std::string& basename);
+
+  void finish();
+
+ private:
+  SQLitePODB m_database;
+  const std::size_t m_record_bytes;
+  const std::uint64_t m_seed;
+};
+
+}  // namespace sandbox
