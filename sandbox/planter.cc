@@ -52,6 +52,8 @@ class Planter {
   void put_copy(PolicyDirWriter& dir, const std::string& client, std::int64_t time, unsigned copy);
   void list(const std::string& client, const std::string& policy, std::int64_t time,
             const std::vector<std::uint32_t>& copies);
+  void expect_orphan(const std::string& client, const std::string& policy, std::int64_t time,
+                     unsigned copy);
   void expect_missing(const std::string& client, const std::string& policy, std::int64_t time,
                       unsigned copy);
   Fate draw_fate();
@@ -96,11 +98,7 @@ void Planter::plant_image(PolicyDirWriter& dir, const std::string& client,
     }
     if (fate != Fate::orphan) listed.push_back(copy);
     if (fate == Fate::missing) expect_missing(client, policy, time, copy);
-    if (fate == Fate::orphan) {
-      m_planted.orphan_lines.push_back("{client: " + client + ", policy: " + policy +
-                                       ", backup_time: " + std::to_string(time) +
-                                       ", copy_number: " + std::to_string(copy) + "}.\n");
-    }
+    if (fate == Fate::orphan) expect_orphan(client, policy, time, copy);
   }
   list(client, policy, time, listed);
   list(spelling, policy, time, listed_miscased);
@@ -118,6 +116,13 @@ void Planter::put_copy(PolicyDirWriter& dir, const std::string& client, std::int
 void Planter::list(const std::string& client, const std::string& policy, std::int64_t time,
                    const std::vector<std::uint32_t>& copies) {
   if (!copies.empty()) m_storage.list_image(client, policy, time, copies);
+}
+
+void Planter::expect_orphan(const std::string& client, const std::string& policy, std::int64_t time,
+                            unsigned copy) {
+  m_planted.orphan_lines.push_back("{client: " + client + ", policy: " + policy +
+                                   ", backup_time: " + std::to_string(time) +
+                                   ", copy_number: " + std::to_string(copy) + "}.\n");
 }
 
 void Planter::expect_missing(const std::string& client, const std::string& policy,

@@ -22,6 +22,7 @@ class Ks_Thread {
   // `stack_size` in bytes, 0 for the system's default.
   Ks_Thread(Function func, T* clss, std::size_t stack_size, unsigned number)
       : m_func(func), m_clss(clss), m_stack_size(stack_size), m_number(number) {}
+  ~Ks_Thread() = default;
   Ks_Thread(const Ks_Thread&) = delete;
   Ks_Thread& operator=(const Ks_Thread&) = delete;
 

@@ -96,7 +96,7 @@ void TraverseCatalogThreadPool::visit_dirs() {
   }
 }
 
-void TraverseCatalogThreadPool::stop_walk(std::exception_ptr exception) {
+void TraverseCatalogThreadPool::stop_walk(const std::exception_ptr& exception) {
   m_dirs.stop();
   const boost::lock_guard<boost::mutex> guard(m_mutex);
   m_failed = true;

@@ -52,7 +52,7 @@ class TraverseCatalogThreadPool {
 
  private:
   void visit_dirs();
-  void stop_walk(std::exception_ptr exception);
+  void stop_walk(const std::exception_ptr& exception);
 
   BaseTraverseCatalog* const m_task;
   const bool m_stop_on_error;

@@ -58,7 +58,7 @@ std::string Config::find(const std::string& section, const std::string& entry) c
 }
 
 fs::path get_log_dir(const Config& config) {
-  const fs::path log_dir = config.find(k_storage_section, k_log_dir_entry);
+  fs::path log_dir = config.find(k_storage_section, k_log_dir_entry);
   boost::system::error_code error;
   if (fs::is_directory(log_dir, error)) return log_dir;
   dct::report_error("Failed to locate the <dedupe_storage>/log directory\n\t" + log_dir.string() +

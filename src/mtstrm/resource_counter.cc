@@ -1,5 +1,7 @@
 #include "mtstrm/resource_counter.h"
 
+#include <exception>
+
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 #include <boost/thread/condition_variable.hpp>
 #include <boost/thread/lock_guard.hpp>
@@ -11,6 +13,8 @@ namespace mtstrm::server {
 class ResourceCounterImpl {
  public:
   explicit ResourceCounterImpl(const std::string& name) : m_name(name) {}
+  ResourceCounterImpl(const ResourceCounterImpl&) = delete;
+  ResourceCounterImpl& operator=(const ResourceCounterImpl&) = delete;
   ~ResourceCounterImpl() { m_none_left.notify_all(); }
 
   void increment() {
@@ -68,7 +72,11 @@ AutoResourceCount::AutoResourceCount(ResourceCounter& counter, bool increment_no
 }
 
 AutoResourceCount::~AutoResourceCount() {
-  m_counter.decrement();
+  try {
+    m_counter.decrement();
+  } catch (...) {
+    std::terminate();  // a count that is never given back would hang the process
+  }
 }
 
 }  // namespace mtstrm::server

@@ -69,6 +69,8 @@ class CSpaDatabase {
 
  private:
   CSpaDatabase();
+  CSpaDatabase(const CSpaDatabase&) = delete;
+  CSpaDatabase& operator=(const CSpaDatabase&) = delete;
   ~CSpaDatabase();
 
   std::unique_ptr<SQLite::Database> m_database;

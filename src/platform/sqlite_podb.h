@@ -31,6 +31,8 @@ class SQLitePODB : public PODB {
              const boost::filesystem::path& policy_dir);
 
   ~SQLitePODB() override;
+  SQLitePODB(const SQLitePODB&) = delete;
+  SQLitePODB& operator=(const SQLitePODB&) = delete;
 
   cr_status_t get_basenames(const BasenameVisitor& visitor) override;
   cr_status_t put(const PO* po) override;

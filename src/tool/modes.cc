@@ -51,8 +51,8 @@ bool location_can_be_run(const fs::path& location) {
 }
 
 std::string disk_pool_name(const fs::path& admincmd_dir) {
-  const std::string name = opt_tvr_disk_pool != nullptr ? std::string(opt_tvr_disk_pool)
-                                                        : tvr_utils::GetDiskPoolLabel(admincmd_dir);
+  std::string name = opt_tvr_disk_pool != nullptr ? std::string(opt_tvr_disk_pool)
+                                                  : tvr_utils::GetDiskPoolLabel(admincmd_dir);
   if (name.empty()) {
     dct::report_error(
         "The Tavrin disk pool name cannot be determined from the hostname.\n"

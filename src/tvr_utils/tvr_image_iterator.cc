@@ -42,7 +42,7 @@ void refuse_special_name(const std::string& name) {
 
 // Feeds the parser from the pipe, and judges how the command ended before the iteration ends: a
 // failed command taken for a short catalog would make orphans of live images.
-class TVRImageIterator::PopenImageReader : public details::BaseTVRImageIteratorImpl {
+class TVRImageIterator::PopenImageReader final : public details::BaseTVRImageIteratorImpl {
  public:
   PopenImageReader() = default;
 
