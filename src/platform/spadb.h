@@ -67,10 +67,11 @@ class CSpaDatabase {
   // database is open, it cannot be read, or it has no such table.
   std::unique_ptr<CTable> GetTable(const std::string& name);
 
- private:
-  CSpaDatabase();
   CSpaDatabase(const CSpaDatabase&) = delete;
   CSpaDatabase& operator=(const CSpaDatabase&) = delete;
+
+ private:
+  CSpaDatabase();
   ~CSpaDatabase();
 
   std::unique_ptr<SQLite::Database> m_database;

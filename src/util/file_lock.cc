@@ -62,13 +62,17 @@ void FileLock::create() {
 }
 
 void FileLock::lock() {
-  m_lock.reset(new boost::interprocess::file_lock(m_path.c_str()));
+  // Through the open stream rather than by name: the name may lead to another run's file by now,
+  // and a lock taken there, be it for a moment, would turn that run away and leave its file behind.
+  const int descriptor = ::fileno(m_stream.get());
+  const std::string same_file = "/proc/self/fd/" + std::to_string(descriptor);
+  m_lock.reset(new boost::interprocess::file_lock(same_file.c_str()));
   if (!m_lock->try_lock()) throw Cr_ErrnoException(k_status_lock_held, "");
-  // Between the two steps the run that held the lock may have ended and removed its file. A lock on
-  // a file that nobody finds any more keeps nobody out.
+  // The run that held the lock may have ended and removed the file since it was opened here. A lock
+  // on a file that nobody finds any more keeps nobody out.
   struct stat ours {};
   struct stat named {};
-  if (::fstat(::fileno(m_stream.get()), &ours) != 0) fail("could not read the lock file ", m_path);
+  if (::fstat(descriptor, &ours) != 0) fail("could not read the lock file ", m_path);
   if (::lstat(m_path.c_str(), &named) != 0 || ours.st_dev != named.st_dev ||
       ours.st_ino != named.st_ino) {
     throw Cr_ErrnoException(k_status_lock_held, "");

@@ -1,0 +1,107 @@
+#include "catalog/dirs_iterator.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "catalog/locked_dirs_iterator.h"
+#include "dct/log_file.h"
+#include "tests/support/scene.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+
+struct Walked {
+  std::vector<std::string> dirs;  // below the root, sorted
+  std::vector<std::string> log;   // lines, sorted, the root left out
+};
+
+Walked walk(const fs::path& root) {
+  const fs::path log_file = root.string() + ".log";
+  fs::remove(log_file);
+  dct::util::LogFile log(log_file);
+  Walked walked;
+  catalog::LockedDirsIterator source(root, &log);
+  for (std::string dir = source.get_next_path(); !dir.empty(); dir = source.get_next_path()) {
+    walked.dirs.push_back(dir.substr(root.string().size() + 1));
+  }
+  EXPECT_EQ(source.get_next_path(), "");
+  std::sort(walked.dirs.begin(), walked.dirs.end());
+  for (std::string line : support::lines_beginning(support::read_text(log_file), "")) {
+    walked.log.push_back(line.erase(line.find(root.string()), root.string().size() + 1));
+  }
+  return walked;
+}
+
+TEST(DirsIterator, YieldsPolicyDirectoriesOfTheDsidAlone) {
+  const struct {
+    std::vector<std::string> dirs;
+    std::vector<std::string> yielded;
+    std::vector<std::string> log;
+  } rows[] = {
+      {{}, {}, {}},
+      {{"2"}, {}, {}},
+      {{"2/a", "2/b/p/deeper", "2/b/q"}, {"2/b/p", "2/b/q"}, {}},
+      {{"02/a/p", "+2/a/p"}, {"+2/a/p", "02/a/p"}, {}},
+      {{"-18446744073709551614/a/p"}, {"-18446744073709551614/a/p"}, {}},
+      {{"3/a/p", "-2/a/p", "2a/a/p", "abc/a/p", "18446744073709551616/a/p"},
+       {},
+       {"Invalid DSID: 18446744073709551616\n", "Invalid DSID: 2a\n", "Invalid DSID: abc\n",
+        "Skip DSID: -2\n", "Skip DSID: 3\n"}},
+      {{"1/a/p", "2/a/p", "9/a/p"}, {"2/a/p"}, {"Skip DSID: 1\n", "Skip DSID: 9\n"}},
+  };
+  for (const auto& row : rows) {
+    const support::TempDir dir;
+    const fs::path root = dir.path() / "catalog";
+    fs::create_directories(root);
+    for (const std::string& made : row.dirs) fs::create_directories(root / made);
+    const Walked walked = walk(root);
+    EXPECT_EQ(walked.dirs, row.yielded);
+    EXPECT_EQ(walked.log, row.log);
+  }
+}
+
+TEST(DirsIterator, FollowsLinksAndPassesOverWhatIsNoDirectory) {
+  const support::TempDir dir;
+  const fs::path root = dir.path() / "catalog";
+  fs::create_directories(root / "2" / "a" / "p");
+  fs::create_directories(dir.path() / "elsewhere" / "q");
+  fs::create_directory_symlink(dir.path() / "elsewhere", root / "2" / "linked");
+  fs::create_symlink("/no/such", root / "2" / "dangling");
+  fs::create_symlink("/no/such", root / "2" / "a" / "dangling");
+  support::write_text(root / "2" / "file", "");
+  support::write_text(root / "2" / "a" / "file", "");
+  const Walked walked = walk(root);
+  EXPECT_EQ(walked.dirs, (std::vector<std::string>{"2/a/p", "2/linked/q"}));
+  EXPECT_EQ(walked.log.size(), 0U);
+}
+
+TEST(DirsIterator, FileNamedLikeTheDsidLetsTheNextDirectoryThrough) {
+  const support::TempDir dir;
+  const fs::path root = dir.path() / "catalog";
+  support::write_text(root / "2", "");
+  fs::create_directories(root / "7" / "a" / "p");
+  // The directory is walked where the file system lists it behind the file, and skipped before it.
+  std::vector<std::string> order;
+  for (const auto& entry : fs::directory_iterator(root)) {
+    order.push_back(entry.path().filename().string());
+  }
+  const bool behind = order.back() == "7";
+  const Walked walked = walk(root);
+  EXPECT_EQ(walked.dirs, behind ? std::vector<std::string>{"7/a/p"} : std::vector<std::string>{});
+  EXPECT_EQ(walked.log,
+            behind ? std::vector<std::string>{} : std::vector<std::string>{"Skip DSID: 7\n"});
+}
+
+TEST(DirsIterator, MissingRootThrowsAndTheEndStays) {
+  EXPECT_THROW(catalog::DirsIterator("/no/such", nullptr, 3), fs::filesystem_error);
+  catalog::DirsIterator end;
+  end.do_increment(true);
+  EXPECT_TRUE(end.equal(catalog::DirsIterator()));
+}
+
+}  // namespace

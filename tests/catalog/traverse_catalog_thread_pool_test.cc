@@ -1,0 +1,128 @@
+#include "catalog/traverse_catalog_thread_pool.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "catalog/base_traverse_catalog.h"
+#include "platform/status.h"
+#include "tests/support/temp_dir.h"
+
+namespace {
+
+using catalog::TraverseCatalogThreadPool;
+
+// A task that does in each directory what the test says.
+class Task : public catalog::BaseTraverseCatalog {
+ public:
+  Task(const boost::filesystem::path& dir, unsigned threads, bool stop_on_error,
+       std::function<int()> visit)
+      : BaseTraverseCatalog(dir / "log", dir / "catalog", threads, stop_on_error),
+        m_visit(std::move(visit)) {
+    init_log_file(log_dir(), "task.log");
+  }
+
+  int visit_dir(const boost::filesystem::path& /*policy_dir*/) override {
+    ++visited;
+    return m_visit();
+  }
+
+  std::atomic<int> visited{0};
+
+ private:
+  const std::function<int()> m_visit;
+};
+
+class Traversal : public testing::TestWithParam<unsigned> {
+ protected:
+  Traversal() {
+    for (int i = 0; i < k_dirs; ++i) {
+      boost::filesystem::create_directories(m_dir.path() / "catalog" / "2" / "a" /
+                                            std::to_string(i));
+    }
+  }
+  static constexpr int k_dirs = 40;
+  support::TempDir m_dir;
+};
+
+INSTANTIATE_TEST_SUITE_P(Threads, Traversal, testing::Values(0U, 1U, 4U, 100U));
+
+TEST_P(Traversal, VisitsEveryDirectoryWhenFailuresDoNotStopIt) {
+  Task task(m_dir.path(), GetParam(), false, [] { return 7; });
+  EXPECT_TRUE(task.traverse());
+  EXPECT_EQ(task.visited, k_dirs);
+  EXPECT_EQ(support::read_text(m_dir.path() / "log" / "task.log"),
+            "Number of threads:           " + std::to_string(GetParam()) +
+                "\nDeduplication metadata dir:  " + (m_dir.path() / "catalog").string() + "\n");
+}
+
+TEST_P(Traversal, FailureStopsIt) {
+  Task task(m_dir.path(), GetParam(), true, [] { return 7; });
+  EXPECT_FALSE(task.traverse());
+  EXPECT_LE(task.visited, std::max(1, static_cast<int>(GetParam())));
+}
+
+TEST_P(Traversal, ExceptionReachesTheCaller) {
+  Task task(m_dir.path(), GetParam(), false,
+            []() -> int { throw Cr_ErrnoException(k_status_malformed, "from a worker"); });
+  try {
+    task.traverse();
+    FAIL() << "nothing was thrown";
+  } catch (const Cr_ErrnoException& error) {
+    EXPECT_EQ(error.GetString(), "from a worker");
+  }
+  EXPECT_LE(task.visited, std::max(1, static_cast<int>(GetParam())));
+}
+
+TEST_P(Traversal, CatalogWithoutPolicyDirectoriesSucceeds) {
+  boost::filesystem::remove_all(m_dir.path() / "catalog" / "2" / "a");
+  Task task(m_dir.path(), GetParam(), true, [] { return 7; });
+  EXPECT_TRUE(task.traverse());
+  EXPECT_EQ(task.visited, 0);
+}
+
+TEST_F(Traversal, ThreadsThatCannotBeCreatedAreNotWaitedFor) {
+  Task task(m_dir.path(), 4, false, [] { return 0; });
+  constexpr std::size_t k_impossible_stack = std::size_t{1} << 60U;
+  TraverseCatalogThreadPool pool(&task, false, k_impossible_stack);
+  EXPECT_THROW(pool.Start(), Cr_ErrnoException);
+  pool.Wait(0);
+  pool.Stop();
+  EXPECT_EQ(task.visited, 0);
+}
+
+TEST_F(Traversal, WaitIsLimited) {
+  boost::mutex gate;
+  Task task(m_dir.path(), 1, false, [&] {
+    const boost::lock_guard<boost::mutex> guard(gate);
+    return 0;
+  });
+  gate.lock();
+  TraverseCatalogThreadPool pool(&task, false);
+  pool.Start();
+  try {
+    pool.Wait(1);
+    ADD_FAILURE() << "the worker is still running";
+  } catch (const Cr_ErrnoException& error) {
+    EXPECT_EQ(error.GetStatus(), k_status_timed_out);
+    EXPECT_EQ(error.GetString(),
+              "Timed out after waiting 1s for the move corrupt POs threads to complete (cnt=1)");
+  }
+  gate.unlock();
+  pool.Wait(0);
+  pool.Stop();
+  EXPECT_EQ(task.visited, k_dirs);
+}
+
+TEST(ResourceCounter, NeverWraps) {
+  mtstrm::server::ResourceCounter counter("test");
+  counter.decrement();
+  EXPECT_EQ(counter.waitForNoReferences(1), 0U);
+  const mtstrm::server::AutoResourceCount counted(counter, true);
+  EXPECT_EQ(counter.waitForNoReferences(1), 1U);
+}
+
+}  // namespace

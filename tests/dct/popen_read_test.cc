@@ -1,0 +1,76 @@
+#include "dct/popen_read.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "platform/status.h"
+
+namespace {
+
+using dct::PopenRead;
+
+constexpr std::size_t k_capacity = 8;
+
+// The lines that a command prints, then how it ended: the exit code, or the text of the failure.
+std::vector<std::string> lines(const std::string& command) {
+  std::vector<std::string> result;
+  try {
+    PopenRead pipe(k_capacity, PopenRead::start(command));
+    while (pipe.read_line()) result.emplace_back(pipe.line());
+    EXPECT_TRUE(pipe.at_end());
+    result.push_back(std::to_string(pipe.close()));
+  } catch (const Cr_ErrnoException& error) {
+    result.push_back(std::to_string(error.GetStatus()) + " " + error.GetString());
+  }
+  return result;
+}
+
+using Lines = std::vector<std::string>;
+
+TEST(PopenRead, ReadsLinesAndJudgesTheEnd) {
+  const struct {
+    std::string command;
+    Lines lines;
+  } rows[] = {
+      {"true", {"0"}},
+      {"exit 7", {"7"}},
+      {"printf 'one\\n\\ntwo\\n'", {"one", "", "two", "0"}},
+      {"printf 'one\\ntwo'", {"one", "tw", "0"}},
+      {"printf '123456\\n'", {"123456", "0"}},
+      {"printf '1234567\\n'", {"14 pipe buffer is too small"}},
+      {"printf '\\0ga\\nb\\n'", {"", "b", "0"}},
+      {"printf 'a\\0b\\n'", {"14 pipe buffer is too small"}},
+      {"echo x; kill -TERM $$", {"x", "99 the pipe command did not exit"}},
+      {"echo x; kill -PIPE $$", {"x", "99 the pipe command did not exit"}},
+  };
+  for (const auto& row : rows) EXPECT_EQ(lines(row.command), row.lines) << row.command;
+}
+
+TEST(PopenRead, ChildCutOffByTheReaderIsNoFailure) {
+  for (const char* command : {"yes", "exec yes", "(yes); exit $?"}) {
+    PopenRead pipe(k_capacity, PopenRead::start(command));
+    EXPECT_TRUE(pipe.read_line());
+    EXPECT_NO_THROW(pipe.close_query()) << command;
+  }
+}
+
+TEST(PopenRead, QueryReportsSignalsOfTheShellToo) {
+  for (const auto& [end, dies] : std::vector<std::pair<std::string, bool>>{{"exit 128", false},
+                                                                           {"exit 129", true},
+                                                                           {"exit 141", true},
+                                                                           {"exit 159", true},
+                                                                           {"exit 160", false},
+                                                                           {"exit 255", false}}) {
+    PopenRead pipe(k_capacity, PopenRead::start(end));
+    while (pipe.read_line()) {
+    }
+    if (dies) {
+      EXPECT_THROW(pipe.close_query(), Cr_ErrnoException) << end;
+    } else {
+      EXPECT_NO_THROW(pipe.close_query()) << end;
+    }
+  }
+}
+
+}  // namespace

@@ -1,0 +1,163 @@
+#include <gtest/gtest.h>
+
+#include <boost/algorithm/string/predicate.hpp>
+#include <boost/filesystem/operations.hpp>
+
+#include "tests/support/scene.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+using boost::algorithm::contains;
+using boost::algorithm::ends_with;
+using boost::algorithm::starts_with;
+using support::Ended;
+using support::Scene;
+
+TEST(CommandLine, RejectsWhatIsWrongInOneLineAndShowsTheUsage) {
+  const struct {
+    std::vector<std::string> arguments;
+    std::string error;
+  } rows[] = {
+      {{}, ""},
+      {{"--bogus"}, "unrecognised option '--bogus'"},
+      {{"--dry"}, "unrecognised option '--dry'"},
+      {{"-x"}, "unrecognised option '-x'"},
+      {{"file"}, "unexpected argument 'file'"},
+      {{"--dry_run=yes"}, "'--dry_run' does not take any arguments"},
+      {{"-hx"}, "'--help' does not take any arguments"},
+      {{"--num_threads"}, "'--num_threads' is missing"},
+      {{"--num_threads", "-4"}, "'--num_threads' is missing"},
+      {{"--num_threads="}, "for option '--num_threads'"},
+      {{"--num_threads=4x"}, "('4x') for option '--num_threads'"},
+      {{"--num_threads", "1025"}, "('1025') for option '--num_threads'"},
+      {{"--num_threads", "4294967297"}, "('4294967297') for option '--num_threads'"},
+      {{"--catalog_backup_time", "99999999999"}, "('99999999999') for option '--catalog_backup"},
+      {{"--catalog_backup_time=-1"}, "('-1') for option '--catalog_backup_time'"},
+      {{"--tvr_disk_pool", "--dry_run"}, "'--tvr_disk_pool' is missing"},
+      {{"--help", "--bogus"}, "unrecognised option '--bogus'"},
+  };
+  for (const auto& row : rows) {
+    std::vector<std::string> command{MDFIXUP_PROGRAM};
+    command.insert(command.end(), row.arguments.begin(), row.arguments.end());
+    const Ended ended = support::run(command);
+    EXPECT_EQ(ended.exit_status, 1) << row.error;
+    EXPECT_TRUE(starts_with(ended.out, "Usage: mdfixup [OPTION]...\nThis utility")) << row.error;
+    EXPECT_TRUE(contains(ended.err, row.error)) << row.error << " got " << ended.err;
+    const auto lines = std::count(ended.err.begin(), ended.err.end(), '\n');
+    EXPECT_EQ(lines, row.error.empty() ? 0 : 1) << ended.err;
+  }
+}
+
+TEST(CommandLine, HelpIsNoFailure) {
+  for (const char* option : {"-h", "--help"}) {
+    const Ended ended = support::run({MDFIXUP_PROGRAM, option});
+    EXPECT_EQ(ended.exit_status, 0);
+    EXPECT_TRUE(ends_with(ended.out, "Tavrin Nimbrel.\n\n     -h --help        show this help\n"));
+    EXPECT_EQ(ended.err, "");
+  }
+}
+
+TEST(CommandLine, FirstMatchingModeWins) {
+  const std::string refused = "ERROR: this version of mdfixup changes no metadata";
+  const std::string unknown = "Unknown options combination\n";
+  const struct {
+    std::vector<std::string> arguments;
+    int exit_status;
+    std::string out;
+    std::string err;
+  } rows[] = {
+      {{"--scan_client_name_case", "--repair_client_name_case", "--force"}, 0, "is clean.\n", ""},
+      {{"--cleanup_case_work_space", "--scan_client_name_case"}, 0, "is clean.\n", ""},
+      {{"--num_threads", "9", "--num_threads=0", "--scan_client_name_case"}, 0, "is clean.\n", ""},
+      {{"--force"}, 1, "", "The --force option requires the --repair_client_name_case option\n"},
+      {{"--dry_run"}, 1, "", unknown},
+      {{"--cleanup_case_work_space"}, 1, "", unknown},
+      {{"--repair_client_name_case", "--force"}, 1, "", refused},
+      {{"--FORCE_DEDUPE_METADATA_CONSISTENCY"}, 1, "", refused},
+      {{"--dry_run", "--FORCE_DEDUPE_METADATA_CONSISTENCY"}, 0, "finished successfully.\n", ""},
+      {{"--scan_client_name_case", "--tvr_location", "/no/such"},
+       1,
+       "",
+       "The provided Tavrin install location ( /no/such ) does not exist\n"},
+  };
+  const Scene scene;
+  const auto before = scene.snapshot();
+  for (const auto& row : rows) {
+    const Ended ended = scene.run(row.arguments);
+    const std::string& name = row.arguments.front();
+    EXPECT_EQ(ended.exit_status, row.exit_status) << name;
+    EXPECT_TRUE(ends_with(ended.out, row.out)) << name << ended.out;
+    EXPECT_TRUE(starts_with(ended.err, row.err)) << name << ended.err;
+    EXPECT_EQ(ended.err.empty(), row.err.empty()) << name << ended.err;
+    EXPECT_EQ(scene.snapshot(), before) << name;
+  }
+}
+
+TEST(CommandLine, ConfigurationFaultsNameFileAndEntry) {
+  const Scene scene;
+  const std::string registry = scene.storage().registry_file().string();
+  const std::string config = (scene.root() / "etc" / "storage.cfg").string();
+  const std::string good_registry = support::read_text(registry);
+  const std::string root_entry = "RootDir = " + scene.root().string() + "\n";
+  const std::string aborting = "Aborting with error:  ";
+  const std::string no_log_dir = "Failed to locate the <dedupe_storage>/log directory\n\t";
+  const struct {
+    std::string registry_text;
+    std::string config_text;
+    std::string error;
+  } rows[] = {
+      {"[Other]\na=b\n", "",
+       aborting + "Failed to locate the ConfigFilePath entry for section StoragePoolAuthority in " +
+           registry + " .\n"},
+      {"[StoragePoolAuthority]\nConfigFilePath=/no/such\n", "",
+       aborting + "The file /no/such does not exist.\n"},
+      {good_registry, "[Storage]\nRootDir=\n",
+       aborting + "Failed to locate the RootDir entry for section Storage in " + config + " .\n"},
+      {good_registry, "[Storage]\n; comment\n# another\n\nnonsense\n", aborting + config + "(5): "},
+      {good_registry, "[Storage]\n" + root_entry, no_log_dir + "\n"},
+      {good_registry, "[Storage]\n" + root_entry + "LogDir=" + config + "\n",
+       no_log_dir + config + "\n"},
+  };
+  for (const auto& row : rows) {
+    support::write_text(registry, row.registry_text);
+    support::write_text(config, row.config_text);
+    const Ended ended = scene.scan();
+    EXPECT_EQ(ended.exit_status, 1) << row.error;
+    EXPECT_TRUE(starts_with(ended.err, row.error)) << row.error << "got " << ended.err;
+    EXPECT_FALSE(fs::exists(scene.lock_file())) << row.error;
+  }
+  const Ended missing = support::run({MDFIXUP_PROGRAM, "--dry_run"}, {{"KSREGISTRY", "/no/such"}});
+  EXPECT_EQ(missing.err, aborting + "Failed to locate the ksregistry path: /no/such.\n");
+  const Ended by_default = support::run({MDFIXUP_PROGRAM, "--dry_run"}, {{"KSREGISTRY", ""}});
+  EXPECT_TRUE(contains(by_default.err, "/etc/ksregistry.cfg")) << by_default.err;
+}
+
+TEST(CommandLine, RunLogTellsStartModeErrorsSummaryAndEnd) {
+  const Scene scene;
+  EXPECT_EQ(scene.scan().exit_status, 0);
+  EXPECT_EQ(scene.run({"--force"}).exit_status, 1);
+  const std::string log = scene.run_log();
+  for (const char* part :
+       {"arguments --tvr_location ", "mode: client name case scan",
+        "summary: policy directories 0, failed 0, POs 0,", "no policy directory was found",
+        "end: exit status 0", "error pid=", "The --force option requires", "end: exit status 1"}) {
+    EXPECT_TRUE(contains(log, part)) << part << " not in " << log;
+  }
+  const auto mode = fs::status(scene.storage().log_dir() / "mdfixup" / "mdfixup.log").permissions();
+  EXPECT_EQ(mode & fs::others_all, fs::no_perms);
+}
+
+TEST(CommandLine, RunLogThatCannotBeOpenedEndsTheRun) {
+  const Scene scene;
+  const fs::path log = scene.storage().log_dir() / "mdfixup" / "mdfixup.log";
+  fs::create_directories(log);
+  const Ended ended = scene.scan();
+  EXPECT_EQ(ended.exit_status, 1);
+  EXPECT_TRUE(
+      starts_with(ended.err, "Aborting with error:  could not open the log file " + log.string()))
+      << ended.err;
+  EXPECT_FALSE(fs::exists(scene.lock_file()));
+}
+
+}  // namespace

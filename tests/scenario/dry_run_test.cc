@@ -1,0 +1,214 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <ctime>
+
+#include <boost/algorithm/string/predicate.hpp>
+#include <boost/filesystem/operations.hpp>
+
+#include "platform/spadb.h"
+#include "sandbox/planter.h"
+#include "tests/support/scene.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+using boost::algorithm::contains;
+using boost::algorithm::ends_with;
+using boost::algorithm::starts_with;
+using support::Ended;
+using support::lines_beginning;
+using support::Scene;
+
+const std::string k_header = "backupid|client_name|policy_name|copy_num|\n";
+
+std::string orphan(const std::string& time, const std::string& copy) {
+  return "{client: hosta, policy: p, backup_time: " + time + ", copy_number: " + copy + "}.\n";
+}
+
+// The lines of the missing-images report behind its header.
+std::vector<std::string> missing(const Scene& scene) {
+  const std::string report = scene.logs("MissingImages_");
+  EXPECT_TRUE(starts_with(report, k_header)) << report;
+  return lines_beginning(report.substr(k_header.size()), "");
+}
+
+TEST(DryRun, ReportsExactlyWhatWasPlanted) {
+  for (const std::uint64_t seed : {1, 2}) {
+    const Scene scene;
+    sandbox::Plan plan;
+    plan.clients = 8;
+    plan.copies = 3;
+    plan.seed = seed;
+    const sandbox::Planted planted = sandbox::plant(scene.storage(), plan);
+    const auto before = scene.snapshot();
+    for (const int threads : {1, 4}) {
+      fs::remove_all(scene.storage().log_dir() / "metadata_consistency");
+      const Ended ended = scene.dry_run(threads);
+      SCOPED_TRACE("seed " + std::to_string(seed) + ", threads " + std::to_string(threads));
+      EXPECT_EQ(ended.exit_status, 0);
+      EXPECT_EQ(ended.err, "");
+      EXPECT_EQ(lines_beginning(ended.out, "{"), planted.orphan_lines);
+      EXPECT_TRUE(contains(ended.out, "\n\nImages that would be deleted:\n{")) << ended.out;
+      EXPECT_TRUE(ends_with(ended.out, "mdfixup finished successfully.\n"));
+      EXPECT_EQ(missing(scene), planted.missing_lines);
+      const std::string log = scene.logs("OrphanImages_");
+      EXPECT_TRUE(starts_with(log, "Number of threads:           " + std::to_string(threads) +
+                                       "\nDeduplication metadata dir:  "));
+      EXPECT_EQ(lines_beginning(log, "Would have deleted the POs for the image: {").size(),
+                planted.orphan_lines.size());
+      const std::string summary = "failed 0, POs " + std::to_string(planted.pos) + ", copies " +
+                                  std::to_string(planted.copies) + ", orphan copies " +
+                                  std::to_string(planted.orphan_lines.size()) +
+                                  ", missing copies " +
+                                  std::to_string(planted.missing_lines.size()) + ", ";
+      EXPECT_TRUE(contains(scene.run_log(), summary)) << scene.run_log();
+    }
+    EXPECT_EQ(scene.snapshot(), before);
+  }
+}
+
+TEST(DryRun, ComparesCopyByCopy) {
+  const Scene scene;
+  scene.put("hosta", "p",
+            {"hosta_1000_C1_F1.img", "hosta_1000_C1_HDR.info", "hosta_1000_C2_F1.img",
+             "hosta_2000_C1_F1.img", "hosta_3000_C10_TIR1.map", "hosta_5000_C1_F1.img[R]"});
+  scene.storage().list_image("hosta", "p", 1000, {1, 1});     // copy 2 is an orphan
+  scene.storage().list_image("hosta", "p", 2000, {1, 2, 2});  // copy 2 is missing
+  scene.storage().list_image("hosta", "p", 3000, {10}, "dp_elsewhere");
+  scene.storage().list_image("hosta", "p", 4000, {3});
+  scene.storage().list_image("hosta", "q", 6000, {2, 1});  // no directory
+  fs::create_directories(scene.storage().policy_dir("hosta", "without_database"));
+  scene.storage().list_image("hosta", "without_database", 7000, {1});
+  const Ended ended = scene.dry_run();
+  EXPECT_EQ(ended.exit_status, 0) << ended.err;
+  const std::vector<std::string> orphans{orphan("1000", "2"), orphan("3000", "10"),
+                                         orphan("5000", "1")};
+  EXPECT_EQ(lines_beginning(ended.out, "{"), orphans);
+  EXPECT_TRUE(contains(ended.out, orphans[0] + orphans[1] + orphans[2])) << "in ascending order";
+  const std::vector<std::string> expected{"hosta_2000|hosta|p|2|\n", "hosta_4000|hosta|p|3|\n",
+                                          "hosta_6000|hosta|q|1|\n", "hosta_6000|hosta|q|2|\n",
+                                          "hosta_7000|hosta|without_database|1|\n"};
+  EXPECT_EQ(missing(scene), expected);
+  EXPECT_TRUE(contains(scene.logs("MissingImages_"), "|q|2|\nhosta_6000|hosta|q|1|\n"));
+}
+
+TEST(DryRun, NamesThatDoNotParseAreReportedAndLeftOut) {
+  const Scene scene;
+  scene.put("hosta", "p",
+            {"EVENT_1_C1_F1.img", "hosta_x_C1_F1.img", "hosta_1", "HostA_1_C1_F1.img"});
+  const Ended ended = scene.dry_run();
+  EXPECT_EQ(ended.exit_status, 0) << ended.err;
+  EXPECT_EQ(lines_beginning(ended.out, "{").size(), 0U);
+  const std::string begin = "ERROR: could not parse PO file name; ";
+  const std::string end = "; dirname " + scene.storage().policy_dir("hosta", "p").string() + "\n";
+  const std::vector<std::string> expected{
+      begin + "bad lexical cast: source type value could not be interpreted as target" + end,
+      begin + "hosta_1 has too few underscores" + end,
+      begin + "the client directory name hosta does not match the case of HostA" + end};
+  const std::string log = scene.logs("OrphanImages_");
+  EXPECT_EQ(lines_beginning(log, begin), expected);
+  EXPECT_TRUE(contains(log, "\tbasename hosta_x_C1_F1.img\n")) << log;
+}
+
+TEST(DryRun, EmptyCatalogReportsEveryImageOfTheHorizon) {
+  const Scene scene;
+  const std::int64_t now = std::time(nullptr);
+  const std::string recent = std::to_string(now - 86400);
+  scene.storage().list_image("hosta", "p", now - 86400, {1});
+  scene.storage().list_image("hosta", "p", now - 90 * 86400, {1});
+  const Ended ended = scene.dry_run(4, {"--catalog_backup_time", std::to_string(now - 3600)});
+  EXPECT_EQ(ended.exit_status, 0) << ended.err;
+  EXPECT_EQ(missing(scene), std::vector<std::string>{"hosta_" + recent + "|hosta|p|1|\n"});
+  EXPECT_TRUE(contains(scene.run_log(), "no policy directory was found"));
+}
+
+TEST(DryRun, PendingImportsRefuseTheRun) {
+  const std::string waiting =
+      "Some images are waiting to be imported, Please run again after import job completed!\n"
+      "If you decide to delete the metadata for all images, Please refer to "
+      "--FORCE_CONSISTENCY_ALL_IMAGE option.\n";
+  const std::string no_table = "ERROR: Failed to get the events table in SpaDB\n";
+  const struct {
+    std::vector<std::string> events;
+    std::string statements;
+    std::string pending;
+    std::string error;
+  } rows[] = {
+      {{"x"}, "", "", ""},
+      {{"x", "at IMAGEREPEVENT{size:1;}"}, "", "", waiting},
+      {{"IMAGEREPEVENT{ size:1"}, "", "", ""},
+      {{}, "", "\n", waiting},
+      {{}, "DROP TABLE events", "", no_table},
+      {{}, "DROP TABLE events; CREATE VIEW events AS SELECT 'x' AS eventstring", "", no_table},
+  };
+  for (const auto& row : rows) {
+    const Scene scene;
+    const fs::path spa = scene.root() / "spa.db";
+    fs::remove(spa);
+    SpaDB::create_spa_database(scene.root().string(), 1, row.events);
+    if (!row.statements.empty()) support::sqlite(spa, row.statements);
+    support::write_text(scene.storage().product() / "pending_imports", row.pending);
+    const Ended ended = scene.dry_run();
+    EXPECT_EQ(ended.err, row.error);
+    EXPECT_EQ(ended.exit_status, row.error.empty() ? 0 : 1);
+    EXPECT_EQ(scene.dry_run(1, {"--FORCE_CONSISTENCY_ALL_IMAGE"}).exit_status, 0);
+  }
+  const Scene scene;
+  support::write_text(scene.root() / "spa.db", std::string(4096, 'x'));
+  EXPECT_EQ(scene.dry_run().err, no_table);
+  fs::remove(scene.root() / "spa.db");
+  EXPECT_EQ(scene.dry_run().err, no_table);
+  EXPECT_FALSE(fs::exists(scene.root() / "spa.db"));
+}
+
+TEST(DryRun, DiskPoolIsFoundFromTheHostNameOrGiven) {
+  const Scene scene;
+  scene.put("hosta", "p", {"hosta_1000_C1_F1.img"});
+  scene.storage().list_image("hosta", "p", 1000, {1}, "dp_given");
+  EXPECT_EQ(lines_beginning(scene.dry_run().out, "{").size(), 1U);
+  const Ended given = scene.dry_run(1, {"--tvr_disk_pool", "dp_given"});
+  EXPECT_EQ(lines_beginning(given.out, "{").size(), 0U);
+  scene.script("tvdevinfo", "echo V9 dp 1 2 3 4 5 6 7 8 9 elsewhere\n");
+  const Ended unknown = scene.dry_run();
+  EXPECT_EQ(unknown.exit_status, 1);
+  EXPECT_EQ(unknown.err,
+            "The Tavrin disk pool name cannot be determined from the hostname.\n"
+            "Use the --tvr_disk_pool option to specify the disk pool name.\n");
+}
+
+TEST(DryRun, LooksForItsDirectoriesFirst) {
+  const Scene scene;
+  fs::remove_all(scene.root() / "catalog");
+  const Ended no_catalog = scene.dry_run();
+  EXPECT_EQ(no_catalog.exit_status, 1);
+  EXPECT_EQ(no_catalog.err, "ERROR: The Tavrin Deduplication Catalog directory (" +
+                                (scene.root() / "catalog").string() + ") does not exist.\n");
+  const fs::path admincmd = scene.admincmd("x").parent_path();
+  fs::remove_all(admincmd);
+  EXPECT_EQ(scene.dry_run().err,
+            "ERROR: The Tavrin admincmd directory ( " + admincmd.string() + " ) does not exist\n.");
+  const fs::path odd = scene.root() / "a b";
+  fs::create_directories(odd / "tavrin" / "bin" / "admincmd");
+  fs::create_directories(scene.root() / "catalog");
+  const Ended shell = scene.dry_run(1, {"--tvr_location", odd.string()});
+  EXPECT_EQ(shell.exit_status, 1);
+  EXPECT_TRUE(contains(shell.err, odd.string() + " ) holds a character")) << shell.err;
+}
+
+TEST(DryRun, ClosedStandardOutputDoesNotEndTheRun) {
+  const Scene scene;
+  sandbox::plant(scene.storage(), sandbox::Plan());
+  const std::string fifo = (scene.root() / "pipe").string();
+  // The shell's reader goes away at once; what the program prints meets a broken pipe.
+  support::run(
+      {"sh", "-c",
+       "mkfifo " + fifo + "; true < " + fifo +
+           " & " MDFIXUP_PROGRAM " --FORCE_DEDUPE_METADATA_CONSISTENCY --dry_run --tvr_location " +
+           scene.storage().product().string() + " > " + fifo},
+      {{"KSREGISTRY", scene.storage().registry_file().string()}});
+  EXPECT_TRUE(contains(scene.run_log(), "end: exit status 0")) << scene.run_log();
+  EXPECT_TRUE(contains(scene.run_log(), "policy directories 6, failed 0")) << scene.run_log();
+}
+
+}  // namespace

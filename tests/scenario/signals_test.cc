@@ -1,0 +1,78 @@
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <boost/algorithm/string/predicate.hpp>
+#include <boost/filesystem/operations.hpp>
+
+#include "tests/support/scene.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+using boost::algorithm::contains;
+using support::Scene;
+
+// A dry run that stops in the middle of its first directory until the test lets it go on.
+class SignalledRun {
+ public:
+  SignalledRun() {
+    for (const char* client : {"hosta", "hostb", "hostc"}) m_scene.put(client, "p", {});
+    support::run({"mkfifo", fifo("ready"), fifo("go")});
+    // The first call reports itself and waits; any other one leaves its arguments behind.
+    m_scene.script("tvimagequery", "if mkdir " + fifo("first") + " 2>/dev/null; then echo > " +
+                                       fifo("ready") + "; read line < " + fifo("go") +
+                                       "; else echo \"$*\" >> " + fifo("calls") +
+                                       "; fi\nexit 227\n");
+    m_child = m_scene.start({"--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run"});
+    support::read_text(fifo("ready"));
+  }
+
+  void send_and_await_notice(int signal) {
+    m_child->send(signal);
+    while (!contains(m_child->err(), "\n")) {
+    }
+  }
+
+  support::Ended go_on() {
+    support::write_text(fifo("go"), "\n");
+    return m_child->wait();
+  }
+
+  support::Child& child() { return *m_child; }
+  const Scene& scene() const { return m_scene; }
+  std::string later_calls() const { return support::read_text(fifo("calls")); }
+
+ private:
+  std::string fifo(const std::string& name) const { return (m_scene.root() / name).string(); }
+
+  Scene m_scene;
+  std::unique_ptr<support::Child> m_child;
+};
+
+TEST(Signals, FirstOneFinishesTheDirectoryInHandAndStops) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    SignalledRun run;
+    run.send_and_await_notice(signal);
+    const support::Ended ended = run.go_on();
+    EXPECT_EQ(ended.exit_status, 1);
+    EXPECT_EQ(std::count(ended.err.begin(), ended.err.end(), '\n'), 1) << ended.err;
+    EXPECT_FALSE(contains(ended.out, "finished successfully"));
+    EXPECT_EQ(run.later_calls(), "") << "neither another directory nor the final listing";
+    EXPECT_FALSE(fs::exists(run.scene().lock_file()));
+    const std::string log = run.scene().run_log();
+    EXPECT_TRUE(contains(log, "policy directories 1, failed 0,")) << log;
+    EXPECT_TRUE(contains(log, "interrupted")) << log;
+  }
+}
+
+TEST(Signals, SecondOneTakesItsDefaultAction) {
+  SignalledRun run;
+  run.send_and_await_notice(SIGINT);
+  run.child().send(SIGTERM);
+  const support::Ended ended = run.child().wait();
+  EXPECT_EQ(ended.signal, SIGTERM);
+  EXPECT_TRUE(fs::exists(run.scene().lock_file()));
+  support::write_text(run.scene().root() / "go", "\n");  // lets the command end
+}
+
+}  // namespace

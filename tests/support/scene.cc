@@ -1,0 +1,84 @@
+#include "tests/support/scene.h"
+
+#include <algorithm>
+#include <sstream>
+
+#include <boost/algorithm/string/predicate.hpp>
+#include <boost/filesystem/operations.hpp>
+
+namespace fs = boost::filesystem;
+
+namespace support {
+
+using boost::algorithm::starts_with;
+
+fs::path Scene::admincmd(const std::string& name) const {
+  return m_storage.product() / "tavrin" / "bin" / "admincmd" / name;
+}
+
+fs::path Scene::po_db(const std::string& client, const std::string& policy) const {
+  return m_storage.policy_dir(client, policy) / "po.db";
+}
+
+void Scene::put(const std::string& client, const std::string& policy,
+                const std::vector<std::string>& basenames) const {
+  sandbox::PolicyDirWriter dir(m_storage.policy_dir(client, policy), 16, 1);
+  for (const std::string& basename : basenames) dir.put(basename);
+  dir.finish();
+}
+
+void Scene::script(const std::string& name, const std::string& text) const {
+  write_script(admincmd(name), text);
+}
+
+std::unique_ptr<Child> Scene::start(const std::vector<std::string>& arguments,
+                                    const std::string& out) const {
+  std::vector<std::string> all{MDFIXUP_PROGRAM, "--tvr_location", m_storage.product().string()};
+  all.insert(all.end(), arguments.begin(), arguments.end());
+  const Child::Environment environment{{"KSREGISTRY", m_storage.registry_file().string()}};
+  return std::make_unique<Child>(all, environment, out);
+}
+
+Ended Scene::run(const std::vector<std::string>& arguments) const {
+  return start(arguments)->wait();
+}
+
+Ended Scene::scan(int threads) const {
+  return run({"--scan_client_name_case", "--num_threads", std::to_string(threads)});
+}
+
+Ended Scene::dry_run(int threads, std::vector<std::string> more) const {
+  more.insert(more.begin(), {"--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run", "--num_threads",
+                             std::to_string(threads)});
+  return run(more);
+}
+
+std::string Scene::logs(const std::string& prefix) const {
+  std::string text;
+  for (const auto& entry : fs::recursive_directory_iterator(m_storage.log_dir())) {
+    if (starts_with(entry.path().filename().string(), prefix)) text += read_text(entry.path());
+  }
+  return text;
+}
+
+std::map<std::string, std::string> Scene::snapshot() const {
+  std::map<std::string, std::string> files;
+  for (const auto& entry : fs::recursive_directory_iterator(root())) {
+    if (starts_with(entry.path().string(), m_storage.log_dir().string())) continue;
+    const bool is_file = fs::is_regular_file(entry.symlink_status());
+    files[entry.path().string()] = is_file ? read_text(entry.path()) : "";
+  }
+  return files;
+}
+
+std::vector<std::string> lines_beginning(const std::string& text, const std::string& prefix) {
+  std::istringstream stream(text);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(stream, line);) {
+    if (starts_with(line, prefix)) lines.push_back(line + "\n");
+  }
+  std::sort(lines.begin(), lines.end());
+  return lines;
+}
+
+}  // namespace support

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "sandbox/storage_builder.h"
+#include "tests/support/child.h"
+#include "tests/support/temp_dir.h"
+
+namespace support {
+
+// A storage in a temporary directory, and the program to run on it.
+class Scene {
+ public:
+  Scene() : m_storage(m_dir.path() / "kestrel") {}
+
+  const sandbox::StorageBuilder& storage() const { return m_storage; }
+  const boost::filesystem::path& root() const { return m_storage.root(); }
+  boost::filesystem::path lock_file() const { return root() / "mdfixup.lock"; }
+  boost::filesystem::path admincmd(const std::string& name) const;
+  boost::filesystem::path po_db(const std::string& client, const std::string& policy) const;
+
+  // Stores POs of these names in a policy directory.
+  void put(const std::string& client, const std::string& policy,
+           const std::vector<std::string>& basenames) const;
+
+  // Replaces a command of the product by a shell script.
+  void script(const std::string& name, const std::string& text) const;
+
+  // Runs the program with the arguments, the product's location in front, and waits for it.
+  Ended run(const std::vector<std::string>& arguments) const;
+  Ended scan(int threads = 1) const;
+  Ended dry_run(int threads = 1, std::vector<std::string> more = {}) const;
+
+  // Starts it. Its output goes to `out`, to a file of its own by default.
+  std::unique_ptr<Child> start(const std::vector<std::string>& arguments,
+                               const std::string& out = "") const;
+
+  // All logs below the log directory whose names begin so, one behind the other.
+  std::string logs(const std::string& prefix) const;
+  std::string run_log() const { return logs("mdfixup.log"); }
+
+  // Every file of the storage but the logs, with its content.
+  std::map<std::string, std::string> snapshot() const;
+
+ private:
+  TempDir m_dir;
+  sandbox::StorageBuilder m_storage;
+};
+
+// The lines of `text` that begin so, sorted, with their line ends.
+std::vector<std::string> lines_beginning(const std::string& text, const std::string& prefix);
+
+}  // namespace support

@@ -1,0 +1,122 @@
+#include "tvr_utils/tvr_image_iterator.h"
+
+#include <gtest/gtest.h>
+
+#include <boost/lexical_cast.hpp>
+
+#include "platform/status.h"
+#include "tests/support/temp_dir.h"
+
+namespace {
+
+std::string image(const std::string& client, const std::string& policy, const std::string& time) {
+  return "IMAGE " + client + " 2 3 4  5 " + policy + " 7 8 9 10 11 12 " + time + "\n";
+}
+
+std::string frag(const std::string& copy, const std::string& number, const std::string& value,
+                 const std::string& media = "a;b;c;pool;e") {
+  return "FRAG " + copy + " " + number + " 3 4 5 6 7 8 9 10 11 12 13 14 " + media +
+         " 16 17 18 19 " + value + " 21 22 23 24 25\n";
+}
+
+template <class Numbers>
+std::string joined(const Numbers& numbers) {
+  std::string text;
+  for (const auto number : numbers) text += (text.empty() ? "" : ",") + std::to_string(number);
+  return text;
+}
+
+// Every image that the listing gives, a line each, and how it failed if it did.
+std::string images(const std::string& output, const std::string& end, bool filtered = true) {
+  const support::TempDir dir;
+  support::write_text(dir.path() / "listing", output);
+  support::write_script(dir.path() / "tvimagequery",
+                        "echo \"$*\" > $0.args; cat $0.listing 2>/dev/null || cat " +
+                            (dir.path() / "listing").string() + "\n" + end + "\n");
+  std::string result;
+  try {
+    const TVRImageIterator last;
+    const auto listing = filtered
+                             ? std::make_unique<TVRImageIterator>(dir.path(), "pool", "c", "p", 53)
+                             : std::make_unique<TVRImageIterator>(dir.path(), "pool", 53);
+    for (TVRImageIterator& it = *listing; it != last; ++it) {
+      result += it->client_name + " " + it->policy_name + " " + std::to_string(it->backup_time) +
+                " " + joined(it->copy_numbers) + " " + joined(it->fragment_numbers) + " " +
+                joined(it->frag_values) + "\n";
+    }
+  } catch (const Cr_ErrnoException& error) {
+    result += "status " + std::to_string(error.GetStatus());
+  } catch (const boost::bad_lexical_cast&) {
+    result += "bad cast";
+  }
+  EXPECT_EQ(support::read_text(dir.path() / "tvimagequery.args"),
+            filtered ? "-client c -policy p -hoursago 53\n" : "-hoursago 53\n");
+  return result;
+}
+
+TEST(TVRImageIterator, DeliversImagesWithAcceptedFragments) {
+  const std::string one = image("c", "p", "10") + frag("1", "1", "5");
+  const std::string one_image = "c p 10 1,1 1,0 5,5\n";
+  const struct {
+    std::string output;
+    std::string end;
+    std::string images;
+  } rows[] = {
+      {"", "", ""},
+      {"no entity was found\n", "exit 227", ""},
+      {"no entity was found in the catalog\nmore\n", "exit 227", ""},
+      {one, "", one_image},
+      {one, "exit 227", one_image},
+      {image("c", "p", "-7") + frag("1", "f", "5") + frag("1", "1", "5"), "", "bad cast"},
+      {image("c", "p", "-7") + frag("1", "1", "5") + frag("1", "+2", "9") + frag("2", "-3", "3"),
+       "", "c p -7 1,1,2,1,2 1,2,-3,0,0 5,9,3,9,3\n"},
+      {image("c", "p", "9") + one, "", one_image},
+      {image("c", "p", "9") + frag("1", "1", "5", "a;b;c;other;e") + one, "", one_image},
+      {image("c", "p", "9") + frag("1", "1", "5", "a;b;c;pool") + one, "", one_image},
+      {image("c", "p", "9") + frag("x", "1", "5", "a;b;c;other;e") + one, "", one_image},
+      {image("c", "p", "9") + frag("1", "1", "5", ";b;;c;pool;e"), "", "c p 9 1,1 1,0 5,5\n"},
+      {image("c", "p", "9") + frag("1", "1", "5", "a;;b;c;pool;"), "", "c p 9 1,1 1,0 5,5\n"},
+      {one + image("C", "p", "11") + frag("1", "1", "6") + image("c", "p", "12") +
+           frag("2", "1", "7"),
+       "", one_image + "c p 12 2,2 1,0 7,7\n"},
+      {one + image("c", "q", "11") + frag("1", "1", "6"), "", one_image},
+      {one + image("c", "p", "11"), "", one_image},
+      {one + "HISTO 1 2\n\n" + frag("1", "2", "3"), "", "c p 10 1,1,1 1,2,0 5,3,5\n"},
+      {one + image("c", "p", "11").substr(0, 30), "", one_image},
+      {image("c", "p", "12"), "printf 'FRAG 1'", "status 4"},
+      {image("c", "p", "1x"), "", "bad cast"},
+      {image("c", "p", ""), "", "bad cast"},
+      {"IMAGE c 2 3 4 5 p 7 8 9 10 11 12\n", "", "status 4"},
+      {one, "exit 25", one_image + "status 17"},
+      {image("c", "q", "10") + frag("1", "1", "5"), "exit 25", "status 17"},
+      {image("c", "p", "10"), "exit 37", "status 53"},
+      {one, "exit 141", one_image + "status 4"},
+      {one, "kill -TERM $PPID", one_image + "status 99"},
+      {"", "printf xx", "status 4"},
+      {"", "printf x", ""},
+      {"", "printf IMAGES", ""},
+      {"", "exit 1", "status 4"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(images(row.output, row.end), row.images) << row.output << row.end;
+  }
+}
+
+TEST(TVRImageIterator, UnfilteredListingTakesEveryClient) {
+  EXPECT_EQ(images(image("c", "p", "1") + frag("1", "1", "5") + image("d", "q", "2") +
+                       frag("3", "1", "6"),
+                   "", false),
+            "c p 1 1,1 1,0 5,5\nd q 2 3,3 1,0 6,6\n");
+}
+
+TEST(TVRImageIterator, AbandonedListingClosesQuietlyAndItsEndIsFinal) {
+  const support::TempDir dir;
+  support::write_script(dir.path() / "tvimagequery", "echo '" + image("c", "p", "1") +
+                                                         frag("1", "1", "5") + "'; yes '" +
+                                                         image("c", "p", "2") + "'; exit 25\n");
+  { const TVRImageIterator abandoned(dir.path(), "pool", 1); }
+  TVRImageIterator end;
+  EXPECT_THROW(++end, Cr_ErrnoException);
+}
+
+}  // namespace
