@@ -19,8 +19,8 @@ bool is_pending_replication(const std::vector<SpaDB::CColumn>& record) {
   });
 }
 
-Events unreadable(const std::string& what, cr_status_t status) {
-  ErrorA(what + ": " + CRStatusToStringA(status));
+Events unreadable(const std::string& reason) {
+  ErrorA("the SPA database " + reason);
   return Events::unreadable;
 }
 
@@ -28,9 +28,9 @@ Events unreadable(const std::string& what, cr_status_t status) {
 Events read_events(const boost::filesystem::path& storage_root) {
   SpaDB::CSpaDatabase& database = SpaDB::CSpaDatabase::Instance();
   cr_status_t status = database.open(storage_root.string());
-  if (status != k_status_ok) return unreadable("could not open the SPA database", status);
+  if (status != k_status_ok) return unreadable("could not be opened: " + CRStatusToStringA(status));
   const auto table = database.GetTable("events");
-  if (table == nullptr) return unreadable("no events table", k_status_db_foreign);
+  if (table == nullptr) return unreadable("has no events table");
   status = table->ListRecordsStart({});
   Events result = Events::none_pending;
   std::vector<SpaDB::CColumn> record;
@@ -39,7 +39,7 @@ Events read_events(const boost::filesystem::path& storage_root) {
     if (status == k_status_ok && is_pending_replication(record)) result = Events::pending;
   }
   if (status == k_status_end_of_iteration) return result;
-  return unreadable("could not list the events of the SPA database", status);
+  return unreadable("could not be read to its end: " + CRStatusToStringA(status));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "tool/run_task.h"
 
 #include <chrono>
+#include <exception>
 #include <string>
 
 #include "catalog/base_traverse_catalog.h"
@@ -27,13 +28,31 @@ void log_totals(const catalog::RunTotals& totals, std::chrono::steady_clock::dur
   if (totals.dirs() == 0) WarningA("no policy directory was found in the catalog");
 }
 
+// Logs the counts when it goes out of scope: a run that throws has done some work too.
+class TotalsLogger {
+ public:
+  explicit TotalsLogger(const catalog::RunTotals& totals) : m_totals(totals) {}
+  TotalsLogger(const TotalsLogger&) = delete;
+  TotalsLogger& operator=(const TotalsLogger&) = delete;
+  ~TotalsLogger() {
+    try {
+      log_totals(m_totals, std::chrono::steady_clock::now() - m_start);
+    } catch (const std::exception&) {
+      // Without memory for a line of the log, what ended the run is still told.
+    }
+  }
+
+ private:
+  const catalog::RunTotals& m_totals;
+  const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
+};
+
 }  // namespace
 
 bool run_task(catalog::BaseTraverseCatalog& task) {
-  const auto start = std::chrono::steady_clock::now();
+  const TotalsLogger logger(task.totals());
   const bool traversed = task.traverse();
   task.summarize_impl();
-  log_totals(task.totals(), std::chrono::steady_clock::now() - start);
   if (util::interrupted()) InfoA("the run was interrupted by a signal");
   return traversed && !util::interrupted();
 }

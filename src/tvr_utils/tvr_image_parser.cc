@@ -4,6 +4,7 @@
 #include <array>
 #include <map>
 
+#include "platform/run_log.h"
 #include "platform/status.h"
 #include "util/split.h"
 #include "util/to_number.h"
@@ -61,6 +62,11 @@ void BaseTVRImageIteratorImpl::increment() {
     } else {
       end_iteration();
     }
+  } catch (const boost::bad_lexical_cast&) {
+    // Its text tells neither field nor line.
+    ErrorA("not a number in the tvimagequery line: " + std::string(m_line));
+    end_iteration();
+    throw;
   } catch (...) {
     end_iteration();
     throw;

@@ -33,26 +33,27 @@ void request_stop(int /*signal*/) {
 // Not SIG_IGN: children would inherit that, and one that we stop reading would never end.
 void do_nothing(int /*signal*/) {}
 
+void install(int signal, void (*handler)(int)) {
+  struct sigaction action {};
+  action.sa_handler = handler;
+  action.sa_flags = SA_RESTART;  // reads and waits go on; the flag is looked at between directories
+  (void)::sigaction(signal, &action, nullptr);
+}
+
 }  // namespace
 
-SignalGuard::SignalGuard() : m_saved{{{SIGINT, {}}, {SIGTERM, {}}, {SIGHUP, {}}, {SIGPIPE, {}}}} {
+SignalGuard::SignalGuard() : m_saved{{{SIGINT, {}}, {SIGTERM, {}}, {SIGHUP, {}}}} {
   s_interrupted.store(false);
+  install(SIGPIPE, do_nothing);
   for (Saved& saved : m_saved) {
-    install(saved, saved.signal == SIGPIPE ? do_nothing : request_stop);
+    (void)::sigaction(saved.signal, nullptr, &saved.action);
+    const bool kept_ignored = saved.signal == SIGHUP && saved.action.sa_handler == SIG_IGN;
+    if (!kept_ignored) install(saved.signal, request_stop);
   }
 }
 
 SignalGuard::~SignalGuard() {
   for (const Saved& saved : m_saved) (void)::sigaction(saved.signal, &saved.action, nullptr);
-}
-
-void SignalGuard::install(Saved& saved, void (*handler)(int)) {
-  struct sigaction action {};
-  action.sa_handler = handler;
-  action.sa_flags = SA_RESTART;  // reads and waits go on; the flag is looked at between directories
-  (void)::sigaction(saved.signal, nullptr, &saved.action);
-  const bool kept_ignored = saved.signal == SIGHUP && saved.action.sa_handler == SIG_IGN;
-  if (!kept_ignored) (void)::sigaction(saved.signal, &action, nullptr);
 }
 
 bool interrupted() {

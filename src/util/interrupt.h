@@ -7,12 +7,14 @@
 namespace util {
 
 // While one lives: the first SIGINT, SIGTERM or SIGHUP says so on standard error and asks the run
-// to stop early; a second one takes its default action. SIGPIPE is caught and does nothing, so that
-// a closed standard output does not end a run half-way. A SIGHUP that the caller ignores (nohup)
+// to stop early; a second one takes its default action. A SIGHUP that the caller ignores (nohup)
 // stays ignored.
 //
+// SIGPIPE is caught from then on and does nothing, so that a closed standard output does not end a
+// run half-way; it stays caught, since what a stream still holds is written as the process ends.
+//
 // Threads: made and destroyed on the main thread while no other runs; one at a time.
-// Errors: none; the destructor restores what was there.
+// Errors: none; the destructor restores the three.
 class SignalGuard {
  public:
   SignalGuard();
@@ -25,9 +27,7 @@ class SignalGuard {
     int signal;
     struct sigaction action;
   };
-  void install(Saved& saved, void (*handler)(int));
-
-  std::array<Saved, 4> m_saved;
+  std::array<Saved, 3> m_saved;
 };
 
 // Whether a signal has asked the run to stop early. May be called from any thread.

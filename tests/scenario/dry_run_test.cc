@@ -201,12 +201,13 @@ TEST(DryRun, ClosedStandardOutputDoesNotEndTheRun) {
   sandbox::plant(scene.storage(), sandbox::Plan());
   const std::string fifo = (scene.root() / "pipe").string();
   // The shell's reader goes away at once; what the program prints meets a broken pipe.
-  support::run(
+  const Ended ended = support::run(
       {"sh", "-c",
        "mkfifo " + fifo + "; true < " + fifo +
            " & " MDFIXUP_PROGRAM " --FORCE_DEDUPE_METADATA_CONSISTENCY --dry_run --tvr_location " +
            scene.storage().product().string() + " > " + fifo},
       {{"KSREGISTRY", scene.storage().registry_file().string()}});
+  EXPECT_EQ(ended.exit_status, 0);
   EXPECT_TRUE(contains(scene.run_log(), "end: exit status 0")) << scene.run_log();
   EXPECT_TRUE(contains(scene.run_log(), "policy directories 6, failed 0")) << scene.run_log();
 }
