@@ -96,10 +96,12 @@ cr_status_t SQLitePODB::list_basenames(const BasenameVisitor& visitor) {
   if (status != k_status_ok) return status;
   // The index behind UNIQUE holds the basenames alone, in byte order.
   SQLite::Statement names(*m_database, "SELECT basename FROM po ORDER BY basename");
-  while (names.executeStep()) {
-    const SQLite::Column name = names.getColumn(0);
-    const char* text = name.getText();
-    visitor(std::string_view(text, static_cast<std::size_t>(name.getBytes())));
+  if (names.executeStep()) {
+    const SQLite::Column name = names.getColumn(0);  // of whatever row the statement is on
+    do {
+      const char* text = name.getText();
+      visitor(std::string_view(text, static_cast<std::size_t>(name.getBytes())));
+    } while (names.executeStep());
   }
   names.reset();
   one_lock_cycle.commit();
