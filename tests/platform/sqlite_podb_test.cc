@@ -48,13 +48,6 @@ TEST_F(SQLitePODBTest, ListsInByteOrderAndKeepsEveryColumn) {
   create({"b"});
   EXPECT_EQ(support::sqlite(m_file, "SELECT count(*), hex(record) FROM po WHERE basename = 'b'"),
             "1|0027FF\n");
-  PO po;
-  po.basename = "n";
-  po.poid = "abc";
-  po.record = "12345";
-  std::string text;
-  po.to_string(text);
-  EXPECT_EQ(text, "basename=n poid=abc size=0 mtime=0 record=5");
 }
 
 TEST_F(SQLitePODBTest, ReadingCreatesNothing) {
@@ -83,7 +76,6 @@ TEST_F(SQLitePODBTest, AcceptsOurSchemaHoweverItIsWritten) {
       {"CREATE TABLE po (basename TEXT)", k_status_db_foreign},
       {"CREATE TABLE po (" + columns + "); CREATE TABLE other (x)", k_status_db_foreign},
       {"CREATE TABLE po (" + columns + "); CREATE INDEX i ON po (poid)", k_status_db_foreign},
-      {"CREATE TABLE po (" + columns + "); PRAGMA user_version = 2", k_status_db_newer},
   };
   for (const auto& row : rows) {
     fs::create_directories(m_policy);

@@ -16,17 +16,10 @@ using support::lines_beginning;
 using support::Scene;
 
 const std::string k_image =
-    "IMAGE hosta 0 0 13 hosta_1 p 0 *NULL* root Full 0 3 1000 64 1893456000";
+    "IMAGE hosta 0 0 13 hosta_1 p 0 *NULL* root Full 0 3 1000 64 1893456000\n";
 const std::string k_frag =
     "FRAG 1 1 1 0 2 6 1 media 65536 0 1000 0 0 *NULL* a;b;c;dp_sandbox;1 0 0 0 *NULL* 7 0 1 0 0 0 "
-    "1";
-
-// A listing script: nothing for the whole catalog, `text` and `exit_code` for a client and policy.
-std::string listing(const std::string& text, const std::string& end) {
-  return "case \"$*\" in *-client*) ;; *) echo no entity was found; exit 227 ;; esac\n"
-         "cat <<'END'\n" +
-         text + "END\n" + end + "\n";
-}
+    "1\n";
 
 std::string failed_dir(const Scene& scene, const std::string& status, const std::string& text) {
   return "ERROR (" + status +
@@ -35,58 +28,46 @@ std::string failed_dir(const Scene& scene, const std::string& status, const std:
 }
 
 TEST(ConsistencyFailures, FailedListingIsReportedAndMakesNoOrphans) {
-  const std::string call = "Could not call tvimagequery: ";
-  const std::string invalid =
-      call + "Invalid line in parsing; expected an IMAGE line,but received:\n\t";
-  const std::string unknown = "): UNKNOWN tvimagequery error; look in tavrin logs (e.g. tvcatd)";
-  const std::string half = k_image + "\n" + k_frag + "\n";
-  const struct {
-    std::string script;
-    std::string status;
-    std::string text;
-  } rows[] = {
-      {listing("", "exit 25"), "cannot connect to master server",
-       call + "tvimagequery error (25): cannot connect to master server"},
-      {listing(half, "exit 25"), "cannot connect to master server",
-       call + "tvimagequery error (25): cannot connect to master server"},
-      {listing("no entity was found\n", "exit 37"), "connection refused by master server",
-       call + "tvimagequery error (37): master server refused connection"},
-      {listing(half, "exit 2"), "malformed data", call + "tvimagequery error (2" + unknown},
-      {listing(k_image + "\n", "exit 2"), "malformed data",
-       call + "tvimagequery error (2" + unknown},
-      {listing(half, "kill -KILL $PPID"), "command ended by a signal",
-       call + "the pipe command did not exit"},
-      {listing("", "kill -PIPE $PPID"), "command ended by a signal",
-       call + "the pipe command did not exit"},
-      {listing("Error: no licence\n", ""), "malformed data", invalid + "Error: no licence"},
-      {listing("", "printf 'no entity was found'"), "malformed data",
-       invalid + "no entity was foun"},
-      {listing("no entity was found\n" + half, ""), "malformed data",
-       call + "Invalid line in parsing; expected no images,but received:\n\t" + k_image},
-      {listing("IMAGE hosta 0\n", ""), "malformed data",
-       call + "Invalid tvimagequery IMAGE line: IMAGE hosta 0"},
-      {listing(k_image + "\nFRAG 1\n", ""), "malformed data",
-       call + "Invalid tvimagequery FRAG line: FRAG 1"},
-      {listing(k_image + "\nFRAG x" + k_frag.substr(6) + "\n", ""), "malformed data",
-       "bad lexical cast: source type value could not be interpreted as target"},
-      {"head -c 1100000 /dev/zero | tr '\\0' x\n", "buffer too small",
-       call + "pipe buffer is too small"},
+  const std::string malformed = "malformed data";
+  const std::string died = "command ended by a signal";
+  const std::string invalid = "Invalid line in parsing; expected ";
+  const std::string unknown =
+      "tvimagequery error (2): UNKNOWN tvimagequery error; look in tavrin logs (e.g. tvcatd)";
+  const std::string half = k_image + k_frag;
+  const std::string no_image = "no entity was found";
+  // What is listed, how the command ends; the status and text that are reported.
+  const std::string rows[][4] = {
+      {half, "exit 25", "cannot connect to master server",
+       "tvimagequery error (25): cannot connect to master server"},
+      {no_image + "\n", "exit 37", "connection refused by master server",
+       "tvimagequery error (37): master server refused connection"},
+      {k_image, "exit 2", malformed, unknown},
+      {half, "kill -KILL $PPID", died, "the pipe command did not exit"},
+      {"Error: no licence\n", "", malformed,
+       invalid + "an IMAGE line,but received:\n\tError: no licence"},
+      {"", "printf '" + no_image + "'", malformed,
+       invalid + "an IMAGE line,but received:\n\tno entity was foun"},
+      {no_image + "\nIMAGE c\n", "", malformed, invalid + "no images,but received:\n\tIMAGE c"},
+      {"", "head -c 1100000 /dev/zero | tr '\\0' x", "buffer too small",
+       "pipe buffer is too small"},
   };
-  for (const auto& row : rows) {
+  for (const auto& [listing, end, status, text] : rows) {
     const Scene scene;
     scene.put("hosta", "p", {"hosta_1000_C1_F1.img", "hosta_9000_C1_F1.img"});
     scene.put("hostb", "p", {});
-    scene.script("tvimagequery", "case \"$*\" in *hostb*|*/*) exit 227 ;; esac\n" + row.script);
+    support::write_text(scene.admincmd("listing"), listing);
+    scene.script("tvimagequery",
+                 "case \"$*\" in *hosta*) ;; *) exit 227 ;; esac\ncat ${0%/*}/listing\n" + end);
     const auto before = scene.snapshot();
+    const std::string line = failed_dir(scene, status, "Could not call tvimagequery: " + text);
     for (const int threads : {1, 4}) {
       const Ended ended = scene.dry_run(threads);
-      const std::string line = failed_dir(scene, row.status, row.text);
-      EXPECT_TRUE(starts_with(ended.err, line)) << line << "got " << ended.err;
-      EXPECT_EQ(ended.exit_status, 1) << row.text;
-      EXPECT_EQ(lines_beginning(ended.out, "{").size(), 0U) << row.text;
-      EXPECT_TRUE(contains(scene.logs("OrphanImages_"), line)) << row.text;
-      EXPECT_EQ(scene.snapshot(), before);
+      EXPECT_EQ(ended.err, line);
+      EXPECT_EQ(ended.exit_status, 1) << text;
+      EXPECT_EQ(lines_beginning(ended.out, "{").size(), 0U) << text;
+      EXPECT_TRUE(contains(scene.logs("OrphanImages_"), line)) << text;
     }
+    EXPECT_EQ(scene.snapshot(), before);
   }
 }
 
