@@ -1,3 +1,4 @@
+#include <cctype>
 #include <exception>
 #include <iostream>
 #include <stdexcept>
@@ -37,7 +38,24 @@ po::options_description describe(sandbox::Plan& plan) {
   return options;
 }
 
+// The library would turn a negative count into a very large one.
+void refuse_negative_values(int argc, char** argv) {
+  for (int i = 1; i < argc; ++i) {
+    const std::string word = argv[i];
+    const std::size_t value = word.rfind("--", 0) == 0 ? word.find('=') + 1 : 0;
+    if (word.size() > value + 1 && word[value] == '-' && std::isdigit(word[value + 1]) != 0) {
+      throw std::invalid_argument("the value in '" + word + "' is negative");
+    }
+  }
+}
+
 void check(const sandbox::Plan& plan) {
+  constexpr std::size_t k_most = 10000000;
+  for (const std::size_t count :
+       {std::size_t{plan.clients}, std::size_t{plan.policies}, std::size_t{plan.images},
+        std::size_t{plan.copies}, plan.record_bytes}) {
+    if (count > k_most) throw std::invalid_argument("a count must be at most 10000000");
+  }
   const double shares[] = {plan.miscased_share, plan.orphan_share, plan.missing_share};
   double sum = 0;
   for (const double share : shares) {
@@ -77,6 +95,7 @@ int run(int argc, char** argv) {
                                                                       po::value<std::string>());
   po::positional_options_description words;
   words.add("command", 1).add("dir", 1);
+  refuse_negative_values(argc, argv);
   po::variables_map given;
   po::store(po::command_line_parser(argc, argv).options(all).positional(words).run(), given);
   po::notify(given);

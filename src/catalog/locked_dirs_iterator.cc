@@ -10,9 +10,20 @@ std::string LockedDirsIterator::get_next_path() {
   if (m_first_call) {
     m_first_call = false;  // the walk stands on the first directory already
   } else if (!m_walk.equal(m_end)) {
-    m_walk.do_increment(true);
+    advance();
   }
   return m_walk.equal(m_end) ? std::string() : m_walk.dereference().string();
+}
+
+// A walk that broke off hands out nothing more, not even to a worker that asks before it is
+// stopped.
+void LockedDirsIterator::advance() {
+  try {
+    m_walk.do_increment(true);
+  } catch (...) {
+    m_walk = m_end;
+    throw;
+  }
 }
 
 void LockedDirsIterator::stop() {

@@ -27,6 +27,8 @@ class LockedDirsIterator {
   void stop();
 
  private:
+  void advance() BOOST_THREAD_REQUIRES(m_mutex);
+
   boost::mutex m_mutex;
   DirsIterator m_walk BOOST_THREAD_GUARDED_BY(m_mutex);
   const DirsIterator m_end;

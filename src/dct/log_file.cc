@@ -12,7 +12,9 @@ LogFile::LogFile(const boost::filesystem::path& path) : m_file(path.string()) {}
 
 void LogFile::write(const std::string& text) {
   if (m_file.append(text)) return;
-  ErrorA("could not write to " + path() + ": " + std::strerror(errno));
+  const int error = errno;
+  if (!m_failed.exchange(true))
+    ErrorA("could not write to " + path() + ": " + std::strerror(error));
   std::cerr << text;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <string>
 
 #include <boost/filesystem/path.hpp>
@@ -25,6 +26,7 @@ class LogFile {
 
  private:
   platform::AppendFile m_file;
+  std::atomic<bool> m_failed{false};  // the run log is told of the first text alone
 };
 
 // Opens the log file at `path` and resets `out` to it; `out` is unchanged when that throws.

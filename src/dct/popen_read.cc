@@ -6,6 +6,7 @@
 
 #include <cerrno>
 
+#include "platform/run_log.h"
 #include "platform/status.h"
 
 namespace dct {
@@ -41,6 +42,8 @@ std::FILE* PopenRead::start(const std::string& command) {
 
 bool PopenRead::read_line() {
   m_length = 0;
+  char& last = m_buffer[m_capacity - 1];
+  last = '\n';  // a line that fills the buffer puts a zero byte here
   if (std::fgets(m_buffer.get(), static_cast<int>(m_capacity), m_stream) == nullptr) {
     if (std::ferror(m_stream) != 0) throw Cr_ErrnoException(k_status_pipe_read, "pipe read error");
     m_at_end = true;
@@ -48,10 +51,12 @@ bool PopenRead::read_line() {
   }
   m_at_end = std::feof(m_stream) != 0;
   const std::size_t length = ::strnlen(m_buffer.get(), m_capacity);
-  if (length == 0) return true;
-  if (m_buffer[length - 1] != '\n' && !m_at_end) {
+  const bool is_filled = last == '\0' && m_buffer[m_capacity - 2] != '\n';
+  const bool is_cut = length == 0 ? is_filled : m_buffer[length - 1] != '\n';
+  if (is_cut && !m_at_end) {
     throw Cr_ErrnoException(k_status_buffer_too_small, "pipe buffer is too small");
   }
+  if (length == 0) return true;
   m_length = length - 1;
   m_buffer[m_length] = '\0';
   return true;
@@ -74,7 +79,11 @@ void PopenRead::close_query() {
   const int exit_code = close();
   const bool signalled = exit_code > k_shell_signal_base && exit_code <= k_last_shell_signal;
   const bool cut_off_by_us = exit_code == k_shell_signal_base + SIGPIPE && !m_at_end;
-  if (signalled && !cut_off_by_us) throw_child_did_not_exit();
+  if (cut_off_by_us) return;
+  if (signalled) throw_child_did_not_exit();
+  if (exit_code != 0) {
+    WarningA("a query of the backup product ended with exit code " + std::to_string(exit_code));
+  }
 }
 
 }  // namespace dct

@@ -48,8 +48,8 @@ class PopenRead {
   // because we stopped reading has done nothing wrong: 0 then.
   int close();
 
-  // The same for a command whose exit code says nothing: only a child that a signal ended is an
-  // error, also where the shell reports it, as 128 + signal.
+  // The same for a command whose exit code says nothing (the run log is told of it): only a child
+  // that a signal ended is an error, also where the shell reports it, as 128 + signal.
   void close_query();
 
  private:

@@ -28,6 +28,7 @@ std::size_t write_all(int descriptor, std::string_view text) {
 
 // Takes back the start of a text that did not fit, so that no torn line is left behind.
 void take_back(int descriptor, std::size_t written) {
+  if (written == 0) return;  // the offset does not tell the end of the file before the first write
   const int saved_errno = errno;
   const off_t end = ::lseek(descriptor, 0, SEEK_CUR);
   if (end >= static_cast<off_t>(written)) {

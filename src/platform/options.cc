@@ -98,6 +98,7 @@ std::vector<std::string> joined_words(const OptDescriptor* const* options, int a
   std::vector<std::string> words;
   for (int i = 1; i < argc; ++i) {
     std::string word = argv[i];
+    if (word == "--") throw std::invalid_argument("unexpected argument '--'");
     if (word.rfind("--", 0) == 0) {
       const OptDescriptor* option = find(options, word.substr(2));
       if (option != nullptr && option->kind != OptKind::flag) {

@@ -21,6 +21,7 @@
 #include "tool/usage.h"
 #include "util/file_lock.h"
 #include "util/interrupt.h"
+#include "util/standard_descriptors.h"
 
 namespace fs = boost::filesystem;
 
@@ -106,6 +107,7 @@ int run_on_storage(int argc, char** argv) {
 }  // namespace
 
 int main_impl(int argc, char** argv) {
+  util::open_standard_descriptors();
   dct::fix_child_environment();
   progname = GetProgramName(argv[0]);
   if (!parse_options(argc, argv) || argc == 1) {

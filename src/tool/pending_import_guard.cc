@@ -12,11 +12,13 @@ namespace {
 
 enum class Events { none_pending, pending, unreadable };
 
-bool is_pending_replication(const std::vector<SpaDB::CColumn>& record) {
-  return std::any_of(record.begin(), record.end(), [](const SpaDB::CColumn& column) {
-    return column.name() == "eventstring" &&
-           column.data().find("IMAGEREPEVENT{size:") != std::string::npos;
+Events judge(const std::vector<SpaDB::CColumn>& record) {
+  const auto event = std::find_if(record.begin(), record.end(), [](const SpaDB::CColumn& column) {
+    return column.name() == "eventstring";
   });
+  if (event == record.end()) return Events::unreadable;
+  const bool pending = event->data().find("IMAGEREPEVENT{size:") != std::string::npos;
+  return pending ? Events::pending : Events::none_pending;
 }
 
 Events unreadable(const std::string& reason) {
@@ -36,7 +38,10 @@ Events read_events(const boost::filesystem::path& storage_root) {
   std::vector<SpaDB::CColumn> record;
   while (status == k_status_ok) {
     status = table->ListRecordsNext(record);
-    if (status == k_status_ok && is_pending_replication(record)) result = Events::pending;
+    if (status != k_status_ok) break;
+    const Events judged = judge(record);
+    if (judged == Events::unreadable) return unreadable("has events without an eventstring");
+    if (judged == Events::pending) result = Events::pending;
   }
   if (status == k_status_end_of_iteration) return result;
   return unreadable("could not be read to its end: " + CRStatusToStringA(status));

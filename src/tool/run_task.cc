@@ -26,6 +26,10 @@ void log_totals(const catalog::RunTotals& totals, std::chrono::steady_clock::dur
         ", missing copies " + std::to_string(counts.missing_copies) + ", seconds " +
         with_milliseconds(time));
   if (totals.dirs() == 0) WarningA("no policy directory was found in the catalog");
+  if (counts.copies != 0 && counts.orphan_copies == counts.copies) {
+    WarningA(
+        "the backup catalog has none of the copies in the metadata: is it the right disk pool?");
+  }
 }
 
 // Logs the counts when it goes out of scope: a run that throws has done some work too.

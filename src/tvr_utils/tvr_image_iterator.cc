@@ -32,7 +32,7 @@ void throw_unless_success(int exit_code) {
 }
 
 void refuse_special_name(const std::string& name) {
-  if (!dct::is_plain_shell_word(name)) {
+  if (!dct::is_plain_shell_word(name) || name.find('/') != std::string::npos) {
     throw Cr_ErrnoException(k_status_malformed,
                             "the name " + name + " cannot be passed to tvimagequery");
   }
@@ -103,8 +103,12 @@ bool TVRImageIterator::PopenImageReader::read_line() {
 bool TVRImageIterator::PopenImageReader::ok_to_increment() {
   if (!m_pipe->at_end()) return BaseTVRImageIteratorImpl::ok_to_increment();
   finish();
-  // A lone line without a line end has not been looked at yet.
-  if (!current_line().empty()) throw_if_current_line_is_not_IMAGE();
+  // A last line without a line end has not been looked at yet. It holds no image, since no fragment
+  // follows, but one that is cut short tells of a listing that is.
+  if (!current_line().empty()) {
+    throw_if_current_line_is_not_IMAGE();
+    check_image_line();
+  }
   return false;
 }
 

@@ -4,6 +4,8 @@
 #include <array>
 #include <map>
 
+#include <boost/algorithm/string/predicate.hpp>
+
 #include "platform/run_log.h"
 #include "platform/status.h"
 #include "util/split.h"
@@ -20,7 +22,6 @@ constexpr std::string_view k_image = "IMAGE";
 constexpr std::string_view k_frag = "FRAG";
 
 // Fields are counted from 0.
-constexpr std::size_t k_image_fields = 14;
 constexpr std::size_t k_image_client = 1;
 constexpr std::size_t k_image_policy = 6;
 constexpr std::size_t k_image_backup_time = 13;
@@ -128,14 +129,24 @@ void BaseTVRImageIteratorImpl::throw_malformed(const std::string& text) {
   throw Cr_ErrnoException(k_status_malformed, text + std::string(m_line));
 }
 
-// Whether the filters leave the image out; nothing of it is taken over then.
-bool BaseTVRImageIteratorImpl::parse_image_line() {
-  std::array<std::string_view, k_image_fields> fields;
-  if (util::split<' '>(m_line, Separators::runs, fields) < k_image_fields) {
+BaseTVRImageIteratorImpl::ImageFields BaseTVRImageIteratorImpl::split_image_line() {
+  ImageFields fields;
+  if (util::split<' '>(m_line, Separators::runs, fields) < fields.size()) {
     throw_malformed("Invalid tvimagequery IMAGE line: ");
   }
+  return fields;
+}
+
+void BaseTVRImageIteratorImpl::check_image_line() {
+  (void)split_image_line();
+}
+
+// Whether the filters leave the image out; nothing of it is taken over then.
+bool BaseTVRImageIteratorImpl::parse_image_line() {
+  const ImageFields fields = split_image_line();
   if (m_filtered &&
       (fields[k_image_client] != m_client_filter || fields[k_image_policy] != m_policy_filter)) {
+    warn_of_other_spelling(fields[k_image_client], fields[k_image_policy]);
     return true;
   }
   m_image.copy_numbers.clear();
@@ -145,6 +156,18 @@ bool BaseTVRImageIteratorImpl::parse_image_line() {
   m_image.policy_name = fields[k_image_policy];
   m_image.backup_time = to_number<std::int64_t>(fields[k_image_backup_time]);
   return false;
+}
+
+// The catalog's images of another spelling match none of the directory's copies, which then count
+// as orphans: an operator wants to know before a deletion.
+void BaseTVRImageIteratorImpl::warn_of_other_spelling(std::string_view client,
+                                                      std::string_view policy) {
+  using boost::algorithm::iequals;
+  if (m_warned || !iequals(client, m_client_filter) || !iequals(policy, m_policy_filter)) return;
+  m_warned = true;
+  WarningA("the catalog lists images of client " + std::string(client) + " and policy " +
+           std::string(policy) + " where " + m_client_filter + " and " + m_policy_filter +
+           " was asked for; they are not compared");
 }
 
 void BaseTVRImageIteratorImpl::parse_frag_line() {

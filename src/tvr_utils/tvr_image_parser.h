@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <string>
 #include <string_view>
 
@@ -46,6 +47,10 @@ class BaseTVRImageIteratorImpl {
 
   void throw_if_current_line_is_not_IMAGE();
   void verify_has_next() const;
+
+  // Throws unless the current line has all fields of an IMAGE line.
+  void check_image_line();
+
   bool no_images_were_found() const;
 
   // Positions on the first image. The current line is the first of the listing.
@@ -56,8 +61,12 @@ class BaseTVRImageIteratorImpl {
   void end_iteration() { m_current = nullptr; }
 
  private:
+  using ImageFields = std::array<std::string_view, 14>;
+
+  ImageFields split_image_line();
   bool parse_image_line();
   void parse_frag_line();
+  void warn_of_other_spelling(std::string_view client, std::string_view policy);
   void read_image();
   bool read_to_next_image(bool skip);
   void add_copy_summaries();
@@ -70,6 +79,7 @@ class BaseTVRImageIteratorImpl {
   const std::string m_policy_filter;
   std::string_view m_line;  // into the reader's buffer
   const bool m_filtered = false;
+  bool m_warned = false;
 };
 
 }  // namespace details

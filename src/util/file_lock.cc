@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <system_error>
 
+#include <boost/filesystem/directory.hpp>
 #include <boost/filesystem/operations.hpp>
 
 #include "platform/status.h"
@@ -21,6 +22,20 @@ constexpr mode_t k_lock_file_mode = 0600;
 
 [[noreturn]] void fail(const std::string& what, const fs::path& path) {
   throw std::system_error(errno, std::generic_category(), what + path.string());
+}
+
+// Marks every descriptor of the file behind `descriptor` to be closed in children: the library
+// opens one that is inherited, and a service that we start would hold on to the file for ever.
+void keep_from_children(int descriptor) {
+  struct stat file {};
+  if (::fstat(descriptor, &file) != 0) return;
+  for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
+    const int open = std::stoi(entry.path().filename().string());
+    struct stat other {};
+    if (::fstat(open, &other) == 0 && other.st_dev == file.st_dev && other.st_ino == file.st_ino) {
+      (void)::fcntl(open, F_SETFD, FD_CLOEXEC);  // inherited then, which harms the lock in no way
+    }
+  }
 }
 
 }  // namespace
@@ -67,6 +82,7 @@ void FileLock::lock() {
   const int descriptor = ::fileno(m_stream.get());
   const std::string same_file = "/proc/self/fd/" + std::to_string(descriptor);
   m_lock.reset(new boost::interprocess::file_lock(same_file.c_str()));
+  keep_from_children(descriptor);
   if (!m_lock->try_lock()) throw Cr_ErrnoException(k_status_lock_held, "");
   // The run that held the lock may have ended and removed the file since it was opened here. A lock
   // on a file that nobody finds any more keeps nobody out.

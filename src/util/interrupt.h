@@ -13,6 +13,8 @@ namespace util {
 // SIGPIPE is caught from then on and does nothing, so that a closed standard output does not end a
 // run half-way; it stays caught, since what a stream still holds is written as the process ends.
 //
+// SIGCHLD takes its default action from then on.
+//
 // Threads: made and destroyed on the main thread while no other runs; one at a time.
 // Errors: none; the destructor restores the three.
 class SignalGuard {

@@ -29,10 +29,7 @@ std::vector<std::string> lines(const std::string& command) {
 using Lines = std::vector<std::string>;
 
 TEST(PopenRead, ReadsLinesAndJudgesTheEnd) {
-  const struct {
-    std::string command;
-    Lines lines;
-  } rows[] = {
+  const std::pair<std::string, Lines> rows[] = {
       {"true", {"0"}},
       {"exit 7", {"7"}},
       {"printf 'one\\n\\ntwo\\n'", {"one", "", "two", "0"}},
@@ -44,7 +41,7 @@ TEST(PopenRead, ReadsLinesAndJudgesTheEnd) {
       {"echo x; kill -TERM $$", {"x", "99 the pipe command did not exit"}},
       {"echo x; kill -PIPE $$", {"x", "99 the pipe command did not exit"}},
   };
-  for (const auto& row : rows) EXPECT_EQ(lines(row.command), row.lines) << row.command;
+  for (const auto& [command, expected] : rows) EXPECT_EQ(lines(command), expected) << command;
 }
 
 TEST(PopenRead, ChildCutOffByTheReaderIsNoFailure) {

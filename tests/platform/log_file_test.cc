@@ -2,23 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <boost/filesystem/operations.hpp>
-
-#include "platform/status.h"
-#include "tests/support/temp_dir.h"
-
 namespace {
 
 using dct::util::LogFile;
-
-TEST(LogFile, AppendsToWhatIsThere) {
-  const support::TempDir dir;
-  const boost::filesystem::path file = dir.path() / "a.log";
-  LogFile(file).write("one\n");
-  LogFile(file).write("two\n");
-  EXPECT_EQ(support::read_text(file), "one\ntwo\n");
-  EXPECT_THROW(LogFile(dir.path()), Cr_ErrnoException);
-}
 
 TEST(LogFile, TextThatCannotBeWrittenGoesToStandardError) {
   LogFile log("/dev/full");

@@ -50,25 +50,11 @@ TEST_F(SQLitePODBTest, ListsInByteOrderAndKeepsEveryColumn) {
             "1|0027FF\n");
 }
 
-TEST_F(SQLitePODBTest, ReadingCreatesNothing) {
-  fs::create_directories(m_policy);
-  std::vector<std::string> names;
-  EXPECT_EQ(list(names), 0);
-  SQLitePODB database("/", m_policy.string());
-  EXPECT_EQ(database.do_begin_transaction(), k_status_db_read_only);
-  const PO po;
-  EXPECT_EQ(database.put(&po), k_status_db_read_only);
-  EXPECT_TRUE(fs::is_empty(m_policy));
-}
-
 TEST_F(SQLitePODBTest, AcceptsOurSchemaHoweverItIsWritten) {
   const std::string columns =
       "basename TEXT NOT NULL UNIQUE, -- e.g. a name\n poid\tTEXT NOT NULL,size INTEGER NOT NULL, "
       "mtime INTEGER NOT NULL, /* opaque */ record BLOB NOT NULL";
-  const struct {
-    std::string statements;
-    cr_status_t status;
-  } rows[] = {
+  const std::pair<std::string, cr_status_t> rows[] = {
       {"CREATE TABLE po (" + columns + ")", 0},
       {"create table \"po\" (" + columns + "); PRAGMA user_version = 1", 0},
       {"CREATE TABLE po (" + columns + "); ANALYZE", 0},
@@ -77,11 +63,11 @@ TEST_F(SQLitePODBTest, AcceptsOurSchemaHoweverItIsWritten) {
       {"CREATE TABLE po (" + columns + "); CREATE TABLE other (x)", k_status_db_foreign},
       {"CREATE TABLE po (" + columns + "); CREATE INDEX i ON po (poid)", k_status_db_foreign},
   };
-  for (const auto& row : rows) {
+  for (const auto& [statements, status] : rows) {
     fs::create_directories(m_policy);
-    support::sqlite(m_file, row.statements);
+    support::sqlite(m_file, statements);
     std::vector<std::string> names;
-    EXPECT_EQ(list(names), row.status) << row.statements;
+    EXPECT_EQ(list(names), status) << statements;
     fs::remove_all(m_policy);
   }
 }

@@ -15,10 +15,7 @@ using support::Ended;
 using support::Scene;
 
 TEST(CommandLine, RejectsWhatIsWrongInOneLineAndShowsTheUsage) {
-  const struct {
-    std::vector<std::string> arguments;
-    std::string error;
-  } rows[] = {
+  const std::pair<std::vector<std::string>, std::string> rows[] = {
       {{}, ""},
       {{"--bogus"}, "unrecognised option '--bogus'"},
       {{"--dry"}, "unrecognised option '--dry'"},
@@ -37,15 +34,15 @@ TEST(CommandLine, RejectsWhatIsWrongInOneLineAndShowsTheUsage) {
       {{"--tvr_disk_pool", "--dry_run"}, "'--tvr_disk_pool' is missing"},
       {{"--help", "--bogus"}, "unrecognised option '--bogus'"},
   };
-  for (const auto& row : rows) {
+  for (const auto& [arguments, error] : rows) {
     std::vector<std::string> command{MDFIXUP_PROGRAM};
-    command.insert(command.end(), row.arguments.begin(), row.arguments.end());
+    command.insert(command.end(), arguments.begin(), arguments.end());
     const Ended ended = support::run(command);
-    EXPECT_EQ(ended.exit_status, 1) << row.error;
-    EXPECT_TRUE(starts_with(ended.out, "Usage: mdfixup [OPTION]...\nThis utility")) << row.error;
-    EXPECT_TRUE(contains(ended.err, row.error)) << row.error << " got " << ended.err;
+    EXPECT_EQ(ended.exit_status, 1) << error;
+    EXPECT_TRUE(starts_with(ended.out, "Usage: mdfixup [OPTION]...\nThis utility")) << error;
+    EXPECT_TRUE(contains(ended.err, error)) << error << " got " << ended.err;
     const auto lines = std::count(ended.err.begin(), ended.err.end(), '\n');
-    EXPECT_EQ(lines, row.error.empty() ? 0 : 1) << ended.err;
+    EXPECT_EQ(lines, error.empty() ? 0 : 1) << ended.err;
   }
 }
 
@@ -61,12 +58,7 @@ TEST(CommandLine, HelpIsNoFailure) {
 TEST(CommandLine, FirstMatchingModeWins) {
   const std::string refused = "ERROR: this version of mdfixup changes no metadata";
   const std::string unknown = "Unknown options combination\n";
-  const struct {
-    std::vector<std::string> arguments;
-    int exit_status;
-    std::string out;
-    std::string err;
-  } rows[] = {
+  const std::tuple<std::vector<std::string>, int, std::string, std::string> rows[] = {
       {{"--scan_client_name_case", "--repair_client_name_case", "--force"}, 0, "is clean.\n", ""},
       {{"--cleanup_case_work_space", "--scan_client_name_case"}, 0, "is clean.\n", ""},
       {{"--num_threads", "9", "--num_threads=0", "--scan_client_name_case"}, 0, "is clean.\n", ""},
@@ -83,13 +75,13 @@ TEST(CommandLine, FirstMatchingModeWins) {
   };
   const Scene scene;
   const auto before = scene.snapshot();
-  for (const auto& row : rows) {
-    const Ended ended = scene.run(row.arguments);
-    const std::string& name = row.arguments.front();
-    EXPECT_EQ(ended.exit_status, row.exit_status) << name;
-    EXPECT_TRUE(ends_with(ended.out, row.out)) << name << ended.out;
-    EXPECT_TRUE(starts_with(ended.err, row.err)) << name << ended.err;
-    EXPECT_EQ(ended.err.empty(), row.err.empty()) << name << ended.err;
+  for (const auto& [arguments, exit_status, out, err] : rows) {
+    const Ended ended = scene.run(arguments);
+    const std::string& name = arguments.front();
+    EXPECT_EQ(ended.exit_status, exit_status) << name;
+    EXPECT_TRUE(ends_with(ended.out, out)) << name << ended.out;
+    EXPECT_TRUE(starts_with(ended.err, err)) << name << ended.err;
+    EXPECT_EQ(ended.err.empty(), err.empty()) << name << ended.err;
     EXPECT_EQ(scene.snapshot(), before) << name;
   }
 }
@@ -102,11 +94,7 @@ TEST(CommandLine, ConfigurationFaultsNameFileAndEntry) {
   const std::string root_entry = "RootDir = " + scene.root().string() + "\n";
   const std::string aborting = "Aborting with error:  ";
   const std::string no_log_dir = "Failed to locate the <dedupe_storage>/log directory\n\t";
-  const struct {
-    std::string registry_text;
-    std::string config_text;
-    std::string error;
-  } rows[] = {
+  const std::string rows[][3] = {
       {"[Other]\na=b\n", "",
        aborting + "Failed to locate the ConfigFilePath entry for section StoragePoolAuthority in " +
            registry + " .\n"},
@@ -115,17 +103,20 @@ TEST(CommandLine, ConfigurationFaultsNameFileAndEntry) {
       {good_registry, "[Storage]\nRootDir=\n",
        aborting + "Failed to locate the RootDir entry for section Storage in " + config + " .\n"},
       {good_registry, "[Storage]\n; comment\n# another\n\nnonsense\n", aborting + config + "(5): "},
+      {good_registry, "[Storage]\nRootDir=/no/such\n",
+       aborting +
+           "could not create the lock file /no/such/mdfixup.lock: No such file or directory\n"},
       {good_registry, "[Storage]\n" + root_entry, no_log_dir + "\n"},
       {good_registry, "[Storage]\n" + root_entry + "LogDir=" + config + "\n",
        no_log_dir + config + "\n"},
   };
-  for (const auto& row : rows) {
-    support::write_text(registry, row.registry_text);
-    support::write_text(config, row.config_text);
+  for (const auto& [registry_text, config_text, error] : rows) {
+    support::write_text(registry, registry_text);
+    support::write_text(config, config_text);
     const Ended ended = scene.scan();
-    EXPECT_EQ(ended.exit_status, 1) << row.error;
-    EXPECT_TRUE(starts_with(ended.err, row.error)) << row.error << "got " << ended.err;
-    EXPECT_FALSE(fs::exists(scene.lock_file())) << row.error;
+    EXPECT_EQ(ended.exit_status, 1) << error;
+    EXPECT_TRUE(starts_with(ended.err, error)) << error << "got " << ended.err;
+    EXPECT_FALSE(fs::exists(scene.lock_file())) << error;
   }
   const Ended missing = support::run({MDFIXUP_PROGRAM, "--dry_run"}, {{"KSREGISTRY", "/no/such"}});
   EXPECT_EQ(missing.err, aborting + "Failed to locate the ksregistry path: /no/such.\n");

@@ -61,13 +61,4 @@ TEST(Lock, IsHeldThroughTheRunWithThePidReadable) {
   EXPECT_FALSE(fs::exists(scene.lock_file()));
 }
 
-TEST(Lock, FileThatCannotBeMadeIsNamed) {
-  const Scene scene;
-  const fs::path config = scene.root() / "etc" / "storage.cfg";
-  support::write_text(config, "[Storage]\nRootDir=/no/such\nLogDir=/tmp\n");
-  EXPECT_EQ(scene.scan().err,
-            "Aborting with error:  could not create the lock file /no/such/mdfixup.lock: "
-            "No such file or directory\n");
-}
-
 }  // namespace

@@ -43,10 +43,7 @@ TEST(Scan, ReportsExactlyWhatWasPlanted) {
 }
 
 TEST(Scan, JudgesTheLeadingCharactersOnly) {
-  const struct {
-    std::vector<std::string> basenames;
-    bool issue;
-  } rows[] = {
+  const std::pair<std::vector<std::string>, bool> rows[] = {
       {{}, false},
       {{"hosta_1602000000_C1_F1.img", "hosta"}, false},
       {{"other_1602000000_C1_F1.img", "EVENT_1", "hosT", ""}, false},
@@ -54,15 +51,15 @@ TEST(Scan, JudgesTheLeadingCharactersOnly) {
       {{"HOSTA"}, true},
       {{"HostAbc_1602000000_C1_F1.img[R]"}, true},
   };
-  for (const auto& row : rows) {
+  for (const auto& [basenames, issue] : rows) {
     const Scene scene;
-    scene.put("hosta", "p", row.basenames);
+    scene.put("hosta", "p", basenames);
     const Ended ended = scene.scan();
     const std::string line = "Client hosta has name case-sensitivity issues.\n";
     EXPECT_EQ(ended.exit_status, 0);
-    EXPECT_TRUE(ends_with(ended.out, row.issue ? line + k_issues : k_clean)) << ended.out;
+    EXPECT_TRUE(ends_with(ended.out, issue ? line + k_issues : k_clean)) << ended.out;
     const std::string log = scene.logs("client_names_with_case_sensitivity_issues.");
-    EXPECT_EQ(ends_with(log, line), row.issue) << log;
+    EXPECT_EQ(ends_with(log, line), issue) << log;
   }
 }
 

@@ -30,15 +30,12 @@ void redirect(const std::string& file, int descriptor) {
 
 }  // namespace
 
-Child::Child(const std::vector<std::string>& arguments, const Environment& environment,
-             const std::string& out)
-    : m_out(out.empty() ? (m_dir.path() / "out").string() : out),
-      m_err((m_dir.path() / "err").string()),
-      m_pid(::fork()) {
+Child::Child(const std::vector<std::string>& arguments, const Environment& environment)
+    : m_pid(::fork()) {
   if (m_pid < 0) throw std::runtime_error("fork failed");
   if (m_pid == 0) {
-    redirect(m_out, STDOUT_FILENO);
-    redirect(m_err, STDERR_FILENO);
+    redirect((m_dir.path() / "out").string(), STDOUT_FILENO);
+    redirect((m_dir.path() / "err").string(), STDERR_FILENO);
     exec(arguments, environment);
   }
 }
@@ -48,7 +45,7 @@ void Child::send(int signal) const {
 }
 
 std::string Child::err() const {
-  return read_text(m_err);
+  return read_text(m_dir.path() / "err");
 }
 
 Ended Child::wait() {
@@ -57,8 +54,8 @@ Ended Child::wait() {
   Ended ended;
   if (WIFEXITED(status)) ended.exit_status = WEXITSTATUS(status);
   if (WIFSIGNALED(status)) ended.signal = WTERMSIG(status);
-  ended.out = read_text(m_out);
-  ended.err = read_text(m_err);
+  ended.out = read_text(m_dir.path() / "out");
+  ended.err = err();
   return ended;
 }
 

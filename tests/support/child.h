@@ -25,10 +25,8 @@ class Child {
  public:
   using Environment = std::map<std::string, std::string>;
 
-  // Starts it with the test's environment and `environment` on top. `out` is where its standard
-  // output goes, a file of the child's own by default.
-  explicit Child(const std::vector<std::string>& arguments, const Environment& environment = {},
-                 const std::string& out = "");
+  // Starts it with the test's environment and `environment` on top.
+  explicit Child(const std::vector<std::string>& arguments, const Environment& environment = {});
 
   void send(int signal) const;
 
@@ -41,8 +39,6 @@ class Child {
 
  private:
   TempDir m_dir;
-  std::string m_out;
-  std::string m_err;
   pid_t m_pid;
 };
 

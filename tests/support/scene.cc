@@ -31,12 +31,11 @@ void Scene::script(const std::string& name, const std::string& text) const {
   write_script(admincmd(name), text);
 }
 
-std::unique_ptr<Child> Scene::start(const std::vector<std::string>& arguments,
-                                    const std::string& out) const {
+std::unique_ptr<Child> Scene::start(const std::vector<std::string>& arguments) const {
   std::vector<std::string> all{MDFIXUP_PROGRAM, "--tvr_location", m_storage.product().string()};
   all.insert(all.end(), arguments.begin(), arguments.end());
   const Child::Environment environment{{"KSREGISTRY", m_storage.registry_file().string()}};
-  return std::make_unique<Child>(all, environment, out);
+  return std::make_unique<Child>(all, environment);
 }
 
 Ended Scene::run(const std::vector<std::string>& arguments) const {

@@ -34,9 +34,7 @@ class Scene {
   Ended scan(int threads = 1) const;
   Ended dry_run(int threads = 1, std::vector<std::string> more = {}) const;
 
-  // Starts it. Its output goes to `out`, to a file of its own by default.
-  std::unique_ptr<Child> start(const std::vector<std::string>& arguments,
-                               const std::string& out = "") const;
+  std::unique_ptr<Child> start(const std::vector<std::string>& arguments) const;
 
   // All logs below the log directory whose names begin so, one behind the other.
   std::string logs(const std::string& prefix) const;

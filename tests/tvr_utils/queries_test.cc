@@ -16,11 +16,7 @@ std::string pool(const std::string& output, const std::string& host) {
 
 TEST(DiskPool, FirstLineWhoseServerBeginsWithTheHostNameWins) {
   const std::string to_11 = " dp1 3 4 5 6 7 8 9 10 11";
-  const struct {
-    std::string output;
-    std::string host;
-    std::string name;
-  } rows[] = {
+  const std::string rows[][3] = {
       {"V" + to_11 + " media1.example.lan\n", "media1.example.lan", "dp1"},
       {"V" + to_11 + " MEDIA1.EXAMPLE.LAN more\n", "media1.example.lan", "dp1"},
       {"V   dp1 3 4  5 6 7 8 9 10 11    media1\n", "media1", "dp1"},
@@ -32,7 +28,7 @@ TEST(DiskPool, FirstLineWhoseServerBeginsWithTheHostNameWins) {
        "media1", "dp2"},
       {"", "media1", ""},
   };
-  for (const auto& row : rows) EXPECT_EQ(pool(row.output, row.host), row.name) << row.output;
+  for (const auto& [output, host, name] : rows) EXPECT_EQ(pool(output, host), name) << output;
 }
 
 TEST(PendingImports, AnyLineIsOne) {

@@ -57,11 +57,7 @@ std::string images(const std::string& output, const std::string& end, bool filte
 TEST(TVRImageIterator, DeliversImagesWithAcceptedFragments) {
   const std::string one = image("c", "p", "10") + frag("1", "1", "5");
   const std::string one_image = "c p 10 1,1 1,0 5,5\n";
-  const struct {
-    std::string output;
-    std::string end;
-    std::string images;
-  } rows[] = {
+  const std::string rows[][3] = {
       {"", "", ""},
       {"no entity was found\n", "exit 227", ""},
       {"no entity was found in the catalog\nmore\n", "exit 227", ""},
@@ -97,8 +93,8 @@ TEST(TVRImageIterator, DeliversImagesWithAcceptedFragments) {
       {"", "printf IMAGES", ""},
       {"", "exit 1", "status 4"},
   };
-  for (const auto& row : rows) {
-    EXPECT_EQ(images(row.output, row.end), row.images) << row.output << row.end;
+  for (const auto& [output, end, expected] : rows) {
+    EXPECT_EQ(images(output, end), expected) << output << end;
   }
 }
 

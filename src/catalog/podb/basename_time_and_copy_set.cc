@@ -4,6 +4,7 @@
 
 #include "catalog/podb/basename_time_and_copy.h"
 #include "dct/filesystem.h"
+#include "platform/run_log.h"
 #include "platform/sqlite_podb.h"
 
 namespace catalog::podb {
@@ -28,17 +29,18 @@ void BasenameTimeAndCopySet::insert(std::string_view basename) {
     // Names come in byte order, so that nearly every copy belongs at the end.
     m_image_copies.insert(m_image_copies.end(), {copy.backup_time, copy.copy_number});
   } catch (const Cr_ErrnoException& error) {
-    if (error.GetStatus() != k_status_handled) report_unparsed(error.what(), "");
+    if (error.GetStatus() != k_status_handled) report_unparsed(error.what());
   } catch (const boost::bad_lexical_cast& error) {
-    report_unparsed(error.what(), basename);  // its text does not tell which name it was
+    report_unparsed(error.what());
+    // The text does not tell which name it was.
+    WarningA("not a number in the PO file name " + std::string(basename) + "; dirname " +
+             dct::filesystem::as_utf8(policy_path()));
   }
 }
 
-void BasenameTimeAndCopySet::report_unparsed(const char* text, std::string_view detail) const {
-  std::string report = std::string("ERROR: could not parse PO file name; ") + text + "; dirname " +
-                       dct::filesystem::as_utf8(policy_path()) + "\n";
-  if (!detail.empty()) report.append("\tbasename ").append(detail).append("\n");
-  write_to_log(report);
+void BasenameTimeAndCopySet::report_unparsed(const char* text) const {
+  write_to_log(std::string("ERROR: could not parse PO file name; ") + text + "; dirname " +
+               dct::filesystem::as_utf8(policy_path()) + "\n");
 }
 
 void BasenameTimeAndCopySet::set_in_tvr_cat(std::int64_t backup_time,

@@ -46,7 +46,7 @@ class BasenameTimeAndCopySet : public BaseVisitPODB {
 
  private:
   void insert(std::string_view basename);
-  void report_unparsed(const char* text, std::string_view detail) const;
+  void report_unparsed(const char* text) const;
 
   std::set<details::numbers> m_image_copies;
 };

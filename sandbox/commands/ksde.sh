@@ -4,7 +4,10 @@
 run=/var/run
 for name in poolmgrd segstored; do
   if [ "$1" = stop ]; then
-    [ ! -f "$run/$name.pid" ] || kill "$(cat "$run/$name.pid")" 2>/dev/null
+    pid=$(cat "$run/$name.pid" 2>/dev/null)
+    # On a real media server the files are those of real daemons.
+    [ "$(cat "/proc/${pid:-none}/comm" 2>/dev/null)" = sleep ] || continue
+    kill "$pid"
     rm -f "$run/$name.pid"
   else
     setsid sleep 1000000 </dev/null >/dev/null 2>&1 &

@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs what is missing of the Debian packages that building, testing or checking needs:
-# install-packages build|check. Without a missing package nothing is fetched.
+# install-packages.sh build|check. Without a missing package nothing is fetched.
 set -eu
 
 build="g++ cmake ninja-build
@@ -13,7 +13,7 @@ case ${1-} in
   build) wanted=$build ;;
   check) wanted=$check ;;
   *)
-    echo "usage: install-packages build|check" >&2
+    echo "usage: install-packages.sh build|check" >&2
     exit 2
     ;;
 esac
