@@ -22,15 +22,12 @@ TEST(CommandLine, RejectsWhatIsWrongInOneLineAndShowsTheUsage) {
       {{"-x"}, "unrecognised option '-x'"},
       {{"file"}, "unexpected argument 'file'"},
       {{"--dry_run=yes"}, "'--dry_run' does not take any arguments"},
-      {{"-hx"}, "'--help' does not take any arguments"},
       {{"--num_threads"}, "'--num_threads' is missing"},
       {{"--num_threads", "-4"}, "'--num_threads' is missing"},
       {{"--num_threads="}, "for option '--num_threads'"},
       {{"--num_threads=4x"}, "('4x') for option '--num_threads'"},
       {{"--num_threads", "1025"}, "('1025') for option '--num_threads'"},
-      {{"--num_threads", "4294967297"}, "('4294967297') for option '--num_threads'"},
       {{"--catalog_backup_time", "99999999999"}, "('99999999999') for option '--catalog_backup"},
-      {{"--catalog_backup_time=-1"}, "('-1') for option '--catalog_backup_time'"},
       {{"--tvr_disk_pool", "--dry_run"}, "'--tvr_disk_pool' is missing"},
       {{"--help", "--bogus"}, "unrecognised option '--bogus'"},
   };
@@ -141,14 +138,32 @@ TEST(CommandLine, RunLogTellsStartModeErrorsSummaryAndEnd) {
 
 TEST(CommandLine, RunLogThatCannotBeOpenedEndsTheRun) {
   const Scene scene;
-  const fs::path log = scene.storage().log_dir() / "mdfixup" / "mdfixup.log";
+  const std::string log = (scene.storage().log_dir() / "mdfixup" / "mdfixup.log").string();
   fs::create_directories(log);
-  const Ended ended = scene.scan();
-  EXPECT_EQ(ended.exit_status, 1);
-  EXPECT_TRUE(
-      starts_with(ended.err, "Aborting with error:  could not open the log file " + log.string()))
-      << ended.err;
-  EXPECT_FALSE(fs::exists(scene.lock_file()));
+  EXPECT_EQ(scene.scan().err,
+            "Aborting with error:  could not open the log file " + log + ": Is a directory\n");
+}
+
+TEST(CommandLine, LogsThatCannotGrowKeepWhatTheyHaveAndTheRestGoesToStandardError) {
+  for (const std::size_t bytes : {2000, 1000}) {  // nothing more fits; the beginning of a line does
+    const Scene scene;
+    const fs::path log = scene.storage().log_dir() / "mdfixup" / "mdfixup.log";
+    const std::string earlier = std::string(bytes, 'x') + "\n";
+    support::write_text(log, earlier);
+    for (int dsid = 10; dsid < 40; ++dsid) {
+      fs::create_directory(scene.root() / "catalog" / std::to_string(dsid));
+    }
+    const Ended ended = scene.run_in_shell("(trap '' XFSZ; ulimit -f 2; exec \"$@\") 2>&1 | cat",
+                                           {"--scan_client_name_case"});
+    EXPECT_EQ(support::read_text(log), earlier);
+    EXPECT_TRUE(contains(ended.out, "end: exit status 0\n")) << ended.out;
+    const auto skipped = [](const std::string& text) {
+      return support::lines_beginning(text, "Skip DSID: ").size();
+    };
+    const std::size_t in_log = skipped(scene.logs("client_names"));
+    EXPECT_LT(in_log, 30U);
+    EXPECT_EQ(in_log + skipped(ended.out), 30U);
+  }
 }
 
 }  // namespace

@@ -76,8 +76,10 @@ TEST(ConsistencyFailures, DirectoryThatCannotBeReadIsNoted) {
   scene.put("hosta", "p", {});
   scene.put("hostb", "p", {"hostb_1000_C1_F1.img"});
   support::write_text(scene.po_db("hosta", "p"), std::string(5000, 'x'));
+  scene.storage().list_image("hosta", "p", 1000, {1});
   const Ended ended = scene.dry_run(4);
   EXPECT_EQ(ended.exit_status, 1);
+  EXPECT_TRUE(contains(scene.logs("MissingImages_"), "\nhosta_1000|hosta|p|1|\n"));
   EXPECT_EQ(ended.err, failed_dir(scene, "not a path-object database",
                                   "ERROR (not a path-object database): could not read the "
                                   "deduplication metadata for " +
@@ -138,13 +140,15 @@ TEST(ConsistencyFailures, QueriesThatDieAreNoAnswer) {
   }
 }
 
-TEST(ConsistencyFailures, ChildrenGetAFixedEnvironment) {
+TEST(ConsistencyFailures, ChildrenGetAFixedEnvironmentAndNoDescriptors) {
   const Scene scene;
-  scene.put("hosta", "p", {});
-  scene.script("tvimagequery", "echo \"$PATH $LC_ALL\" >> $0.env; exit 227\n");
-  EXPECT_EQ(scene.dry_run().exit_status, 0);
-  const std::string environment = "/usr/sbin:/usr/bin:/sbin:/bin C\n";
-  EXPECT_EQ(support::read_text(scene.admincmd("tvimagequery.env")), environment + environment);
+  scene.script("tvlifecycle", "echo \"$PATH $LC_ALL\" > $0.env; readlink /proc/$$/fd/* > $0.fd\n");
+  scene.run_in_shell("exec \"$@\" 2>&-", {"--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run"});
+  EXPECT_EQ(support::read_text(scene.admincmd("tvlifecycle.env")),
+            "/usr/sbin:/usr/bin:/sbin:/bin C\n");
+  const std::string descriptors = support::read_text(scene.admincmd("tvlifecycle.fd"));
+  EXPECT_TRUE(contains(descriptors, "/dev/null\n")) << "for the closed one";
+  EXPECT_FALSE(contains(descriptors, "mdfixup.lock")) << descriptors;
 }
 
 }  // namespace

@@ -101,19 +101,26 @@ TEST(DryRun, NamesThatDoNotParseAreReportedAndLeftOut) {
       begin + "the client directory name hosta does not match the case of HostA" + end};
   const std::string log = scene.logs("OrphanImages_");
   EXPECT_EQ(lines_beginning(log, begin), expected);
-  EXPECT_TRUE(contains(log, "\tbasename hosta_x_C1_F1.img\n")) << log;
+  EXPECT_TRUE(contains(scene.run_log(), "PO file name hosta_x_C1_F1.img; dirname"));
 }
 
-TEST(DryRun, EmptyCatalogReportsEveryImageOfTheHorizon) {
+TEST(DryRun, ListingsReachBackTwoDaysBeforeTheCatalogBackup) {
   const Scene scene;
   const std::int64_t now = std::time(nullptr);
-  const std::string recent = std::to_string(now - 86400);
-  scene.storage().list_image("hosta", "p", now - 86400, {1});
-  scene.storage().list_image("hosta", "p", now - 90 * 86400, {1});
+  const std::int64_t recent = now - 86400;
+  const std::int64_t old = now - 90 * 86400;
+  scene.put("hosta", "p", {"hosta_" + std::to_string(old) + "_C1_F1.img"});
+  for (const char* client : {"hosta", "hostb"}) {
+    for (const std::int64_t time : {recent, old}) {
+      scene.storage().list_image(client, "p", time, {1});
+    }
+  }
   const Ended ended = scene.dry_run(4, {"--catalog_backup_time", std::to_string(now - 3600)});
-  EXPECT_EQ(ended.exit_status, 0) << ended.err;
-  EXPECT_EQ(missing(scene), std::vector<std::string>{"hosta_" + recent + "|hosta|p|1|\n"});
-  EXPECT_TRUE(contains(scene.run_log(), "no policy directory was found"));
+  EXPECT_EQ(lines_beginning(ended.out, "{"),
+            std::vector<std::string>{orphan(std::to_string(old), "1")});
+  const std::string time = std::to_string(recent);
+  EXPECT_EQ(missing(scene), (std::vector<std::string>{"hosta_" + time + "|hosta|p|1|\n",
+                                                      "hostb_" + time + "|hostb|p|1|\n"}));
 }
 
 TEST(DryRun, PendingImportsRefuseTheRun) {
@@ -128,10 +135,12 @@ TEST(DryRun, PendingImportsRefuseTheRun) {
       {"at IMAGEREPEVENT{size:1;}", "", "", waiting},
       {"x", "", "\n", waiting},
       {"x", "DROP TABLE events", "", no_table},
+      {"x", "ALTER TABLE events RENAME COLUMN eventstring TO other", "", no_table},
       {"x", "DROP TABLE events; CREATE VIEW events AS SELECT 'x' AS eventstring", "", no_table},
   };
   const Scene scene;
   const fs::path spa = scene.root() / "spa.db";
+  fs::create_directories(scene.root() / "other");
   for (const auto& [event, statements, pending, error] : rows) {
     fs::remove(spa);
     SpaDB::create_spa_database(scene.root().string(), 1, {"x", event, "x"});
@@ -142,11 +151,14 @@ TEST(DryRun, PendingImportsRefuseTheRun) {
     EXPECT_EQ(ended.exit_status, error.empty() ? 0 : 1);
     EXPECT_EQ(scene.dry_run(1, {"--FORCE_CONSISTENCY_ALL_IMAGE"}).exit_status, 0);
   }
-  support::write_text(spa, std::string(4096, 'x'));
+  // The list of tables is whole, the events break off.
+  SpaDB::create_spa_database((scene.root() / "other").string(), 1,
+                             std::vector<std::string>(3000, "harmless"));
+  const std::string whole = support::read_text(scene.root() / "other" / "spa.db");
+  support::write_text(spa, whole.substr(0, 16384) + std::string(whole.size() - 16384, 'x'));
   EXPECT_EQ(scene.dry_run().err, no_table);
   fs::remove(spa);
   EXPECT_EQ(scene.dry_run().err, no_table);
-  EXPECT_FALSE(fs::exists(spa));
 }
 
 TEST(DryRun, DiskPoolIsFoundFromTheHostNameOrGiven) {
@@ -156,6 +168,24 @@ TEST(DryRun, DiskPoolIsFoundFromTheHostNameOrGiven) {
   EXPECT_EQ(lines_beginning(scene.dry_run().out, "{").size(), 1U);
   const Ended given = scene.dry_run(1, {"--tvr_disk_pool", "dp_given"});
   EXPECT_EQ(lines_beginning(given.out, "{").size(), 0U);
+}
+
+TEST(DryRun, FullHostNameIsAskedForBeforeTheShortOne) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can change the host name for one process";
+  const Scene scene;
+  scene.put("hosta", "p", {"hosta_1000_C1_F1.img"});
+  scene.storage().list_image("hosta", "p", 1000, {1}, "dp_full");
+  scene.script("tvdevinfo",
+               "echo V dp_short 1 2 3 4 5 6 7 8 9 media1x\n"
+               "echo V dp_full 1 2 3 4 5 6 7 8 9 MEDIA1.example.lan\n");
+  const auto dry_run_on = [&](const std::string& host) {
+    return scene.run_in_shell(
+        "exec unshare --uts sh -c 'hostname \"$0\"; exec \"$@\"' " + host + " \"$@\"",
+        {"--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run"});
+  };
+  EXPECT_EQ(lines_beginning(dry_run_on("media1.example.lan").out, "{").size(), 0U);
+  EXPECT_EQ(lines_beginning(dry_run_on("media1.other.lan").out, "{").size(), 1U);
+  EXPECT_TRUE(contains(dry_run_on(".odd").err, "cannot be determined from the hostname"));
 }
 
 TEST(DryRun, RefusesToStartWithoutWhatItNeeds) {
@@ -188,14 +218,11 @@ TEST(DryRun, RefusesToStartWithoutWhatItNeeds) {
 TEST(DryRun, ClosedStandardOutputDoesNotEndTheRun) {
   const Scene scene;
   sandbox::plant(scene.storage(), sandbox::Plan());
+  // The reader goes away at once; what the program prints meets a broken pipe.
   const std::string fifo = (scene.root() / "pipe").string();
-  // The shell's reader goes away at once; what the program prints meets a broken pipe.
-  const Ended ended = support::run(
-      {"sh", "-c",
-       "mkfifo " + fifo + "; true < " + fifo +
-           " & " MDFIXUP_PROGRAM " --FORCE_DEDUPE_METADATA_CONSISTENCY --dry_run --tvr_location " +
-           scene.storage().product().string() + " > " + fifo},
-      {{"KSREGISTRY", scene.storage().registry_file().string()}});
+  const Ended ended =
+      scene.run_in_shell("mkfifo " + fifo + "; true < " + fifo + " & \"$@\" > " + fifo,
+                         {"--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run"});
   EXPECT_EQ(ended.exit_status, 0);
   EXPECT_TRUE(contains(scene.run_log(), "end: exit status 0")) << scene.run_log();
   EXPECT_TRUE(contains(scene.run_log(), "policy directories 6, failed 0")) << scene.run_log();

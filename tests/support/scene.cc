@@ -31,15 +31,25 @@ void Scene::script(const std::string& name, const std::string& text) const {
   write_script(admincmd(name), text);
 }
 
-std::unique_ptr<Child> Scene::start(const std::vector<std::string>& arguments) const {
-  std::vector<std::string> all{MDFIXUP_PROGRAM, "--tvr_location", m_storage.product().string()};
-  all.insert(all.end(), arguments.begin(), arguments.end());
+std::unique_ptr<Child> Scene::start_behind(std::vector<std::string> prefix,
+                                           const std::vector<std::string>& arguments) const {
+  prefix.insert(prefix.end(), {MDFIXUP_PROGRAM, "--tvr_location", m_storage.product().string()});
+  prefix.insert(prefix.end(), arguments.begin(), arguments.end());
   const Child::Environment environment{{"KSREGISTRY", m_storage.registry_file().string()}};
-  return std::make_unique<Child>(all, environment);
+  return std::make_unique<Child>(prefix, environment);
+}
+
+std::unique_ptr<Child> Scene::start(const std::vector<std::string>& arguments) const {
+  return start_behind({}, arguments);
 }
 
 Ended Scene::run(const std::vector<std::string>& arguments) const {
   return start(arguments)->wait();
+}
+
+Ended Scene::run_in_shell(const std::string& script,
+                          const std::vector<std::string>& arguments) const {
+  return start_behind({"sh", "-c", script, "sh"}, arguments)->wait();
 }
 
 Ended Scene::scan(int threads) const {

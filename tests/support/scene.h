@@ -34,6 +34,9 @@ class Scene {
   Ended scan(int threads = 1) const;
   Ended dry_run(int threads = 1, std::vector<std::string> more = {}) const;
 
+  // Runs it by way of a shell script, in which "$@" stands for the program and its arguments.
+  Ended run_in_shell(const std::string& script, const std::vector<std::string>& arguments) const;
+
   std::unique_ptr<Child> start(const std::vector<std::string>& arguments) const;
 
   // All logs below the log directory whose names begin so, one behind the other.
@@ -44,6 +47,9 @@ class Scene {
   std::map<std::string, std::string> snapshot() const;
 
  private:
+  std::unique_ptr<Child> start_behind(std::vector<std::string> prefix,
+                                      const std::vector<std::string>& arguments) const;
+
   TempDir m_dir;
   sandbox::StorageBuilder m_storage;
 };

@@ -2,7 +2,6 @@
 
 #include "dct/get_disk_pool_name.h"
 #include "tests/support/temp_dir.h"
-#include "tvr_utils/pending_imports.h"
 
 namespace {
 
@@ -29,16 +28,6 @@ TEST(DiskPool, FirstLineWhoseServerBeginsWithTheHostNameWins) {
       {"", "media1", ""},
   };
   for (const auto& [output, host, name] : rows) EXPECT_EQ(pool(output, host), name) << output;
-}
-
-TEST(PendingImports, AnyLineIsOne) {
-  for (const auto& [output, pending] : std::vector<std::pair<std::string, bool>>{
-           {"", false}, {"\\n", true}, {"one image\\n", true}, {"no line end", true}}) {
-    const support::TempDir dir;
-    support::write_script(dir.path() / "tvlifecycle",
-                          "[ $1 = pendimplist ] && printf '" + output + "'; exit 4\n");
-    EXPECT_EQ(tvr_utils::CheckPendImpListIsExisting(dir.path()), pending) << output;
-  }
 }
 
 }  // namespace

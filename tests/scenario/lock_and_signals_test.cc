@@ -1,6 +1,8 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <signal.h>
+#include <unistd.h>
 
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/filesystem/operations.hpp>
@@ -21,9 +23,9 @@ constexpr bool k_signals_are_deferred = false;
 #endif
 
 // A dry run that stops in the middle of its first directory until the test lets it go on.
-class SignalledRun {
+class PausedRun {
  public:
-  SignalledRun() {
+  PausedRun() {
     for (const char* client : {"hosta", "hostb", "hostc"}) m_scene.put(client, "p", {});
     support::run({"mkfifo", fifo("ready"), fifo("go")});
     // The first call reports itself and waits; any other one leaves its arguments behind.
@@ -56,9 +58,50 @@ class SignalledRun {
   std::unique_ptr<support::Child> m_child;
 };
 
+// The process that holds a write lock on the file; 0 when none does.
+pid_t lock_holder(const fs::path& file) {
+  const int descriptor = ::open(file.c_str(), O_RDWR);
+  struct flock lock {};
+  lock.l_type = F_WRLCK;
+  const bool known = ::fcntl(descriptor, F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+  ::close(descriptor);
+  return known ? lock.l_pid : 0;
+}
+
+TEST(Lock, AnythingAtItsPathRefusesTheRun) {
+  const Scene scene;
+  const std::string message =
+      "Refusing to run because the lock file " + scene.lock_file().string() + " already exists.\n";
+  const auto refused = [&] {
+    const support::Ended ended = scene.scan();
+    return ended.exit_status == 1 && ended.err == message;
+  };
+  support::write_text(scene.lock_file(), "");
+  EXPECT_TRUE(refused());
+  EXPECT_TRUE(fs::exists(scene.lock_file())) << "not the refused run's to remove";
+  fs::remove(scene.lock_file());
+  fs::create_symlink("/no/such", scene.lock_file());
+  EXPECT_TRUE(refused());
+  fs::remove(scene.lock_file());
+  fs::create_directory(scene.lock_file());
+  EXPECT_TRUE(refused());
+  fs::remove(scene.lock_file());
+  EXPECT_EQ(scene.scan().exit_status, 0);
+}
+
+TEST(Lock, IsHeldThroughTheRunWithThePidReadable) {
+  PausedRun run;
+  const fs::path lock = run.scene().lock_file();
+  EXPECT_EQ(lock_holder(lock), run.child().pid());
+  EXPECT_EQ(support::read_text(lock), std::to_string(run.child().pid()));
+  EXPECT_EQ(fs::status(lock).permissions(), fs::owner_read | fs::owner_write);
+  EXPECT_EQ(run.go_on().exit_status, 0);
+  EXPECT_FALSE(fs::exists(lock));
+}
+
 TEST(Signals, FirstOneFinishesTheDirectoryInHandAndStops) {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-    SignalledRun run;
+    PausedRun run;
     run.send_and_await_notice(signal);
     const support::Ended ended = run.go_on();
     EXPECT_EQ(ended.exit_status, 1);
@@ -74,7 +117,7 @@ TEST(Signals, FirstOneFinishesTheDirectoryInHandAndStops) {
 
 TEST(Signals, SecondOneTakesItsDefaultAction) {
   if (k_signals_are_deferred) GTEST_SKIP();
-  SignalledRun run;
+  PausedRun run;
   run.send_and_await_notice(SIGINT);
   run.child().send(SIGTERM);
   const support::Ended ended = run.child().wait();
