@@ -7,10 +7,7 @@
 
 namespace {
 
-namespace fs = boost::filesystem;
 using boost::algorithm::contains;
-using boost::algorithm::ends_with;
-using boost::algorithm::starts_with;
 using support::Ended;
 using support::lines_beginning;
 using support::Scene;
@@ -108,8 +105,9 @@ TEST(ConsistencyFailures, HostileNamesStartNoCommand) {
   EXPECT_TRUE(contains(ended.err, "the name p|q cannot be passed to tvimagequery\n"));
   const auto calls = lines_beginning(support::read_text(pwned), "-");
   ASSERT_EQ(calls.size(), 2U) << "one directory and the final listing";
-  EXPECT_TRUE(starts_with(calls[0], "-client h\xc3\xb6st-A_1:+@ -policy p.1 -hoursago "));
-  EXPECT_TRUE(starts_with(calls[1], "-hoursago "));
+  EXPECT_TRUE(
+      boost::algorithm::starts_with(calls[0], "-client h\xc3\xb6st-A_1:+@ -policy p.1 -hoursago "));
+  EXPECT_TRUE(boost::algorithm::starts_with(calls[1], "-hoursago "));
 }
 
 TEST(ConsistencyFailures, FinalListingThatFailsAbortsTheRun) {
@@ -120,7 +118,7 @@ TEST(ConsistencyFailures, FinalListingThatFailsAbortsTheRun) {
   EXPECT_EQ(ended.err,
             "Aborting with error:  tvimagequery error (25): cannot connect to master server\n");
   EXPECT_FALSE(contains(ended.out, "finished successfully"));
-  EXPECT_FALSE(fs::exists(scene.lock_file()));
+  EXPECT_FALSE(boost::filesystem::exists(scene.lock_file()));
 }
 
 TEST(ConsistencyFailures, QueriesThatDieAreNoAnswer) {
@@ -130,7 +128,8 @@ TEST(ConsistencyFailures, QueriesThatDieAreNoAnswer) {
       scene.script(name, end);
       const Ended ended = scene.dry_run();
       // The shell may say "Terminated" first.
-      EXPECT_TRUE(ends_with(ended.err, "Aborting with error:  the pipe command did not exit\n"))
+      EXPECT_TRUE(boost::algorithm::ends_with(
+          ended.err, "Aborting with error:  the pipe command did not exit\n"))
           << name << end << ended.err;
       EXPECT_EQ(ended.exit_status, 1);
     }

@@ -44,7 +44,6 @@ TEST(Scan, ReportsExactlyWhatWasPlanted) {
 
 TEST(Scan, JudgesTheLeadingCharactersOnly) {
   const std::pair<std::vector<std::string>, bool> rows[] = {
-      {{}, false},
       {{"hosta_1602000000_C1_F1.img", "hosta"}, false},
       {{"other_1602000000_C1_F1.img", "EVENT_1", "hosT", ""}, false},
       {{"hosta_1602000000_C1_F1.img", "HostA_1602000000_C1_F1.img"}, true},

@@ -25,7 +25,6 @@ TEST(DiskPool, FirstLineWhoseServerBeginsWithTheHostNameWins) {
       {" V dp1 3 4 5 6 7 8 9 10 media1\n", "media1", "V"},
       {"V" + to_11 + " other\nV dp2 3 4 5 6 7 8 9 10 11 media1\nV dp3 3 4 5 6 7 8 9 10 11 media1\n",
        "media1", "dp2"},
-      {"", "media1", ""},
   };
   for (const auto& [output, host, name] : rows) EXPECT_EQ(pool(output, host), name) << output;
 }
