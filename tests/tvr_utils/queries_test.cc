@@ -21,7 +21,6 @@ TEST(DiskPool, FirstLineWhoseServerBeginsWithTheHostNameWins) {
       {"V   dp1 3 4  5 6 7 8 9 10 11    media1\n", "media1", "dp1"},
       {"V" + to_11 + " media10\n", "media1", "dp1"},
       {"V" + to_11 + " media1\n", "media1.example.lan", ""},
-      {"V" + to_11 + "\nmedia1\n", "media1", ""},
       {" V dp1 3 4 5 6 7 8 9 10 media1\n", "media1", "V"},
       {"V" + to_11 + " other\nV dp2 3 4 5 6 7 8 9 10 11 media1\nV dp3 3 4 5 6 7 8 9 10 11 media1\n",
        "media1", "dp2"},
