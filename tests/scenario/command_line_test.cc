@@ -137,8 +137,8 @@ TEST(CommandLine, RunLogThatCannotBeOpenedEndsTheRun) {
 }
 
 TEST(CommandLine, LogsThatCannotGrowKeepWhatTheyHaveAndTheRestGoesToStandardError) {
-  for (const std::size_t bytes :
-       {2000U, 1000U}) {  // nothing more fits; the beginning of a line does
+  // Nothing more fits; the beginning of a line does.
+  for (const std::size_t bytes : {2000U, 1000U}) {
     const Scene scene;
     const fs::path log = scene.storage().log_dir() / "mdfixup" / "mdfixup.log";
     const std::string earlier = std::string(bytes, 'x') + "\n";

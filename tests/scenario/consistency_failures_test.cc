@@ -88,9 +88,9 @@ TEST(ConsistencyFailures, DirectoryThatCannotBeReadIsNoted) {
 TEST(ConsistencyFailures, HostileNamesStartNoCommand) {
   const Scene scene;
   const std::string pwned = (scene.root() / "pwned").string();
-  const std::vector<std::string> names{
-      "a b", "a;touch ${HOME}", "$(reboot)", "-hoursago", "a'b", "a\"b", "a`b`", "*", "a&b",
-      "a\nb"};
+  const std::vector<std::string> names{"a b", "a;touch pwned", "$(touch pwned)", "-hoursago",
+                                       "a'b", "a\"b",          "a`b`",           "*",
+                                       "a&b", "a\nb"};
   for (const std::string& name : names) scene.put(name, "p", {});
   scene.put("hosta", "p|q", {});
   scene.put("h\xc3\xb6st-A_1:+@", "p.1", {});
