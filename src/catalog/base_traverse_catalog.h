@@ -54,8 +54,8 @@ class BaseTraverseCatalog {
   const boost::filesystem::path& log_dir() const { return m_log_dir; }
 
   // Opens the task's log `dir`/`file_name`, makes the directory if need be, and tells standard
-  // output where the log is. To be called in the derived class's constructor. Errors:
-  // filesystem_error, Cr_ErrnoException.
+  // output where the log is. To be called in the derived class's constructor.
+  // Errors: filesystem_error, Cr_ErrnoException.
   void init_log_file(const boost::filesystem::path& dir, const std::string& file_name);
 
   void write_to_log(const std::string& text) const;

@@ -15,8 +15,7 @@ constexpr std::size_t k_query_line_capacity = 8192;
 //
 // Threads: one thread.
 // Ownership: owns the stream and the buffer. A reader that is destroyed with its pipe open closes
-// it
-//   without looking at how the child ended.
+//   it without looking at how the child ended.
 // Errors: Cr_ErrnoException: k_status_buffer_too_small, k_status_pipe_read, the system's error for
 //   a failed close, k_status_child_did_not_exit.
 class PopenRead {

@@ -33,7 +33,7 @@ void keep_from_children(int descriptor) {
     const int open = std::stoi(entry.path().filename().string());
     struct stat other {};
     if (::fstat(open, &other) == 0 && other.st_dev == file.st_dev && other.st_ino == file.st_ino) {
-      (void)::fcntl(open, F_SETFD, FD_CLOEXEC);  // inherited then, which harms the lock in no way
+      (void)::fcntl(open, F_SETFD, FD_CLOEXEC);  // the lock holds where this fails, too
     }
   }
 }

@@ -45,8 +45,8 @@ void install(int signal, void (*handler)(int)) {
 SignalGuard::SignalGuard() : m_saved{{{SIGINT, {}}, {SIGTERM, {}}, {SIGHUP, {}}}} {
   s_interrupted.store(false);
   install(SIGPIPE, do_nothing);
-  install(SIGCHLD,
-          SIG_DFL);  // a caller that ignores it would keep us from learning how a child ended
+  // A caller that ignores it would keep us from learning how a child ended.
+  install(SIGCHLD, SIG_DFL);
   for (Saved& saved : m_saved) {
     (void)::sigaction(saved.signal, nullptr, &saved.action);
     const bool kept_ignored = saved.signal == SIGHUP && saved.action.sa_handler == SIG_IGN;

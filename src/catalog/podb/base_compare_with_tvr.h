@@ -18,8 +18,7 @@ std::string missing_image_line(const std::string& client, const std::string& pol
 //
 // Ownership: refers to both logs, which must outlive it.
 // Errors: the constructor throws Cr_ErrnoException, naming the directory, when the database cannot
-// be
-//   opened or read.
+//   be opened or read.
 class BaseCompareWithTVR : public BasenameTimeAndCopySet {
  public:
   BaseCompareWithTVR(const boost::filesystem::path& policy_dir, dct::util::LogFile& log,
@@ -27,8 +26,8 @@ class BaseCompareWithTVR : public BasenameTimeAndCopySet {
                      const boost::filesystem::path& admincmd_dir, const std::string& disk_pool);
 
   // Takes the copies that the catalog holds out of the set, and writes those that the metadata
-  // lacks to the missing-images log. To be called once. Errors: what the listing throws; the set
-  // then holds no orphans to act upon.
+  // lacks to the missing-images log. To be called once.
+  // Errors: what the listing throws. What the set holds then is not known to be orphaned.
   virtual void compare_metadata_impl();
 
   // Hands each orphan, in ascending order, to visit_one_image_copy.

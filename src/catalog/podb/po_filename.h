@@ -13,9 +13,8 @@ class POFilename {
   // Fills the fields from a basename found in the directory of client `client_dir`. A header
   // leaves `fragment_number` as it was, a name of other than 5 tokens `extra_number`.
   // Errors: Cr_ErrnoException, k_status_malformed for a malformed name and k_status_handled for a
-  // name
-  //   that is left alone on purpose (an event, a replicated object); boost::bad_lexical_cast for a
-  //   number that is none. Fields filled before the fault stay filled.
+  //   name that is left alone on purpose (an event, a replicated object); boost::bad_lexical_cast
+  //   for a number that is none. Fields filled before the fault stay filled.
   void parse(const std::string& basename, const std::string& client_dir);
 
   std::uint32_t copy_number = 0;
