@@ -36,9 +36,8 @@ Events read_events(const boost::filesystem::path& storage_root) {
   status = table->ListRecordsStart({});
   Events result = Events::none_pending;
   std::vector<SpaDB::CColumn> record;
-  while (status == k_status_ok) {
-    status = table->ListRecordsNext(record);
-    if (status != k_status_ok) break;
+  if (status == k_status_ok) status = table->ListRecordsNext(record);
+  for (; status == k_status_ok; status = table->ListRecordsNext(record)) {
     const Events judged = judge(record);
     if (judged == Events::unreadable) return unreadable("has events without an eventstring");
     if (judged == Events::pending) result = Events::pending;

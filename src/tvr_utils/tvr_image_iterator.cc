@@ -120,9 +120,8 @@ void TVRImageIterator::PopenImageReader::finish() {
 // The output is read to its end, since a child that we cut off looks like one that failed. A
 // listing that says both that it is empty and that it is not cannot be taken for an empty one.
 void TVRImageIterator::PopenImageReader::read_no_images() {
-  constexpr std::string_view k_image = "IMAGE";
   while (read_line()) {
-    if (current_line().substr(0, k_image.size()) == k_image) {
+    if (current_line_is_image()) {
       throw Cr_ErrnoException(k_status_malformed,
                               "Invalid line in parsing; expected no images,"
                               "but received:\n\t" +

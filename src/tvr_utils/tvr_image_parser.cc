@@ -76,7 +76,7 @@ void BaseTVRImageIteratorImpl::increment() {
 
 void BaseTVRImageIteratorImpl::read_image() {
   bool skip = false;
-  if (begins_with(m_line, k_image)) {
+  if (current_line_is_image()) {
     skip = parse_image_line();
   } else if (begins_with(m_line, k_frag)) {
     parse_frag_line();
@@ -94,7 +94,7 @@ void BaseTVRImageIteratorImpl::read_image() {
 // output ended without an image to deliver.
 bool BaseTVRImageIteratorImpl::read_to_next_image(bool skip) {
   while (read_line()) {
-    if (begins_with(m_line, k_image)) {
+    if (current_line_is_image()) {
       if (!skip && !m_image.copy_numbers.empty()) return true;
       skip = parse_image_line();
     } else if (!skip && begins_with(m_line, k_frag)) {
@@ -110,7 +110,7 @@ bool BaseTVRImageIteratorImpl::ok_to_increment() {
 }
 
 void BaseTVRImageIteratorImpl::throw_if_current_line_is_not_IMAGE() {
-  if (!begins_with(m_line, k_image)) {
+  if (!current_line_is_image()) {
     throw_malformed("Invalid line in parsing; expected an IMAGE line,but received:\n\t");
   }
 }
@@ -119,6 +119,10 @@ void BaseTVRImageIteratorImpl::verify_has_next() const {
   if (m_current == nullptr) {
     throw Cr_ErrnoException(k_status_end_of_iteration, "End of iteration was reached");
   }
+}
+
+bool BaseTVRImageIteratorImpl::current_line_is_image() const {
+  return begins_with(m_line, k_image);
 }
 
 bool BaseTVRImageIteratorImpl::no_images_were_found() const {

@@ -52,6 +52,7 @@ class BaseTVRImageIteratorImpl {
   void check_image_line();
 
   bool no_images_were_found() const;
+  bool current_line_is_image() const;
 
   // Positions on the first image. The current line is the first of the listing.
   void begin();
