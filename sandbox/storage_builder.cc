@@ -117,14 +117,15 @@ void PolicyDirWriter::put(const std::string& basename) {
   constexpr unsigned k_byte_values = 256;
   constexpr std::int64_t k_mtime = 1600000000;
   std::minstd_rand random(static_cast<std::uint32_t>(std::hash<std::string>()(basename) ^ m_seed));
-  PO po;
-  po.basename = basename;
-  for (int i = 0; i < k_poid_digits; ++i) po.poid += "0123456789abcdef"[(random() >> 8) % 16];
+  PO po(POCreate());
+  POData& data = po.data();
+  data.basename = basename;
+  for (int i = 0; i < k_poid_digits; ++i) data.poid += "0123456789abcdef"[(random() >> 8) % 16];
   for (std::size_t i = 0; i < m_record_bytes; ++i) {
-    po.record += static_cast<char>((random() >> 8) % k_byte_values);
+    data.record += static_cast<char>((random() >> 8) % k_byte_values);
   }
-  po.size = static_cast<std::int64_t>(random());
-  po.mtime = k_mtime + static_cast<std::int64_t>(random() % 86400);
+  data.size = static_cast<std::int64_t>(random());
+  data.mtime = k_mtime + static_cast<std::int64_t>(random() % 86400);
   require(m_database.put(&po), basename);
 }
 

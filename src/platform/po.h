@@ -1,25 +1,42 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
-// A path object: one record of a path-object database.
-class PO {
- public:
-  virtual ~PO() = default;
-
+// The columns of one record of a path-object database.
+struct POData {
   std::string basename;
   std::string poid;        // identity of the content, 64 hexadecimal digits
   std::int64_t size = 0;   // bytes of the object
   std::int64_t mtime = 0;  // seconds since the epoch
   std::string record;      // the object's segment list; opaque bytes
+};
+
+// New, empty columns, owned by the caller; null when there is no memory for them.
+POData* POCreate();
+
+// A path object.
+//
+// Threads: one thread at a time.
+// Ownership: owns its columns.
+class PO {
+ public:
+  // Takes over `data`, which must not be null.
+  explicit PO(POData* data);
+  virtual ~PO();
+  PO(const PO&) = delete;
+  PO& operator=(const PO&) = delete;
+
+  POData& data() { return *m_data; }
+  const POData& data() const { return *m_data; }
 
   // Sets `text` to a description of the PO on one line, without a line end.
   void to_string(std::string& text) const;
+
+ private:
+  std::unique_ptr<POData> m_data;
 };
 
-// A new, empty PO, owned by the caller; null when there is no memory for it.
-PO* POCreate();
-
-// The PO's identity (its POID), which lives as long as the PO.
+// The PO's identity (its POID), valid until the PO changes.
 const std::string& POGetHashRef(const PO& po);

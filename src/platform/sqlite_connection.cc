@@ -75,6 +75,24 @@ bool uses_write_ahead_log(SQLite::Database& database) {
   return version[0] == k_write_ahead_log;
 }
 
+bool in_transaction(SQLite::Database& database) {
+  return sqlite3_get_autocommit(database.getHandle()) == 0;
+}
+
+void require_one_statement(SQLite::Database& database, const std::string& sql) {
+  sqlite3_stmt* statement = nullptr;
+  const char* rest = nullptr;
+  const int result = sqlite3_prepare_v2(database.getHandle(), sql.data(),
+                                        static_cast<int>(sql.size()), &statement, &rest);
+  const bool is_statement = statement != nullptr;
+  sqlite3_finalize(statement);
+  if (result != SQLITE_OK) throw SQLite::Exception(database.getHandle(), result);
+  const std::string behind(rest, sql.data() + sql.size());
+  if (!is_statement || behind.find_first_not_of(" \t\n") != std::string::npos) {
+    throw SQLite::Exception("not one SQL statement", SQLITE_MISUSE);
+  }
+}
+
 cr_status_t database_status(const SQLite::Exception& error) {
   if (error.getExtendedErrorCode() == SQLITE_READONLY_ROLLBACK) return k_status_db_unfinished;
   switch (error.getErrorCode() & 0xff) {

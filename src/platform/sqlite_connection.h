@@ -25,6 +25,13 @@ std::unique_ptr<SQLite::Database> open_database(const std::string& file, int fla
 // Errors: SQLite::Exception when the header cannot be read.
 bool uses_write_ahead_log(SQLite::Database& database);
 
+// Whether a transaction is open: begun, and neither committed nor rolled back.
+bool in_transaction(SQLite::Database& database);
+
+// Throws SQLite::Exception unless `sql` is one statement with nothing but blanks behind it. Runs
+// nothing.
+void require_one_statement(SQLite::Database& database, const std::string& sql);
+
 // The status for what SQLite reported.
 cr_status_t database_status(const SQLite::Exception& error);
 

@@ -2,82 +2,201 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
-#include <boost/filesystem/operations.hpp>
-
-#include "platform/create_podb.h"
 #include "platform/po.h"
 #include "platform/po_schema.h"
+#include "platform/podb_creation.h"
 #include "platform/sqlite_connection.h"
 
 namespace fs = boost::filesystem;
 
 namespace {
 
-constexpr const char* k_file_name = "po.db";
+std::string_view text_of(const SQLite::Column& column) {
+  const char* text = column.getText();
+  return {text, static_cast<std::size_t>(column.getBytes())};
+}
 
-// A link that leads nowhere is there: its database is out of reach, which is not the same as empty.
-bool is_there(const std::string& file) {
-  boost::system::error_code error;
-  return fs::symlink_status(file, error).type() != fs::file_not_found;
+std::string bytes_of(const SQLite::Column& column) {
+  const auto* bytes = static_cast<const char*>(column.getBlob());
+  return bytes == nullptr ? std::string() : std::string(bytes, bytes + column.getBytes());
+}
+
+// A prepared statement in use. It is reset at the end: one that stays on its row keeps its lock.
+class StatementInUse {
+ public:
+  StatementInUse(SQLite::Database& database, std::unique_ptr<SQLite::Statement>& statement,
+                 const char* sql) {
+    if (!statement) statement = std::make_unique<SQLite::Statement>(database, sql);
+    m_statement = statement.get();
+  }
+  ~StatementInUse() {
+    (void)m_statement->tryReset();  // repeats the error of the last step, which was thrown then
+  }
+  StatementInUse(const StatementInUse&) = delete;
+  StatementInUse& operator=(const StatementInUse&) = delete;
+
+  SQLite::Statement* operator->() { return m_statement; }
+
+ private:
+  SQLite::Statement* m_statement;
+};
+
+void step_through(SQLite::Statement& statement, const PODB::BasenameVisitor* rows) {
+  if (!statement.executeStep()) return;
+  const SQLite::Column first = statement.getColumn(0);  // of whatever row the statement is on
+  do {
+    if (rows != nullptr) (*rows)(text_of(first));
+  } while (statement.executeStep());
 }
 
 }  // namespace
 
 // The database lies in the policy directory alone; the root serves libraries that keep more there.
-SQLitePODB::SQLitePODB(const std::string& /*catalog_root*/, const std::string& policy_dir) {
-  const std::string file = (fs::path(policy_dir) / k_file_name).string();
-  if (is_there(file)) m_database = platform::open_database(file, SQLite::OPEN_READONLY);
+SQLitePODB::SQLitePODB(const std::string& /*catalog_root*/, const std::string& policy_dir,
+                       Access access)
+    : m_access(access) {
+  const std::string file = platform::podb_file(policy_dir).string();
+  const int flags = access == Access::read_only ? SQLite::OPEN_READONLY : SQLite::OPEN_READWRITE;
+  if (platform::is_there(file)) m_database = platform::open_database(file, flags);
 }
 
-SQLitePODB::SQLitePODB(const fs::path& /*catalog_root*/, const fs::path& policy_dir) {
-  const std::string file = (policy_dir / k_file_name).string();
-  if (!is_there(file)) {
-    fs::create_directories(policy_dir);
-    platform::create_podb(file);
+SQLitePODB::SQLitePODB(const fs::path& catalog_root, const fs::path& policy_dir)
+    : m_access(Access::read_write),
+      m_creation(std::make_unique<platform::PODBCreation>(catalog_root, policy_dir)) {
+  try {
+    m_database =
+        platform::open_database(platform::podb_file(policy_dir).string(), SQLite::OPEN_READWRITE);
+  } catch (...) {
+    m_creation->undo();  // nothing can be in it yet
+    throw;
   }
-  m_database = platform::open_database(file, SQLite::OPEN_READWRITE);
 }
 
-SQLitePODB::~SQLitePODB() = default;
+SQLitePODB::~SQLitePODB() {
+  if (m_creation == nullptr || !m_creation->made_database()) return;
+  try {
+    // The lock taken to look is held until the file is gone: nobody stores anything in between.
+    if (holds_nothing()) m_creation->undo();
+  } catch (const std::exception&) {
+    return;  // what cannot be looked into stays
+  }
+}
+
+bool SQLitePODB::holds_nothing() {
+  if (do_rollback_transaction() != k_status_ok) return false;
+  m_database->exec("BEGIN EXCLUSIVE");
+  return m_database->execAndGet("SELECT count(*) FROM po").getInt64() == 0;
+}
 
 cr_status_t SQLitePODB::get_basenames(const BasenameVisitor& visitor) {
-  return guarded([&] { return list_basenames(visitor); });
+  // The index behind UNIQUE holds the basenames alone, in byte order.
+  return guarded(
+      [&] { return list_basenames("SELECT basename FROM po ORDER BY basename", visitor); });
+}
+
+cr_status_t SQLitePODB::get_basenames(std::vector<std::string>& names, const std::string& condition,
+                                      unsigned offset, unsigned limit) {
+  const std::string most = limit == 0 ? "-1" : std::to_string(limit);
+  const std::string sql = "SELECT basename FROM po WHERE " + condition +
+                          " ORDER BY basename LIMIT " + most + " OFFSET " + std::to_string(offset);
+  names.clear();
+  const cr_status_t status = guarded([&] {
+    return list_basenames(sql, [&](std::string_view name) { names.emplace_back(name); });
+  });
+  if (status != k_status_ok) names.clear();
+  return status;
+}
+
+cr_status_t SQLitePODB::get(const std::string& basename, PO& po) {
+  return guarded([&] {
+    const cr_status_t status = check();
+    if (status != k_status_ok) return status;
+    StatementInUse statement(*m_database, m_get,
+                             "SELECT poid, size, mtime, record FROM po WHERE basename = ?");
+    statement->bindNoCopy(1, basename);
+    if (!statement->executeStep()) return k_status_db_no_such_po;
+    const SQLite::Column poid = statement->getColumn(0);
+    const SQLite::Column size = statement->getColumn(1);
+    const SQLite::Column mtime = statement->getColumn(2);
+    const SQLite::Column record = statement->getColumn(3);
+    if (!poid.isText() || !size.isInteger() || !mtime.isInteger() || !record.isBlob()) {
+      return k_status_malformed;
+    }
+    po.data() = {basename, std::string(text_of(poid)), size.getInt64(), mtime.getInt64(),
+                 bytes_of(record)};
+    return k_status_ok;
+  });
 }
 
 cr_status_t SQLitePODB::put(const PO* po) {
   return guarded([&] {
     const cr_status_t status = check();
     if (status != k_status_ok) return status;
-    if (!m_put) {
-      m_put = std::make_unique<SQLite::Statement>(
-          *m_database, "INSERT OR REPLACE INTO po VALUES (?, ?, ?, ?, ?)");
-    }
-    m_put->bindNoCopy(1, po->basename);
-    m_put->bindNoCopy(2, po->poid);
-    m_put->bind(3, po->size);
-    m_put->bind(4, po->mtime);
-    m_put->bindNoCopy(5, po->record.data(), static_cast<int>(po->record.size()));
-    m_put->exec();
-    m_put->reset();
+    const POData& data = po->data();
+    StatementInUse statement(*m_database, m_put,
+                             "INSERT OR REPLACE INTO po VALUES (?, ?, ?, ?, ?)");
+    statement->bindNoCopy(1, data.basename);
+    statement->bindNoCopy(2, data.poid);
+    statement->bind(3, data.size);
+    statement->bind(4, data.mtime);
+    statement->bindNoCopy(5, data.record.data(), static_cast<int>(data.record.size()));
+    statement->exec();
     return k_status_ok;
   });
 }
 
-cr_status_t SQLitePODB::do_begin_transaction() {
+cr_status_t SQLitePODB::remove(const std::string& basename) {
   return guarded([&] {
+    const cr_status_t status = check();
+    if (status != k_status_ok) return status;
+    StatementInUse statement(*m_database, m_remove, "DELETE FROM po WHERE basename = ?");
+    statement->bindNoCopy(1, basename);
+    return statement->exec() == 0 ? k_status_db_no_such_po : k_status_ok;
+  });
+}
+
+cr_status_t SQLitePODB::do_begin_transaction() {
+  const cr_status_t status = guarded([&] {
     if (!m_database) return k_status_db_read_only;
     if (platform::uses_write_ahead_log(*m_database)) return k_status_db_foreign;
-    m_database->exec("BEGIN IMMEDIATE");
-    return k_status_ok;
+    m_database->exec(m_access == Access::read_only ? "BEGIN" : "BEGIN IMMEDIATE");
+    return check();
   });
+  // What failed inside the transaction is what the caller wants to know.
+  if (status != k_status_ok) (void)do_rollback_transaction();
+  return status;
 }
 
 cr_status_t SQLitePODB::do_commit_transaction() {
   return guarded([&] {
     if (!m_database) return k_status_db_read_only;
     m_database->exec("COMMIT");
+    m_creation.reset();  // what was created is to stay
     return k_status_ok;
   });
+}
+
+cr_status_t SQLitePODB::do_rollback_transaction() {
+  return guarded([&] {
+    // SQLite rolls back on its own after some errors, a full disk for one.
+    if (m_database && platform::in_transaction(*m_database)) m_database->exec("ROLLBACK");
+    return k_status_ok;
+  });
+}
+
+cr_status_t SQLitePODB::exec_sql(const std::string& sql, const BasenameVisitor* rows) {
+  return guarded([&] {
+    const cr_status_t status = check();
+    if (status != k_status_ok) return status;
+    platform::require_one_statement(*m_database, sql);
+    SQLite::Statement statement(*m_database, sql);
+    step_through(statement, rows);
+    return k_status_ok;
+  });
+}
+
+std::int64_t SQLitePODB::changed_rows() const {
+  return m_database ? m_database->getChanges() : 0;
 }
 
 cr_status_t SQLitePODB::guarded(const std::function<cr_status_t()>& operation) {
@@ -88,21 +207,15 @@ cr_status_t SQLitePODB::guarded(const std::function<cr_status_t()>& operation) {
   }
 }
 
-cr_status_t SQLitePODB::list_basenames(const BasenameVisitor& visitor) {
+cr_status_t SQLitePODB::list_basenames(const std::string& sql, const BasenameVisitor& visitor) {
   if (!m_database) return k_status_ok;
   if (platform::uses_write_ahead_log(*m_database)) return k_status_db_foreign;
   SQLite::Transaction one_lock_cycle(*m_database);
   const cr_status_t status = check();
   if (status != k_status_ok) return status;
-  // The index behind UNIQUE holds the basenames alone, in byte order.
-  SQLite::Statement names(*m_database, "SELECT basename FROM po ORDER BY basename");
-  if (names.executeStep()) {
-    const SQLite::Column name = names.getColumn(0);  // of whatever row the statement is on
-    do {
-      const char* text = name.getText();
-      visitor(std::string_view(text, static_cast<std::size_t>(name.getBytes())));
-    } while (names.executeStep());
-  }
+  platform::require_one_statement(*m_database, sql);
+  SQLite::Statement names(*m_database, sql);
+  step_through(names, &visitor);
   names.reset();
   one_lock_cycle.commit();
   return k_status_ok;

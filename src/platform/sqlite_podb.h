@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <boost/filesystem/path.hpp>
 
@@ -13,20 +15,28 @@ class Database;
 class Statement;
 }  // namespace SQLite
 
+namespace platform {
+class PODBCreation;
+}
+
 // The SQLite database `po.db` of one policy directory.
 //
 // Threads: one thread at a time; several objects may work side by side.
-// Ownership: owns the open file; closing never writes.
+// Ownership: owns the open file.
 // Errors: a constructor throws Cr_ErrnoException, naming the file, when the file cannot be opened.
 //   What is wrong inside the file shows as the status of the first operation on it.
 class SQLitePODB : public PODB {
  public:
-  // Opens for reading only, and creates nothing: a directory without `po.db` reads as an empty
-  // database, into which nothing can be stored.
-  SQLitePODB(const std::string& catalog_root, const std::string& policy_dir);
+  enum class Access { read_only, read_write };
+
+  // Creates nothing: a directory without `po.db` reads as an empty database, into which nothing can
+  // be stored. Opened for writing, what a run that died left unfinished is rolled back.
+  SQLitePODB(const std::string& catalog_root, const std::string& policy_dir,
+             Access access = Access::read_only);
 
   // Opens for reading and writing; creates the policy directory and the database where they do not
-  // exist. A crash on the way leaves either no database or a whole one.
+  // exist. A crash on the way leaves either no database or a whole one. What was created is taken
+  // away again with the object unless a transaction was committed to it.
   SQLitePODB(const boost::filesystem::path& catalog_root,
              const boost::filesystem::path& policy_dir);
 
@@ -35,18 +45,34 @@ class SQLitePODB : public PODB {
   SQLitePODB& operator=(const SQLitePODB&) = delete;
 
   cr_status_t get_basenames(const BasenameVisitor& visitor) override;
+  cr_status_t get_basenames(std::vector<std::string>& names, const std::string& condition,
+                            unsigned offset, unsigned limit) override;
+  cr_status_t get(const std::string& basename, PO& po) override;
   cr_status_t put(const PO* po) override;
+  cr_status_t remove(const std::string& basename) override;
+  cr_status_t do_begin_transaction() override;
+  cr_status_t do_commit_transaction() override;
+  cr_status_t do_rollback_transaction() override;
 
-  // A transaction that is not committed when the object is destroyed is rolled back.
-  cr_status_t do_begin_transaction();
-  cr_status_t do_commit_transaction();
+  // Runs one SQL statement, in a transaction of its own unless one is open, and hands the first
+  // column of each row of its result to `rows`, which may be null. Text behind the statement is an
+  // error, and nothing runs then.
+  cr_status_t exec_sql(const std::string& sql, const BasenameVisitor* rows);
+
+  // The POs that the last successful exec_sql, put or remove inserted, changed or deleted.
+  std::int64_t changed_rows() const;
 
  private:
   cr_status_t guarded(const std::function<cr_status_t()>& operation);
-  cr_status_t list_basenames(const BasenameVisitor& visitor);
+  cr_status_t list_basenames(const std::string& sql, const BasenameVisitor& visitor);
   cr_status_t check();
+  bool holds_nothing();
 
-  std::unique_ptr<SQLite::Database> m_database;  // null when there is no file
+  const Access m_access;
+  std::unique_ptr<platform::PODBCreation> m_creation;  // null once a transaction was committed
+  std::unique_ptr<SQLite::Database> m_database;        // null when there is no file
   bool m_checked = false;
+  std::unique_ptr<SQLite::Statement> m_get;
   std::unique_ptr<SQLite::Statement> m_put;
+  std::unique_ptr<SQLite::Statement> m_remove;
 };

@@ -37,6 +37,7 @@ constexpr std::array k_status_texts{
     StatusText{k_status_db_read_only, "database is read-only"},
     StatusText{k_status_db_cannot_open, "database cannot be opened"},
     StatusText{k_status_db_unfinished, "database was left in the middle of a change"},
+    StatusText{k_status_db_no_such_po, "no such path object"},
 };
 
 }  // namespace

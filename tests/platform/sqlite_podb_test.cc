@@ -7,6 +7,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include "platform/po.h"
 #include "sandbox/storage_builder.h"
 #include "tests/support/child.h"
 
@@ -75,6 +76,103 @@ TEST_F(SQLitePODBTest, HotJournalIsLeftForAWriter) {
   std::vector<std::string> names;
   EXPECT_EQ(list(names), k_status_db_unfinished);
   EXPECT_EQ(support::read_text(journal), "the pages as they were");
+}
+
+TEST_F(SQLitePODBTest, ListsWhatAConditionHoldsFor) {
+  create({"a", "b", "c", "d"});
+  SQLitePODB database("/", m_policy.string());
+  std::vector<std::string> names;
+  EXPECT_EQ(database.get_basenames(names, "basename NOT GLOB 'b*'", 0, 0), 0);
+  EXPECT_EQ(names, (std::vector<std::string>{"a", "c", "d"}));
+  EXPECT_EQ(database.get_basenames(names, "1", 1, 2), 0);
+  EXPECT_EQ(names, (std::vector<std::string>{"b", "c"}));
+  EXPECT_NE(database.get_basenames(names, "1; DELETE FROM po", 0, 0), 0);
+  EXPECT_TRUE(names.empty());
+}
+
+TEST_F(SQLitePODBTest, PassesOnEveryColumnOrRefusesTo) {
+  create({"plain"});
+  support::sqlite(m_file,
+                  "INSERT INTO po VALUES ('empty', '', -1, 9223372036854775807, x''),"
+                  "('zeros', CAST(x'61006200' AS TEXT), 0, 0, x'0061002700ff'),"
+                  "('real', 'p', 1.5, 0, x'00'), ('blob', x'70', 1, 0, x'00'),"
+                  "('text', 'p', 1, 0, 'record')");
+  const std::string rows =
+      "SELECT basename, hex(poid), typeof(poid), size, mtime, hex(record), typeof(record) FROM po";
+  const std::string before = support::sqlite(m_file, rows + " WHERE rowid <= 3");
+  PO po(POCreate());
+  {
+    SQLitePODB source("/", m_policy.string());
+    SQLitePODB target(m_dir.path(), m_policy.parent_path() / "q");
+    ASSERT_EQ(target.do_begin_transaction(), 0);
+    for (const char* name : {"plain", "empty", "zeros"}) {
+      ASSERT_EQ(source.get(name, po), 0);
+      ASSERT_EQ(target.put(&po), 0);
+    }
+    ASSERT_EQ(target.do_commit_transaction(), 0);
+    for (const char* name : {"real", "blob", "text"}) {
+      EXPECT_EQ(source.get(name, po), k_status_malformed) << name;
+    }
+    EXPECT_EQ(source.get("none", po), k_status_db_no_such_po);
+    EXPECT_EQ(target.remove("none"), k_status_db_no_such_po);
+  }
+  EXPECT_EQ(support::sqlite(m_policy.parent_path() / "q" / "po.db", rows), before);
+}
+
+TEST_F(SQLitePODBTest, RunsExactlyOneStatement) {
+  create({"a", "b"});
+  SQLitePODB database("/", m_policy.string(), SQLitePODB::Access::read_write);
+  const std::string remove = "DELETE FROM po WHERE basename = 'a'";
+  for (const std::string& sql : {remove + "; x", remove + ";;", remove + ";--",
+                                 remove + std::string("\0", 1), std::string(), std::string("--")}) {
+    EXPECT_NE(database.exec_sql(sql, nullptr), 0) << sql;
+  }
+  std::vector<std::string> names;
+  const PODB::BasenameVisitor collect = [&](std::string_view name) { names.emplace_back(name); };
+  EXPECT_EQ(database.exec_sql("SELECT basename FROM po", &collect), 0);
+  EXPECT_EQ(names, (std::vector<std::string>{"a", "b"}));
+  EXPECT_EQ(database.exec_sql(remove + ";\n", nullptr), 0);
+  EXPECT_EQ(database.changed_rows(), 1);
+}
+
+TEST_F(SQLitePODBTest, CreatedDatabaseGoesUnlessSomethingWasCommitted) {
+  PO po(POCreate());
+  {
+    SQLitePODB database(m_dir.path(), m_policy);
+    ASSERT_EQ(database.do_begin_transaction(), 0);
+    ASSERT_EQ(database.put(&po), 0);
+  }
+  EXPECT_TRUE(fs::is_empty(m_dir.path())) << "nothing of it is left";
+  fs::create_directories(m_policy.parent_path());
+  { const SQLitePODB database(m_dir.path(), m_policy); }
+  EXPECT_TRUE(fs::is_empty(m_policy.parent_path())) << "what was there stays";
+  {
+    SQLitePODB database(m_dir.path(), m_policy);
+    ASSERT_EQ(database.do_begin_transaction(), 0);
+    ASSERT_EQ(database.do_commit_transaction(), 0);
+  }
+  { const SQLitePODB database(m_dir.path(), m_policy); }
+  EXPECT_TRUE(fs::exists(m_file));
+}
+
+TEST_F(SQLitePODBTest, CreationClearsWhatACrashLeftAndRefusesAJournalWithoutItsDatabase) {
+  create({"a"});
+  // Killed before the temporary name was gone, and before the database had its own name.
+  fs::create_hard_link(m_file, m_file.string() + ".new");
+  create({"b"});
+  EXPECT_FALSE(fs::exists(m_file.string() + ".new"));
+  EXPECT_EQ(support::sqlite(m_file, "SELECT basename FROM po"), "a\nb\n");
+  fs::remove(m_file);
+  support::write_text(m_file.string() + ".new", "half a database");
+  support::write_text(m_file.string() + ".new-journal", "its journal");
+  create({"c"});
+  EXPECT_EQ(std::distance(fs::directory_iterator(m_policy), fs::directory_iterator()), 1);
+  fs::rename(m_file, m_file.string() + "-journal");
+  EXPECT_THROW(create({"d"}), Cr_ErrnoException);
+  EXPECT_FALSE(fs::exists(m_file));
+  fs::remove_all(m_policy);
+  support::write_text(m_policy, "no directory");
+  EXPECT_THROW(create({"d"}), Cr_ErrnoException);
 }
 
 }  // namespace

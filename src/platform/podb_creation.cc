@@ -1,0 +1,149 @@
+#include "platform/podb_creation.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "platform/po_schema.h"
+#include "platform/sqlite_connection.h"
+#include "platform/status.h"
+
+namespace fs = boost::filesystem;
+
+namespace platform {
+
+namespace {
+
+constexpr const char* k_journal_suffix = "-journal";
+
+[[noreturn]] void fail(int error, const std::string& what, const std::string& path) {
+  throw Cr_ErrnoException(error, what + path, std::strerror(error));
+}
+
+std::string temporary_name(const fs::path& file) {
+  return file.string() + ".new";
+}
+
+std::vector<std::string> temporary_files(const fs::path& file) {
+  const std::string temporary = temporary_name(file);
+  return {temporary, temporary + k_journal_suffix};
+}
+
+void clear_temporary(const fs::path& file) {
+  for (const std::string& name : temporary_files(file)) {
+    if (::unlink(name.c_str()) != 0 && errno != ENOENT) fail(errno, "could not remove ", name);
+  }
+}
+
+void write_schema(const std::string& temporary) {
+  const auto database = open_database(temporary, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+  try {
+    SQLite::Transaction transaction(*database);
+    database->exec(k_po_schema);
+    database->exec("PRAGMA user_version = " + std::to_string(k_po_version));
+    transaction.commit();
+  } catch (const SQLite::Exception& error) {
+    throw Cr_ErrnoException(database_status(error), "could not create the database " + temporary,
+                            error.what());
+  }
+}
+
+void store_directory(const std::string& directory) {
+  const int descriptor = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor < 0) fail(errno, "could not open the directory ", directory);
+  const int error = ::fsync(descriptor) == 0 ? 0 : errno;
+  (void)::close(descriptor);  // nothing was written through it
+  if (error != 0) fail(error, "could not store the directory ", directory);
+}
+
+// The names on the way down to the policy directory, whoever made them: a run that died may have
+// made some and not come to this.
+void store_names(const fs::path& catalog_root, fs::path dir) {
+  for (; !dir.empty(); dir = dir.parent_path()) {
+    store_directory(dir.string());
+    if (dir == catalog_root) return;
+  }
+}
+
+}  // namespace
+
+fs::path podb_file(const fs::path& policy_dir) {
+  return policy_dir / "po.db";
+}
+
+bool is_there(const fs::path& path) {
+  boost::system::error_code error;
+  return fs::symlink_status(path, error).type() != fs::file_not_found;
+}
+
+PODBCreation::PODBCreation(const fs::path& catalog_root, const fs::path& policy_dir)
+    : m_file(podb_file(policy_dir)) {
+  constexpr int k_attempts = 100;
+  try {
+    const int error = make_directory(policy_dir, k_attempts);
+    if (error != 0) fail(error, "could not create the directory ", policy_dir.string());
+    const bool was_there = is_there(m_file);
+    if (!was_there) make_database();
+    if (was_there && !is_there(temporary_name(m_file))) return;
+    store_names(catalog_root, policy_dir);
+    clear_temporary(m_file);  // last: as long as it is there, the names may not be stored
+  } catch (...) {
+    undo();
+    throw;
+  }
+}
+
+// A directory found a moment ago may be gone when one is made in it, by the undo of another worker
+// who had made it; it is made again then.
+int PODBCreation::make_directory(const fs::path& dir, int attempts) {
+  constexpr mode_t k_all_but_umask = 0777;
+  if (::mkdir(dir.c_str(), k_all_but_umask) == 0) {
+    m_made_directories.push_back(dir.string());
+    return 0;
+  }
+  const int mkdir_error = errno;
+  boost::system::error_code ignored;
+  if (mkdir_error == EEXIST) return fs::is_directory(dir, ignored) ? 0 : ENOTDIR;
+  if (mkdir_error != ENOENT || attempts == 0) return mkdir_error;
+  const int error = make_directory(dir.parent_path(), attempts - 1);
+  return error != 0 ? error : make_directory(dir, attempts - 1);
+}
+
+void PODBCreation::make_database() {
+  const std::string file = m_file.string();
+  if (is_there(file + k_journal_suffix)) {
+    // It would be rolled back into the new database.
+    throw Cr_ErrnoException(k_status_db_unfinished, "could not create the database " + file +
+                                                        "; its journal is there without it");
+  }
+  const std::string temporary = temporary_name(m_file);
+  clear_temporary(m_file);
+  write_schema(temporary);
+  // link, not rename: rename would replace a database that somebody else has just made and filled.
+  if (::link(temporary.c_str(), file.c_str()) == 0) {
+    m_made_database = true;
+  } else if (errno != EEXIST) {
+    fail(errno, "could not create the database ", file);
+  }
+}
+
+void PODBCreation::undo() {
+  if (m_made_database) (void)::unlink(m_file.c_str());
+  m_made_database = false;
+  if (!is_there(m_file)) {
+    for (const std::string& file : temporary_files(m_file)) (void)::unlink(file.c_str());
+  }
+  for (; !m_made_directories.empty(); m_made_directories.pop_back()) {
+    // Fails where somebody has put something; that is theirs.
+    (void)::rmdir(m_made_directories.back().c_str());
+  }
+}
+
+}  // namespace platform

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <boost/filesystem/path.hpp>
+
+namespace platform {
+
+// Where the path-object database of a policy directory lies.
+boost::filesystem::path podb_file(const boost::filesystem::path& policy_dir);
+
+// Whether anything is at `path`. A link that leads nowhere is there: its database is out of reach,
+// which is not the same as empty.
+bool is_there(const boost::filesystem::path& path);
+
+// What had to be made so that a policy directory has a database: directories, and an empty database
+// in the last. The database is made whole under a temporary name beside it and then takes its own,
+// so that a crash leaves either none or a whole one. What a crash left under the temporary name is
+// cleared.
+//
+// All of it is on the disk when the constructor returns: a PO moved here may be gone from where it
+// was an instant later.
+//
+// Threads: one thread; not two for one policy directory at once, but for two of one client.
+// Errors: the constructor throws Cr_ErrnoException, naming the path, and takes away again what it
+//   made.
+class PODBCreation {
+ public:
+  PODBCreation(const boost::filesystem::path& catalog_root,
+               const boost::filesystem::path& policy_dir);
+
+  bool made_database() const { return m_made_database; }
+
+  // Takes away again what was made: the database, which must hold nothing, and each directory in
+  // which nobody has put anything. What cannot be taken away stays.
+  void undo();
+
+ private:
+  int make_directory(const boost::filesystem::path& dir, int attempts);
+  void make_database();
+
+  const boost::filesystem::path m_file;
+  std::vector<std::string> m_made_directories;  // outermost first
+  bool m_made_database = false;
+};
+
+}  // namespace platform
