@@ -67,7 +67,7 @@ void BaseTraverseCatalog::write_to_log(const std::string& text) const {
 }
 
 void BaseTraverseCatalog::report_failed_dir(const std::string& report) {
-  m_totals.add_failed_dir();
+  note_failed_dir();
   write_to_log(report);
   dct::report_error(report);
 }

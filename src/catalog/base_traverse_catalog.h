@@ -63,8 +63,11 @@ class BaseTraverseCatalog {
   // Tells the task's log and standard error why a directory could not be processed, and notes that.
   void report_failed_dir(const std::string& report);
 
-  // Adds what was counted in one directory, once it is done.
-  void add_to_totals(const DirCounts& counts) { m_totals.add(counts); }
+  // Notes a directory that could not be processed, of which everything has been told.
+  void note_failed_dir() { m_totals.add_failed_dir(); }
+
+  // For what is counted in a directory.
+  RunTotals& totals_to_add_to() { return m_totals; }
 
  private:
   bool walk_on_this_thread();

@@ -42,9 +42,9 @@ int ScanClientNameCase::visit_dir(const fs::path& policy_dir) {
 
 int ScanClientNameCase::scan(const fs::path& policy_dir) {
   podb::ScanPODB visitor(policy_dir, log());
+  const CountsAdder counted(totals_to_add_to(), visitor.counts());
   const int status = visitor.visit_podb_impl();
   if (status != k_status_ok && visitor.found_issue()) m_found_issues = true;
-  add_to_totals(visitor.counts());
   return status;
 }
 

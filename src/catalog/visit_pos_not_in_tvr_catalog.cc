@@ -3,6 +3,7 @@
 #include <iostream>
 #include <set>
 
+#include "catalog/podb/delete_orphan_pos.h"
 #include "catalog/podb/print_orphan_pos.h"
 #include "dct/filesystem.h"
 #include "dct/log_file.h"
@@ -80,10 +81,10 @@ int VisitPOsNotInTVRCatalog<V>::visit_dir(const fs::path& policy_dir) {
 template <class V>
 void VisitPOsNotInTVRCatalog<V>::compare_dir(const fs::path& policy_dir) {
   V visitor(policy_dir, log(), *m_missing_images_log, m_admincmd_dir, m_disk_pool);
+  const CountsAdder counted(totals_to_add_to(), visitor.counts());
   visitor.set_catalog_backup_time(m_catalog_backup_time);
   compare(visitor);
   visitor.visit_image_copies_not_in_TV_impl();
-  add_to_totals(visitor.counts());
   const boost::lock_guard<boost::mutex> guard(m_mutex);
   m_visited_pairs.push_back(pair_text(visitor.client(), visitor.policy()));
 }
@@ -115,6 +116,7 @@ void VisitPOsNotInTVRCatalog<V>::list_unvisited_pairs() {
   const std::vector<std::string> pairs = visited_pairs();
   const std::set<std::string> visited(pairs.begin(), pairs.end());
   DirCounts counts;
+  const CountsAdder counted(totals_to_add_to(), counts);
   const TVRImageIterator end;
   TVRImageIterator image(m_admincmd_dir, m_disk_pool,
                          podb::listing_hours_ago(m_catalog_backup_time));
@@ -126,9 +128,9 @@ void VisitPOsNotInTVRCatalog<V>::list_unvisited_pairs() {
                                                            image->backup_time, copy_number));
     }
   }
-  add_to_totals(counts);
 }
 
 template class VisitPOsNotInTVRCatalog<podb::PrintOrphanPOs>;
+template class VisitPOsNotInTVRCatalog<podb::DeleteOrphanPOs>;
 
 }  // namespace catalog

@@ -23,9 +23,15 @@ void log_totals(const catalog::RunTotals& totals, std::chrono::steady_clock::dur
   InfoA("summary: policy directories " + std::to_string(totals.dirs()) + ", failed " +
         std::to_string(totals.failed_dirs()) + ", POs " + std::to_string(counts.pos) + ", copies " +
         std::to_string(counts.copies) + ", orphan copies " + std::to_string(counts.orphan_copies) +
-        ", missing copies " + std::to_string(counts.missing_copies) + ", seconds " +
-        with_milliseconds(time));
+        ", missing copies " + std::to_string(counts.missing_copies) + ", POs taken " +
+        std::to_string(counts.taken_pos) + ", of other copies " +
+        std::to_string(counts.other_copies_pos) + ", POs moved " +
+        std::to_string(counts.moved_pos) + ", collisions " + std::to_string(counts.collisions) +
+        ", seconds " + with_milliseconds(time));
   if (totals.dirs() == 0) WarningA("no policy directory was found in the catalog");
+  if (counts.other_copies_pos != 0) {
+    WarningA("the deletion takes POs of other copies than those named; the task's log lists them");
+  }
   if (counts.copies != 0 && counts.orphan_copies == counts.copies) {
     WarningA(
         "the backup catalog has none of the copies in the metadata: is it the right disk pool?");
@@ -53,10 +59,12 @@ class TotalsLogger {
 
 }  // namespace
 
-bool run_task(catalog::BaseTraverseCatalog& task) {
+bool run_task(catalog::BaseTraverseCatalog& task, Summary summary) {
   const TotalsLogger logger(task.totals());
   const bool traversed = task.traverse();
-  task.summarize_impl();
+  if (traversed || summary == Summary::always) task.summarize_impl();
   if (util::interrupted()) InfoA("the run was interrupted by a signal");
+  // What a task that is through has to say is no part of its success.
+  if (summary == Summary::after_success) return traversed;
   return traversed && !util::interrupted();
 }

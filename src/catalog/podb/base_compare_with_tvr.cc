@@ -9,6 +9,8 @@
 
 namespace catalog::podb {
 
+const std::string BaseCompareWithTVR::relative_log_dir = "metadata_consistency";
+
 unsigned long listing_hours_ago(std::int64_t catalog_backup_time) {
   constexpr std::int64_t k_two_days_seconds = 172800;
   constexpr std::int64_t k_hour_seconds = 3600;
@@ -27,8 +29,8 @@ BaseCompareWithTVR::BaseCompareWithTVR(const boost::filesystem::path& policy_dir
                                        dct::util::LogFile& log,
                                        dct::util::LogFile& missing_images_log,
                                        const boost::filesystem::path& admincmd_dir,
-                                       const std::string& disk_pool)
-    : BasenameTimeAndCopySet(policy_dir, log),
+                                       const std::string& disk_pool, SQLitePODB::Access access)
+    : BasenameTimeAndCopySet(policy_dir, log, access),
       m_admincmd_dir(admincmd_dir),
       m_disk_pool(disk_pool),
       m_missing_images_log(missing_images_log) {
@@ -62,11 +64,35 @@ void BaseCompareWithTVR::compare_image(std::int64_t backup_time,
   }
 }
 
+std::string BaseCompareWithTVR::log_fname() {
+  return "OrphanImages_" + std::to_string(std::time(nullptr)) + ".log";
+}
+
+std::string BaseCompareWithTVR::missing_images_fname() {
+  return "MissingImages_" + std::to_string(std::time(nullptr)) + ".log";
+}
+
 void BaseCompareWithTVR::visit_image_copies_not_in_TV_impl() {
+  if (!image_copies().empty()) find_takings();
   for (const details::numbers& orphan : image_copies()) {
     ++tally().orphan_copies;
     visit_one_image_copy(orphan.backup_time, orphan.copy_number);
   }
+}
+
+void BaseCompareWithTVR::find_takings() {
+  m_takings = DeletionTakings(client(), image_copies());
+  const cr_status_t status =
+      podb().get_basenames([this](std::string_view basename) { m_takings.add(basename); });
+  if (status != k_status_ok) {
+    throw Cr_ErrnoException(status, "could not look up what the deletion takes",
+                            CRStatusToStringA(status));
+  }
+}
+
+const Taking& BaseCompareWithTVR::taking(std::int64_t backup_time,
+                                         std::uint32_t copy_number) const {
+  return m_takings.of({backup_time, copy_number});
 }
 
 std::string BaseCompareWithTVR::image_copy_text(std::int64_t backup_time,

@@ -1,23 +1,15 @@
 #include "catalog/podb/base_visit_podb.h"
 
-#include <boost/lexical_cast.hpp>
-
 #include "dct/log_file.h"
-#include "platform/sqlite_podb.h"
-
-namespace fs = boost::filesystem;
 
 namespace catalog::podb {
 
-BaseVisitPODB::BaseVisitPODB(const fs::path& policy_dir, dct::util::LogFile& log)
-    : m_policy_dir(policy_dir), m_log(log) {
-  auto element = m_policy_dir.end();
-  m_policy = (--element)->string();
-  m_client = (--element)->string();
-  m_dsid = boost::lexical_cast<long>((--element)->string());
-  for (auto above = m_policy_dir.begin(); above != element; ++above) m_catalog_root /= *above;
-  m_podb.reset(new SQLitePODB(m_catalog_root.string(), m_policy_dir.string()));
-}
+BaseVisitPODB::BaseVisitPODB(const boost::filesystem::path& policy_dir, dct::util::LogFile& log,
+                             SQLitePODB::Access access)
+    : m_policy_dir(policy_dir),
+      m_location(policy_dir),
+      m_podb(new SQLitePODB(m_location.catalog_root.string(), policy_dir.string(), access)),
+      m_log(log) {}
 
 BaseVisitPODB::~BaseVisitPODB() = default;
 

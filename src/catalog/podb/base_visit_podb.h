@@ -1,14 +1,13 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 
 #include <boost/filesystem/path.hpp>
 #include <boost/shared_ptr.hpp>
 
+#include "catalog/podb/policy_location.h"
 #include "catalog/run_totals.h"
-
-class SQLitePODB;
+#include "platform/sqlite_podb.h"
 
 namespace dct::util {
 class LogFile;
@@ -16,8 +15,7 @@ class LogFile;
 
 namespace catalog::podb {
 
-// Works on the path-object database of one policy directory,
-// `<catalog root>/<DSID>/<client>/<policy>`.
+// Works on the path-object database of one policy directory.
 //
 // Threads: one thread; visitors of different directories may work side by side.
 // Ownership: owns the open database; refers to the log, which must outlive it.
@@ -25,7 +23,9 @@ namespace catalog::podb {
 //   Cr_ErrnoException for a database that cannot be opened.
 class BaseVisitPODB {
  public:
-  BaseVisitPODB(const boost::filesystem::path& policy_dir, dct::util::LogFile& log);
+  // `access` is what the visitor's work needs of the database.
+  BaseVisitPODB(const boost::filesystem::path& policy_dir, dct::util::LogFile& log,
+                SQLitePODB::Access access);
   virtual ~BaseVisitPODB();
   BaseVisitPODB(const BaseVisitPODB&) = delete;
   BaseVisitPODB& operator=(const BaseVisitPODB&) = delete;
@@ -34,22 +34,20 @@ class BaseVisitPODB {
   virtual int visit_podb_impl() = 0;
 
   const boost::filesystem::path& policy_path() const { return m_policy_dir; }
-  const std::string& client() const { return m_client; }
-  const std::string& policy() const { return m_policy; }
+  const std::string& client() const { return m_location.client; }
+  const std::string& policy() const { return m_location.policy; }
   const DirCounts& counts() const { return m_counts; }
 
  protected:
   void write_to_log(const std::string& text) const;
+  const PolicyLocation& location() const { return m_location; }
   SQLitePODB& podb() const { return *m_podb; }
   DirCounts& tally() { return m_counts; }
 
  private:
   boost::filesystem::path m_policy_dir;
-  std::string m_client;
-  std::string m_policy;
-  std::int64_t m_dsid = 0;
+  PolicyLocation m_location;
   boost::shared_ptr<SQLitePODB> m_podb;
-  boost::filesystem::path m_catalog_root;
   dct::util::LogFile& m_log;
   DirCounts m_counts;
 };

@@ -5,13 +5,12 @@
 #include "catalog/podb/basename_time_and_copy.h"
 #include "dct/filesystem.h"
 #include "platform/run_log.h"
-#include "platform/sqlite_podb.h"
 
 namespace catalog::podb {
 
 BasenameTimeAndCopySet::BasenameTimeAndCopySet(const boost::filesystem::path& policy_dir,
-                                               dct::util::LogFile& log)
-    : BaseVisitPODB(policy_dir, log) {}
+                                               dct::util::LogFile& log, SQLitePODB::Access access)
+    : BaseVisitPODB(policy_dir, log, access) {}
 
 int BasenameTimeAndCopySet::visit_podb_impl() {
   const cr_status_t status =

@@ -30,7 +30,8 @@ struct numbers {
 // image of the backup catalog matched.
 class BasenameTimeAndCopySet : public BaseVisitPODB {
  public:
-  BasenameTimeAndCopySet(const boost::filesystem::path& policy_dir, dct::util::LogFile& log);
+  BasenameTimeAndCopySet(const boost::filesystem::path& policy_dir, dct::util::LogFile& log,
+                         SQLitePODB::Access access);
 
   // Fills the set. A basename that does not parse is reported in the log and left out; one that is
   // not handled on purpose is left out silently. Returns 0, or the status of a database that could

@@ -6,22 +6,17 @@
 
 namespace catalog::podb {
 
-// Tells which image copies a deletion would take. Only reads.
+// Tells which image copies a deletion would take, and how many POs with them. Only reads.
 class PrintOrphanPOs : public BaseCompareWithTVR {
  public:
-  using BaseCompareWithTVR::BaseCompareWithTVR;
+  PrintOrphanPOs(const boost::filesystem::path& policy_dir, dct::util::LogFile& log,
+                 dct::util::LogFile& missing_images_log,
+                 const boost::filesystem::path& admincmd_dir, const std::string& disk_pool);
 
   void visit_one_image_copy(std::int64_t backup_time, std::uint32_t copy_number) override;
 
-  // Below the log directory.
-  static const std::string relative_log_dir;
-
   // What standard output is told before the traversal.
   static std::string initial_string();
-
-  // File names that carry the second in which they are asked for.
-  static std::string log_fname();
-  static std::string missing_images_fname();
 };
 
 }  // namespace catalog::podb

@@ -3,12 +3,11 @@
 #include <iostream>
 
 #include "catalog/podb/basename_parts.h"
-#include "platform/sqlite_podb.h"
 
 namespace catalog::podb {
 
 ScanPODB::ScanPODB(const boost::filesystem::path& policy_dir, dct::util::LogFile& log)
-    : BaseVisitPODB(policy_dir, log) {}
+    : BaseVisitPODB(policy_dir, log, SQLitePODB::Access::read_only) {}
 
 int ScanPODB::visit_podb_impl() {
   bool found = false;

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "catalog/podb/basename_time_and_copy_set.h"
+
+namespace catalog::podb {
+
+// The statement that deletes the POs of one image copy. Its pattern reaches further than the copy:
+// copy 1's is the beginning of copy 10's, letter case does not count, and each "_" stands for any
+// character. Storages have been cleaned by this statement for years; it stays, and what else it
+// takes is told.
+std::string deletion_statement(const std::string& client, const details::numbers& copy);
+
+// What one deletion statement takes.
+struct Taking {
+  std::uint64_t pos = 0;
+  std::vector<std::string> other_copies;  // basenames of POs of another copy than the one named
+};
+
+// The line with the number of POs behind `verb` ("Would delete") and a line for each PO of another
+// copy.
+std::string taking_text(const std::string& verb, const Taking& taking);
+
+// What the deletion statements of a directory's orphans take, run one behind the other in ascending
+// order, found in one pass over its basenames instead of one for each statement.
+//
+// Threads: one thread.
+class DeletionTakings {
+ public:
+  DeletionTakings() = default;
+  DeletionTakings(const std::string& client, const std::set<details::numbers>& orphans);
+
+  // Counts a PO of the directory to the first statement that takes it, if one does.
+  void add(std::string_view basename);
+
+  // Of one of the orphans.
+  const Taking& of(const details::numbers& orphan) const { return m_takings.at(orphan); }
+
+ private:
+  using Takings = std::map<details::numbers, Taking>;
+
+  Takings::iterator first_taker(std::string_view basename);
+  bool names_copy(std::string_view basename, const details::numbers& copy) const;
+
+  std::string m_client;
+  std::size_t m_characters_before_time = 0;
+  Takings m_takings;
+};
+
+}  // namespace catalog::podb

@@ -1,0 +1,15 @@
+#include "catalog/podb/policy_location.h"
+
+#include <boost/lexical_cast.hpp>
+
+namespace catalog::podb {
+
+PolicyLocation::PolicyLocation(const boost::filesystem::path& policy_dir) {
+  auto element = policy_dir.end();
+  policy = (--element)->string();
+  client = (--element)->string();
+  dsid = boost::lexical_cast<long>((--element)->string());
+  for (auto above = policy_dir.begin(); above != element; ++above) catalog_root /= *above;
+}
+
+}  // namespace catalog::podb
