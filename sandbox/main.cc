@@ -6,6 +6,7 @@
 
 #include <boost/program_options.hpp>
 
+#include "sandbox/list_pos.h"
 #include "sandbox/planter.h"
 #include "sandbox/storage_builder.h"
 
@@ -15,8 +16,10 @@ namespace po = boost::program_options;
 
 constexpr const char* k_usage =
     "Usage: mdfixup-sandbox create DIR [OPTION]...\n"
-    "Makes a whole storage in the new directory DIR, with a simulated backup product, for mdfixup\n"
-    "to be tried on. Prints what was planted, which a run must report.\n";
+    "       mdfixup-sandbox list CATALOG\n"
+    "create: makes a whole storage in the new directory DIR, with a simulated backup product, for\n"
+    "mdfixup to be tried on. Prints what was planted, which a run must report.\n"
+    "list: prints every path object below the directory CATALOG, with all that is stored of it.\n";
 
 po::options_description describe(sandbox::Plan& plan) {
   po::options_description options("Options");
@@ -84,7 +87,9 @@ void print(const sandbox::StorageBuilder& storage, const sandbox::Planted& plant
             << "To try:\n"
             << "  export KSREGISTRY=" << storage.registry_file().string() << "\n"
             << mdfixup << "--scan_client_name_case\n"
-            << mdfixup << "--FORCE_DEDUPE_METADATA_CONSISTENCY --dry_run --num_threads 4\n";
+            << mdfixup << "--FORCE_DEDUPE_METADATA_CONSISTENCY --dry_run --num_threads 4\n"
+            << mdfixup << "--repair_client_name_case\n"
+            << mdfixup << "--FORCE_DEDUPE_METADATA_CONSISTENCY\n";
 }
 
 int run(int argc, char** argv) {
@@ -103,14 +108,22 @@ int run(int argc, char** argv) {
     std::cout << k_usage << visible;
     return 0;
   }
-  if (given.count("dir") == 0 || given["command"].as<std::string>() != "create") {
-    std::cerr << k_usage << visible;
-    return 1;
+  const bool complete = given.count("dir") != 0;
+  const std::string command = complete ? given["command"].as<std::string>() : "";
+  if (command == "create") {
+    check(plan);
+    const sandbox::StorageBuilder storage(given["dir"].as<std::string>());
+    print(storage, sandbox::plant(storage, plan));
+    return 0;
   }
-  check(plan);
-  const sandbox::StorageBuilder storage(given["dir"].as<std::string>());
-  print(storage, sandbox::plant(storage, plan));
-  return 0;
+  if (command == "list") {
+    for (const std::string& line : sandbox::list_pos(given["dir"].as<std::string>())) {
+      std::cout << line << "\n";
+    }
+    return 0;
+  }
+  std::cerr << k_usage << visible;
+  return 1;
 }
 
 }  // namespace

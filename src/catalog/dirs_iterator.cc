@@ -19,6 +19,17 @@ bool at_end(const fs::directory_iterator& level) {
   return level == fs::directory_iterator();
 }
 
+// A directory that is gone since it was listed has nothing to walk: the repair takes away again what
+// it made in vain.
+fs::directory_iterator open_level(const fs::path& dir) {
+  boost::system::error_code error;
+  fs::directory_iterator level(dir, error);
+  if (error && error != boost::system::errc::no_such_file_or_directory) {
+    throw fs::filesystem_error("could not read a directory", dir, error);
+  }
+  return level;
+}
+
 }  // namespace
 
 DirsIterator::DirsIterator(const fs::path& root, dct::util::LogFile* log, unsigned long depth)
@@ -41,7 +52,7 @@ void DirsIterator::do_increment(bool advance_first) {
       continue;
     }
     if (m_levels.size() == m_depth) return;
-    m_levels.push(fs::directory_iterator(m_levels.top()->path()));
+    m_levels.push(open_level(m_levels.top()->path()));
   }
 }
 

@@ -74,7 +74,7 @@ int run_mode(const StoragePaths& storage) {
   }
   if (opt_repair) {
     InfoA("mode: client name case repair");
-    return refuse_to_change_metadata();
+    return repair_mode(storage);
   }
   if (opt_catalog_DR) {
     InfoA(opt_dry_run ? "mode: metadata consistency, dry run"
@@ -92,6 +92,7 @@ int run_on_storage(int argc, char** argv) {
   const auto lock = take_lock(storage.root / "mdfixup.lock");
   if (!lock) return k_exit_failure;
   storage.catalog = storage.root / "catalog";
+  storage.work_dir = storage.root / "zelp-database-caseconv";
   storage.log_dir = cr::get_log_dir(config);
   if (storage.log_dir.empty()) return k_exit_failure;
   set_up_run_log(storage.log_dir, argc, argv);

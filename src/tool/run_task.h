@@ -4,7 +4,9 @@ namespace catalog {
 class BaseTraverseCatalog;
 }
 
-// Runs one task: traversal, summary on the task's own terms, and the counts in the run log. Returns
-// whether all of it ran to its end.
+enum class Summary { always, after_success };
+
+// Runs one task: traversal, the summary on the task's own terms, and the counts in the run log.
+// Returns whether the traversal and, where it is always made, the summary ran to their end.
 // Errors: what the task throws.
-bool run_task(catalog::BaseTraverseCatalog& task);
+bool run_task(catalog::BaseTraverseCatalog& task, Summary summary = Summary::always);

@@ -6,5 +6,6 @@
 struct StoragePaths {
   boost::filesystem::path root;
   boost::filesystem::path catalog;
+  boost::filesystem::path work_dir;  // the catalog while it is repaired
   boost::filesystem::path log_dir;
 };

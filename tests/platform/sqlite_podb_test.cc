@@ -78,18 +78,6 @@ TEST_F(SQLitePODBTest, HotJournalIsLeftForAWriter) {
   EXPECT_EQ(support::read_text(journal), "the pages as they were");
 }
 
-TEST_F(SQLitePODBTest, ListsWhatAConditionHoldsFor) {
-  create({"a", "b", "c", "d"});
-  SQLitePODB database("/", m_policy.string());
-  std::vector<std::string> names;
-  EXPECT_EQ(database.get_basenames(names, "basename NOT GLOB 'b*'", 0, 0), 0);
-  EXPECT_EQ(names, (std::vector<std::string>{"a", "c", "d"}));
-  EXPECT_EQ(database.get_basenames(names, "1", 1, 2), 0);
-  EXPECT_EQ(names, (std::vector<std::string>{"b", "c"}));
-  EXPECT_NE(database.get_basenames(names, "1; DELETE FROM po", 0, 0), 0);
-  EXPECT_TRUE(names.empty());
-}
-
 TEST_F(SQLitePODBTest, PassesOnEveryColumnOrRefusesTo) {
   create({"plain"});
   support::sqlite(m_file,
@@ -128,6 +116,10 @@ TEST_F(SQLitePODBTest, RunsExactlyOneStatement) {
     EXPECT_NE(database.exec_sql(sql, nullptr), 0) << sql;
   }
   std::vector<std::string> names;
+  EXPECT_NE(database.get_basenames(names, "1; " + remove, 0, 0), 0);
+  EXPECT_EQ(database.get_basenames(names, "1", 1, 2), 0);
+  EXPECT_EQ(names, std::vector<std::string>{"b"});
+  names.clear();
   const PODB::BasenameVisitor collect = [&](std::string_view name) { names.emplace_back(name); };
   EXPECT_EQ(database.exec_sql("SELECT basename FROM po", &collect), 0);
   EXPECT_EQ(names, (std::vector<std::string>{"a", "b"}));

@@ -46,7 +46,6 @@ TEST(CommandLine, RejectsWhatIsWrongInOneLineAndShowsTheUsage) {
 }
 
 TEST(CommandLine, FirstMatchingModeWins) {
-  const std::string refused = "ERROR: this version of mdfixup changes no metadata";
   const std::string unknown = "Unknown options combination\n";
   const std::tuple<std::vector<std::string>, int, std::string, std::string> rows[] = {
       {{"--scan_client_name_case", "--repair_client_name_case", "--force"}, 0, "is clean.\n", ""},
@@ -54,8 +53,8 @@ TEST(CommandLine, FirstMatchingModeWins) {
       {{"--force"}, 1, "", "The --force option requires the --repair_client_name_case option\n"},
       {{"--dry_run"}, 1, "", unknown},
       {{"--cleanup_case_work_space"}, 1, "", unknown},
-      {{"--repair_client_name_case", "--force"}, 1, "", refused},
-      {{"--FORCE_DEDUPE_METADATA_CONSISTENCY"}, 1, "", refused},
+      {{"--repair_client_name_case", "--dry_run"}, 0, "repair finished successfully.\n", ""},
+      {{"--FORCE_DEDUPE_METADATA_CONSISTENCY"}, 0, "finished successfully.\n", ""},
       {{"--dry_run", "--FORCE_DEDUPE_METADATA_CONSISTENCY"}, 0, "finished successfully.\n", ""},
       {{"--scan_client_name_case", "--tvr_location", "/no/such"},
        1,

@@ -110,17 +110,6 @@ TEST(ConsistencyFailures, HostileNamesStartNoCommand) {
   EXPECT_TRUE(boost::algorithm::starts_with(calls[1], "-hoursago "));
 }
 
-TEST(ConsistencyFailures, FinalListingThatFailsAbortsTheRun) {
-  const Scene scene;
-  scene.script("tvimagequery", "echo 'no entity was found'; exit 25\n");
-  const Ended ended = scene.dry_run();
-  EXPECT_EQ(ended.exit_status, 1);
-  EXPECT_EQ(ended.err,
-            "Aborting with error:  tvimagequery error (25): cannot connect to master server\n");
-  EXPECT_FALSE(contains(ended.out, "finished successfully"));
-  EXPECT_FALSE(boost::filesystem::exists(scene.lock_file()));
-}
-
 TEST(ConsistencyFailures, QueriesThatDieAreNoAnswer) {
   for (const char* name : {"tvdevinfo", "tvlifecycle"}) {
     for (const char* end : {"kill -TERM $$", "exit 143", "kill -PIPE $$", "exit 141"}) {

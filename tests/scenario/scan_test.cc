@@ -111,17 +111,4 @@ TEST(Scan, TellsDirectoriesThatCannotBeReadAndGoesOn) {
   EXPECT_EQ(scene.snapshot(), before);
 }
 
-TEST(Scan, CatalogThatCannotBeWalkedEndsTheRun) {
-  for (const char* threads : {"1", "4"}) {
-    const Scene scene;
-    scene.put("hosta", "p", {"hosta_1602000000_C1_F1.img"});
-    // A link to itself has a status that cannot be taken.
-    fs::create_symlink("loop", scene.root() / "catalog" / "2" / "loop");
-    const Ended ended = scene.run({"--scan_client_name_case", "--num_threads", threads});
-    EXPECT_EQ(ended.exit_status, 1);
-    EXPECT_TRUE(contains(ended.err, "Aborting with error:  ")) << ended.err;
-    EXPECT_FALSE(fs::exists(scene.lock_file()));
-  }
-}
-
 }  // namespace

@@ -6,6 +6,8 @@
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/filesystem/operations.hpp>
 
+#include "sandbox/list_pos.h"
+
 namespace fs = boost::filesystem;
 
 namespace support {
@@ -60,6 +62,18 @@ Ended Scene::dry_run(int threads, std::vector<std::string> more) const {
   more.insert(more.begin(), {"--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run", "--num_threads",
                              std::to_string(threads)});
   return run(more);
+}
+
+Ended Scene::repair(int threads) const {
+  return run({"--repair_client_name_case", "--num_threads", std::to_string(threads)});
+}
+
+Ended Scene::remove_orphans(int threads) const {
+  return run({"--FORCE_DEDUPE_METADATA_CONSISTENCY", "--num_threads", std::to_string(threads)});
+}
+
+std::vector<std::string> Scene::pos(const std::string& catalog) const {
+  return sandbox::list_pos(root() / catalog);
 }
 
 std::string Scene::logs(const std::string& prefix) const {

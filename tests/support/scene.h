@@ -11,6 +11,11 @@
 
 namespace support {
 
+// What standard output is told where the services are to be started again.
+const std::string k_start_services =
+    "Please start Tavrin Deduplication services with the following commands:\n"
+    "\t/usr/quorv/tavrin/bin/tvsvcwatch\n\t/usr/quorv/ksde/ksconfigure/ksde start\n";
+
 // A storage in a temporary directory, and the program to run on it.
 class Scene {
  public:
@@ -33,6 +38,8 @@ class Scene {
   Ended run(const std::vector<std::string>& arguments) const;
   Ended scan(int threads = 1) const;
   Ended dry_run(int threads = 1, std::vector<std::string> more = {}) const;
+  Ended repair(int threads = 1) const;
+  Ended remove_orphans(int threads = 1) const;
 
   // Runs it by way of a shell script, in which "$@" stands for the program and its arguments.
   Ended run_in_shell(const std::string& script, const std::vector<std::string>& arguments) const;
@@ -42,6 +49,9 @@ class Scene {
   // All logs below the log directory whose names begin so, one behind the other.
   std::string logs(const std::string& prefix) const;
   std::string run_log() const { return logs("mdfixup.log"); }
+
+  // Every PO below the directory `catalog` of the storage, a line each.
+  std::vector<std::string> pos(const std::string& catalog = "catalog") const;
 
   // Every file of the storage but the logs, with its content.
   std::map<std::string, std::string> snapshot() const;

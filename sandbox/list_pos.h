@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <boost/filesystem/path.hpp>
+
+namespace sandbox {
+
+// Every PO of a catalog: its client and policy, its basename and all its columns, the record in
+// hexadecimal digits, with "|" between them; in byte order, without line ends. Two listings tell
+// whether a PO was lost, moved or changed.
+// Errors: Cr_ErrnoException, naming the database, when a PO cannot be read.
+std::vector<std::string> list_pos(const boost::filesystem::path& catalog);
+
+}  // namespace sandbox

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+#include "catalog/podb/base_compare_with_tvr.h"
+
+namespace catalog::podb {
+
+// Deletes the POs of the image copies that the backup catalog no longer has. Nothing brings them
+// back.
+//
+// Errors: visit_one_image_copy throws Cr_ErrnoException when a statement fails, after it told the
+//   log; what was deleted before stays deleted.
+class DeleteOrphanPOs : public BaseCompareWithTVR {
+ public:
+  DeleteOrphanPOs(const boost::filesystem::path& policy_dir, dct::util::LogFile& log,
+                  dct::util::LogFile& missing_images_log,
+                  const boost::filesystem::path& admincmd_dir, const std::string& disk_pool);
+
+  void visit_one_image_copy(std::int64_t backup_time, std::uint32_t copy_number) override;
+
+  // Standard output is told nothing before the traversal.
+  static std::string initial_string();
+};
+
+}  // namespace catalog::podb

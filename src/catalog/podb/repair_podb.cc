@@ -1,0 +1,201 @@
+#include "catalog/podb/repair_podb.h"
+
+#include <sstream>
+
+#include "catalog/podb/basename_parts.h"
+#include "catalog/podb/file_po.h"
+#include "dct/log_file.h"
+#include "dct/report_error.h"
+
+namespace fs = boost::filesystem;
+
+namespace catalog::podb {
+
+namespace {
+
+// The condition for a basename that does not begin with the client's name, letter case included. The
+// name means itself: what has a meaning in a pattern stands in brackets, a quote is doubled.
+std::string condition_for_other_names(const std::string& client) {
+  std::string pattern;
+  for (const char c : client) {
+    if (c == '*' || c == '?' || c == '[') {
+      pattern += std::string("[") + c + "]";
+    } else {
+      pattern += std::string(c == '\'' ? 2 : 1, c);
+    }
+  }
+  return "basename NOT GLOB '" + pattern + "*'";
+}
+
+// Nothing was committed, and what is still open is rolled back with its database, whatever this says.
+void roll_back(PODB& database) {
+  (void)database.do_rollback_transaction();
+}
+
+}  // namespace
+
+RepairPODB::RepairPODB(const fs::path& policy_dir, dct::util::LogFile& log,
+                       dct::util::LogFile& collision_log)
+    : BaseVisitPODB(policy_dir, log, SQLitePODB::Access::read_write),
+      m_collision_log(collision_log) {}
+
+int RepairPODB::visit_podb_impl() {
+  Names names;
+  cr_status_t status = podb().get_basenames(names, condition_for_other_names(client()), 0, 0);
+  if (status != k_status_ok) return write_error(ErrorType::list_source, status, policy_path(), "");
+  if (names.empty()) return k_status_ok;
+  tally().pos = names.size();
+  write_to_log("Client " + client() + " and policy " + policy() +
+               " has case sensitivity issues.\n");
+  Groups groups;
+  group_basenames(names, groups);
+  for (auto group = groups.cbegin(); group != groups.cend() && status == k_status_ok; ++group) {
+    status = move_basenames_group(group);
+  }
+  if (status != k_status_ok) return status;
+  return m_collision_found ? k_status_handled : k_status_ok;
+}
+
+// A name of the client's own spelling may be listed where the spelling ends inside a character.
+// It is where it belongs; its source and target would be one file.
+void RepairPODB::group_basenames(const Names& names, Groups& groups) const {
+  for (auto name = names.cbegin(); name != names.cend(); ++name) {
+    if (match_prefix(*name, client()) != PrefixMatch::other_case) continue;
+    groups[name->substr(0, client().size())].push_back(name);
+  }
+}
+
+cr_status_t RepairPODB::move_basenames_group(Groups::const_iterator group) {
+  const fs::path target_dir =
+      location().catalog_root / std::to_string(location().dsid) / group->first / policy();
+  SQLitePODB target(location().catalog_root, target_dir);
+  cr_status_t status = begin_both(target, target_dir);
+  if (status != k_status_ok) return status;
+  ChosenNames moved;
+  status = copy_to_target(group, target, target_dir, moved);
+  if (status == k_status_ok) status = remove_from_source(moved);
+  if (status == k_status_ok && !moved.empty()) {
+    status = commit_both(target, target_dir);
+  }
+  roll_back(target);
+  roll_back(podb());
+  if (status != k_status_ok) return status;
+  tally().moved_pos += moved.size();
+  write_to_log("Moved " + std::to_string(moved.size()) + " POs from " + policy_path().string() +
+               " to " + target_dir.string() + "\n");
+  return k_status_ok;
+}
+
+cr_status_t RepairPODB::begin_both(SQLitePODB& target, const fs::path& target_dir) {
+  cr_status_t status = target.do_begin_transaction();
+  if (status != k_status_ok) return write_error(ErrorType::begin_target, status, target_dir, "");
+  status = podb().do_begin_transaction();
+  if (status == k_status_ok) return status;
+  roll_back(target);
+  return write_error(ErrorType::begin_source, status, policy_path(), "");
+}
+
+// The source is read through a connection of its own. A transaction that meets damage can no longer
+// be committed, and a PO that cannot be read is to stay where it is without keeping the others back.
+// Nobody writes to the source meanwhile: its transaction has been begun. The reader is gone before
+// anything is removed, which would wait for it.
+cr_status_t RepairPODB::copy_to_target(Groups::const_iterator group, SQLitePODB& target,
+                                       const fs::path& target_dir, ChosenNames& copied) {
+  SQLitePODB reader(location().catalog_root.string(), policy_path().string());
+  cr_status_t status = reader.do_begin_transaction();
+  if (status != k_status_ok) return write_error(ErrorType::begin_source, status, policy_path(), "");
+  FilePO po;
+  for (const Names::const_iterator& name : group->second) {
+    status = reader.get(*name, po);
+    if (status != k_status_ok) {
+      (void)write_error(ErrorType::get_from_source, status, policy_path(), *name);  // it stays
+      continue;
+    }
+    status = found_collision(po, target, *name, target_dir);
+    if (status == k_status_handled) continue;
+    if (status != k_status_ok) return status;
+    status = target.put(&po);
+    if (status != k_status_ok) {
+      return write_error(ErrorType::put_to_target, status, target_dir, *name);
+    }
+    copied.push_back(name);
+  }
+  return k_status_ok;
+}
+
+cr_status_t RepairPODB::remove_from_source(const ChosenNames& basenames) {
+  for (const Names::const_iterator& basename : basenames) {
+    const cr_status_t status = podb().remove(*basename);
+    if (status != k_status_ok) {
+      return write_error(ErrorType::remove_from_source, status, policy_path(), *basename);
+    }
+  }
+  return k_status_ok;
+}
+
+// The target first: whatever happens in between leaves the POs in both databases, never in neither.
+cr_status_t RepairPODB::commit_both(SQLitePODB& target, const fs::path& target_dir) {
+  cr_status_t status = target.do_commit_transaction();
+  if (status != k_status_ok) return write_error(ErrorType::commit_target, status, target_dir, "");
+  status = podb().do_commit_transaction();
+  if (status == k_status_ok) return status;
+  return write_error(ErrorType::commit_source, status, policy_path(), "");
+}
+
+cr_status_t RepairPODB::found_collision(FilePO& po, SQLitePODB& target, const std::string& basename,
+                                        const fs::path& target_dir) {
+  FilePO existing;
+  const cr_status_t status = target.get(basename, existing);
+  if (status == k_status_db_no_such_po) return k_status_ok;
+  if (status != k_status_ok) {
+    return write_error(ErrorType::get_from_target, status, target_dir, basename);
+  }
+  if (POGetHashRef(existing) == POGetHashRef(po)) return k_status_ok;  // a move cut short before
+  report_collision(po, basename);
+  return k_status_handled;
+}
+
+void RepairPODB::report_collision(const FilePO& po, const std::string& basename) {
+  m_collision_found = true;
+  ++tally().collisions;
+  std::ostringstream warning;
+  warning << "Warning: a PO with the name " << basename
+          << " but a different POID already exists for the client " << client() << " and policy "
+          << policy() << "; not moving " << basename << " from " << policy_path() << "\n.";
+  write_to_log(warning.str());
+  std::string text;
+  po.to_string(text);
+  m_collision_log.write(policy_path().string() + "|" + basename + "|" + text + "|\n");
+}
+
+cr_status_t RepairPODB::write_error(ErrorType type, cr_status_t status, const fs::path& dir,
+                                    const std::string& basename) const {
+  const auto action = [&]() -> std::string {
+    const std::string po = "the po for basename " + basename + " and directory " + dir.string();
+    switch (type) {
+      case ErrorType::begin_target:
+      case ErrorType::begin_source:
+        return "begin a transaction for " + dir.string();
+      case ErrorType::commit_target:
+      case ErrorType::commit_source:
+        return "commit a transaction for " + dir.string();
+      case ErrorType::get_from_target:
+      case ErrorType::get_from_source:
+        return "get " + po;
+      case ErrorType::put_to_target:
+        return "store " + po;
+      case ErrorType::remove_from_source:
+        return "remove " + po;
+      case ErrorType::list_source:
+        return "get the basenames from " + dir.string();
+    }
+    return "";
+  };
+  const std::string line =
+      "ERROR(" + CRStatusToStringA(status) + "): unable to " + action() + ".\n";
+  write_to_log(line);
+  dct::report_error(line);
+  return status;
+}
+
+}  // namespace catalog::podb

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "catalog/podb/base_visit_podb.h"
+#include "platform/status.h"
+
+namespace catalog::podb {
+
+class FilePO;
+
+// Moves the POs of one policy directory that carry another spelling of the client's name to the
+// same policy of the client directory that is spelled so.
+//
+// Threads: as the base. Two visitors of one client in any spelling and of one policy must not work
+//   at once: each writes the other's database.
+// Ownership: refers to both logs, which must outlive it.
+// Errors: as the base. A failure in a database is told to the log and to standard error, and is the
+//   visitor's status. Throws Cr_ErrnoException when a target cannot be opened or created. At every
+//   instant each PO is in at least one database.
+class RepairPODB : public BaseVisitPODB {
+ public:
+  using Names = std::vector<std::string>;
+  using ChosenNames = std::vector<Names::const_iterator>;
+  // The spelling at the start of the basenames -> the basenames.
+  using Groups = std::map<std::string, ChosenNames>;
+
+  RepairPODB(const boost::filesystem::path& policy_dir, dct::util::LogFile& log,
+             dct::util::LogFile& collision_log);
+
+  // Returns 0, k_status_handled when a PO stayed because its target has another one of its name, or
+  // the status of what failed. Groups moved before a failure stay moved.
+  int visit_podb_impl() override;
+
+ private:
+  // What could not be done; the source is the directory at hand.
+  enum class ErrorType {
+    begin_target,
+    commit_target,
+    get_from_target,
+    put_to_target,
+    list_source,
+    get_from_source,
+    begin_source,
+    commit_source,
+    remove_from_source,
+  };
+
+  void group_basenames(const Names& names, Groups& groups) const;
+  cr_status_t move_basenames_group(Groups::const_iterator group);
+  cr_status_t begin_both(SQLitePODB& target, const boost::filesystem::path& target_dir);
+  cr_status_t copy_to_target(Groups::const_iterator group, SQLitePODB& target,
+                             const boost::filesystem::path& target_dir, ChosenNames& copied);
+  cr_status_t remove_from_source(const ChosenNames& basenames);
+  cr_status_t commit_both(SQLitePODB& target, const boost::filesystem::path& target_dir);
+  cr_status_t found_collision(FilePO& po, SQLitePODB& target, const std::string& basename,
+                              const boost::filesystem::path& target_dir);
+  void report_collision(const FilePO& po, const std::string& basename);
+  cr_status_t write_error(ErrorType type, cr_status_t status, const boost::filesystem::path& dir,
+                          const std::string& basename) const;
+
+  dct::util::LogFile& m_collision_log;
+  bool m_collision_found = false;
+};
+
+}  // namespace catalog::podb

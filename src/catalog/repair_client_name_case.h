@@ -1,0 +1,41 @@
+#pragma once
+
+#include <atomic>
+#include <string>
+
+#include "catalog/base_traverse_catalog.h"
+#include "util/key_locks.h"
+
+namespace catalog {
+
+// Moves POs to the client directory that is spelled as they are.
+//
+// Threads: as the base. Directories whose POs may belong to each other, the spellings of one client
+//   with one policy, are repaired one after the other, under a lock of their own.
+// Ownership: shares its logs.
+// Errors: a directory that cannot be repaired is reported and ends the walk.
+class RepairClientNameCase : public BaseTraverseCatalog {
+ public:
+  // `catalog_dir` is the catalog, moved to where no service looks for it.
+  // Errors: filesystem_error or Cr_ErrnoException when a log cannot be made.
+  RepairClientNameCase(const boost::filesystem::path& log_directory,
+                       const boost::filesystem::path& catalog_dir, unsigned num_threads,
+                       bool stop_on_error);
+
+  // 0 also where collisions left POs in place.
+  int visit_dir(const boost::filesystem::path& policy_dir) override;
+
+  // Tells standard error of collisions.
+  void summarize_impl() override;
+
+ private:
+  int repair(const boost::filesystem::path& policy_dir);
+  int report_unrepaired(int status, const boost::filesystem::path& policy_dir,
+                        const std::string& text);
+
+  boost::shared_ptr<dct::util::LogFile> m_collision_log;
+  std::atomic<bool> m_collisions_found{false};
+  util::KeyLocks m_spellings_locks;
+};
+
+}  // namespace catalog

@@ -1,0 +1,33 @@
+#include "tool/services.h"
+
+#include <iostream>
+
+#include "cr/utils/dedupe_engine_process_control.h"
+#include "dct/report_error.h"
+#include "tool/option_table.h"
+
+bool StopServices(const boost::filesystem::path& tvr_location) {
+  const cr::utils::DedupeEngineProcessControl services(tvr_location);
+  if (opt_force) services.stop_all();
+  if (services.all_are_stopped()) return true;
+  if (opt_force) {
+    dct::report_error("\nCould not stop the Tavrin Deduplication services.\n\n");
+  }
+  // The deletion says so too.
+  dct::report_error(
+      "During the repair process Tavrin Deduplication services need to be off.\n"
+      "Please shutdown Tavrin Deduplication services with the following commands and rerun this "
+      "tool:\n" +
+      services.get_stop_services_string());
+  return false;
+}
+
+void StartServices(const boost::filesystem::path& tvr_location) {
+  const cr::utils::DedupeEngineProcessControl services(tvr_location);
+  if (opt_force) {
+    services.start_all();
+  } else {
+    std::cout << "Please start Tavrin Deduplication services with the following commands:\n" +
+                     services.get_start_services_string();
+  }
+}

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <boost/filesystem/path.hpp>
+
+// Stops the services that use the metadata, when --force was given; otherwise only looks. True when
+// they are stopped. Tells standard error which commands to type when they are not.
+// Errors: Cr_ErrnoException when it cannot be found out.
+bool StopServices(const boost::filesystem::path& tvr_location);
+
+// Starts the services, when --force was given; otherwise tells standard output which commands to
+// type. Whether they ran before is not remembered.
+void StartServices(const boost::filesystem::path& tvr_location);

@@ -1,0 +1,206 @@
+#include <gtest/gtest.h>
+
+#include <boost/algorithm/string.hpp>
+#include <boost/filesystem/operations.hpp>
+
+#include "tests/support/scene.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+using boost::algorithm::contains;
+using boost::algorithm::ends_with;
+using support::Ended;
+using support::Scene;
+
+const std::string k_work = "zelp-database-caseconv";
+
+std::string work_dir(const Scene& scene, const std::string& client) {
+  return (scene.root() / k_work / "2" / client / "p").string();
+}
+
+// The same POs with the place of each, which is the client, spelled as its name is.
+std::vector<std::string> repaired(std::vector<std::string> pos) {
+  for (std::string& line : pos) {
+    line = line.substr(line.find('|') + 1, line.find('/')) + line.substr(line.find('/'));
+  }
+  std::sort(pos.begin(), pos.end());
+  return pos;
+}
+
+class Repair : public testing::TestWithParam<int> {};
+INSTANTIATE_TEST_SUITE_P(Threads, Repair, testing::Values(1, 8));
+
+TEST_P(Repair, MovesEachSpellingToItsOwnDirectory) {
+  const Scene scene;
+  scene.put("hosta", "p",
+            {"EVENT_6", "HOSTA_4_C1_F1.img", "HostA_1_C1_F1.img", "HostA_2_C1_F1.img",
+             "HostA_3_C1_F1.img", "hosta_1_C1_F1.img", "hostb_5_C1_F1.img"});
+  scene.put("HostA", "p", {"HostA_1_C1_F1.img", "HostA_2_C1_F1.img"});
+  support::sqlite(scene.po_db("HostA", "p"), "UPDATE po SET poid='other', size=7 WHERE rowid=2");
+  fs::create_symlink("hosta", scene.root() / "catalog" / "2" / "hostA");
+  auto expected = scene.pos();
+  const std::string kept = expected[5];
+  expected.erase(expected.begin());  // the first one is in both directories
+  for (const std::size_t i : {2U, 3U, 5U}) {
+    std::string& line = expected[i];
+    line = line.substr(line.find('|') + 1, 5) + line.substr(5);
+  }
+  std::sort(expected.begin(), expected.end());
+  const Ended ended = scene.repair(GetParam());
+  EXPECT_EQ(ended.exit_status, 0);
+  EXPECT_TRUE(contains(ended.out, "Cleaning up symbolic links\nLog file: ")) << ended.out;
+  EXPECT_TRUE(ends_with(
+      ended.out, support::k_start_services + "Case-sensitivity repair finished successfully.\n"));
+  EXPECT_FALSE(fs::exists(fs::symlink_status(scene.root() / "catalog/2/hostA")));
+  EXPECT_EQ(scene.pos(), expected);
+  const std::string source = work_dir(scene, "hosta");
+  const std::string from = " POs from " + source + " to ";
+  const std::string log = scene.logs("repaired_client_names_with_case_sensitivity_issues.");
+  EXPECT_TRUE(contains(
+      log,
+      "Client hosta and policy p has case sensitivity issues.\nMoved 1" + from +
+          work_dir(scene, "HOSTA") +
+          "\nWarning: a PO with the name HostA_2_C1_F1.img but a different POID already exists "
+          "for the client hosta and policy p; not moving HostA_2_C1_F1.img from \"" +
+          source + "\"\n.Moved 2" + from + work_dir(scene, "HostA") + "\n"))
+      << log;
+  std::vector<std::string> columns;
+  boost::algorithm::split(columns, kept, boost::is_any_of("|"));
+  EXPECT_EQ(scene.logs("dedupe_client_name_repair_collisions."),
+            source + "|HostA_2_C1_F1.img|basename=HostA_2_C1_F1.img poid=" + columns[2] +
+                " size=" + columns[3] + " mtime=" + columns[4] + " record=16|\n");
+  EXPECT_TRUE(contains(ended.err, "Metadata collisions were encountered.\nSee " +
+                                      (scene.storage().log_dir() / "dedupe_client").string()));
+  EXPECT_TRUE(contains(scene.run_log(), "POs moved 3, collisions 1,")) << scene.run_log();
+}
+
+TEST_P(Repair, ClientNamesMeanThemselves) {
+  const Scene scene;
+  for (const std::string client : {"it's", "a*b", "x?[y]", "$(exit) `z`", "sp ace;", "h\xc3"}) {
+    scene.put(client, "p & q",
+              {client + "_1_C1_F1.img", boost::algorithm::to_upper_copy(client) + "_1_C1_F1.img"});
+  }
+  scene.put("h\xc3", "p & q", {"h\xc3\xa4_2_C1_F1.img"});  // one character begins in the name
+  const auto expected = repaired(scene.pos());
+  const Ended ended = scene.repair(GetParam());
+  EXPECT_EQ(ended.exit_status, 0) << ended.err;
+  EXPECT_EQ(scene.pos(), expected);
+  const auto unchanged = scene.snapshot();
+  EXPECT_EQ(scene.repair(GetParam()).exit_status, 0);
+  EXPECT_EQ(scene.snapshot(), unchanged) << "nothing to repair";
+}
+
+TEST(RepairThreads, MutuallyMiscasedDirectories) {
+  const Scene scene;
+  for (int i = 0; i < 200; ++i) {
+    const std::string lower = "host" + std::to_string(i);
+    const std::string upper = "HOST" + std::to_string(i);
+    scene.put(lower, "p", {lower + "_1_C1_F1.img", upper + "_2_C1_F1.img"});
+    scene.put(upper, "p", {lower + "_3_C1_F1.img", upper + "_4_C1_F1.img"});
+  }
+  const auto expected = repaired(scene.pos());
+  const Ended ended = scene.repair(8);
+  EXPECT_EQ(ended.exit_status, 0);
+  EXPECT_EQ(ended.err, "");
+  EXPECT_EQ(scene.pos(), expected);
+}
+
+TEST_P(Repair, FailureLeavesTheCatalogAsideAndCanBeRunAgain) {
+  // What is done to the clients' directories before, the error, and what mends it.
+  const std::string rows[][3] = {
+      {"mkdir -p HostA/p; echo > HostA/p/po.db", "ERROR(not a path-object database): unable to ",
+       "rm -r HostA"},
+      {"touch HostA", "/HostA/p: Not a directory\n", "rm HostA"},
+      {"mkdir -p HostA/p/po.db", "/HostA/p/po.db; it is no regular file\n", "rm -r HostA"},
+      {"sqlite3 hosta/p/po.db 'PRAGMA user_version=2'",
+       "ERROR(database has a newer version): unable to get the basenames from ",
+       "sqlite3 hosta/p/po.db 'PRAGMA user_version=1'"},
+  };
+  for (const auto& [damage, error, mend] : rows) {
+    const Scene scene;
+    const auto sh = [&](const std::string& catalog, const std::string& script) {
+      support::run({"sh", "-c", "cd " + (scene.root() / catalog / "2").string() + "; " + script});
+    };
+    scene.put("hosta", "p", {"HostA_1_C1_F1.img", "hosta_1_C1_F1.img"});
+    const auto before = scene.pos();
+    sh("catalog", damage);
+    const Ended ended = scene.repair(GetParam());
+    EXPECT_EQ(ended.exit_status, 1);
+    EXPECT_TRUE(contains(ended.err, error)) << ended.err;
+    EXPECT_TRUE(contains(scene.logs("repaired_"), error)) << error;
+    EXPECT_TRUE(ends_with(ended.out, "\nCase-sensitivity repair finished with some errors.\n"));
+    EXPECT_FALSE(contains(ended.out, "Please start")) << "it is left for the operator to look";
+    EXPECT_FALSE(fs::exists(scene.root() / "catalog"));
+    EXPECT_FALSE(contains(scene.run_log(), "failed 0")) << scene.run_log();
+    sh(k_work, mend);
+    EXPECT_EQ(scene.pos(k_work), before);
+    EXPECT_EQ(scene.repair(GetParam()).exit_status, 0);
+    EXPECT_EQ(scene.pos(), repaired(before));
+  }
+}
+
+TEST(RepairFaults, FullDiskLeavesEveryPOInTheSource) {
+  const Scene scene;
+  std::vector<std::string> names;
+  for (int i = 0; i < 5000; ++i) names.push_back("HostA_" + std::to_string(i) + "_C1_F1.img");
+  scene.put("hosta", "p", names);
+  const auto before = scene.pos();
+  int failures = 0;
+  for (int blocks = 16;; blocks *= 2) {
+    const std::string limited = "trap '' XFSZ; ulimit -f " + std::to_string(blocks);
+    const Ended ended = scene.run_in_shell(limited + "; \"$@\"", {"--repair_client_name_case"});
+    if (ended.exit_status == 0) break;
+    ++failures;
+    EXPECT_TRUE(contains(ended.err, "ERROR")) << ended.err;
+    EXPECT_EQ(scene.pos(k_work), before);
+    EXPECT_FALSE(fs::exists(scene.root() / k_work / "2" / "HostA")) << "nothing could be moved";
+  }
+  EXPECT_GT(failures, 3);
+  EXPECT_EQ(scene.pos(), repaired(before));
+}
+
+TEST(RepairFaults, POThatCannotBeReadStaysAndTheOthersMove) {
+  const Scene scene;
+  scene.put("hosta", "p", {"HostA_1_C1_F1.img", "HostA_2_C1_F1.img", "HostA_3_C1_F1.img"});
+  const fs::path file = scene.po_db("hosta", "p");
+  support::sqlite(file, "UPDATE po SET record = randomblob(20000) WHERE rowid = 2");
+  // The record's pages are a chain; the first is made to lead nowhere.
+  const std::string page =
+      support::sqlite(file, "SELECT min(pageno) FROM dbstat WHERE pagetype = 'overflow'");
+  std::string bytes = support::read_text(file);
+  support::write_text(file, bytes.replace((std::stoul(page) - 1) * 4096, 4, "\x7f\xff\xff\xff"));
+  const Ended ended = scene.repair();
+  EXPECT_EQ(ended.exit_status, 0);
+  EXPECT_EQ(ended.err,
+            "ERROR(database is damaged): unable to get the po for basename HostA_2_C1_F1.img and "
+            "directory " +
+                work_dir(scene, "hosta") + ".\n");
+  const std::string names = "SELECT basename FROM po";
+  EXPECT_EQ(support::sqlite(scene.po_db("HostA", "p"), names),
+            "HostA_1_C1_F1.img\nHostA_3_C1_F1.img\n");
+  EXPECT_EQ(support::sqlite(file, names), "HostA_2_C1_F1.img\n");
+}
+
+TEST(RepairFaults, DirectoriesThatCannotBeRenamedRefuseIt) {
+  const Scene scene;
+  // What is done in the storage's root, and the error, in which "$" stands for that directory.
+  const std::string work = "ERROR: the working directory ($/" + k_work + ")";
+  const std::string rows[][2] = {
+      {"mkdir " + k_work, work + " exists beside the catalog directory ($/catalog)\n"},
+      {"rmdir " + k_work + "; ln -s none " + k_work, work + " is a symbolic link\n"},
+      {"rm " + k_work + "; mv catalog real",
+       "ERROR: the working directory  ($/" + k_work + ") does not exist.\n"},
+      {"ln -s real catalog", "ERROR: the catalog directory ($/catalog) is a symbolic link\n"},
+  };
+  for (const auto& [script, error] : rows) {
+    support::run({"sh", "-c", "cd " + scene.root().string() + "; " + script});
+    const auto before = scene.snapshot();
+    const Ended ended = scene.repair();
+    EXPECT_EQ(ended.exit_status, 1);
+    EXPECT_EQ(ended.err, boost::algorithm::replace_all_copy(error, "$", scene.root().string()));
+    EXPECT_EQ(scene.snapshot(), before);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,90 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <boost/algorithm/string/predicate.hpp>
+#include <boost/filesystem/operations.hpp>
+
+#include "tests/support/scene.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+using support::Ended;
+
+// The simulated product's services as real processes, with pid files where the program looks for
+// them. A machine whose own files are there is left alone.
+class Services : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (::access("/var/run", W_OK) != 0 || fs::exists(m_poolmgrd) || fs::exists(m_segstored)) {
+      GTEST_SKIP() << "/var/run is in use or cannot be written";
+    }
+    m_started = true;
+  }
+  void TearDown() override {
+    if (!m_started) return;
+    support::run({m_tvsvcwatch, "-terminate"});
+    support::run({m_ksde, "stop"});
+    fs::remove(m_poolmgrd);
+  }
+
+  std::string pids() const {
+    return support::read_text(m_poolmgrd) + support::read_text(m_segstored) +
+           support::read_text(m_scene.storage().product() / "tavrin/run/tvsvcwatch.pid");
+  }
+
+  const support::Scene m_scene;
+  const fs::path m_poolmgrd = "/var/run/poolmgrd.pid";
+  const fs::path m_segstored = "/var/run/segstored.pid";
+  const std::string m_ksde = (m_scene.storage().product() / "ksde/ksconfigure/ksde").string();
+  const std::string m_tvsvcwatch = (m_scene.storage().product() / "tavrin/bin/tvsvcwatch").string();
+  const std::string m_instructions =
+      "During the repair process Tavrin Deduplication services need to be off.\n"
+      "Please shutdown Tavrin Deduplication services with the following commands and rerun this "
+      "tool:\n\t" +
+      m_tvsvcwatch + " -terminate\n\t/usr/quorv/ksde/ksconfigure/ksde stop\n";
+  bool m_started = false;
+};
+
+TEST_F(Services, RunningOnesAreStoppedByForceAloneAndStartedAgain) {
+  m_scene.put("hosta", "p", {"HostA_1602000000_C1_F1.img"});
+  const auto before = m_scene.pos();
+  for (const std::string& service : {m_ksde, m_tvsvcwatch}) {
+    support::run({service});
+    for (const Ended& ended : {m_scene.repair(), m_scene.remove_orphans()}) {
+      EXPECT_EQ(ended.exit_status, 1);
+      EXPECT_EQ(ended.out, "");
+      EXPECT_EQ(ended.err, m_instructions);
+    }
+    EXPECT_EQ(m_scene.pos(), before);
+  }
+  const std::string pids_before = pids();
+  const Ended forced = m_scene.run({"--repair_client_name_case", "--force"});
+  EXPECT_EQ(forced.exit_status, 0) << forced.err;
+  EXPECT_FALSE(boost::algorithm::contains(forced.out, "Please start")) << forced.out;
+  EXPECT_NE(pids(), pids_before);
+  EXPECT_EQ(m_scene.repair().err, m_instructions) << "they run again";
+}
+
+TEST_F(Services, OnesThatDoNotStopRefuseTheRepair) {
+  m_scene.put("hosta", "p", {});
+  support::write_script(m_ksde, "");
+  support::write_text(m_poolmgrd, std::to_string(::getpid()));
+  const Ended ended = m_scene.run({"--repair_client_name_case", "--force"});
+  EXPECT_EQ(ended.exit_status, 1);
+  EXPECT_EQ(ended.err, "\nCould not stop the Tavrin Deduplication services.\n\n" + m_instructions);
+  EXPECT_TRUE(fs::exists(m_scene.root() / "catalog"));
+}
+
+TEST_F(Services, InterruptedCommandInterruptsTheRun) {
+  m_scene.put("hosta", "p", {"HostA_1602000000_C1_F1.img"});
+  const auto before = m_scene.pos();
+  support::write_script(m_tvsvcwatch,
+                        "mkdir " + (m_scene.root() / "once").string() + " && kill -INT $PPID\n");
+  const Ended ended = m_scene.run({"--repair_client_name_case", "--force"});
+  EXPECT_EQ(ended.exit_status, 1);
+  EXPECT_TRUE(boost::algorithm::ends_with(ended.out, "finished with some errors.\n")) << ended.out;
+  EXPECT_EQ(m_scene.pos("zelp-database-caseconv"), before);
+}
+
+}  // namespace
