@@ -2,6 +2,10 @@
 # Starts the deduplication engine's daemons, or with "stop" ends them. They are processes that sleep,
 # with pid files where the real ones keep theirs.
 run=/var/run
+[ -w "$run" ] || {
+  echo "$run cannot be written" >&2
+  exit 1
+}
 for name in poolmgrd segstored; do
   pid=$(cat "$run/$name.pid" 2>/dev/null)
   comm=$(cat "/proc/${pid:-none}/comm" 2>/dev/null)
