@@ -5,7 +5,10 @@
 #include <boost/filesystem/operations.hpp>
 
 #include "catalog/podb/basename_time_and_copy.h"
+#include "catalog/podb/deletion_takings.h"
 #include "catalog/podb/po_filename.h"
+#include "catalog/podb/repair_podb.h"
+#include "dct/log_file.h"
 #include "sandbox/storage_builder.h"
 #include "tvr_utils/tvr_image_iterator.h"
 
@@ -17,18 +20,19 @@ const std::string k_client = "client00001";
 const std::string k_policy = "policy00001";
 const std::string k_basename = k_client + "_1602000000_C1_F1.img";
 
-// A storage with one policy directory of as many images, of one copy and one PO each; removed at
-// the end.
+constexpr std::int64_t k_first_time = 1602000000;
+
+// A storage with one policy directory of as many images, of one copy and one PO each, the names in
+// one spelling of the client and the directory in another if need be; removed at the end.
 class OneDirectory {
  public:
-  explicit OneDirectory(std::int64_t images)
+  explicit OneDirectory(std::int64_t images, const std::string& directory = k_client)
       : m_root(fs::temp_directory_path() / fs::unique_path()), m_storage(m_root) {
     constexpr std::size_t k_record_bytes = 128;
-    constexpr std::int64_t k_first = 1602000000;
-    sandbox::PolicyDirWriter dir(policy_dir(), k_record_bytes, 1);
+    sandbox::PolicyDirWriter dir(policy_dir(directory), k_record_bytes, 1);
     for (std::int64_t i = 0; i < images; ++i) {
-      dir.put(k_client + "_" + std::to_string(k_first + i) + "_C1_F1.img");
-      m_storage.list_image(k_client, k_policy, k_first + i, {1});
+      dir.put(k_client + "_" + std::to_string(k_first_time + i) + "_C1_F1.img");
+      m_storage.list_image(k_client, k_policy, k_first_time + i, {1});
     }
     dir.finish();
   }
@@ -39,7 +43,9 @@ class OneDirectory {
     fs::remove_all(m_root, ignored);
   }
 
-  fs::path policy_dir() const { return m_storage.policy_dir(k_client, k_policy); }
+  fs::path policy_dir(const std::string& client = k_client) const {
+    return m_storage.policy_dir(client, k_policy);
+  }
   fs::path admincmd_dir() const { return m_storage.product() / "tavrin" / "bin" / "admincmd"; }
 
  private:
@@ -94,5 +100,67 @@ void ImageListing(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 BENCHMARK(ImageListing)->Arg(3)->Arg(1000)->Arg(10000)->UseRealTime();
+
+// A group of as many POs into a directory that has to be made.
+void MoveOfAGroup(benchmark::State& state) {
+  const std::string other = "CLIENT00001";
+  const OneDirectory directory(state.range(0), other);
+  const fs::path source = directory.policy_dir(other);
+  const fs::path target = directory.policy_dir();
+  dct::util::LogFile log(directory.policy_dir("log").parent_path().parent_path() / "bench.log");
+  for (auto _ : state) {
+    const int status = catalog::podb::RepairPODB(source, log, log).visit_podb_impl();
+    state.PauseTiming();
+    if (status != k_status_ok) state.SkipWithError("the group could not be moved");
+    fs::remove_all(source);
+    fs::rename(target, source);
+    fs::remove(target.parent_path());
+    state.ResumeTiming();
+  }
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(MoveOfAGroup)
+    ->Arg(1)
+    ->Arg(1000)
+    ->Arg(100000)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+
+// One orphan's statement in a directory of as many POs.
+void DeletionStatement(benchmark::State& state) {
+  const OneDirectory directory(state.range(0));
+  SQLitePODB database("", directory.policy_dir().string(), SQLitePODB::Access::read_write);
+  std::int64_t time = k_first_time;
+  for (auto _ : state) {
+    const auto status =
+        database.exec_sql(catalog::podb::deletion_statement(k_client, {time++, 1}), nullptr);
+    if (status != k_status_ok || database.changed_rows() != 1) {
+      state.SkipWithError("the copy could not be deleted");
+    }
+  }
+}
+BENCHMARK(DeletionStatement)
+    ->Arg(1000)
+    ->Arg(100000)
+    ->Iterations(200)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+
+// What is found out beforehand for as many orphans in as many POs.
+void TakingsOfAllOrphans(benchmark::State& state) {
+  std::set<catalog::podb::details::numbers> orphans;
+  std::vector<std::string> names;
+  for (std::int64_t i = 0; i < state.range(0); ++i) {
+    orphans.insert({k_first_time + i, 1});
+    names.push_back(k_client + "_" + std::to_string(k_first_time + i) + "_C1_F1.img");
+  }
+  for (auto _ : state) {
+    catalog::podb::DeletionTakings takings(k_client, orphans);
+    for (const std::string& name : names) takings.add(name);
+    benchmark::DoNotOptimize(takings);
+  }
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(TakingsOfAllOrphans)->Arg(1000)->Arg(100000);
 
 }  // namespace
