@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <cctype>
-#include <fstream>
+#include <numeric>
 #include <random>
 
-#include <boost/filesystem/operations.hpp>
+#include <boost/filesystem/path.hpp>
 
 #include "sandbox/storage_builder.h"
+#include "sandbox/text_file.h"
 
 namespace sandbox {
 
@@ -152,8 +153,7 @@ std::string Planter::other_spelling(std::string client) {
 }
 
 void write_lines(const boost::filesystem::path& file, const std::vector<std::string>& lines) {
-  std::ofstream stream(file.string());
-  for (const std::string& line : lines) stream << line;
+  write_text(file, std::accumulate(lines.begin(), lines.end(), std::string()));
 }
 
 }  // namespace
@@ -161,7 +161,6 @@ void write_lines(const boost::filesystem::path& file, const std::vector<std::str
 Planted plant(const StorageBuilder& storage, const Plan& plan) {
   Planted planted = Planter(storage, plan).plant();
   const boost::filesystem::path dir = storage.root() / "planted";
-  boost::filesystem::create_directories(dir);
   write_lines(dir / "scan.txt", planted.scan_lines);
   write_lines(dir / "orphans.txt", planted.orphan_lines);
   write_lines(dir / "missing.txt", planted.missing_lines);

@@ -13,6 +13,7 @@
 #include "platform/spadb.h"
 #include "platform/status.h"
 #include "sandbox/commands.h"
+#include "sandbox/text_file.h"
 
 namespace fs = boost::filesystem;
 
@@ -24,21 +25,11 @@ namespace {
 
 const std::string k_walked_dsid = "2";
 
-[[noreturn]] void fail(const std::string& text) {
-  throw Cr_ErrnoException(errno, text);
-}
-
 void require(cr_status_t status, const fs::path& policy_dir) {
   if (status != k_status_ok) {
     throw Cr_ErrnoException(status, "could not fill " + policy_dir.string(),
                             CRStatusToStringA(status));
   }
-}
-
-void write_text(const fs::path& file, const std::string& text, std::ios::openmode mode) {
-  fs::create_directories(file.parent_path());
-  std::ofstream stream(file.string(), mode);
-  if (!(stream << text).flush()) fail("could not write " + file.string());
 }
 
 // Lines as long as the product's are: mostly fields that nobody here looks at.
@@ -89,9 +80,7 @@ void StorageBuilder::write_configuration() const {
 
 void StorageBuilder::write_product() const {
   for (const Command& command : commands()) {
-    const fs::path file = product() / command.path;
-    write_text(file, command.text, std::ios::out);
-    fs::permissions(file, fs::add_perms | fs::owner_exe | fs::group_exe | fs::others_exe);
+    write_command(product() / command.path, command.text);
   }
   fs::create_directories(product() / "images");
 }

@@ -181,25 +181,27 @@ TEST(DryRun, FullHostNameIsAskedForBeforeTheShortOne) {
 
 TEST(DryRun, RefusesToStartWithoutWhatItNeeds) {
   const Scene scene;
-  const auto refused_with = [&](const std::string& error) {
+  const std::string catalog = (scene.root() / "catalog").string();
+  const std::string admincmd = (scene.storage().product() / "tavrin/bin/admincmd").string();
+  const std::string odd = (scene.root() / "a b").string();
+  fs::create_directories(odd + "/tavrin/bin/admincmd");
+  EXPECT_TRUE(contains(scene.dry_run(1, {"--tvr_location", odd}).err, "to the shell\n"));
+  // What is done before, and the error.
+  const std::string rows[][2] = {
+      {"echo 'echo V9 dp 1 2 3 4 5 6 7 8 9 elsewhere' > " + admincmd + "/tvdevinfo",
+       "The Tavrin disk pool name cannot be determined from the hostname.\n"
+       "Use the --tvr_disk_pool option to specify the disk pool name.\n"},
+      {"rm -r " + catalog,
+       "ERROR: The Tavrin Deduplication Catalog directory (" + catalog + ") does not exist.\n"},
+      {"rm -r " + admincmd,
+       "ERROR: The Tavrin admincmd directory ( " + admincmd + " ) does not exist\n."},
+  };
+  for (const auto& [script, error] : rows) {
+    support::run({"sh", "-c", script});
     const Ended ended = scene.dry_run();
     EXPECT_EQ(ended.exit_status, 1);
     EXPECT_EQ(ended.err, error);
-  };
-  scene.script("tvdevinfo", "echo V9 dp 1 2 3 4 5 6 7 8 9 elsewhere\n");
-  refused_with(
-      "The Tavrin disk pool name cannot be determined from the hostname.\n"
-      "Use the --tvr_disk_pool option to specify the disk pool name.\n");
-  const fs::path odd = scene.root() / "a b";
-  fs::create_directories(odd / "tavrin/bin/admincmd");
-  EXPECT_TRUE(contains(scene.dry_run(1, {"--tvr_location", odd.string()}).err, "to the shell\n"));
-  const std::string catalog = (scene.root() / "catalog").string();
-  fs::remove_all(catalog);
-  refused_with("ERROR: The Tavrin Deduplication Catalog directory (" + catalog +
-               ") does not exist.\n");
-  const std::string admincmd = (scene.storage().product() / "tavrin/bin/admincmd").string();
-  fs::remove_all(admincmd);
-  refused_with("ERROR: The Tavrin admincmd directory ( " + admincmd + " ) does not exist\n.");
+  }
 }
 
 TEST(DryRun, ClosedStandardOutputDoesNotEndTheRun) {

@@ -64,35 +64,30 @@ TEST(Scan, JudgesTheLeadingCharactersOnly) {
 
 TEST(Scan, TellsDirectoriesThatCannotBeReadAndGoesOn) {
   const std::string foreign = "not a path-object database";
-  // Policy, status, and the statements that spoil its database; without any it is done below.
+  // Policy, status, and what spoils its database (".shell" runs a command).
   const std::string rows[][3] = {
       {"no_table", foreign, "DROP TABLE po"},
       {"trigger", foreign, "CREATE TRIGGER t AFTER DELETE ON po BEGIN DELETE FROM po; END"},
       {"view", foreign, "DROP TABLE po; CREATE VIEW po AS SELECT 'x' AS basename"},
       {"write_ahead_log", foreign, "PRAGMA journal_mode = wal"},
       {"newer", "database has a newer version", "PRAGMA user_version = 2"},
-      {"garbage", foreign, ""},
-      {"cut_short", "database is damaged", ""},
-      {"folder", "database cannot be opened", ""},
-      {"dangling_link", "database cannot be opened", ""},
+      {"garbage", foreign, ".shell yes | head -c 5000 > po.db"},
+      {"cut_short", "database is damaged", ".shell truncate -s 8192 po.db"},
+      {"folder", "database cannot be opened", ".shell rm po.db && mkdir po.db"},
+      {"dangling_link", "database cannot be opened", ".shell ln -sf /no/such po.db"},
   };
   const Scene scene;
   std::vector<std::string> basenames;
   for (int i = 0; i < 300; ++i) basenames.push_back("hosta_" + std::to_string(i) + "_C1_F1.img");
   std::vector<std::string> expected;
-  for (const auto& [policy, status, statements] : rows) {
+  for (const auto& [policy, status, damage] : rows) {
     scene.put("hosta", policy, basenames);
-    if (!statements.empty()) support::sqlite(scene.po_db("hosta", policy), statements);
+    const std::string dir = scene.storage().policy_dir("hosta", policy).string();
+    support::run({"sh", "-c", "cd " + dir + " && sqlite3 po.db \"" + damage + "\""});
     expected.push_back("ERROR (" + status + "): could not read the deduplication metadata for " +
-                       scene.storage().policy_dir("hosta", policy).string() + "\n");
+                       dir + "\n");
   }
   std::sort(expected.begin(), expected.end());
-  support::write_text(scene.po_db("hosta", "garbage"), std::string(5000, 'x'));
-  fs::resize_file(scene.po_db("hosta", "cut_short"), 8192);
-  fs::remove(scene.po_db("hosta", "folder"));
-  fs::create_directory(scene.po_db("hosta", "folder"));
-  fs::remove(scene.po_db("hosta", "dangling_link"));
-  fs::create_symlink("/no/such", scene.po_db("hosta", "dangling_link"));
   scene.put("hostb", "good", {"HostB_1602000000_C1_F1.img"});
   fs::create_directories(scene.storage().policy_dir("hostc", "without_database"));
   const auto before = scene.snapshot();

@@ -2,9 +2,7 @@
 
 #include <stdlib.h>
 
-#include <fstream>
 #include <iostream>
-#include <iterator>
 #include <stdexcept>
 
 #include <gtest/gtest.h>
@@ -30,20 +28,8 @@ TempDir::~TempDir() {
   fs::remove_all(m_path, ignored);
 }
 
-std::string read_text(const fs::path& file) {
-  std::ifstream stream(file.string(), std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
-void write_text(const fs::path& file, const std::string& text) {
-  fs::create_directories(file.parent_path());
-  std::ofstream stream(file.string(), std::ios::binary);
-  if (!(stream << text).flush()) throw std::runtime_error("could not write " + file.string());
-}
-
 void write_script(const fs::path& file, const std::string& text) {
-  write_text(file, "#!/bin/sh\n" + text);
-  fs::permissions(file, fs::owner_all);
+  sandbox::write_command(file, "#!/bin/sh\n" + text);
 }
 
 }  // namespace support

@@ -4,6 +4,8 @@
 
 #include <boost/filesystem/path.hpp>
 
+#include "sandbox/text_file.h"
+
 namespace support {
 
 // A directory of its own for one test; removed at its end, but kept and named when the test failed.
@@ -20,12 +22,10 @@ class TempDir {
   boost::filesystem::path m_path;
 };
 
-std::string read_text(const boost::filesystem::path& file);
+using sandbox::read_text;
+using sandbox::write_text;
 
-// Writes the file anew, making its directory if need be.
-void write_text(const boost::filesystem::path& file, const std::string& text);
-
-// The same for a shell script that can be run.
+// A shell script that can be run.
 void write_script(const boost::filesystem::path& file, const std::string& text);
 
 }  // namespace support
