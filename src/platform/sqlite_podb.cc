@@ -83,7 +83,7 @@ SQLitePODB::~SQLitePODB() {
 }
 
 bool SQLitePODB::holds_nothing() {
-  if (do_rollback_transaction() != k_status_ok) return false;
+  if (SQLitePODB::do_rollback_transaction() != k_status_ok) return false;
   m_database->exec("BEGIN EXCLUSIVE");
   return m_database->execAndGet("SELECT count(*) FROM po").getInt64() == 0;
 }

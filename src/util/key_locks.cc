@@ -1,5 +1,7 @@
 #include "util/key_locks.h"
 
+#include <exception>
+
 #include <boost/thread/lock_types.hpp>
 
 namespace util {
@@ -15,6 +17,14 @@ void KeyLocks::unlock(const std::string& key) {
     m_held.erase(key);
   }
   m_given_back.notify_all();
+}
+
+KeyLock::~KeyLock() {
+  try {
+    m_locks.unlock(m_key);
+  } catch (...) {
+    std::terminate();  // a lock that is never given back would hang the process
+  }
 }
 
 }  // namespace util

@@ -33,7 +33,7 @@ class KeyLock {
   KeyLock(KeyLocks& locks, const std::string& key) : m_locks(locks), m_key(key) {
     m_locks.lock(m_key);
   }
-  ~KeyLock() { m_locks.unlock(m_key); }
+  ~KeyLock();
   KeyLock(const KeyLock&) = delete;
   KeyLock& operator=(const KeyLock&) = delete;
 
