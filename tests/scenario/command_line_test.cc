@@ -1,18 +1,6 @@
-#include <gtest/gtest.h>
+#include "tests/scenario/scenario.h"
 
-#include <boost/algorithm/string/predicate.hpp>
-#include <boost/filesystem/operations.hpp>
-
-#include "tests/support/scene.h"
-
-namespace {
-
-namespace fs = boost::filesystem;
-using boost::algorithm::contains;
-using boost::algorithm::ends_with;
-using boost::algorithm::starts_with;
-using support::Ended;
-using support::Scene;
+namespace scenario::command_line {
 
 TEST(CommandLine, RejectsWhatIsWrongInOneLineAndShowsTheUsage) {
   const std::pair<std::vector<std::string>, std::string> rows[] = {
@@ -150,7 +138,7 @@ TEST(CommandLine, LogsThatCannotGrowKeepWhatTheyHaveAndTheRestGoesToStandardErro
     EXPECT_EQ(support::read_text(log), earlier);
     EXPECT_TRUE(contains(ended.out, "end: exit status 0\n")) << ended.out;
     const auto skipped = [](const std::string& text) {
-      return support::lines_beginning(text, "Skip DSID: ").size();
+      return lines_beginning(text, "Skip DSID: ").size();
     };
     const std::size_t in_log = skipped(scene.logs("client_names"));
     EXPECT_LT(in_log, 30U);
@@ -158,4 +146,4 @@ TEST(CommandLine, LogsThatCannotGrowKeepWhatTheyHaveAndTheRestGoesToStandardErro
   }
 }
 
-}  // namespace
+}  // namespace scenario::command_line

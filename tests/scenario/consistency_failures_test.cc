@@ -1,16 +1,6 @@
-#include <gtest/gtest.h>
+#include "tests/scenario/scenario.h"
 
-#include <boost/algorithm/string/predicate.hpp>
-#include <boost/filesystem/operations.hpp>
-
-#include "tests/support/scene.h"
-
-namespace {
-
-using boost::algorithm::contains;
-using support::Ended;
-using support::lines_beginning;
-using support::Scene;
+namespace scenario::consistency_failures {
 
 const std::string k_image =
     "IMAGE hosta 0 0 13 hosta_1 p 0 *NULL* root Full 0 3 1000 64 1893456000\n";
@@ -105,9 +95,8 @@ TEST(ConsistencyFailures, HostileNamesStartNoCommand) {
   EXPECT_TRUE(contains(ended.err, "the name p|q cannot be passed to tvimagequery\n"));
   const auto calls = lines_beginning(support::read_text(pwned), "-");
   ASSERT_EQ(calls.size(), 2U) << "one directory and the final listing";
-  EXPECT_TRUE(
-      boost::algorithm::starts_with(calls[0], "-client h\xc3\xb6st-A_1:+@ -policy p.1 -hoursago "));
-  EXPECT_TRUE(boost::algorithm::starts_with(calls[1], "-hoursago "));
+  EXPECT_TRUE(starts_with(calls[0], "-client h\xc3\xb6st-A_1:+@ -policy p.1 -hoursago "));
+  EXPECT_TRUE(starts_with(calls[1], "-hoursago "));
 }
 
 TEST(ConsistencyFailures, QueriesThatDieAreNoAnswer) {
@@ -117,8 +106,7 @@ TEST(ConsistencyFailures, QueriesThatDieAreNoAnswer) {
       scene.script(name, end);
       const Ended ended = scene.dry_run();
       // The shell may say "Terminated" first.
-      EXPECT_TRUE(boost::algorithm::ends_with(
-          ended.err, "Aborting with error:  the pipe command did not exit\n"))
+      EXPECT_TRUE(ends_with(ended.err, "Aborting with error:  the pipe command did not exit\n"))
           << name << end << ended.err;
       EXPECT_EQ(ended.exit_status, 1);
     }
@@ -139,4 +127,4 @@ TEST(ConsistencyFailures, ChildrenGetAFixedEnvironmentAndNoDescriptors) {
   EXPECT_FALSE(contains(descriptors, "mdfixup.lock")) << descriptors;
 }
 
-}  // namespace
+}  // namespace scenario::consistency_failures

@@ -1,20 +1,9 @@
-#include <gtest/gtest.h>
+#include "tests/scenario/scenario.h"
 
 #include <random>
 #include <sstream>
 
-#include <boost/algorithm/string.hpp>
-#include <boost/filesystem/operations.hpp>
-
-#include "tests/support/scene.h"
-
-namespace {
-
-namespace fs = boost::filesystem;
-using boost::algorithm::contains;
-using boost::algorithm::ends_with;
-using support::Ended;
-using support::Scene;
+namespace scenario::deletion {
 
 // Directories full of names that come near each other's patterns; a part of them in the catalog.
 void plant(const Scene& scene, std::mt19937& random) {
@@ -92,8 +81,7 @@ TEST_P(Deletion, TakesWhatTheDryRunListsAndTheStatementTakes) {
       EXPECT_TRUE(contains(log, "\nD" + image + "\nDeleted " + taken)) << line << taken;
       expected += taken + taken;
     }
-    EXPECT_EQ(support::lines_beginning(log, "also takes "),
-              support::lines_beginning(expected, "also takes "));
+    EXPECT_EQ(lines_beginning(log, "also takes "), lines_beginning(expected, "also takes "));
     EXPECT_EQ(scene.pos(), scene.pos("copy"));
     EXPECT_TRUE(contains(scene.run_log(), "takes POs of other copies")) << scene.run_log();
   }
@@ -128,4 +116,4 @@ TEST(DeletionFaults, ServicesAreAskedForAgainWhateverFails) {
   }
 }
 
-}  // namespace
+}  // namespace scenario::deletion

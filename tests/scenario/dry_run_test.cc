@@ -1,22 +1,13 @@
-#include <gtest/gtest.h>
+#include "tests/scenario/scenario.h"
 
 #include <ctime>
 
-#include <boost/algorithm/string/predicate.hpp>
-#include <boost/filesystem/operations.hpp>
 #include <boost/format.hpp>
 
 #include "platform/spadb.h"
 #include "sandbox/planter.h"
-#include "tests/support/scene.h"
 
-namespace {
-
-namespace fs = boost::filesystem;
-using boost::algorithm::contains;
-using support::Ended;
-using support::lines_beginning;
-using support::Scene;
+namespace scenario::dry_run {
 
 const std::string k_header = "backupid|client_name|policy_name|copy_num|\n";
 
@@ -27,7 +18,7 @@ std::string orphan(const std::string& time, const std::string& copy) {
 // The lines of the missing-images report behind its header.
 std::vector<std::string> missing(const Scene& scene) {
   const std::string report = scene.logs("MissingImages_");
-  EXPECT_TRUE(boost::algorithm::starts_with(report, k_header)) << report;
+  EXPECT_TRUE(starts_with(report, k_header)) << report;
   return lines_beginning(report.substr(k_header.size()), "");
 }
 
@@ -45,7 +36,7 @@ TEST(DryRun, ReportsExactlyWhatWasPlanted) {
     EXPECT_EQ(ended.err, "");
     EXPECT_EQ(lines_beginning(ended.out, "{"), planted.orphan_lines);
     EXPECT_TRUE(contains(ended.out, "\n\nImages that would be deleted:\n{")) << ended.out;
-    EXPECT_TRUE(boost::algorithm::ends_with(ended.out, "mdfixup finished successfully.\n"));
+    EXPECT_TRUE(ends_with(ended.out, "mdfixup finished successfully.\n"));
     EXPECT_EQ(missing(scene), planted.missing_lines);
     const std::string log = scene.logs("OrphanImages_");
     EXPECT_EQ(lines_beginning(log, "Would have deleted the POs for the image: {").size(),
@@ -217,4 +208,4 @@ TEST(DryRun, ClosedStandardOutputDoesNotEndTheRun) {
   EXPECT_TRUE(contains(scene.run_log(), "policy directories 6, failed 0")) << scene.run_log();
 }
 
-}  // namespace
+}  // namespace scenario::dry_run

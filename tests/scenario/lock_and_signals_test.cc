@@ -1,19 +1,11 @@
+#include "tests/scenario/scenario.h"
+
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sched.h>
 #include <signal.h>
 #include <unistd.h>
 
-#include <boost/algorithm/string/predicate.hpp>
-#include <boost/filesystem/operations.hpp>
-
-#include "tests/support/scene.h"
-
-namespace {
-
-namespace fs = boost::filesystem;
-using boost::algorithm::contains;
-using support::Scene;
+namespace scenario::lock_and_signals {
 
 // ThreadSanitizer holds signals back while a thread waits inside the C library.
 #ifdef __SANITIZE_THREAD__
@@ -42,7 +34,7 @@ class PausedRun {
     while (!k_signals_are_deferred && !contains(m_child->err(), "\n")) ::sched_yield();
   }
 
-  support::Ended go_on() {
+  Ended go_on() {
     support::write_text(fifo("go"), "\n");
     return m_child->wait();
   }
@@ -75,7 +67,7 @@ TEST(Lock, AnythingAtItsPathRefusesTheRun) {
   for (const char* make : {"touch", "ln -s /no/such", "mkdir"}) {
     const std::string path = scene.lock_file().string();
     support::run({"sh", "-c", make + (" " + path)});
-    const support::Ended ended = scene.scan();
+    const Ended ended = scene.scan();
     EXPECT_EQ(ended.exit_status, 1) << make;
     EXPECT_EQ(ended.err, message);
     EXPECT_TRUE(fs::remove(path)) << "not the refused run's to remove";
@@ -97,7 +89,7 @@ TEST(Signals, FirstOneFinishesTheDirectoryInHandAndStops) {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     PausedRun run;
     run.send_and_await_notice(signal);
-    const support::Ended ended = run.go_on();
+    const Ended ended = run.go_on();
     EXPECT_EQ(ended.exit_status, 1);
     EXPECT_EQ(std::count(ended.err.begin(), ended.err.end(), '\n'), 1) << ended.err;
     EXPECT_FALSE(contains(ended.out, "finished successfully"));
@@ -114,10 +106,10 @@ TEST(Signals, SecondOneTakesItsDefaultAction) {
   PausedRun run;
   run.send_and_await_notice(SIGINT);
   run.child().send(SIGTERM);
-  const support::Ended ended = run.child().wait();
+  const Ended ended = run.child().wait();
   EXPECT_EQ(ended.signal, SIGTERM);
   EXPECT_TRUE(fs::exists(run.scene().lock_file()));
   support::write_text(run.scene().root() / "go", "\n");  // lets the command end
 }
 
-}  // namespace
+}  // namespace scenario::lock_and_signals

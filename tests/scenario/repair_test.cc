@@ -1,17 +1,6 @@
-#include <gtest/gtest.h>
+#include "tests/scenario/scenario.h"
 
-#include <boost/algorithm/string.hpp>
-#include <boost/filesystem/operations.hpp>
-
-#include "tests/support/scene.h"
-
-namespace {
-
-namespace fs = boost::filesystem;
-using boost::algorithm::contains;
-using boost::algorithm::ends_with;
-using support::Ended;
-using support::Scene;
+namespace scenario::repair {
 
 const std::string k_work = "zelp-database-caseconv";
 
@@ -67,8 +56,9 @@ TEST_P(Repair, MovesEachSpellingToItsOwnDirectory) {
       << log;
   std::vector<std::string> columns;
   boost::algorithm::split(columns, kept, boost::is_any_of("|"));
+  const std::string name = "HostA_2_C1_F1.img";
   EXPECT_EQ(scene.logs("dedupe_client_name_repair_collisions."),
-            source + "|HostA_2_C1_F1.img|basename=HostA_2_C1_F1.img poid=" + columns[2] +
+            source + "|" + name + "|basename=" + name + " poid=" + columns[2] +
                 " size=" + columns[3] + " mtime=" + columns[4] + " record=16|\n");
   EXPECT_TRUE(contains(ended.err, "Metadata collisions were encountered.\nSee " +
                                       (scene.storage().log_dir() / "dedupe_client").string()));
@@ -203,4 +193,4 @@ TEST(RepairFaults, DirectoriesThatCannotBeRenamedRefuseIt) {
   }
 }
 
-}  // namespace
+}  // namespace scenario::repair

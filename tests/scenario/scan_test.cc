@@ -1,18 +1,8 @@
-#include <gtest/gtest.h>
-
-#include <boost/algorithm/string/predicate.hpp>
-#include <boost/filesystem/operations.hpp>
+#include "tests/scenario/scenario.h"
 
 #include "sandbox/planter.h"
-#include "tests/support/scene.h"
 
-namespace {
-
-namespace fs = boost::filesystem;
-using boost::algorithm::contains;
-using boost::algorithm::ends_with;
-using support::Ended;
-using support::Scene;
+namespace scenario::scan {
 
 const std::string k_clean = "The deduplication metadata is clean.\n";
 const std::string k_issues =
@@ -32,7 +22,7 @@ TEST(Scan, ReportsExactlyWhatWasPlanted) {
     const Ended ended = scene.scan(threads);
     EXPECT_EQ(ended.exit_status, 0);
     EXPECT_EQ(ended.err, "");
-    EXPECT_EQ(support::lines_beginning(ended.out, "Client "), planted.scan_lines);
+    EXPECT_EQ(lines_beginning(ended.out, "Client "), planted.scan_lines);
     EXPECT_TRUE(ends_with(ended.out, k_issues)) << ended.out;
     const std::string summary =
         "summary: policy directories 24, failed 0, POs " + std::to_string(planted.pos) + ", ";
@@ -94,11 +84,11 @@ TEST(Scan, TellsDirectoriesThatCannotBeReadAndGoesOn) {
   for (const int threads : {1, 4}) {
     const Ended ended = scene.scan(threads);
     EXPECT_EQ(ended.exit_status, 255);
-    EXPECT_EQ(support::lines_beginning(ended.err, "ERROR"), expected);
+    EXPECT_EQ(lines_beginning(ended.err, "ERROR"), expected);
     EXPECT_TRUE(ends_with(ended.err, "The scan is incomplete: " + std::to_string(std::size(rows)) +
                                          " policy directories could not be read.\n"))
         << ended.err;
-    EXPECT_EQ(support::lines_beginning(ended.out, "Client "),
+    EXPECT_EQ(lines_beginning(ended.out, "Client "),
               std::vector<std::string>{"Client hostb has name case-sensitivity issues.\n"});
     const std::string log = scene.logs("client_names_with_case_sensitivity_issues.");
     for (const std::string& line : expected) EXPECT_TRUE(contains(log, line)) << line;
@@ -106,4 +96,4 @@ TEST(Scan, TellsDirectoriesThatCannotBeReadAndGoesOn) {
   EXPECT_EQ(scene.snapshot(), before);
 }
 
-}  // namespace
+}  // namespace scenario::scan

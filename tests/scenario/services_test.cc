@@ -1,15 +1,8 @@
-#include <gtest/gtest.h>
+#include "tests/scenario/scenario.h"
+
 #include <unistd.h>
 
-#include <boost/algorithm/string/predicate.hpp>
-#include <boost/filesystem/operations.hpp>
-
-#include "tests/support/scene.h"
-
-namespace {
-
-namespace fs = boost::filesystem;
-using support::Ended;
+namespace scenario::services {
 
 // The simulated product's services as real processes, with pid files where the program looks for
 // them. A machine whose own files are there is left alone.
@@ -33,7 +26,7 @@ class Services : public testing::Test {
            support::read_text(m_scene.storage().product() / "tavrin/run/tvsvcwatch.pid");
   }
 
-  const support::Scene m_scene;
+  const Scene m_scene;
   const fs::path m_poolmgrd = "/var/run/poolmgrd.pid";
   const fs::path m_segstored = "/var/run/segstored.pid";
   const std::string m_ksde = (m_scene.storage().product() / "ksde/ksconfigure/ksde").string();
@@ -61,7 +54,7 @@ TEST_F(Services, RunningOnesAreStoppedByForceAloneAndStartedAgain) {
   const std::string pids_before = pids();
   const Ended forced = m_scene.run({"--repair_client_name_case", "--force"});
   EXPECT_EQ(forced.exit_status, 0) << forced.err;
-  EXPECT_FALSE(boost::algorithm::contains(forced.out, "Please start")) << forced.out;
+  EXPECT_FALSE(contains(forced.out, "Please start")) << forced.out;
   EXPECT_NE(pids(), pids_before);
   EXPECT_EQ(m_scene.repair().err, m_instructions) << "they run again";
 }
@@ -83,8 +76,8 @@ TEST_F(Services, InterruptedCommandInterruptsTheRun) {
                         "mkdir " + (m_scene.root() / "once").string() + " && kill -INT $PPID\n");
   const Ended ended = m_scene.run({"--repair_client_name_case", "--force"});
   EXPECT_EQ(ended.exit_status, 1);
-  EXPECT_TRUE(boost::algorithm::ends_with(ended.out, "finished with some errors.\n")) << ended.out;
+  EXPECT_TRUE(ends_with(ended.out, "finished with some errors.\n")) << ended.out;
   EXPECT_EQ(m_scene.pos("zelp-database-caseconv"), before);
 }
 
-}  // namespace
+}  // namespace scenario::services

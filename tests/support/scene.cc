@@ -54,22 +54,14 @@ Ended Scene::run_in_shell(const std::string& script,
   return start_behind({"sh", "-c", script, "sh"}, arguments)->wait();
 }
 
-Ended Scene::scan(int threads) const {
-  return run({"--scan_client_name_case", "--num_threads", std::to_string(threads)});
-}
-
-Ended Scene::dry_run(int threads, std::vector<std::string> more) const {
-  more.insert(more.begin(), {"--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run", "--num_threads",
-                             std::to_string(threads)});
+Ended Scene::run_task(const char* mode, int threads, std::vector<std::string> more) const {
+  more.insert(more.begin(), {mode, "--num_threads", std::to_string(threads)});
   return run(more);
 }
 
-Ended Scene::repair(int threads) const {
-  return run({"--repair_client_name_case", "--num_threads", std::to_string(threads)});
-}
-
-Ended Scene::remove_orphans(int threads) const {
-  return run({"--FORCE_DEDUPE_METADATA_CONSISTENCY", "--num_threads", std::to_string(threads)});
+Ended Scene::dry_run(int threads, std::vector<std::string> more) const {
+  more.emplace_back("--dry_run");
+  return run_task(k_consistency, threads, more);
 }
 
 std::vector<std::string> Scene::pos(const std::string& catalog) const {

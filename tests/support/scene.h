@@ -36,10 +36,10 @@ class Scene {
 
   // Runs the program with the arguments, the product's location in front, and waits for it.
   Ended run(const std::vector<std::string>& arguments) const;
-  Ended scan(int threads = 1) const;
+  Ended scan(int threads = 1) const { return run_task("--scan_client_name_case", threads, {}); }
+  Ended repair(int threads = 1) const { return run_task("--repair_client_name_case", threads, {}); }
+  Ended remove_orphans(int threads = 1) const { return run_task(k_consistency, threads, {}); }
   Ended dry_run(int threads = 1, std::vector<std::string> more = {}) const;
-  Ended repair(int threads = 1) const;
-  Ended remove_orphans(int threads = 1) const;
 
   // Runs it by way of a shell script, in which "$@" stands for the program and its arguments.
   Ended run_in_shell(const std::string& script, const std::vector<std::string>& arguments) const;
@@ -57,6 +57,9 @@ class Scene {
   std::map<std::string, std::string> snapshot() const;
 
  private:
+  static constexpr const char* k_consistency = "--FORCE_DEDUPE_METADATA_CONSISTENCY";
+
+  Ended run_task(const char* mode, int threads, std::vector<std::string> more) const;
   std::unique_ptr<Child> start_behind(std::vector<std::string> prefix,
                                       const std::vector<std::string>& arguments) const;
 
