@@ -23,7 +23,7 @@ class Services : public testing::Test {
 
   std::string pids() const {
     return support::read_text(m_poolmgrd) + support::read_text(m_segstored) +
-           support::read_text(m_scene.storage().product() / "tavrin/run/tvsvcwatch.pid");
+           support::read_text(m_scene.storage().product() / "run/tvsvcwatch.pid");
   }
 
   const Scene m_scene;
