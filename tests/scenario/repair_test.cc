@@ -63,6 +63,7 @@ TEST_P(Repair, MovesEachSpellingToItsOwnDirectory) {
   EXPECT_TRUE(contains(ended.err, "Metadata collisions were encountered.\nSee " +
                                       (scene.storage().log_dir() / "dedupe_client").string()));
   EXPECT_TRUE(contains(scene.run_log(), "POs moved 3, collisions 1,")) << scene.run_log();
+  EXPECT_TRUE(contains(scene.run_log(), "/2/hostA to hosta\n")) << "the removed link";
 }
 
 TEST_P(Repair, ClientNamesMeanThemselves) {
