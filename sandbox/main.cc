@@ -28,6 +28,8 @@ po::options_description describe(sandbox::Plan& plan) {
   add("policies", po::value(&plan.policies)->default_value(plan.policies), "policies a client");
   add("images", po::value(&plan.images)->default_value(plan.images), "images a policy");
   add("copies", po::value(&plan.copies)->default_value(plan.copies), "copies an image");
+  add("pairs", po::value(&plan.pairs)->default_value(plan.pairs),
+      "pairs of clients whose directories hold each other's POs, beside the others");
   add("record_bytes", po::value(&plan.record_bytes)->default_value(plan.record_bytes),
       "bytes of each PO's record");
   add("miscased", po::value(&plan.miscased_share)->default_value(plan.miscased_share, "0.05"),
@@ -56,7 +58,7 @@ void check(const sandbox::Plan& plan) {
   constexpr std::size_t k_most = 10000000;
   for (const std::size_t count :
        {std::size_t{plan.clients}, std::size_t{plan.policies}, std::size_t{plan.images},
-        std::size_t{plan.copies}, plan.record_bytes}) {
+        std::size_t{plan.copies}, std::size_t{plan.pairs}, plan.record_bytes}) {
     if (count > k_most) throw std::invalid_argument("a count must be at most 10000000");
   }
   const double shares[] = {plan.miscased_share, plan.orphan_share, plan.missing_share};

@@ -40,6 +40,10 @@ class Planter {
         plant_dir(numbered("client", client), numbered("policy", policy));
       }
     }
+    for (unsigned pair = 1; pair <= m_plan.pairs; ++pair) {
+      plant_half_of_pair(numbered("pair", pair), numbered("PAIR", pair), 0);
+      plant_half_of_pair(numbered("PAIR", pair), numbered("pair", pair), 2);
+    }
     for (auto* lines : {&m_planted.scan_lines, &m_planted.orphan_lines, &m_planted.missing_lines}) {
       std::sort(lines->begin(), lines->end());
     }
@@ -48,6 +52,8 @@ class Planter {
 
  private:
   void plant_dir(const std::string& client, const std::string& policy);
+  void plant_half_of_pair(const std::string& client, const std::string& other,
+                          unsigned first_image);
   void plant_image(PolicyDirWriter& dir, const std::string& client, const std::string& policy,
                    std::int64_t time);
   void put_copy(PolicyDirWriter& dir, const std::string& client, std::int64_t time, unsigned copy);
@@ -77,6 +83,26 @@ void Planter::plant_dir(const std::string& client, const std::string& policy) {
   if (m_planted.miscased_copies != miscased_before) {
     m_planted.scan_lines.push_back("Client " + client + " has name case-sensitivity issues.\n");
   }
+}
+
+// An image of the client's own and one of the other's, which the backup catalog lists with the other.
+void Planter::plant_half_of_pair(const std::string& client, const std::string& other,
+                                 unsigned first_image) {
+  constexpr unsigned k_images_of_pair = 4;
+  const std::string policy = numbered("policy", 1);
+  PolicyDirWriter dir(m_storage.policy_dir(client, policy), m_plan.record_bytes, m_plan.seed);
+  unsigned image = first_image;
+  for (const std::string& spelling : {client, other}) {
+    const std::int64_t time = backup_time(image++, k_images_of_pair);
+    put_copy(dir, spelling, time, 1);
+    list(spelling, policy, time, {1});
+    if (spelling == other) expect_missing(other, policy, time, 1);
+  }
+  dir.finish();
+  ++m_planted.policy_dirs;
+  ++m_planted.copies;
+  ++m_planted.miscased_copies;
+  m_planted.scan_lines.push_back("Client " + client + " has name case-sensitivity issues.\n");
 }
 
 void Planter::plant_image(PolicyDirWriter& dir, const std::string& client,

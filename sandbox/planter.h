@@ -17,6 +17,8 @@ struct Plan {
   unsigned images = 40;   // of each policy
   unsigned copies = 2;    // of each image
   std::size_t record_bytes = 128;
+  // Pairs of clients whose names differ in letter case, each directory with a PO of the other's.
+  unsigned pairs = 0;
   double miscased_share = 0.05;
   double orphan_share = 0.05;
   double missing_share = 0.05;

@@ -22,6 +22,8 @@ namespace platform {
 namespace {
 
 constexpr const char* k_journal_suffix = "-journal";
+constexpr mode_t k_directory_permissions = 07777;
+constexpr mode_t k_file_permissions = 0666;
 
 [[noreturn]] void fail(int error, const std::string& what, const std::string& path) {
   throw Cr_ErrnoException(error, what + path, std::strerror(error));
@@ -63,6 +65,20 @@ void store_directory(const std::string& directory) {
   if (error != 0) fail(error, "could not store the directory ", directory);
 }
 
+// Gives what was made the owner and the permissions of the directory around it, so that whoever uses
+// the one can use the other.
+void take_after(const std::string& directory, const std::string& made, mode_t permissions) {
+  struct stat info {};
+  if (::stat(directory.c_str(), &info) != 0) fail(errno, "could not look at ", directory);
+  // Only a privileged user can give a file away; another one's is his own anyway.
+  if (::chown(made.c_str(), info.st_uid, info.st_gid) != 0 && errno != EPERM) {
+    fail(errno, "could not set the owner of ", made);
+  }
+  if (::chmod(made.c_str(), info.st_mode & permissions) != 0) {
+    fail(errno, "could not set the permissions of ", made);
+  }
+}
+
 // The names on the way down to the policy directory, whoever made them: a run that died may have
 // made some and not come to this.
 void store_names(const fs::path& catalog_root, fs::path dir) {
@@ -89,9 +105,9 @@ PODBCreation::PODBCreation(const fs::path& catalog_root, const fs::path& policy_
   try {
     const int error = make_directory(policy_dir, k_attempts);
     if (error != 0) fail(error, "could not create the directory ", policy_dir.string());
-    const bool was_there = is_there(m_file);
-    if (!was_there) make_database();
-    if (was_there && !is_there(temporary_name(m_file))) return;
+    const bool names_are_stored = is_there(m_file) && !is_there(temporary_name(m_file));
+    if (names_are_stored) return;
+    if (!is_there(m_file)) make_database();
     store_names(catalog_root, policy_dir);
     clear_temporary(m_file);  // last: as long as it is there, the names may not be stored
   } catch (...) {
@@ -106,6 +122,7 @@ int PODBCreation::make_directory(const fs::path& dir, int attempts) {
   constexpr mode_t k_all_but_umask = 0777;
   if (::mkdir(dir.c_str(), k_all_but_umask) == 0) {
     m_made_directories.push_back(dir.string());
+    take_after(dir.parent_path().string(), dir.string(), k_directory_permissions);
     return 0;
   }
   const int mkdir_error = errno;
@@ -118,14 +135,16 @@ int PODBCreation::make_directory(const fs::path& dir, int attempts) {
 
 void PODBCreation::make_database() {
   const std::string file = m_file.string();
-  if (is_there(file + k_journal_suffix)) {
-    // It would be rolled back into the new database.
+  for (const char* suffix : {k_journal_suffix, "-wal"}) {
+    if (!is_there(file + suffix)) continue;
+    // It would be taken for the new database's.
     throw Cr_ErrnoException(k_status_db_unfinished, "could not create the database " + file +
                                                         "; its journal is there without it");
   }
   const std::string temporary = temporary_name(m_file);
   clear_temporary(m_file);
   write_schema(temporary);
+  take_after(m_file.parent_path().string(), temporary, k_file_permissions);
   // link, not rename: rename would replace a database that somebody else has just made and filled.
   if (::link(temporary.c_str(), file.c_str()) == 0) {
     m_made_database = true;

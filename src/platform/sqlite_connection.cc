@@ -59,20 +59,28 @@ std::unique_ptr<SQLite::Database> open_database(const std::string& file, int fla
 }
 
 bool uses_write_ahead_log(SQLite::Database& database) {
+  const std::string file = sqlite3_db_filename(database.getHandle(), "main");
+  struct stat info {};
+  if (::lstat((file + "-wal").c_str(), &info) == 0) return true;
   constexpr sqlite3_int64 k_read_version_offset = 19;
   constexpr unsigned char k_write_ahead_log = 2;
-  sqlite3_file* file = nullptr;
+  sqlite3_file* open_file = nullptr;
   // Read through SQLite's own descriptor: closing one of ours would drop SQLite's locks.
   if (sqlite3_file_control(database.getHandle(), "main", SQLITE_FCNTL_FILE_POINTER,
-                           static_cast<void*>(&file)) != SQLITE_OK ||
-      file == nullptr || file->pMethods == nullptr) {
+                           static_cast<void*>(&open_file)) != SQLITE_OK ||
+      open_file == nullptr || open_file->pMethods == nullptr) {
     throw SQLite::Exception("the database file cannot be reached", SQLITE_IOERR);
   }
   std::array<unsigned char, 1> version{};
-  const int result = file->pMethods->xRead(file, version.data(), 1, k_read_version_offset);
+  const int result =
+      open_file->pMethods->xRead(open_file, version.data(), 1, k_read_version_offset);
   if (result == SQLITE_IOERR_SHORT_READ) return false;  // an empty file has no log either
   if (result != SQLITE_OK) throw SQLite::Exception(sqlite3_errstr(result), result);
   return version[0] == k_write_ahead_log;
+}
+
+void store_commits_at_once(SQLite::Database& database) {
+  database.exec("PRAGMA synchronous=EXTRA");
 }
 
 bool in_transaction(SQLite::Database& database) {

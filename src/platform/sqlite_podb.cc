@@ -66,6 +66,8 @@ SQLitePODB::SQLitePODB(const fs::path& catalog_root, const fs::path& policy_dir)
   try {
     m_database =
         platform::open_database(platform::podb_file(policy_dir).string(), SQLite::OPEN_READWRITE);
+    // A PO that was moved here is gone from where it was an instant later.
+    platform::store_commits_at_once(*m_database);
   } catch (...) {
     m_creation->undo();  // nothing can be in it yet
     throw;
@@ -186,6 +188,7 @@ cr_status_t SQLitePODB::do_rollback_transaction() {
 
 cr_status_t SQLitePODB::exec_sql(const std::string& sql, const BasenameVisitor* rows) {
   return guarded([&] {
+    if (m_database && platform::uses_write_ahead_log(*m_database)) return k_status_db_foreign;
     const cr_status_t status = check();
     if (status != k_status_ok) return status;
     platform::require_one_statement(*m_database, sql);

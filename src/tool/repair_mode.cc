@@ -1,8 +1,8 @@
 #include <iostream>
+#include <memory>
 #include <string>
 
 #include <boost/filesystem/operations.hpp>
-#include <boost/scoped_ptr.hpp>
 
 #include "catalog/repair_client_name_case.h"
 #include "dct/filesystem.h"
@@ -43,9 +43,14 @@ bool directories_can_be_renamed(const StoragePaths& storage) {
   return true;
 }
 
+void move_catalog(const fs::path& from, const fs::path& to) {
+  fs::rename(from, to);
+  InfoA("moved the catalog from " + from.string() + " to " + to.string());
+}
+
 // An earlier repair that failed may have left it there.
 bool set_catalog_aside(const StoragePaths& storage) {
-  if (dct::filesystem::exists(storage.catalog)) fs::rename(storage.catalog, storage.work_dir);
+  if (dct::filesystem::exists(storage.catalog)) move_catalog(storage.catalog, storage.work_dir);
   if (dct::filesystem::exists(storage.work_dir)) return true;
   dct::report_error("ERROR: the working directory  (" + storage.work_dir.string() +
                     ") does not exist.\n");
@@ -71,23 +76,33 @@ void remove_symbolic_links(const fs::path& dir) {
   dct::run_in_shell("find " + dct::in_double_quotes(dir.string()) + " -type l -exec rm {} \\;");
 }
 
+// A log that cannot be made is no reason to leave aside a catalog that nothing was done to.
+std::unique_ptr<catalog::BaseTraverseCatalog> make_task(const StoragePaths& storage,
+                                                        bool was_set_aside) {
+  try {
+    return std::make_unique<catalog::RepairClientNameCase>(storage.log_dir, storage.work_dir,
+                                                           opt_thread_count(), true);
+  } catch (...) {
+    if (!was_set_aside) move_catalog(storage.work_dir, storage.catalog);
+    throw;
+  }
+}
+
 }  // namespace
 
 int repair_mode(const StoragePaths& storage) {
   if (!location_can_be_run() || !directories_can_be_renamed(storage)) return k_exit_failure;
+  const bool was_set_aside = dct::filesystem::exists(storage.work_dir);
   if (!StopServices(opt_tvr_location) || !set_catalog_aside(storage)) return k_exit_failure;
-  InfoA("the catalog is in the working directory " + storage.work_dir.string());
   remove_symbolic_links(storage.work_dir);
-  const boost::scoped_ptr<catalog::BaseTraverseCatalog> task(new catalog::RepairClientNameCase(
-      storage.log_dir, storage.work_dir, opt_thread_count(), true));
+  const auto task = make_task(storage, was_set_aside);
   // On failure the catalog stays aside and the services stay down, for the operator to look and to
   // run it again.
   if (!run_task(*task, Summary::after_success)) {
     std::cout << "Case-sensitivity repair finished with some errors.\n";
     return k_exit_failure;
   }
-  fs::rename(storage.work_dir, storage.catalog);
-  InfoA("the catalog is back in " + storage.catalog.string());
+  move_catalog(storage.work_dir, storage.catalog);
   StartServices(opt_tvr_location);
   std::cout << "Case-sensitivity repair finished successfully.\n";
   return k_exit_success;

@@ -4,7 +4,9 @@
 
 #include <vector>
 
+#include "dct/run_in_shell.h"
 #include "platform/status.h"
+#include "tests/support/temp_dir.h"
 
 namespace {
 
@@ -47,6 +49,15 @@ TEST(PopenRead, ChildCutOffByTheReaderIsNoFailure) {
     EXPECT_TRUE(pipe.read_line());
     EXPECT_NO_THROW(pipe.close_query()) << command;
   }
+}
+
+TEST(RunInShell, QuotedTextMeansItself) {
+  const support::TempDir dir;
+  const std::string text = "a  b\"c$HOME`id`\\d'$(id)*\n;";
+  const boost::filesystem::path file = dir.path() / text;
+  dct::run_in_shell("printf %s " + dct::in_double_quotes(text) + " > " +
+                    dct::in_double_quotes(file.string()));
+  EXPECT_EQ(support::read_text(file), text);
 }
 
 }  // namespace

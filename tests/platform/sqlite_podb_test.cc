@@ -1,6 +1,7 @@
 #include "platform/sqlite_podb.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <string>
 #include <vector>
@@ -138,6 +139,7 @@ TEST_F(SQLitePODBTest, CreatedDatabaseGoesUnlessSomethingWasCommitted) {
   fs::create_directories(m_policy.parent_path());
   { const SQLitePODB database(m_dir.path(), m_policy); }
   EXPECT_TRUE(fs::is_empty(m_policy.parent_path())) << "what was there stays";
+  ASSERT_EQ(::chmod(m_policy.parent_path().c_str(), 02750), 0);
   {
     SQLitePODB database(m_dir.path(), m_policy);
     ASSERT_EQ(database.do_begin_transaction(), 0);
@@ -145,6 +147,8 @@ TEST_F(SQLitePODBTest, CreatedDatabaseGoesUnlessSomethingWasCommitted) {
   }
   { const SQLitePODB database(m_dir.path(), m_policy); }
   EXPECT_TRUE(fs::exists(m_file));
+  EXPECT_EQ(fs::status(m_policy).permissions(), 02750) << "as the directory around it";
+  EXPECT_EQ(fs::status(m_file).permissions(), 0640);
 }
 
 TEST_F(SQLitePODBTest, CreationClearsWhatACrashLeftAndRefusesAJournalWithoutItsDatabase) {

@@ -24,6 +24,8 @@ void plant(const Scene& scene, std::mt19937& random) {
         names.push_back(name);
       }
       scene.put(client, policy, names);
+      support::sqlite(scene.po_db(client, policy),
+                      "UPDATE po SET basename = CAST(basename AS BLOB) WHERE rowid % 20 = 0");
       for (const int time : {1, 16, 161}) scene.storage().list_image(client, policy, time, {2, 12});
     }
   }
@@ -99,7 +101,7 @@ TEST(DeletionFaults, ServicesAreAskedForAgainWhateverFails) {
   const std::string rows[][2] = {
       {"trap '' XFSZ; ulimit -f 4", "; " + error},
       {"printf '[ -n \"$3\" ] && exit 227; exit 25' > " + scene.admincmd("tvimagequery").string(),
-       "Aborting with error:  "},
+       "Aborting with error:  tvimagequery error (25): cannot connect to master server\n"},
       {"cd " + scene.storage().log_dir().string() + "; rm -r meta*; touch metadata_consistency",
        "Aborting with error:  "},
   };

@@ -27,6 +27,7 @@ TEST(DryRun, ReportsExactlyWhatWasPlanted) {
   sandbox::Plan plan;
   plan.clients = 8;
   plan.copies = 3;
+  plan.pairs = 2;
   const sandbox::Planted planted = sandbox::plant(scene.storage(), plan);
   const auto before = scene.snapshot();
   for (const int threads : {1, 4}) {

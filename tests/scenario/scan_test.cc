@@ -15,6 +15,7 @@ TEST(Scan, ReportsExactlyWhatWasPlanted) {
   sandbox::Plan plan;
   plan.clients = 12;
   plan.images = 10;
+  plan.pairs = 3;
   plan.miscased_share = 0.02;
   const sandbox::Planted planted = sandbox::plant(scene.storage(), plan);
   const auto before = scene.snapshot();
@@ -25,7 +26,7 @@ TEST(Scan, ReportsExactlyWhatWasPlanted) {
     EXPECT_EQ(lines_beginning(ended.out, "Client "), planted.scan_lines);
     EXPECT_TRUE(ends_with(ended.out, k_issues)) << ended.out;
     const std::string summary =
-        "summary: policy directories 24, failed 0, POs " + std::to_string(planted.pos) + ", ";
+        "summary: policy directories 30, failed 0, POs " + std::to_string(planted.pos) + ", ";
     EXPECT_TRUE(contains(scene.run_log(), summary)) << scene.run_log();
     fs::remove_all(scene.storage().log_dir() / "mdfixup");
   }
@@ -60,6 +61,7 @@ TEST(Scan, TellsDirectoriesThatCannotBeReadAndGoesOn) {
       {"trigger", foreign, "CREATE TRIGGER t AFTER DELETE ON po BEGIN DELETE FROM po; END"},
       {"view", foreign, "DROP TABLE po; CREATE VIEW po AS SELECT 'x' AS basename"},
       {"write_ahead_log", foreign, "PRAGMA journal_mode = wal"},
+      {"stray_log", foreign, ".shell cp po.db po.db-wal"},
       {"newer", "database has a newer version", "PRAGMA user_version = 2"},
       {"garbage", foreign, ".shell yes | head -c 5000 > po.db"},
       {"cut_short", "database is damaged", ".shell truncate -s 8192 po.db"},

@@ -56,6 +56,7 @@ TEST_F(Services, RunningOnesAreStoppedByForceAloneAndStartedAgain) {
   EXPECT_EQ(forced.exit_status, 0) << forced.err;
   EXPECT_FALSE(contains(forced.out, "Please start")) << forced.out;
   EXPECT_NE(pids(), pids_before);
+  EXPECT_TRUE(contains(m_scene.run_log(), "running " + m_ksde + "\n")) << "without an argument";
   EXPECT_EQ(m_scene.repair().err, m_instructions) << "they run again";
 }
 

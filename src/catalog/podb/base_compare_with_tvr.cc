@@ -82,8 +82,10 @@ void BaseCompareWithTVR::visit_image_copies_not_in_TV_impl() {
 
 void BaseCompareWithTVR::find_takings() {
   m_takings = DeletionTakings(client(), image_copies());
-  const cr_status_t status =
-      podb().get_basenames([this](std::string_view basename) { m_takings.add(basename); });
+  const PODB::BasenameVisitor add = [this](std::string_view basename) { m_takings.add(basename); };
+  // LIKE holds for texts alone.
+  const cr_status_t status = podb().exec_sql(
+      "SELECT basename FROM po WHERE typeof(basename) = 'text' ORDER BY basename", &add);
   if (status != k_status_ok) {
     throw Cr_ErrnoException(status, "could not look up what the deletion takes",
                             CRStatusToStringA(status));

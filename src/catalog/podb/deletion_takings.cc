@@ -73,16 +73,23 @@ DeletionTakings::Takings::iterator DeletionTakings::first_taker(std::string_view
   std::string_view rest = basename;
   for (std::size_t i = 0; i < m_characters_before_time; ++i) rest = without_first_character(rest);
   const std::size_t sign = !rest.empty() && rest.front() == '-' ? 1 : 0;
-  const std::size_t length = sign + digits_at(rest, sign);
-  for (const std::size_t time_length : {length, length - 1}) {
-    std::int64_t time = 0;
-    if (length <= sign + (length - time_length)) continue;  // no digit is left
-    if (!boost::conversion::try_lexical_convert(rest.data(), time_length, time)) continue;
-    for (auto taker = m_takings.lower_bound({time, 0});
-         taker != m_takings.end() && taker->first.backup_time == time; ++taker) {
-      if (platform::sql_like(deletion_pattern(m_client, taker->first), std::string(basename))) {
-        return taker;
-      }
+  const std::string_view time = rest.substr(0, sign + digits_at(rest, sign));
+  if (time.size() == sign) return m_takings.end();
+  const auto taker = first_taker_at(time, basename);
+  if (taker != m_takings.end()) return taker;
+  return first_taker_at(time.substr(0, time.size() - 1), basename);
+}
+
+DeletionTakings::Takings::iterator DeletionTakings::first_taker_at(std::string_view time_text,
+                                                                   std::string_view basename) {
+  std::int64_t time = 0;
+  if (!boost::conversion::try_lexical_convert(time_text.data(), time_text.size(), time)) {
+    return m_takings.end();
+  }
+  auto taker = m_takings.lower_bound({time, 0});
+  for (; taker != m_takings.end() && taker->first.backup_time == time; ++taker) {
+    if (platform::sql_like(deletion_pattern(m_client, taker->first), std::string(basename))) {
+      return taker;
     }
   }
   return m_takings.end();

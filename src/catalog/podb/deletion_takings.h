@@ -46,6 +46,7 @@ class DeletionTakings {
   using Takings = std::map<details::numbers, Taking>;
 
   Takings::iterator first_taker(std::string_view basename);
+  Takings::iterator first_taker_at(std::string_view time_text, std::string_view basename);
   bool names_copy(std::string_view basename, const details::numbers& copy) const;
 
   std::string m_client;
