@@ -12,10 +12,9 @@ class Services : public testing::Test {
     if (::access("/var/run", W_OK) != 0 || fs::exists(m_poolmgrd) || fs::exists(m_segstored)) {
       GTEST_SKIP() << "/var/run is in use or cannot be written";
     }
-    m_started = true;
   }
   void TearDown() override {
-    if (!m_started) return;
+    if (IsSkipped()) return;
     support::run({m_tvsvcwatch, "-terminate"});
     support::run({m_ksde, "stop"});
     fs::remove(m_poolmgrd);
@@ -36,7 +35,6 @@ class Services : public testing::Test {
       "Please shutdown Tavrin Deduplication services with the following commands and rerun this "
       "tool:\n\t" +
       m_tvsvcwatch + " -terminate\n\t/usr/quorv/ksde/ksconfigure/ksde stop\n";
-  bool m_started = false;
 };
 
 TEST_F(Services, RunningOnesAreStoppedByForceAloneAndStartedAgain) {

@@ -20,7 +20,6 @@ TEST(ServiceControl, TellsWhatRunsFromTheListerAndThePidFiles) {
       {"", gone, true, ""},
       {"", own_pid, false, ""},
       {"", "", false, message},
-      {"", "daemon", false, message},
       {"", "0", false, message},
       {"", "-1", false, message},
       {"", "4294967297", false, message},
