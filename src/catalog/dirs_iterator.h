@@ -52,6 +52,9 @@ class DirsIterator {
   unsigned long m_depth = 0;
 };
 
+// The directory of the DSID that is walked, as storages name it.
+constexpr const char* k_walked_dsid_name = "2";
+
 // Levels from the catalog directory to the policy directories: DSID, client, policy.
 constexpr unsigned long k_policy_dir_depth = 3;
 

@@ -64,7 +64,8 @@ cr_status_t CSpaDatabase::open(const std::string& storage_root) {
   m_database.reset();
   try {
     auto database = platform::open_database(database_file(storage_root), SQLite::OPEN_READONLY);
-    if (platform::uses_write_ahead_log(*database)) return k_status_db_foreign;
+    const cr_status_t form = platform::check_file_form(*database);
+    if (form != k_status_ok) return form;
     m_database = std::move(database);
     return k_status_ok;
   } catch (const SQLite::Exception& error) {

@@ -5,6 +5,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <string_view>
 
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <sqlite3.h>
@@ -58,12 +59,14 @@ std::unique_ptr<SQLite::Database> open_database(const std::string& file, int fla
   }
 }
 
-bool uses_write_ahead_log(SQLite::Database& database) {
+cr_status_t check_file_form(SQLite::Database& database) {
+  constexpr std::size_t k_read_version = 19;
+  constexpr std::size_t k_encoding = 59;
+  constexpr unsigned char k_write_ahead_log = 2;
+  constexpr unsigned char k_utf8 = 1;
   const std::string file = sqlite3_db_filename(database.getHandle(), "main");
   struct stat info {};
-  if (::lstat((file + "-wal").c_str(), &info) == 0) return true;
-  constexpr sqlite3_int64 k_read_version_offset = 19;
-  constexpr unsigned char k_write_ahead_log = 2;
+  if (::lstat((file + "-wal").c_str(), &info) == 0) return k_status_db_write_ahead_log;
   sqlite3_file* open_file = nullptr;
   // Read through SQLite's own descriptor: closing one of ours would drop SQLite's locks.
   if (sqlite3_file_control(database.getHandle(), "main", SQLITE_FCNTL_FILE_POINTER,
@@ -71,12 +74,15 @@ bool uses_write_ahead_log(SQLite::Database& database) {
       open_file == nullptr || open_file->pMethods == nullptr) {
     throw SQLite::Exception("the database file cannot be reached", SQLITE_IOERR);
   }
-  std::array<unsigned char, 1> version{};
-  const int result =
-      open_file->pMethods->xRead(open_file, version.data(), 1, k_read_version_offset);
-  if (result == SQLITE_IOERR_SHORT_READ) return false;  // an empty file has no log either
-  if (result != SQLITE_OK) throw SQLite::Exception(sqlite3_errstr(result), result);
-  return version[0] == k_write_ahead_log;
+  std::array<unsigned char, k_encoding + 1> header{};
+  const int result = open_file->pMethods->xRead(open_file, header.data(), header.size(), 0);
+  if (result != SQLITE_OK && result != SQLITE_IOERR_SHORT_READ) {
+    throw SQLite::Exception(sqlite3_errstr(result), result);
+  }
+  constexpr std::string_view k_magic = "SQLite format 3";
+  if (std::memcmp(header.data(), k_magic.data(), k_magic.size()) != 0) return k_status_ok;
+  if (header[k_read_version] == k_write_ahead_log) return k_status_db_write_ahead_log;
+  return header[k_encoding] > k_utf8 ? k_status_db_foreign : k_status_ok;
 }
 
 void store_commits_at_once(SQLite::Database& database) {

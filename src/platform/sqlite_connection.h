@@ -20,11 +20,13 @@ namespace platform {
 // Errors: Cr_ErrnoException, naming the file, when it cannot be opened or is no regular file.
 std::unique_ptr<SQLite::Database> open_database(const std::string& file, int flags);
 
-// Whether the file's header says that readers share it through a write-ahead log, or such a log lies
-// beside it: even a reader would make files beside such a database, and read the log for the
-// database, be it another one's.
+// Whether the file is one to work on, found out without SQLite reading it. Returns 0;
+// k_status_db_write_ahead_log when readers share it through such a log, for which even a reader
+// would make files, or when one lies beside it, which SQLite would read for the database, be it
+// another one's; k_status_db_foreign when its texts are UTF-16, which not all names survive. What is
+// no database at all is left for SQLite to tell.
 // Errors: SQLite::Exception when the header cannot be read.
-bool uses_write_ahead_log(SQLite::Database& database);
+cr_status_t check_file_form(SQLite::Database& database);
 
 // Makes a commit last through a power failure before it returns. SQLite's usual setting leaves the
 // removal of the journal, which is the commit, to be stored later: no more is lost than that commit.

@@ -160,7 +160,8 @@ cr_status_t SQLitePODB::remove(const std::string& basename) {
 cr_status_t SQLitePODB::do_begin_transaction() {
   const cr_status_t status = guarded([&] {
     if (!m_database) return k_status_db_read_only;
-    if (platform::uses_write_ahead_log(*m_database)) return k_status_db_foreign;
+    const cr_status_t form = platform::check_file_form(*m_database);
+    if (form != k_status_ok) return form;
     m_database->exec(m_access == Access::read_only ? "BEGIN" : "BEGIN IMMEDIATE");
     return check();
   });
@@ -188,8 +189,9 @@ cr_status_t SQLitePODB::do_rollback_transaction() {
 
 cr_status_t SQLitePODB::exec_sql(const std::string& sql, const BasenameVisitor* rows) {
   return guarded([&] {
-    if (m_database && platform::uses_write_ahead_log(*m_database)) return k_status_db_foreign;
-    const cr_status_t status = check();
+    if (!m_database) return k_status_db_read_only;
+    cr_status_t status = platform::check_file_form(*m_database);
+    if (status == k_status_ok) status = check();
     if (status != k_status_ok) return status;
     platform::require_one_statement(*m_database, sql);
     SQLite::Statement statement(*m_database, sql);
@@ -212,9 +214,10 @@ cr_status_t SQLitePODB::guarded(const std::function<cr_status_t()>& operation) {
 
 cr_status_t SQLitePODB::list_basenames(const std::string& sql, const BasenameVisitor& visitor) {
   if (!m_database) return k_status_ok;
-  if (platform::uses_write_ahead_log(*m_database)) return k_status_db_foreign;
+  cr_status_t status = platform::check_file_form(*m_database);
+  if (status != k_status_ok) return status;
   SQLite::Transaction one_lock_cycle(*m_database);
-  const cr_status_t status = check();
+  status = check();
   if (status != k_status_ok) return status;
   platform::require_one_statement(*m_database, sql);
   SQLite::Statement names(*m_database, sql);

@@ -38,6 +38,7 @@ constexpr std::array k_status_texts{
     StatusText{k_status_db_cannot_open, "database cannot be opened"},
     StatusText{k_status_db_unfinished, "database was left in the middle of a change"},
     StatusText{k_status_db_no_such_po, "no such path object"},
+    StatusText{k_status_db_write_ahead_log, "database has a write-ahead log"},
 };
 
 }  // namespace

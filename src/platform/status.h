@@ -35,6 +35,7 @@ constexpr cr_status_t k_status_db_read_only = 207;
 constexpr cr_status_t k_status_db_cannot_open = 208;
 constexpr cr_status_t k_status_db_unfinished = 209;
 constexpr cr_status_t k_status_db_no_such_po = 210;
+constexpr cr_status_t k_status_db_write_ahead_log = 211;
 
 // A short text for a status, without brackets or a line end. Any value is accepted.
 // Threads: may be called from any thread.

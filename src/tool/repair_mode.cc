@@ -4,6 +4,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include "catalog/dirs_iterator.h"
 #include "catalog/repair_client_name_case.h"
 #include "dct/filesystem.h"
 #include "dct/report_error.h"
@@ -15,6 +16,7 @@
 #include "tool/run_task.h"
 #include "tool/services.h"
 #include "tool/tvr_location.h"
+#include "util/interrupt.h"
 
 namespace fs = boost::filesystem;
 
@@ -25,27 +27,45 @@ bool is_link(const fs::path& path) {
   return fs::is_symlink(fs::symlink_status(path, error));
 }
 
-// Renaming a link, and removing the links below it, would lose what it leads to; one of two
-// directories would be in the way of the other.
-bool directories_can_be_renamed(const StoragePaths& storage) {
-  const std::string catalog = "the catalog directory (" + storage.catalog.string() + ")";
-  const std::string work_dir = "the working directory (" + storage.work_dir.string() + ")";
-  for (const auto& [path, name] :
-       {std::pair(storage.catalog, catalog), {storage.work_dir, work_dir}}) {
-    if (!is_link(path)) continue;
-    dct::report_error("ERROR: " + name + " is a symbolic link\n");
-    return false;
+bool refuse(const std::string& what, const fs::path& path, const std::string& why) {
+  dct::report_error("ERROR: the " + what + " directory (" + path.string() + ") " + why + "\n");
+  return false;
+}
+
+// Renaming a link, and removing the links below it, would lose what it leads to.
+bool is_a_directory_of_its_own(const std::string& what, const fs::path& path) {
+  if (is_link(path)) return refuse(what, path, "is a symbolic link");
+  if (is_link(path / catalog::k_walked_dsid_name)) {
+    return refuse("DSID", path / catalog::k_walked_dsid_name, "is a symbolic link");
   }
-  if (dct::filesystem::exists(storage.catalog) && dct::filesystem::exists(storage.work_dir)) {
-    dct::report_error("ERROR: " + work_dir + " exists beside " + catalog + "\n");
-    return false;
+  if (dct::filesystem::exists(path) && !fs::is_directory(path)) {
+    return refuse(what, path, "is not a directory");
   }
   return true;
+}
+
+bool directories_can_be_renamed(const StoragePaths& storage) {
+  if (!is_a_directory_of_its_own("catalog", storage.catalog) ||
+      !is_a_directory_of_its_own("working", storage.work_dir)) {
+    return false;
+  }
+  if (!dct::filesystem::exists(storage.catalog) || !dct::filesystem::exists(storage.work_dir)) {
+    return true;
+  }
+  return refuse("working", storage.work_dir,
+                "exists beside the catalog directory (" + storage.catalog.string() + ")");
 }
 
 void move_catalog(const fs::path& from, const fs::path& to) {
   fs::rename(from, to);
   InfoA("moved the catalog from " + from.string() + " to " + to.string());
+}
+
+// Then nothing has been done to the catalog, and nothing need be.
+bool interrupted_before_the_repair() {
+  if (!util::interrupted()) return false;
+  dct::report_error("The repair was interrupted before it began; the catalog is in its place.\n");
+  return true;
 }
 
 // An earlier repair that failed may have left it there.
@@ -93,7 +113,8 @@ std::unique_ptr<catalog::BaseTraverseCatalog> make_task(const StoragePaths& stor
 int repair_mode(const StoragePaths& storage) {
   if (!location_can_be_run() || !directories_can_be_renamed(storage)) return k_exit_failure;
   const bool was_set_aside = dct::filesystem::exists(storage.work_dir);
-  if (!StopServices(opt_tvr_location) || !set_catalog_aside(storage)) return k_exit_failure;
+  if (!StopServices(opt_tvr_location) || interrupted_before_the_repair()) return k_exit_failure;
+  if (!set_catalog_aside(storage)) return k_exit_failure;
   remove_symbolic_links(storage.work_dir);
   const auto task = make_task(storage, was_set_aside);
   // On failure the catalog stays aside and the services stay down, for the operator to look and to

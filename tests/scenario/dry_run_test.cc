@@ -39,9 +39,6 @@ TEST(DryRun, ReportsExactlyWhatWasPlanted) {
     EXPECT_TRUE(contains(ended.out, "\n\nImages that would be deleted:\n{")) << ended.out;
     EXPECT_TRUE(ends_with(ended.out, "mdfixup finished successfully.\n"));
     EXPECT_EQ(missing(scene), planted.missing_lines);
-    const std::string log = scene.logs("OrphanImages_");
-    EXPECT_EQ(lines_beginning(log, "Would have deleted the POs for the image: {").size(),
-              planted.orphan_lines.size());
     boost::format summary("failed 0, POs %1%, copies %2%, orphan copies %3%, missing copies %4%,");
     summary % planted.pos % planted.copies % planted.orphan_lines.size();
     summary % planted.missing_lines.size();

@@ -220,7 +220,11 @@ TEST(RepairFaults, DirectoriesThatCannotBeRenamedRefuseIt) {
       {"rmdir " + k_work + "; ln -s none " + k_work, work + " is a symbolic link\n"},
       {"rm " + k_work + "; mv catalog real",
        "ERROR: the working directory  ($/" + k_work + ") does not exist.\n"},
-      {"ln -s real catalog", "ERROR: the catalog directory ($/catalog) is a symbolic link\n"},
+      {"touch catalog", "ERROR: the catalog directory ($/catalog) is not a directory\n"},
+      {"rm catalog; mkdir catalog; ln -s ../real/2 catalog/2",
+       "ERROR: the DSID directory ($/catalog/2) is a symbolic link\n"},
+      {"rm -r catalog; ln -s real catalog",
+       "ERROR: the catalog directory ($/catalog) is a symbolic link\n"},
   };
   for (const auto& [script, error] : rows) {
     support::run({"sh", "-c", "cd " + scene.root().string() + "; " + script});

@@ -4,6 +4,7 @@
 
 #include "dct/filesystem.h"
 #include "dct/log_file.h"
+#include "platform/run_log.h"
 #include "platform/status.h"
 #include "tvr_utils/tvr_image_iterator.h"
 
@@ -73,7 +74,12 @@ std::string BaseCompareWithTVR::missing_images_fname() {
 }
 
 void BaseCompareWithTVR::visit_image_copies_not_in_TV_impl() {
-  if (!image_copies().empty()) find_takings();
+  if (image_copies().empty()) return;
+  if (image_copies().size() == tally().copies) {
+    WarningA("the backup catalog has none of the copies in " +
+             dct::filesystem::as_utf8(policy_path()));
+  }
+  find_takings();
   for (const details::numbers& orphan : image_copies()) {
     ++tally().orphan_copies;
     visit_one_image_copy(orphan.backup_time, orphan.copy_number);

@@ -4,6 +4,8 @@
 
 #include <fstream>
 
+#include <boost/filesystem/operations.hpp>
+
 #include "dct/filesystem.h"
 #include "dct/popen_read.h"
 #include "dct/report_error.h"
@@ -55,6 +57,8 @@ namespace {
 // The process id in the file; 0 when there is none, also where a number cannot be one: a process
 // group must not be taken for a process.
 pid_t pid_in(const fs::path& file) {
+  boost::system::error_code ignored;
+  if (!fs::is_regular_file(file, ignored)) return 0;  // a pipe would be waited for
   std::ifstream stream(file.string());
   pid_t pid = 0;
   if (!(stream >> pid) || pid < 0) return 0;
