@@ -61,10 +61,10 @@ void move_catalog(const fs::path& from, const fs::path& to) {
   InfoA("moved the catalog from " + from.string() + " to " + to.string());
 }
 
-// Then nothing has been done to the catalog, and nothing need be.
+// A repair that has changed nothing need not leave the catalog aside.
 bool interrupted_before_the_repair() {
   if (!util::interrupted()) return false;
-  dct::report_error("The repair was interrupted before it began; the catalog is in its place.\n");
+  dct::report_error("The repair was interrupted before it began; nothing was changed.\n");
   return true;
 }
 
