@@ -7,6 +7,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include "catalog/dirs_iterator.h"
 #include "cr/config.h"
 #include "cr/inifile.h"
 #include "platform/po.h"
@@ -22,8 +23,6 @@ namespace sandbox {
 const std::string k_disk_pool = "dp_sandbox";
 
 namespace {
-
-const std::string k_walked_dsid = "2";
 
 void require(cr_status_t status, const fs::path& policy_dir) {
   if (status != k_status_ok) {
@@ -57,7 +56,7 @@ StorageBuilder::StorageBuilder(const fs::path& dir) : m_root(fs::absolute(dir)) 
     throw Cr_ErrnoException(EEXIST, "the directory " + m_root.string() + " is not empty");
   }
   write_configuration();
-  fs::create_directories(m_root / "catalog" / k_walked_dsid);
+  fs::create_directories(m_root / "catalog" / catalog::k_walked_dsid_name);
   fs::create_directories(log_dir());
   SpaDB::create_spa_database(m_root.string(), std::time(nullptr),
                              {"POOLEVENT{state:up}", "GCEVENT{segments:0}"});
@@ -65,7 +64,7 @@ StorageBuilder::StorageBuilder(const fs::path& dir) : m_root(fs::absolute(dir)) 
 }
 
 fs::path StorageBuilder::policy_dir(const std::string& client, const std::string& policy) const {
-  return m_root / "catalog" / k_walked_dsid / client / policy;
+  return m_root / "catalog" / catalog::k_walked_dsid_name / client / policy;
 }
 
 void StorageBuilder::write_configuration() const {

@@ -94,9 +94,8 @@ TEST(DeletionFaults, ServicesAreAskedForAgainWhateverFails) {
   scene.put("hosta", "p", {"hosta_1000_C1_F1.img", "hosta_2000_C1_F1.img"});
   const auto before = scene.pos();
   const std::string error =
-      "ERROR: could not delete the POs for the image: {client: hosta, policy: p, backup_time: "
-      "1000, "
-      "copy_number: 1}.\n";
+      "ERROR: could not delete the POs for the image: "
+      "{client: hosta, policy: p, backup_time: 1000, copy_number: 1}.\n";
   // A journal does not fit, the logs do; the final listing fails; a log cannot be made.
   const std::string rows[][2] = {
       {"trap '' XFSZ; ulimit -f 4", "; " + error},

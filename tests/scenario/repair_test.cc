@@ -59,8 +59,7 @@ TEST_P(Repair, MovesEachSpellingToItsOwnDirectory) {
           work_dir(scene, "HOSTA") +
           "\nWarning: a PO with the name HostA_2_C1_F1.img but a different POID already exists "
           "for the client hosta and policy p; not moving HostA_2_C1_F1.img from \"" +
-          source + "\"\n.Moved 2" + from + work_dir(scene, "HostA") + "\n"))
-      << log;
+          source + "\"\n.Moved 2" + from + work_dir(scene, "HostA") + "\n"));
   const std::string collisions = scene.logs("dedupe_client_name_repair_collisions.");
   const std::string record = source + "|HostA_2_C1_F1.img|basename=HostA_2_C1_F1.img poid=";
   EXPECT_TRUE(starts_with(collisions, record + kept.substr(26, 64) + " size=")) << collisions;

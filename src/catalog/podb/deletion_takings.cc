@@ -55,8 +55,9 @@ std::string taking_text(const std::string& verb, const Taking& taking) {
 DeletionTakings::DeletionTakings(const std::string& client,
                                  const std::set<details::numbers>& orphans)
     : m_client(client), m_characters_before_time(count_characters(client) + 1) {
-  for (const details::numbers& orphan : orphans)
+  for (const details::numbers& orphan : orphans) {
     m_takings.emplace_hint(m_takings.end(), orphan, Taking());
+  }
 }
 
 void DeletionTakings::add(std::string_view basename) {
