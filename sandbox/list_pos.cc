@@ -12,19 +12,27 @@ namespace sandbox {
 
 namespace {
 
-void list_dir(const fs::path& policy_dir, std::vector<std::string>& lines) {
-  const std::string place =
-      policy_dir.parent_path().filename().string() + "/" + policy_dir.filename().string() + "|";
-  const PODB::BasenameVisitor add = [&](std::string_view columns) {
-    lines.push_back(place + std::string(columns));
-  };
-  SQLitePODB database("", policy_dir.string());
-  const cr_status_t status = database.exec_sql(
-      "SELECT basename || '|' || poid || '|' || size || '|' || mtime || '|' || hex(record) FROM po",
-      &add);
-  if (status != k_status_ok) {
-    throw Cr_ErrnoException(status, "could not list " + policy_dir.string(),
-                            CRStatusToStringA(status));
+// All of them before one is opened: opening one may make or remove files beside it.
+std::vector<fs::path> policy_dirs(const fs::path& catalog) {
+  std::vector<fs::path> dirs;
+  for (const auto& entry : fs::recursive_directory_iterator(catalog)) {
+    if (entry.path().filename() == "po.db") dirs.push_back(entry.path().parent_path());
+  }
+  return dirs;
+}
+
+// The rows that the statement gives, on the database of each policy directory.
+template <class Row>
+void select_from_all(const fs::path& catalog, SQLitePODB::Access access,
+                     const std::string& statement, const Row& row) {
+  for (const fs::path& policy_dir : policy_dirs(catalog)) {
+    const PODB::BasenameVisitor visitor = [&](std::string_view text) { row(policy_dir, text); };
+    SQLitePODB database("", policy_dir.string(), access);
+    const cr_status_t status = database.exec_sql(statement, &visitor);
+    if (status != k_status_ok) {
+      throw Cr_ErrnoException(status, "could not read " + policy_dir.string(),
+                              CRStatusToStringA(status));
+    }
   }
 }
 
@@ -32,11 +40,24 @@ void list_dir(const fs::path& policy_dir, std::vector<std::string>& lines) {
 
 std::vector<std::string> list_pos(const fs::path& catalog) {
   std::vector<std::string> lines;
-  for (const auto& entry : fs::recursive_directory_iterator(catalog)) {
-    if (entry.path().filename() == "po.db") list_dir(entry.path().parent_path(), lines);
-  }
+  select_from_all(
+      catalog, SQLitePODB::Access::read_only,
+      "SELECT basename || '|' || poid || '|' || size || '|' || mtime || '|' || hex(record) FROM po",
+      [&](const fs::path& policy_dir, std::string_view columns) {
+        lines.push_back(policy_dir.parent_path().filename().string() + "/" +
+                        policy_dir.filename().string() + "|" + std::string(columns));
+      });
   std::sort(lines.begin(), lines.end());
   return lines;
+}
+
+void check_databases(const fs::path& catalog) {
+  select_from_all(catalog, SQLitePODB::Access::read_write, "PRAGMA integrity_check",
+                  [](const fs::path& policy_dir, std::string_view text) {
+                    if (text == "ok") return;
+                    throw Cr_ErrnoException(k_status_db_damaged, policy_dir.string(),
+                                            std::string(text));
+                  });
 }
 
 }  // namespace sandbox

@@ -13,4 +13,9 @@ namespace sandbox {
 // Errors: Cr_ErrnoException, naming the database, when a PO cannot be read.
 std::vector<std::string> list_pos(const boost::filesystem::path& catalog);
 
+// Has SQLite look through each database; one that was left in the middle of a change is rolled back
+// first.
+// Errors: Cr_ErrnoException for the first one that is damaged; filesystem_error.
+void check_databases(const boost::filesystem::path& catalog);
+
 }  // namespace sandbox

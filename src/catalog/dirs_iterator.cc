@@ -1,11 +1,10 @@
 #include "catalog/dirs_iterator.h"
 
-#include <iostream>
-
 #include <boost/filesystem/operations.hpp>
 #include <boost/lexical_cast/try_lexical_convert.hpp>
 
 #include "dct/log_file.h"
+#include "platform/reports.h"
 
 namespace fs = boost::filesystem;
 
@@ -86,7 +85,7 @@ void DirsIterator::write_to_log(const std::string& text) const {
   if (m_log != nullptr) {
     m_log->write(text);
   } else {
-    std::cerr << text;
+    platform::tell_or_lose(text);
   }
 }
 

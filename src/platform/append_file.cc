@@ -7,24 +7,13 @@
 #include <cstring>
 
 #include "platform/status.h"
+#include "platform/write_all.h"
 
 namespace platform {
 
 namespace {
 
 constexpr mode_t k_log_file_mode = 0640;
-
-// Bytes written before a failure; all of them when there was none.
-std::size_t write_all(int descriptor, std::string_view text) {
-  std::size_t written = 0;
-  while (written < text.size()) {
-    const ssize_t n = ::write(descriptor, text.data() + written, text.size() - written);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) break;
-    written += static_cast<std::size_t>(n);
-  }
-  return written;
-}
 
 // Takes back the start of a text that did not fit, so that no torn line is left behind.
 void take_back(int descriptor, std::size_t written) {

@@ -1,6 +1,5 @@
 #include "platform/run_log.h"
 
-#include <iostream>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -9,6 +8,7 @@
 #include <spdlog/sinks/base_sink.h>
 
 #include "platform/append_file.h"
+#include "platform/reports.h"
 
 namespace {
 
@@ -23,7 +23,7 @@ class AppendFileSink : public spdlog::sinks::base_sink<std::mutex> {
     spdlog::memory_buf_t line;
     formatter_->format(message, line);
     const std::string_view text(line.data(), line.size());
-    if (!m_file.append(text)) std::cerr << text;
+    if (!m_file.append(text)) platform::tell_or_lose(text);
   }
   void flush_() override {}
 

@@ -10,7 +10,7 @@
 
 #include "platform/po.h"
 #include "sandbox/storage_builder.h"
-#include "tests/support/child.h"
+#include "tests/support/scene.h"
 
 namespace {
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <sstream>
+#include <stdexcept>
 
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/filesystem/operations.hpp>
@@ -94,6 +95,12 @@ std::vector<std::string> lines_beginning(const std::string& text, const std::str
   }
   std::sort(lines.begin(), lines.end());
   return lines;
+}
+
+std::string sqlite(const fs::path& file, const std::string& statements) {
+  const Ended ended = support::run({"sqlite3", file.string(), statements});
+  if (ended.exit_status != 0) throw std::runtime_error("sqlite3: " + ended.err);
+  return ended.out;
 }
 
 }  // namespace support

@@ -5,11 +5,15 @@
 #include <string>
 #include <vector>
 
+#include "sandbox/child.h"
 #include "sandbox/storage_builder.h"
-#include "tests/support/child.h"
 #include "tests/support/temp_dir.h"
 
 namespace support {
+
+using sandbox::Child;
+using sandbox::Ended;
+using sandbox::run;
 
 // What standard output is told where the services are to be started again.
 const std::string k_start_services =
@@ -69,5 +73,8 @@ class Scene {
 
 // The lines of `text` that begin so, sorted, with their line ends.
 std::vector<std::string> lines_beginning(const std::string& text, const std::string& prefix);
+
+// Runs statements on a database with the sqlite3 command, and returns what it printed.
+std::string sqlite(const boost::filesystem::path& file, const std::string& statements);
 
 }  // namespace support

@@ -6,11 +6,7 @@
 #include <string>
 #include <vector>
 
-#include <boost/filesystem/path.hpp>
-
-#include "tests/support/temp_dir.h"
-
-namespace support {
+namespace sandbox {
 
 // What a program left behind when it ended.
 struct Ended {
@@ -20,13 +16,20 @@ struct Ended {
   std::string err;
 };
 
-// A program that runs beside the test, with its output in files.
+// A program that runs beside this one, with its output in files that nobody else sees.
+//
+// Threads: one thread.
+// Errors: std::system_error when it cannot be started or waited for; one that cannot be executed
+//   ends with 127.
 class Child {
  public:
   using Environment = std::map<std::string, std::string>;
 
-  // Starts it with the test's environment and `environment` on top.
+  // Starts it with the caller's environment and `environment` on top.
   explicit Child(const std::vector<std::string>& arguments, const Environment& environment = {});
+  ~Child();
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
 
   void send(int signal) const;
 
@@ -38,14 +41,12 @@ class Child {
   pid_t pid() const { return m_pid; }
 
  private:
-  TempDir m_dir;
-  pid_t m_pid;
+  const int m_out;
+  const int m_err;
+  const pid_t m_pid;
 };
 
 // Runs a program to its end.
 Ended run(const std::vector<std::string>& arguments, const Child::Environment& environment = {});
 
-// Runs statements on a database with the sqlite3 command, and returns what it printed.
-std::string sqlite(const boost::filesystem::path& file, const std::string& statements);
-
-}  // namespace support
+}  // namespace sandbox

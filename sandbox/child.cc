@@ -1,0 +1,87 @@
+#include "sandbox/child.h"
+
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+
+namespace sandbox {
+
+namespace {
+
+[[noreturn]] void fail(const char* what) {
+  throw std::system_error(errno, std::generic_category(), what);
+}
+
+int make_file(const char* name) {
+  const int descriptor = ::memfd_create(name, MFD_CLOEXEC);
+  if (descriptor < 0) fail("could not make a file for a child's output");
+  return descriptor;
+}
+
+std::string read_whole(int descriptor) {
+  struct stat info {};
+  if (::fstat(descriptor, &info) != 0) fail("could not look at a child's output");
+  std::string text(static_cast<std::size_t>(info.st_size), '\0');
+  const ssize_t read = ::pread(descriptor, text.data(), text.size(), 0);
+  text.resize(read < 0 ? 0 : static_cast<std::size_t>(read));
+  return text;
+}
+
+[[noreturn]] void exec(const std::vector<std::string>& arguments,
+                       const Child::Environment& environment) {
+  constexpr int k_not_executed = 127;
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) ::signal(signal, SIG_DFL);
+  for (const auto& [name, value] : environment) ::setenv(name.c_str(), value.c_str(), 1);
+  std::vector<char*> argv;
+  for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+  argv.push_back(nullptr);
+  ::execvp(argv[0], argv.data());
+  ::_exit(k_not_executed);
+}
+
+}  // namespace
+
+Child::Child(const std::vector<std::string>& arguments, const Environment& environment)
+    : m_out(make_file("out")), m_err(make_file("err")), m_pid(::fork()) {
+  if (m_pid < 0) fail("could not start a child");
+  if (m_pid == 0) {
+    if (::dup2(m_out, STDOUT_FILENO) < 0 || ::dup2(m_err, STDERR_FILENO) < 0) ::_exit(1);
+    exec(arguments, environment);
+  }
+}
+
+Child::~Child() {
+  (void)::close(m_out);  // nothing is written through them here
+  (void)::close(m_err);
+}
+
+void Child::send(int signal) const {
+  (void)::kill(m_pid, signal);  // one that has ended needs none
+}
+
+std::string Child::err() const {
+  return read_whole(m_err);
+}
+
+Ended Child::wait() {
+  int status = 0;
+  if (::waitpid(m_pid, &status, 0) != m_pid) fail("could not wait for a child");
+  Ended ended;
+  if (WIFEXITED(status)) ended.exit_status = WEXITSTATUS(status);
+  if (WIFSIGNALED(status)) ended.signal = WTERMSIG(status);
+  ended.out = read_whole(m_out);
+  ended.err = err();
+  return ended;
+}
+
+Ended run(const std::vector<std::string>& arguments, const Child::Environment& environment) {
+  return Child(arguments, environment).wait();
+}
+
+}  // namespace sandbox

@@ -1,0 +1,149 @@
+#include "sandbox/faults/subject.h"
+
+#include <signal.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <sstream>
+
+#include <boost/algorithm/string/predicate.hpp>
+#include <boost/filesystem/operations.hpp>
+
+#include "platform/status.h"
+#include "sandbox/list_pos.h"
+#include "sandbox/text_file.h"
+
+namespace fs = boost::filesystem;
+
+namespace sandbox::faults {
+
+namespace {
+
+const char* const k_monitor = "tavrin/bin/tvsvcwatch";
+const char* const k_engine = "ksde/ksconfigure/ksde";
+
+void add_lines(const std::string& text, std::vector<std::string>& lines) {
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) {
+    if (line.find("file: ") == std::string::npos) lines.push_back(line);
+  }
+}
+
+void copy_storage(const fs::path& from, const fs::path& to) {
+  const Ended ended = sandbox::run({"cp", "-a", from.string(), to.string()});
+  if (ended.exit_status != 0) throw Cr_ErrnoException(EIO, "could not copy a storage", ended.err);
+}
+
+}  // namespace
+
+Subject::Subject(const fs::path& dir, std::string program, const Task& task, unsigned scale,
+                 unsigned threads)
+    : m_dir(dir),
+      m_program(std::move(program)),
+      m_task(task),
+      m_threads(threads),
+      m_storage(dir / "storage") {
+  plant_for_all_tasks(m_storage, scale);
+  keep();
+}
+
+void Subject::keep() const {
+  for (const auto& log : fs::directory_iterator(m_storage.log_dir())) fs::remove_all(log);
+  fs::remove_all(m_dir / "beginning");
+  copy_storage(m_storage.root(), m_dir / "beginning");
+}
+
+Subject::~Subject() {
+  try {
+    stop_services();
+  } catch (const std::exception&) {
+    return;  // what could not be stopped sleeps
+  }
+}
+
+void Subject::stop_services() const {
+  if (!m_task.services) return;
+  (void)sandbox::run({(m_storage.product() / k_monitor).string(), "-terminate"});
+  (void)sandbox::run({(m_storage.product() / k_engine).string(), "stop"});
+}
+
+int Subject::services() const {
+  int running = 0;
+  for (const fs::path& file :
+       {fs::path("/var/run/poolmgrd.pid"), fs::path("/var/run/segstored.pid"),
+        m_storage.product() / "run" / "tvsvcwatch.pid"}) {
+    const std::string pid = read_text(file);
+    if (!pid.empty() && ::kill(std::stoi(pid), 0) == 0) ++running;
+  }
+  return running;
+}
+
+void Subject::restore() const {
+  stop_services();
+  fs::remove_all(m_storage.root());
+  copy_storage(m_dir / "beginning", m_storage.root());
+  if (!m_task.services) return;
+  (void)sandbox::run({(m_storage.product() / k_monitor).string()});
+  (void)sandbox::run({(m_storage.product() / k_engine).string(), "start"});
+  if (services() != 3) throw Cr_ErrnoException(EPERM, "the services cannot be started");
+}
+
+std::unique_ptr<Child> Subject::start(const std::vector<std::string>& prefix) const {
+  std::vector<std::string> words = prefix;
+  words.insert(words.end(), {m_program, "--tvr_location", m_storage.product().string(),
+                             "--num_threads", std::to_string(m_threads)});
+  words.insert(words.end(), m_task.arguments.begin(), m_task.arguments.end());
+  // Sanitizers cannot look for leaks in a process that is traced.
+  const std::string sanitizer_options = "detect_leaks=0";
+  const Child::Environment environment{{"KSREGISTRY", m_storage.registry_file().string()},
+                                       {"ASAN_OPTIONS", sanitizer_options}};
+  return std::make_unique<Child>(words, environment);
+}
+
+fs::path Subject::catalog() const {
+  const fs::path catalog = m_storage.root() / "catalog";
+  const fs::path aside = m_storage.root() / "zelp-database-caseconv";
+  if (fs::exists(catalog) == fs::exists(aside)) {
+    throw Cr_ErrnoException(EEXIST, "the catalog is there twice, or not at all");
+  }
+  return fs::exists(catalog) ? catalog : aside;
+}
+
+State Subject::state() const {
+  State state;
+  for (const auto& entry : fs::recursive_directory_iterator(m_storage.root())) {
+    const std::string file = entry.path().string().substr(m_storage.root().size() + 1);
+    const bool is_log = boost::algorithm::starts_with(file, "log/");
+    if (!is_log && file != "mdfixup.lock") state.files.push_back(file);
+  }
+  // In a copy: what a run left half done is for the next run to find.
+  const fs::path look = m_dir / "look";
+  fs::remove_all(look);
+  copy_storage(catalog(), look);
+  check_databases(look);
+  state.pos = list_pos(look);
+  std::sort(state.files.begin(), state.files.end());
+  return state;
+}
+
+Reports Subject::reports(const Ended& ended) const {
+  Reports reports;
+  add_lines(ended.out, reports.out);
+  add_lines(ended.err, reports.err);
+  for (const auto& entry : fs::recursive_directory_iterator(m_storage.log_dir())) {
+    if (!fs::is_regular_file(entry.path())) continue;
+    const bool is_run_log = entry.path().filename() == "mdfixup.log";
+    add_lines(read_text(entry.path()), is_run_log ? reports.run_log : reports.task_logs);
+  }
+  return reports;
+}
+
+bool Subject::is_locked() const {
+  return fs::exists(m_storage.root() / "mdfixup.lock");
+}
+
+void Subject::remove_lock() const {
+  fs::remove(m_storage.root() / "mdfixup.lock");
+}
+
+}  // namespace sandbox::faults

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+
+#include "sandbox/faults/subject.h"
+
+namespace sandbox::faults {
+
+// The run that nothing disturbed, against which the others are held.
+struct Undisturbed {
+  State before;
+  State after;
+  Reports reports;
+};
+
+// Restores the subject and runs it.
+// Errors: Cr_ErrnoException when not even that run ends well.
+Undisturbed run_undisturbed(const Subject& subject);
+
+// What the fault was meant to do to the run itself.
+enum class Intent { kill, fail, interrupt };
+
+// Holds the storage, and what the run told, against what is promised of a run that met a fault, and
+// then runs the program again. Returns what is wrong, a line each; empty when all is well.
+//
+// Promised is: the databases are sound; no PO is lost or changed, but for those that the undisturbed
+// deletion takes; a run that ends with 0 has done and told everything; one that does not says why,
+// has not crashed and has taken its lock away, but for one that was killed; and the next run ends
+// where an undisturbed one does.
+std::string judge(const Subject& subject, const Undisturbed& undisturbed, const Ended& ended,
+                  Intent intent);
+
+}  // namespace sandbox::faults

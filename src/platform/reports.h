@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string_view>
+
+namespace platform {
+
+// What a run reports has to reach somebody: a run that did its work and could not say so must not
+// end as one that went well. These are the last resorts behind logs and streams, and what notes
+// that they failed.
+//
+// Threads: every function may be called from any thread, but for standard_output_is_whole.
+
+// Writes to standard error, at once and as one text. False when that failed, be it for a part.
+bool tell_standard_error(std::string_view text);
+
+// The same for a text that no log took; one that standard error does not take either is lost.
+void tell_or_lose(std::string_view text);
+
+// Whether a text was lost since the process started.
+bool reports_were_lost();
+
+// Writes what standard output still holds, and tells whether it took all that was printed. A reader
+// that went away before the end has seen what it wanted. Called on the main thread, last.
+bool standard_output_is_whole();
+
+}  // namespace platform

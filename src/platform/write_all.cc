@@ -1,0 +1,20 @@
+#include "platform/write_all.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace platform {
+
+std::size_t write_all(int descriptor, std::string_view text) {
+  std::size_t written = 0;
+  while (written < text.size()) {
+    const ssize_t n = ::write(descriptor, text.data() + written, text.size() - written);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) break;
+    written += static_cast<std::size_t>(n);
+  }
+  return written;
+}
+
+}  // namespace platform

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+namespace platform {
+
+// Writes the text to a descriptor, in as many calls as that takes. Returns the bytes written: all of
+// them, unless a call failed; errno tells why then.
+std::size_t write_all(int descriptor, std::string_view text);
+
+}  // namespace platform
