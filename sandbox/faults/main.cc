@@ -1,12 +1,16 @@
+#include <sched.h>
 #include <signal.h>
+#include <sys/mount.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <exception>
 #include <iostream>
 #include <random>
 #include <string>
+#include <system_error>
 #include <thread>
 
 #include <boost/filesystem/operations.hpp>
@@ -37,7 +41,7 @@ const std::string k_changing_calls =
     "write,pwrite64,fsync,fdatasync,rename,unlink,truncate,ftruncate,mkdir,rmdir,link,chmod,chown";
 // Whatever else may fail, pipes and children among it.
 const std::string k_other_calls =
-    ",openat,read,pread64,lseek,fcntl,getdents64,pipe2,vfork,clone,clone3,wait4,close";
+    ",openat,read,pread64,lseek,fcntl,getdents64,pipe2,vfork,clone,clone3,wait4";
 
 struct Fault {
   std::string name;
@@ -100,7 +104,7 @@ class Series {
   void inject_at_points();
   void send_signals();
   std::vector<Point> draw_points();
-  void judge(const Ended& ended, const std::string& moment);
+  void judge(const Ended& ended, Intent intent, const std::string& moment);
 
   const Settings& m_settings;
   const Subject& m_subject;
@@ -135,7 +139,9 @@ void Series::inject_at_points() {
     std::vector<std::string> prefix = bounded;
     const auto strace = inject(point, m_fault.what, m_fault.from_then_on, m_settings.threads > 1);
     prefix.insert(prefix.end(), strace.begin(), strace.end());
-    judge(m_subject.run(prefix), " --at " + point.call + ":" + std::to_string(point.n));
+    const bool can_tell = point.call != "write" || !m_fault.from_then_on;
+    judge(m_subject.run(prefix), can_tell ? m_fault.intent : Intent::silence,
+          " --at " + point.call + ":" + std::to_string(point.n));
   }
 }
 
@@ -157,20 +163,22 @@ void Series::send_signals() {
     const auto child = m_subject.start({"setsid"});
     std::this_thread::sleep_for(delay);
     (void)::kill(to_all ? -child->pid() : child->pid(), signal);
-    judge(child->wait(), ", signal " + std::to_string(signal) + (to_all ? " to all" : "") +
-                             " after " + std::to_string(delay.count()) + " us");
+    judge(child->wait(), m_fault.intent,
+          ", signal " + std::to_string(signal) + (to_all ? " to all" : "") + " after " +
+              std::to_string(delay.count()) + " us");
   }
 }
 
-void Series::judge(const Ended& ended, const std::string& moment) {
+void Series::judge(const Ended& ended, Intent intent, const std::string& moment) {
   ++m_runs;
   if (ended.exit_status != 0) ++m_reached;
-  const std::string wrong = sandbox::faults::judge(m_subject, m_undisturbed, ended, m_fault.intent);
+  const std::string wrong = sandbox::faults::judge(m_subject, m_undisturbed, ended, intent);
   if (wrong.empty()) return;
   ++m_failures;
   std::cout << "--task " << m_subject.task().name << " --fault " << m_fault.name << moment
             << ": exit status " << ended.exit_status << "\n"
-            << wrong << "  standard error: " << ended.err << std::endl;
+            << wrong << "  standard error: " << ended.err.substr(0, ended.err.find('\n'))
+            << std::endl;
 }
 
 // Kills a repair half-way, and makes what it left the beginning.
@@ -208,6 +216,17 @@ bool try_tasks(const Settings& settings) {
   return all_well;
 }
 
+// Gives this process and what it starts a /var/run of their own, so that services are simulated
+// beside any other run, and real ones are neither seen nor touched. Only a privileged user can; for
+// another one the machine's own is looked at.
+void isolate_pid_files() {
+  if (::unshare(CLONE_NEWNS) != 0) return;
+  if (::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+      ::mount("none", "/var/run", "tmpfs", 0, nullptr) != 0) {
+    throw std::system_error(errno, std::generic_category(), "could not set /var/run apart");
+  }
+}
+
 po::options_description describe(Settings& settings) {
   po::options_description options("Options");
   auto add = options.add_options();
@@ -238,6 +257,7 @@ int run(int argc, char** argv) {
   po::variables_map given;
   po::store(po::command_line_parser(argc, argv).options(all).positional(words).run(), given);
   po::notify(given);
+  isolate_pid_files();
   return try_tasks(settings) ? 0 : 1;
 }
 

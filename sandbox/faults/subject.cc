@@ -25,6 +25,8 @@ const char* const k_engine = "ksde/ksconfigure/ksde";
 void add_lines(const std::string& text, std::vector<std::string>& lines) {
   std::istringstream stream(text);
   for (std::string line; std::getline(stream, line);) {
+    // A full stop stands behind the line end of a collision's warning.
+    line.erase(0, line.find_first_not_of('.'));
     if (line.find("file: ") == std::string::npos) lines.push_back(line);
   }
 }
@@ -85,7 +87,8 @@ void Subject::restore() const {
   if (!m_task.services) return;
   (void)sandbox::run({(m_storage.product() / k_monitor).string()});
   (void)sandbox::run({(m_storage.product() / k_engine).string(), "start"});
-  if (services() != 3) throw Cr_ErrnoException(EPERM, "the services cannot be started");
+  if (services() != k_all_services)
+    throw Cr_ErrnoException(EPERM, "the services cannot be started");
 }
 
 std::unique_ptr<Child> Subject::start(const std::vector<std::string>& prefix) const {

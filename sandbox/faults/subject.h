@@ -28,6 +28,8 @@ struct Reports {
   std::vector<std::string> err;
 };
 
+constexpr int k_all_services = 3;
+
 // A storage on which one task of the program is tried again and again, each time from the same
 // beginning.
 //

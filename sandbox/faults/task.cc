@@ -31,8 +31,9 @@ void plant_for_all_tasks(const StorageBuilder& storage, unsigned scale) {
   plan.orphan_share = 0.3;
   (void)plant(storage, plan);
   constexpr std::size_t k_record_bytes = 16;
+  std::uint64_t seed = 0;
   for (const char* client : {"both", "Both"}) {
-    PolicyDirWriter dir(storage.policy_dir(client, "policy"), k_record_bytes, client[0]);
+    PolicyDirWriter dir(storage.policy_dir(client, "policy"), k_record_bytes, ++seed);
     for (const char* image : {"1600000000", "1600000001"}) {
       dir.put(std::string("Both_") + image + "_C1_F1.img");
     }

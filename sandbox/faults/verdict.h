@@ -17,8 +17,9 @@ struct Undisturbed {
 // Errors: Cr_ErrnoException when not even that run ends well.
 Undisturbed run_undisturbed(const Subject& subject);
 
-// What the fault was meant to do to the run itself.
-enum class Intent { kill, fail, interrupt };
+// What the fault was meant to do to the run itself: end it, make a step of it fail, make every step
+// fail that tells something, ask it to stop.
+enum class Intent { kill, fail, silence, interrupt };
 
 // Holds the storage, and what the run told, against what is promised of a run that met a fault, and
 // then runs the program again. Returns what is wrong, a line each; empty when all is well.

@@ -1,6 +1,7 @@
 #include <iostream>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <boost/filesystem/operations.hpp>
 
@@ -77,23 +78,30 @@ bool set_catalog_aside(const StoragePaths& storage) {
   return false;
 }
 
-// What a link leads to cannot be found out any more once it is removed.
-void note_symbolic_links(const fs::path& dir) {
+std::vector<fs::path> symbolic_links(const fs::path& dir) {
+  std::vector<fs::path> links;
   boost::system::error_code error;
   fs::recursive_directory_iterator entry(dir, error);
   for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
     boost::system::error_code ignored;
-    if (!fs::is_symlink(entry->symlink_status(ignored))) continue;
-    InfoA("symbolic link " + entry->path().string() + " to " +
-          fs::read_symlink(entry->path(), ignored).string());
+    if (fs::is_symlink(entry->symlink_status(ignored))) links.push_back(entry->path());
   }
   if (error) WarningA("could not look for symbolic links: " + error.message());
+  return links;
 }
 
+// What a link leads to cannot be found out any more once it is removed. One that stays is walked as
+// what it leads to; nothing is lost by that, but it is not what was asked for.
 void remove_symbolic_links(const fs::path& dir) {
   std::cout << "Cleaning up symbolic links\n";
-  note_symbolic_links(dir);
+  for (const fs::path& link : symbolic_links(dir)) {
+    boost::system::error_code ignored;
+    InfoA("symbolic link " + link.string() + " to " + fs::read_symlink(link, ignored).string());
+  }
   dct::run_in_shell("find " + dct::in_double_quotes(dir.string()) + " -type l -exec rm {} \\;");
+  for (const fs::path& link : symbolic_links(dir)) {
+    dct::report_error("ERROR: the symbolic link " + link.string() + " could not be removed\n");
+  }
 }
 
 // A log that cannot be made is no reason to leave aside a catalog that nothing was done to.

@@ -76,6 +76,8 @@ TEST(CommandLine, ConfigurationFaultsNameFileAndEntry) {
            registry + " .\n"},
       {"[StoragePoolAuthority]\nConfigFilePath=/no/such\n", "",
        aborting + "The file /no/such does not exist.\n"},
+      {"[StoragePoolAuthority]\nConfigFilePath=/dev/zero\n", "",
+       aborting + "/dev/zero: is no regular file\n"},
       {good_registry, "[Storage]\nRootDir=\n",
        aborting + "Failed to locate the RootDir entry for section Storage in " + config + " .\n"},
       {good_registry, "[Storage]\n; comment\n# another\n\nnonsense\n", aborting + config + "(5): "},

@@ -1,0 +1,57 @@
+#include <unistd.h>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "catalog/podb/delete_orphan_pos.h"
+#include "catalog/podb/print_orphan_pos.h"
+#include "catalog/podb/repair_podb.h"
+#include "catalog/podb/scan_podb.h"
+#include "dct/log_file.h"
+#include "fuzz/memory_file.h"
+#include "platform/status.h"
+#include "sandbox/text_file.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+
+// A catalog in memory, with one policy directory.
+const fs::path k_root = "/dev/shm/mdfixup-fuzz." + std::to_string(::getpid());
+const fs::path k_policy_dir = k_root / "2" / "hosta" / "p";
+
+// What the backup catalog has of the directory.
+const std::string k_listing =
+    "IMAGE hosta 0 0 13 hosta_1 p 0 *NULL* root Full 0 3 1 64\n"
+    "FRAG 1 1 1 0 2 6 1 m 6 0 1 0 0 *NULL* a;b;c;pool;1 0 0 0 *NULL* 7 0 1 0 0 0 1\n";
+
+template <class Visit>
+void visit(const std::string& database, const Visit& action) {
+  fs::remove_all(k_root / "2");
+  sandbox::write_text(k_policy_dir / "po.db", database);
+  try {
+    action();
+  } catch (const Cr_ErrnoException&) {
+    return;
+  }
+}
+
+template <class Visitor>
+void compare(dct::util::LogFile& log) {
+  fuzz::set_command(reinterpret_cast<const std::uint8_t*>(k_listing.data()), k_listing.size(), 0);
+  Visitor visitor(k_policy_dir, log, log, "/", "pool");
+  visitor.compare_metadata_impl();
+  visitor.visit_image_copies_not_in_TV_impl();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace catalog::podb;
+  static dct::util::LogFile log("/dev/null");
+  const std::string database(reinterpret_cast<const char*>(data), size);
+  visit(database, [] { (void)ScanPODB(k_policy_dir, log).visit_podb_impl(); });
+  visit(database, [] { compare<PrintOrphanPOs>(log); });
+  visit(database, [] { compare<DeleteOrphanPOs>(log); });
+  visit(database, [] { (void)RepairPODB(k_policy_dir, log, log).visit_podb_impl(); });
+  return 0;
+}
