@@ -1,5 +1,6 @@
 #include "sandbox/child.h"
 
+#include <fcntl.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/mman.h>
@@ -18,9 +19,11 @@ namespace {
   throw std::system_error(errno, std::generic_category(), what);
 }
 
+// Appended to: writers in several threads would otherwise write over each other in such a file.
 int make_file(const char* name) {
   const int descriptor = ::memfd_create(name, MFD_CLOEXEC);
-  if (descriptor < 0) fail("could not make a file for a child's output");
+  if (descriptor < 0 || ::fcntl(descriptor, F_SETFL, O_APPEND) != 0)
+    fail("could not make a file for a child's output");
   return descriptor;
 }
 

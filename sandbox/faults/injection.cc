@@ -17,7 +17,7 @@ namespace {
 
 std::vector<std::string> strace(bool all_threads, const std::string& output) {
   std::vector<std::string> words{"strace", "-qq", "-o", output};
-  if (all_threads) words.insert(words.end(), {"-f", "--seccomp-bpf"});
+  if (all_threads) words.emplace_back("-f");
   return words;
 }
 

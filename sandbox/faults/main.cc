@@ -66,6 +66,7 @@ struct Settings {
   std::string program;
   std::vector<std::string> faults;
   std::vector<std::string> tasks;
+  std::string calls;
   std::string at;
   unsigned points = 0;
   unsigned seed = 1;
@@ -123,7 +124,8 @@ std::vector<Point> Series::draw_points() {
     return {{m_settings.at.substr(0, colon), n}};
   }
   const std::string more = m_fault.intent == Intent::fail ? k_other_calls : "";
-  std::vector<Point> points = points_of(m_subject, k_changing_calls + more, m_settings.threads > 1);
+  const std::string calls = m_settings.calls.empty() ? k_changing_calls + more : m_settings.calls;
+  std::vector<Point> points = points_of(m_subject, calls, m_settings.threads > 1);
   if (m_settings.points != 0 && m_settings.points < points.size()) {
     std::shuffle(points.begin(), points.end(), m_random);
     points.resize(m_settings.points);
@@ -182,11 +184,10 @@ void Series::judge(const Ended& ended, Intent intent, const std::string& moment)
 }
 
 // Kills a repair half-way, and makes what it left the beginning.
-void stop_half_way(const Subject& subject) {
-  const std::string call = "pwrite64";
-  const std::vector<Point> points = points_of(subject, call, false);
+void stop_half_way(const Subject& subject, bool all_threads) {
+  const std::vector<Point> points = points_of(subject, "pwrite64", all_threads);
   subject.restore();
-  (void)subject.run(inject(points[points.size() / 2], "signal=KILL", false, false));
+  (void)subject.run(inject(points.at(points.size() / 2), "signal=KILL", false, all_threads));
   subject.remove_lock();
   subject.keep();
 }
@@ -194,7 +195,7 @@ void stop_half_way(const Subject& subject) {
 bool try_task(const Settings& settings, const Task& task, const fs::path& dir) {
   fs::create_directories(dir);
   const Subject subject(dir, settings.program, task, settings.scale, settings.threads);
-  if (task.resumed) stop_half_way(subject);
+  if (task.resumed) stop_half_way(subject, settings.threads > 1);
   const Undisturbed undisturbed = run_undisturbed(subject);
   bool all_well = true;
   for (const Fault& fault : all_faults()) {
@@ -236,6 +237,8 @@ po::options_description describe(Settings& settings) {
       "scan, dry_run, deletion, repair, resumed or forced (with services); all when not given");
   add("points", po::value(&settings.points),
       "that many moments of each run, drawn at random; all when not given, but one for signals");
+  add("calls", po::value(&settings.calls),
+      "these system calls, as strace wants them; all that matter to the fault when not given");
   add("at", po::value(&settings.at), "one moment alone, as pwrite64:7");
   add("seed", po::value(&settings.seed), "seed of what is drawn");
   add("scale", po::value(&settings.scale), "multiplies the directories");

@@ -116,8 +116,9 @@ State Subject::state() const {
   State state;
   for (const auto& entry : fs::recursive_directory_iterator(m_storage.root())) {
     const std::string file = entry.path().string().substr(m_storage.root().size() + 1);
+    const bool is_product = boost::algorithm::starts_with(file, "quorv/");
     const bool is_log = boost::algorithm::starts_with(file, "log/");
-    if (!is_log && file != "mdfixup.lock") state.files.push_back(file);
+    if (!is_product && !is_log && file != "mdfixup.lock") state.files.push_back(file);
   }
   // In a copy: what a run left half done is for the next run to find.
   const fs::path look = m_dir / "look";

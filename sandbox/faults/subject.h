@@ -13,7 +13,7 @@
 namespace sandbox::faults {
 
 // What is to be found in a storage: every PO in the form of list_pos, and the names of all files but
-// logs and lock, both in byte order.
+// logs, lock and those of the product, both in byte order.
 struct State {
   std::vector<std::string> pos;
   std::vector<std::string> files;

@@ -10,11 +10,11 @@
 
 namespace dct {
 
-void run_in_shell(const std::string& command) {
+bool run_in_shell(const std::string& command) {
   InfoA("running " + command);
   std::cout.flush();  // what the command prints comes behind what was said before
   const int status = ::system(command.c_str());
-  if (status == 0) return;
+  if (status == 0) return true;
   if (status != -1 && WIFSIGNALED(status)) {
     WarningA("signal " + std::to_string(WTERMSIG(status)) + " ended " + command);
     if (WTERMSIG(status) == SIGINT) (void)::raise(SIGINT);
@@ -22,6 +22,7 @@ void run_in_shell(const std::string& command) {
     const int code = status == -1 ? status : WEXITSTATUS(status);
     WarningA("exit status " + std::to_string(code) + " of " + command);
   }
+  return false;
 }
 
 std::string in_double_quotes(const std::string& text) {

@@ -98,7 +98,8 @@ void remove_symbolic_links(const fs::path& dir) {
     boost::system::error_code ignored;
     InfoA("symbolic link " + link.string() + " to " + fs::read_symlink(link, ignored).string());
   }
-  dct::run_in_shell("find " + dct::in_double_quotes(dir.string()) + " -type l -exec rm {} \\;");
+  (void)dct::run_in_shell("find " + dct::in_double_quotes(dir.string()) +
+                          " -type l -exec rm {} \\;");
   for (const fs::path& link : symbolic_links(dir)) {
     dct::report_error("ERROR: the symbolic link " + link.string() + " could not be removed\n");
   }

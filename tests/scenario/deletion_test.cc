@@ -1,7 +1,6 @@
 #include "tests/scenario/scenario.h"
 
 #include <random>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <tuple>
@@ -21,11 +20,16 @@ struct Model {
 // The copy that a name in a client's directory means; none where it means nothing.
 void add_copy(const std::string& client, const std::string& policy, const std::string& name,
               Copies& copies) {
-  static const std::regex form("[\\s\\S](-?[0-9]+)[_.][^_.]([0-9]+)([_.][^_.]*){2,5}");
-  std::smatch parts;
   const std::string rest = name.substr(std::min(client.size(), name.size()));
-  if (!starts_with(name, client) || !std::regex_match(rest, parts, form)) return;
-  copies.insert({client, policy, std::stol(parts[1]), std::stoul(parts[2])});
+  long time = 0;
+  unsigned number = 0;
+  int length = 0;
+  // Any character, the time, a separator, a letter, the number, and two to five fields more.
+  std::sscanf(rest.c_str(), "%*c%ld%*1[_.]%*1[^_.]%u%n", &time, &number, &length);
+  const std::string fields = length == 0 ? "" : rest.substr(static_cast<std::size_t>(length));
+  const auto count = std::count_if(fields.begin(), fields.end(), boost::is_any_of("_."));
+  if (!starts_with(name, client) || count < 2 || count > 5) return;
+  if (boost::is_any_of("_.")(fields.front())) copies.insert({client, policy, time, number});
 }
 
 // Directories full of names that come near each other's patterns, and a backup catalog that has a

@@ -69,6 +69,13 @@ TEST_F(Services, OnesThatDoNotStopRefuseTheRepair) {
   EXPECT_TRUE(fs::exists(m_scene.root() / "catalog"));
 }
 
+TEST_F(Services, OnesThatDoNotStartAreTold) {
+  support::write_script(m_ksde, "[ \"$1\" = stop ] || exit 3");
+  const Ended ended = m_scene.run({"--repair_client_name_case", "--force"});
+  EXPECT_EQ(ended.exit_status, 0);
+  EXPECT_EQ(ended.err, "ERROR: the services may not run; the command " + m_ksde + " failed\n");
+}
+
 TEST_F(Services, InterruptedCommandInterruptsTheRun) {
   support::write_script(m_tvsvcwatch,
                         "mkdir " + (m_scene.root() / "once").string() + " && kill -INT $PPID\n");
