@@ -14,6 +14,7 @@
 namespace {
 
 namespace fs = boost::filesystem;
+namespace podb = catalog::podb;
 
 // A catalog in memory, with one policy directory.
 const fs::path k_root = "/dev/shm/mdfixup-fuzz." + std::to_string(::getpid());
@@ -46,12 +47,11 @@ void compare(dct::util::LogFile& log) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using namespace catalog::podb;
   static dct::util::LogFile log("/dev/null");
   const std::string database(reinterpret_cast<const char*>(data), size);
-  visit(database, [] { (void)ScanPODB(k_policy_dir, log).visit_podb_impl(); });
-  visit(database, [] { compare<PrintOrphanPOs>(log); });
-  visit(database, [] { compare<DeleteOrphanPOs>(log); });
-  visit(database, [] { (void)RepairPODB(k_policy_dir, log, log).visit_podb_impl(); });
+  visit(database, [] { (void)podb::ScanPODB(k_policy_dir, log).visit_podb_impl(); });
+  visit(database, [] { compare<podb::PrintOrphanPOs>(log); });
+  visit(database, [] { compare<podb::DeleteOrphanPOs>(log); });
+  visit(database, [] { (void)podb::RepairPODB(k_policy_dir, log, log).visit_podb_impl(); });
   return 0;
 }

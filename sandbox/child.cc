@@ -42,6 +42,7 @@ std::string read_whole(int descriptor) {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) ::signal(signal, SIG_DFL);
   for (const auto& [name, value] : environment) ::setenv(name.c_str(), value.c_str(), 1);
   std::vector<char*> argv;
+  argv.reserve(arguments.size() + 1);
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);
   ::execvp(argv[0], argv.data());

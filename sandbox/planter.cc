@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <numeric>
 #include <random>
 
 #include <boost/filesystem/path.hpp>
@@ -179,7 +178,9 @@ std::string Planter::other_spelling(std::string client) {
 }
 
 void write_lines(const boost::filesystem::path& file, const std::vector<std::string>& lines) {
-  write_text(file, std::accumulate(lines.begin(), lines.end(), std::string()));
+  std::string text;
+  for (const std::string& line : lines) text += line;
+  write_text(file, text);
 }
 
 }  // namespace
