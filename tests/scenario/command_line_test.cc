@@ -142,7 +142,21 @@ TEST(CommandLine, LogsThatCannotGrowKeepWhatTheyHaveAndTheRestGoesToStandardErro
     const std::size_t in_log = skipped(scene.logs("client_names"));
     EXPECT_LT(in_log, 30U);
     EXPECT_EQ(in_log + skipped(ended.out), 30U);
+    const Ended lost = scene.run_in_shell("trap '' XFSZ; ulimit -f 2; \"$@\" 2> /dev/full",
+                                          {"--scan_client_name_case"});
+    EXPECT_EQ(lost.exit_status, 1) << "neither the logs nor standard error took what there was";
   }
+}
+
+TEST(CommandLine, OutputThatCouldNotBePrintedFailsTheRunBehindItsWork) {
+  const Scene scene;
+  scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
+  for (const char* mode : {"--scan_client_name_case", "--repair_client_name_case"}) {
+    const Ended ended = scene.run_in_shell("\"$@\" > /dev/full", {mode});
+    EXPECT_EQ(ended.exit_status, 1);
+    EXPECT_EQ(ended.err, "The run ended well, but not all that it reports could be written.\n");
+  }
+  EXPECT_TRUE(starts_with(scene.pos().at(0), "HostA/p|HostA_1"));
 }
 
 }  // namespace scenario::command_line
