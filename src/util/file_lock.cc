@@ -25,17 +25,37 @@ constexpr mode_t k_lock_file_mode = 0600;
 }
 
 // Marks every descriptor of the file behind `descriptor` to be closed in children: the library
-// opens one that is inherited, and a service that we start would hold on to the file for ever.
+// opens one that is inherited, and a service that we start would hold on to the file for ever. The
+// lock holds where this fails, too.
 void keep_from_children(int descriptor) {
   struct stat file {};
   if (::fstat(descriptor, &file) != 0) return;
-  for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
-    const int open = std::stoi(entry.path().filename().string());
+  boost::system::error_code error;
+  fs::directory_iterator entry("/proc/self/fd", error);
+  for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+    const int open = std::stoi(entry->path().filename().string());
     struct stat other {};
     if (::fstat(open, &other) == 0 && other.st_dev == file.st_dev && other.st_ino == file.st_ino) {
-      (void)::fcntl(open, F_SETFD, FD_CLOEXEC);  // the lock holds where this fails, too
+      (void)::fcntl(open, F_SETFD, FD_CLOEXEC);
     }
   }
+}
+
+// Whether `path` leads to the open file, not to one that was made there since.
+bool leads_to(const fs::path& path, int descriptor) {
+  struct stat ours {};
+  struct stat named {};
+  return ::fstat(descriptor, &ours) == 0 && ::lstat(path.c_str(), &named) == 0 &&
+         ours.st_dev == named.st_dev && ours.st_ino == named.st_ino;
+}
+
+// A run that failed on its way to the lock must not leave a file behind that refuses the next one, but
+// may take it away only while nobody else holds it.
+void abandon(const fs::path& path, int descriptor) {
+  struct flock whole_file {};
+  whole_file.l_type = F_WRLCK;
+  const bool alone = ::fcntl(descriptor, F_SETLK, &whole_file) == 0;
+  if (alone && leads_to(path, descriptor)) (void)::unlink(path.c_str());
 }
 
 }  // namespace
@@ -56,9 +76,12 @@ std::unique_ptr<FileLock> FileLock::init(const fs::path& path) {
 FileLock::FileLock(const fs::path& path) : m_path(path) {}
 
 FileLock::~FileLock() {
+  if (!m_stream) return;
   if (m_obtained) {
     // A file that cannot be removed blocks the next run, which names it: nothing is lost.
     (void)::unlink(m_path.c_str());
+  } else {
+    abandon(m_path, ::fileno(m_stream.get()));
   }
 }
 
@@ -70,6 +93,7 @@ void FileLock::create() {
   m_stream.reset(::fdopen(descriptor, "r+"));
   if (!m_stream) {
     const int error = errno;
+    abandon(m_path, descriptor);
     (void)::close(descriptor);
     errno = error;
     fail("could not open the lock file ", m_path);
@@ -86,13 +110,7 @@ void FileLock::lock() {
   if (!m_lock->try_lock()) throw Cr_ErrnoException(k_status_lock_held, "");
   // The run that held the lock may have ended and removed the file since it was opened here. A lock
   // on a file that nobody finds any more keeps nobody out.
-  struct stat ours {};
-  struct stat named {};
-  if (::fstat(descriptor, &ours) != 0) fail("could not read the lock file ", m_path);
-  if (::lstat(m_path.c_str(), &named) != 0 || ours.st_dev != named.st_dev ||
-      ours.st_ino != named.st_ino) {
-    throw Cr_ErrnoException(k_status_lock_held, "");
-  }
+  if (!leads_to(m_path, descriptor)) throw Cr_ErrnoException(k_status_lock_held, "");
   m_obtained = true;
 }
 

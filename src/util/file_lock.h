@@ -16,7 +16,7 @@ namespace util {
 //
 // Threads: one thread.
 // Ownership: owns the file once the lock was obtained; the destructor removes it and then releases
-//   the lock.
+//   the lock. One that failed before removes the file unless another process holds the lock.
 class FileLock {
  public:
   // Takes the lock at `path`, without waiting.

@@ -75,6 +75,16 @@ TEST(Lock, AnythingAtItsPathRefusesTheRun) {
   EXPECT_EQ(scene.scan().exit_status, 0);
 }
 
+TEST(Lock, RunThatFailsOnItsWayToTheLockLeavesNoFile) {
+  const Scene scene;
+  for (int descriptors = 4; descriptors < 12; ++descriptors) {
+    const std::string limit = "ulimit -n " + std::to_string(descriptors) + "; \"$@\"";
+    (void)scene.run_in_shell(limit, {"--scan_client_name_case"});
+    EXPECT_FALSE(fs::exists(scene.lock_file())) << descriptors;
+  }
+  EXPECT_EQ(scene.scan().exit_status, 0);
+}
+
 TEST(Lock, IsHeldThroughTheRunWithThePidReadable) {
   PausedRun run;
   const fs::path lock = run.scene().lock_file();
