@@ -80,18 +80,15 @@ bool set_catalog_aside(const StoragePaths& storage) {
 
 std::vector<fs::path> symbolic_links(const fs::path& dir) {
   std::vector<fs::path> links;
-  boost::system::error_code error;
-  fs::recursive_directory_iterator entry(dir, error);
-  for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
-    boost::system::error_code ignored;
-    if (fs::is_symlink(entry->symlink_status(ignored))) links.push_back(entry->path());
+  for (const auto& entry : fs::recursive_directory_iterator(dir)) {
+    if (fs::is_symlink(entry.symlink_status())) links.push_back(entry.path());
   }
-  if (error) WarningA("could not look for symbolic links: " + error.message());
   return links;
 }
 
-// What a link leads to cannot be found out any more once it is removed. One that stays is walked as
-// what it leads to; nothing is lost by that, but it is not what was asked for.
+// What a link leads to cannot be found out any more once it is removed, so none is unless all could be
+// noted. One that stays is walked as what it leads to; nothing is lost by that, but it is not what was
+// asked for.
 void remove_symbolic_links(const fs::path& dir) {
   std::cout << "Cleaning up symbolic links\n";
   for (const fs::path& link : symbolic_links(dir)) {

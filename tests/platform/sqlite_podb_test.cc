@@ -138,6 +138,7 @@ TEST_F(SQLitePODBTest, CreatedDatabaseGoesUnlessSomethingWasCommitted) {
   {
     SQLitePODB database(m_dir.path(), m_policy);
     ASSERT_EQ(database.do_begin_transaction(), 0);
+    EXPECT_THROW(support::sqlite(m_file, "BEGIN IMMEDIATE"), std::runtime_error) << "it is locked";
     ASSERT_EQ(database.do_commit_transaction(), 0);
   }
   { const SQLitePODB database(m_dir.path(), m_policy); }

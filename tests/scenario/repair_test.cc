@@ -163,6 +163,51 @@ TEST_P(Repair, FailureLeavesTheCatalogAsideAndCanBeRunAgain) {
   }
 }
 
+TEST(RepairFaults, FirstFailedDirectoryEndsItAndALogThatCannotBeMadePutsTheCatalogBack) {
+  const Scene scene;
+  for (const std::string client : {"hosta", "hostb"}) {
+    scene.put(client, "p", {boost::algorithm::to_upper_copy(client) + "_1_C1_F1.img"});
+    support::sqlite(scene.po_db(client, "p"), "PRAGMA user_version = 2");
+  }
+  const fs::path lister = scene.storage().product() / "tavrin/bin/tvprocs";
+  const std::string log = scene.storage().log_dir().string();
+  support::write_script(lister, "mv " + log + " " + log + ".aside; touch " + log);
+  EXPECT_EQ(scene.repair().exit_status, 1);
+  EXPECT_TRUE(fs::exists(scene.root() / "catalog"));
+  support::run({"sh", "-c", "rm " + log + "; mv " + log + ".aside " + log});
+  support::write_script(lister, "");
+  const Ended ended = scene.repair();
+  EXPECT_EQ(ended.exit_status, 1);
+  EXPECT_EQ(lines_beginning(ended.err, "ERROR").size(), 1U) << ended.err;
+}
+
+// A power failure may take away whatever was not stored: the removal of the source's journal, which
+// commits what was taken from it, comes behind the storing of all that leads to the target's POs.
+TEST(RepairFaults, TargetIsStoredBeforeTheSourceIsCommitted) {
+  const Scene scene;
+  scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
+  const std::string calls = (scene.root() / "calls").string();
+  const Ended ended =
+      scene.run_in_shell("exec strace -y -o " + calls + " -e fsync,fdatasync,unlink \"$@\"",
+                         {"--repair_client_name_case"});
+  EXPECT_EQ(ended.exit_status, 0) << ended.err;
+  const std::string text = support::read_text(calls);
+  const std::string base = (scene.root() / k_work / "2").string();
+  const std::string target = base + "/HostA/p";
+  std::size_t at = 0;
+  const std::string steps[] = {target + ">",
+                               base + "/HostA>",
+                               base + ">",
+                               target + "/po.db>",
+                               "unlink(\"" + target + "/po.db-journal\")",
+                               target + ">",
+                               "unlink(\"" + base + "/hosta/p/po.db-journal\")"};
+  for (const std::string& step : steps) {
+    at = text.find(step, at);
+    ASSERT_NE(at, std::string::npos) << step << " in\n" << text;
+  }
+}
+
 TEST(RepairFaults, FullDiskLeavesEveryPOInTheSource) {
   const Scene scene;
   std::vector<std::string> names;
