@@ -16,8 +16,8 @@ namespace {
 namespace fs = boost::filesystem;
 namespace podb = catalog::podb;
 
-// A catalog in memory, with one policy directory.
-const fs::path k_root = "/dev/shm/mdfixup-fuzz." + std::to_string(::getpid());
+// A catalog with one policy directory.
+const fs::path k_root = fs::temp_directory_path() / std::to_string(::getpid());
 const fs::path k_policy_dir = k_root / "2" / "hosta" / "p";
 
 // What the backup catalog has of the directory.

@@ -1,6 +1,7 @@
 #include "sandbox/child.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/mman.h>
@@ -10,6 +11,10 @@
 
 #include <cerrno>
 #include <system_error>
+
+extern "C" {
+#include <sys/pidfd.h>  // made for C alone in this version
+}
 
 namespace sandbox {
 
@@ -36,9 +41,21 @@ std::string read_whole(int descriptor) {
   return text;
 }
 
+bool ends_within(pid_t pid, int seconds) {
+  constexpr int k_second_milliseconds = 1000;
+  struct pollfd end {};
+  end.fd = ::pidfd_open(pid, 0);
+  end.events = POLLIN;
+  if (end.fd < 0) fail("could not watch a child");
+  const bool ended = ::poll(&end, 1, seconds * k_second_milliseconds) == 1;
+  (void)::close(end.fd);
+  return ended;
+}
+
 [[noreturn]] void exec(const std::vector<std::string>& arguments,
                        const Child::Environment& environment) {
   constexpr int k_not_executed = 127;
+  (void)::setpgid(0, 0);  // the parent does it as well, whoever comes first
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) ::signal(signal, SIG_DFL);
   for (const auto& [name, value] : environment) ::setenv(name.c_str(), value.c_str(), 1);
   std::vector<char*> argv;
@@ -58,6 +75,7 @@ Child::Child(const std::vector<std::string>& arguments, const Environment& envir
     if (::dup2(m_out, STDOUT_FILENO) < 0 || ::dup2(m_err, STDERR_FILENO) < 0) ::_exit(1);
     exec(arguments, environment);
   }
+  (void)::setpgid(m_pid, m_pid);
 }
 
 Child::~Child() {
@@ -69,14 +87,20 @@ void Child::send(int signal) const {
   (void)::kill(m_pid, signal);  // one that has ended needs none
 }
 
+void Child::send_to_group(int signal) const {
+  (void)::kill(-m_pid, signal);
+}
+
 std::string Child::err() const {
   return read_whole(m_err);
 }
 
-Ended Child::wait() {
+Ended Child::wait(int at_most_seconds) {
+  Ended ended;
+  ended.timed_out = at_most_seconds != 0 && !ends_within(m_pid, at_most_seconds);
+  if (ended.timed_out) send_to_group(SIGKILL);
   int status = 0;
   if (::waitpid(m_pid, &status, 0) != m_pid) fail("could not wait for a child");
-  Ended ended;
   if (WIFEXITED(status)) ended.exit_status = WEXITSTATUS(status);
   if (WIFSIGNALED(status)) ended.signal = WTERMSIG(status);
   ended.out = read_whole(m_out);

@@ -12,6 +12,7 @@ namespace sandbox {
 struct Ended {
   int exit_status = -1;  // -1 when a signal ended it
   int signal = 0;
+  bool timed_out = false;  // it was killed because it did not end
   std::string out;
   std::string err;
 };
@@ -25,7 +26,7 @@ class Child {
  public:
   using Environment = std::map<std::string, std::string>;
 
-  // Starts it with the caller's environment and `environment` on top.
+  // Starts it with the caller's environment and `environment` on top, in a process group of its own.
   explicit Child(const std::vector<std::string>& arguments, const Environment& environment = {});
   ~Child();
   Child(const Child&) = delete;
@@ -33,10 +34,14 @@ class Child {
 
   void send(int signal) const;
 
+  // The same to all of its process group, as a terminal does.
+  void send_to_group(int signal) const;
+
   // What it has written to standard error so far.
   std::string err() const;
 
-  Ended wait();
+  // Waits for its end; with `at_most_seconds`, kills it and its process group when that is over.
+  Ended wait(int at_most_seconds = 0);
 
   pid_t pid() const { return m_pid; }
 

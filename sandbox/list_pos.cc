@@ -1,6 +1,7 @@
 #include "sandbox/list_pos.h"
 
 #include <algorithm>
+#include <map>
 
 #include <boost/filesystem/operations.hpp>
 
@@ -52,12 +53,16 @@ std::vector<std::string> list_pos(const fs::path& catalog) {
 }
 
 void check_databases(const fs::path& catalog) {
+  std::map<fs::path, std::string> results;
+  for (const fs::path& policy_dir : policy_dirs(catalog)) results[policy_dir];
   select_from_all(catalog, SQLitePODB::Access::read_write, "PRAGMA integrity_check",
-                  [](const fs::path& policy_dir, std::string_view text) {
-                    if (text == "ok") return;
-                    throw Cr_ErrnoException(k_status_db_damaged, policy_dir.string(),
-                                            std::string(text));
+                  [&](const fs::path& policy_dir, std::string_view text) {
+                    results[policy_dir] += std::string(text) + "\n";
                   });
+  for (const auto& [policy_dir, result] : results) {
+    if (result == "ok\n") continue;
+    throw Cr_ErrnoException(k_status_db_damaged, policy_dir.string(), result);
+  }
 }
 
 }  // namespace sandbox

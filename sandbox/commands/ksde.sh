@@ -15,8 +15,12 @@ for name in poolmgrd segstored; do
     kill "$pid"
     rm -f "$run/$name.pid"
   elif [ -z "$comm" ]; then
-    setsid sleep 1000000 </dev/null >/dev/null 2>&1 &
-    echo $! >"$run/$name.pid"
+    # The daemon writes the file itself: this script may be killed meanwhile.
+    rm -f "$run/$name.pid"
+    # shellcheck disable=SC2016 # it is the daemon that expands it
+    setsid sh -c 'echo $$ >"$0.new" && mv "$0.new" "$0"; exec sleep 1000000' "$run/$name.pid" \
+      </dev/null >/dev/null 2>&1 &
+    for _ in $(seq 500); do [ -f "$run/$name.pid" ] || sleep 0.01; done
   fi
 done
 exit 0

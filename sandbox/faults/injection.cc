@@ -49,7 +49,7 @@ std::vector<Point> points_of(const Subject& subject, const std::string& calls, b
   const Ended ended = subject.run(prefix);
   const std::string text = read_text(trace);
   fs::remove(trace);
-  if (ended.exit_status != 0 || text.empty()) {
+  if (ended.exit_status != 0) {
     throw Cr_ErrnoException(EPERM, "strace cannot trace the program", ended.err);
   }
   std::vector<Point> points;
@@ -60,12 +60,16 @@ std::vector<Point> points_of(const Subject& subject, const std::string& calls, b
 }
 
 std::vector<std::string> inject(const Point& point, const std::string& what, bool from_then_on,
-                                bool all_threads) {
-  std::vector<std::string> words = strace(all_threads, "/dev/null");
+                                bool all_threads, const fs::path& trace) {
+  std::vector<std::string> words = strace(all_threads, trace.string());
   words.insert(words.end(), {"-e", "trace=" + point.call, "-e",
                              "inject=" + point.call + ":" + what +
                                  ":when=" + std::to_string(point.n) + (from_then_on ? "+" : "")});
   return words;
+}
+
+bool was_injected(const fs::path& trace) {
+  return read_text(trace).find("(INJECTED)") != std::string::npos;
 }
 
 }  // namespace sandbox::faults

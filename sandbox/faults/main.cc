@@ -3,12 +3,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <stdexcept>
 #include <string>
-#include <system_error>
 #include <vector>
 
 #include <boost/filesystem/operations.hpp>
@@ -47,15 +46,52 @@ struct Settings {
   unsigned threads = 1;
 };
 
-bool is_wanted(const std::vector<std::string>& names, const std::string& name) {
-  return names.empty() || std::find(names.begin(), names.end(), name) != names.end();
+// The tasks or faults of those names; all when none are given.
+// Errors: std::invalid_argument for a name that none has.
+template <class Named>
+std::vector<Named> choose(const std::vector<Named>& all, const std::vector<std::string>& names) {
+  if (names.empty()) return all;
+  std::vector<Named> chosen;
+  for (const std::string& name : names) {
+    const auto found =
+        std::find_if(all.begin(), all.end(), [&](const Named& one) { return one.name == name; });
+    if (found == all.end()) throw std::invalid_argument("there is no '" + name + "'");
+    chosen.push_back(*found);
+  }
+  return chosen;
 }
+
+// A directory for the storages, in memory if possible: the calls are the same there, and thousands of
+// runs wait for no disk.
+class WorkDir {
+ public:
+  WorkDir() : m_path(place() / fs::unique_path("mdfixup-faults.%%%%%%")) {}
+  ~WorkDir() {
+    boost::system::error_code ignored;
+    fs::remove_all(m_path, ignored);
+  }
+  WorkDir(const WorkDir&) = delete;
+  WorkDir& operator=(const WorkDir&) = delete;
+
+  const fs::path& path() const { return m_path; }
+
+ private:
+  static fs::path place() {
+    const fs::path memory = "/dev/shm";
+    const bool chosen = std::getenv("TMPDIR") != nullptr;
+    return !chosen && ::access(memory.c_str(), W_OK) == 0 ? memory : fs::temp_directory_path();
+  }
+
+  const fs::path m_path;
+};
 
 // Kills a repair half-way, and makes what it left the beginning.
 void stop_half_way(const Subject& subject, bool all_threads) {
   const std::vector<Point> points = points_of(subject, "pwrite64", all_threads);
   subject.restore();
-  (void)subject.run(inject(points.at(points.size() / 2), "signal=KILL", false, all_threads));
+  const Point& middle = points.at(points.size() / 2);
+  (void)subject.run(inject(middle, "signal=KILL", false, all_threads, "/dev/null"));
+  if (!subject.is_locked()) throw std::runtime_error("the repair could not be killed half-way");
   subject.remove_lock();
   subject.keep();
 }
@@ -66,41 +102,34 @@ bool try_task(const Settings& settings, const Task& task, const fs::path& dir) {
   if (task.resumed) stop_half_way(subject, settings.moments.all_threads);
   const Undisturbed undisturbed = run_undisturbed(subject);
   bool all_well = true;
-  for (const Fault& fault : sandbox::faults::all_faults()) {
-    // Without signals there is nothing to see of the services.
-    if (!is_wanted(settings.faults, fault.name) || (task.services && !fault.what.empty())) continue;
+  for (const Fault& fault : choose(sandbox::faults::all_faults(), settings.faults)) {
+    // Where services are not asked for, they are of interest to signals alone.
+    if (task.services && settings.tasks.empty() && !fault.what.empty()) continue;
     all_well = Series(settings.moments, subject, undisturbed, fault).run() && all_well;
   }
   return all_well;
 }
 
-// In memory if possible: the calls are the same there, and thousands of runs wait for no disk.
-fs::path place_for_storages() {
-  const fs::path memory = "/dev/shm";
-  const bool chosen = std::getenv("TMPDIR") != nullptr;
-  return !chosen && ::access(memory.c_str(), W_OK) == 0 ? memory : fs::temp_directory_path();
-}
-
-bool try_tasks(const Settings& settings) {
-  const fs::path dir = place_for_storages() / fs::unique_path("mdfixup-faults.%%%%%%");
+bool try_tasks(const Settings& settings, bool with_services) {
+  const WorkDir dir;
   bool all_well = true;
-  for (const Task& task : sandbox::faults::all_tasks()) {
-    if (!is_wanted(settings.tasks, task.name)) continue;
-    all_well = try_task(settings, task, dir / task.name) && all_well;
+  for (const Task& task : choose(sandbox::faults::all_tasks(), settings.tasks)) {
+    if (task.services && !with_services) {
+      std::cout << task.name << ": left out, for /var/run cannot be set apart\n";
+    } else {
+      all_well = try_task(settings, task, dir.path() / task.name) && all_well;
+    }
   }
-  fs::remove_all(dir);
   return all_well;
 }
 
 // Gives this process and what it starts a /var/run of their own, so that services are simulated
-// beside any other run, and real ones are neither seen nor touched. Only a privileged user can; for
-// another one the machine's own is looked at.
-void isolate_pid_files() {
-  if (::unshare(CLONE_NEWNS) != 0) return;
-  if (::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-      ::mount("none", "/var/run", "tmpfs", 0, nullptr) != 0) {
-    throw std::system_error(errno, std::generic_category(), "could not set /var/run apart");
-  }
+// beside any other run, and real ones are neither seen nor touched. Only a privileged user can; false
+// for another one.
+bool isolate_pid_files() {
+  return ::unshare(CLONE_NEWNS) == 0 &&
+         ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+         ::mount("none", "/var/run", "tmpfs", 0, nullptr) == 0;
 }
 
 po::options_description describe(Settings& settings) {
@@ -136,8 +165,7 @@ int run(int argc, char** argv) {
   po::store(po::command_line_parser(argc, argv).options(all).positional(words).run(), given);
   po::notify(given);
   settings.moments.all_threads = settings.threads > 1;
-  isolate_pid_files();
-  return try_tasks(settings) ? 0 : 1;
+  return try_tasks(settings, isolate_pid_files()) ? 0 : 1;
 }
 
 }  // namespace

@@ -4,9 +4,12 @@
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <iostream>
 #include <iterator>
 #include <thread>
+
+#include <boost/filesystem/operations.hpp>
 
 namespace sandbox::faults {
 
@@ -16,22 +19,24 @@ Series::Series(const Moments& moments, const Subject& subject, const Undisturbed
       m_subject(subject),
       m_undisturbed(undisturbed),
       m_fault(fault),
-      m_random(moments.seed) {}
+      // Other moments for each task and fault.
+      m_random(static_cast<unsigned>(std::hash<std::string>()(subject.task().name + fault.name)) +
+               moments.seed) {}
 
 bool Series::run() {
   if (m_fault.what.empty()) {
     send_signals();
   } else {
-    inject_at_points();
+    for (const Point& point : draw_points()) inject_at(point);
   }
   std::cout << m_subject.task().name << " " << m_fault.name << ": " << m_runs << " runs, "
-            << m_disturbed << " did not end with 0, " << m_failures << " failures" << std::endl;
-  return m_failures == 0;
+            << m_struck << " struck, " << m_failures << " failures" << std::endl;
+  return m_failures == 0 && m_struck != 0;
 }
 
 std::vector<Point> Series::draw_points() {
-  const std::size_t colon = m_moments.at.find(':');
-  if (colon != std::string::npos) {
+  if (!m_moments.at.empty()) {
+    const std::size_t colon = m_moments.at.find(':');
     const auto n = static_cast<unsigned>(std::stoul(m_moments.at.substr(colon + 1)));
     return {{m_moments.at.substr(0, colon), n}};
   }
@@ -45,18 +50,20 @@ std::vector<Point> Series::draw_points() {
   return points;
 }
 
-void Series::inject_at_points() {
-  // A run that takes so long waits for something that never comes.
-  const std::vector<std::string> bounded{"timeout", "-s", "KILL", "100"};
-  for (const Point& point : draw_points()) {
-    m_subject.restore();
-    std::vector<std::string> prefix = bounded;
-    const auto strace = inject(point, m_fault.what, m_fault.from_then_on, m_moments.all_threads);
-    prefix.insert(prefix.end(), strace.begin(), strace.end());
-    const bool can_tell = point.call != "write" || !m_fault.from_then_on;
-    judge(m_subject.run(prefix), can_tell ? m_fault.intent : Intent::silence,
-          " --at " + point.call + ":" + std::to_string(point.n));
-  }
+void Series::inject_at(const Point& point) {
+  const boost::filesystem::path trace = boost::filesystem::temp_directory_path() /
+                                        boost::filesystem::unique_path("mdfixup-trace.%%%%%%");
+  m_subject.restore();
+  const Ended ended = m_subject.run(
+      inject(point, m_fault.what, m_fault.from_then_on, m_moments.all_threads, trace));
+  if (ended.signal == SIGKILL || was_injected(trace)) ++m_struck;
+  boost::filesystem::remove(trace);
+  Disturbance disturbance;
+  disturbance.intent = m_fault.intent;
+  disturbance.mutes = point.call == "write" && m_fault.from_then_on;
+  disturbance.keeps_lock =
+      point.call == "unlink" || (point.call == "fcntl" && m_fault.from_then_on);
+  judge(ended, disturbance, " --at " + point.call + ":" + std::to_string(point.n));
 }
 
 // To the program alone or, as a terminal does, to the commands that it runs as well.
@@ -71,22 +78,29 @@ void Series::send_signals() {
   constexpr int k_signals[] = {SIGINT, SIGTERM, SIGHUP};
   for (unsigned i = 0; i < std::max(m_moments.points, 1U); ++i) {
     m_subject.restore();
-    const int signal = k_signals[m_random() % std::size(k_signals)];
+    Disturbance disturbance;
+    disturbance.intent = m_fault.intent;
+    disturbance.signal = k_signals[m_random() % std::size(k_signals)];
     const bool to_all = m_random() % 2 == 0;
     const microseconds delay(any_time(m_random));
-    const auto child = m_subject.start({"setsid"});
+    const auto child = m_subject.start({});
     std::this_thread::sleep_for(delay);
-    (void)::kill(to_all ? -child->pid() : child->pid(), signal);
-    judge(child->wait(), m_fault.intent,
-          ", signal " + std::to_string(signal) + (to_all ? " to all" : "") + " after " +
+    if (to_all) {
+      child->send_to_group(disturbance.signal);
+    } else {
+      child->send(disturbance.signal);
+    }
+    const Ended ended = child->wait(k_longest_run_seconds);
+    if (ended.exit_status != 0) ++m_struck;
+    judge(ended, disturbance,
+          ", signal " + std::to_string(disturbance.signal) + (to_all ? " to all" : "") + " after " +
               std::to_string(delay.count()) + " us");
   }
 }
 
-void Series::judge(const Ended& ended, Intent intent, const std::string& moment) {
+void Series::judge(const Ended& ended, const Disturbance& disturbance, const std::string& moment) {
   ++m_runs;
-  if (ended.exit_status != 0) ++m_disturbed;
-  const std::string wrong = faults::judge(m_subject, m_undisturbed, ended, intent);
+  const std::string wrong = faults::judge(m_subject, m_undisturbed, ended, disturbance);
   if (wrong.empty()) return;
   ++m_failures;
   std::cout << "--task " << m_subject.task().name << " --fault " << m_fault.name << moment

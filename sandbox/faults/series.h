@@ -21,7 +21,7 @@ struct Moments {
 };
 
 // The runs of one task under one fault. Prints what breaks a promise, with the options that repeat
-// it, and how many runs there were.
+// it, and how many runs there were. A series in which the fault never struck counts as failed.
 //
 // Threads: one thread.
 // Ownership: refers to what it is given, which must outlive it.
@@ -35,10 +35,10 @@ class Series {
   bool run();
 
  private:
-  void inject_at_points();
+  void inject_at(const Point& point);
   void send_signals();
   std::vector<Point> draw_points();
-  void judge(const Ended& ended, Intent intent, const std::string& moment);
+  void judge(const Ended& ended, const Disturbance& disturbance, const std::string& moment);
 
   const Moments& m_moments;
   const Subject& m_subject;
@@ -46,7 +46,7 @@ class Series {
   const Fault& m_fault;
   std::mt19937 m_random;
   unsigned m_runs = 0;
-  unsigned m_disturbed = 0;
+  unsigned m_struck = 0;
   unsigned m_failures = 0;
 };
 

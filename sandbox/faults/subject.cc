@@ -17,6 +17,8 @@ namespace fs = boost::filesystem;
 
 namespace sandbox::faults {
 
+using boost::algorithm::starts_with;
+
 namespace {
 
 const char* const k_monitor = "tavrin/bin/tvsvcwatch";
@@ -27,7 +29,8 @@ void add_lines(const std::string& text, std::vector<std::string>& lines) {
   for (std::string line; std::getline(stream, line);) {
     // A full stop stands behind the line end of a collision's warning.
     line.erase(0, line.find_first_not_of('.'));
-    if (line.find("file: ") == std::string::npos) lines.push_back(line);
+    const bool names_log = starts_with(line, "Log file: ") || starts_with(line, "Missing images f");
+    if (!names_log) lines.push_back(line);
   }
 }
 
@@ -116,8 +119,8 @@ State Subject::state() const {
   State state;
   for (const auto& entry : fs::recursive_directory_iterator(m_storage.root())) {
     const std::string file = entry.path().string().substr(m_storage.root().size() + 1);
-    const bool is_product = boost::algorithm::starts_with(file, "quorv/");
-    const bool is_log = boost::algorithm::starts_with(file, "log/");
+    const bool is_product = starts_with(file, "quorv/");
+    const bool is_log = starts_with(file, "log/");
     if (!is_product && !is_log && file != "mdfixup.lock") state.files.push_back(file);
   }
   // In a copy: what a run left half done is for the next run to find.

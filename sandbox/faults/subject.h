@@ -30,6 +30,9 @@ struct Reports {
 
 constexpr int k_all_services = 3;
 
+// A run that takes so long waits for something that never comes.
+constexpr int k_longest_run_seconds = 100;
+
 // A storage on which one task of the program is tried again and again, each time from the same
 // beginning.
 //
@@ -53,7 +56,9 @@ class Subject {
   std::unique_ptr<Child> start(const std::vector<std::string>& prefix) const;
 
   // The same, and waits for its end.
-  Ended run(const std::vector<std::string>& prefix) const { return start(prefix)->wait(); }
+  Ended run(const std::vector<std::string>& prefix) const {
+    return start(prefix)->wait(k_longest_run_seconds);
+  }
 
   // Looks at the storage as it is now, and leaves it so. A database that does not pass its integrity
   // check is an error.

@@ -32,11 +32,13 @@ void plant_for_all_tasks(const StorageBuilder& storage, unsigned scale) {
   (void)plant(storage, plan);
   constexpr std::size_t k_record_bytes = 16;
   std::uint64_t seed = 0;
-  for (const char* client : {"both", "Both"}) {
+  // Two of the three names collide.
+  for (const std::string client : {"both", "Both"}) {
     PolicyDirWriter dir(storage.policy_dir(client, "policy"), k_record_bytes, ++seed);
-    for (const char* image : {"1600000000", "1600000001"}) {
-      dir.put(std::string("Both_") + image + "_C1_F1.img");
+    for (const std::string image : {"1600000000", "1600000001"}) {
+      dir.put("Both_" + image + "_C1_F1.img");
     }
+    if (client == "both") dir.put("Both_1600000002_C1_F1.img");
     dir.finish();
   }
   boost::filesystem::create_symlink("both", storage.policy_dir("BOTH", "policy").parent_path());

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/predicate.hpp>
 
 #include "platform/status.h"
@@ -14,6 +15,8 @@ namespace sandbox::faults {
 namespace {
 
 using Lines = std::vector<std::string>;
+using boost::algorithm::contains;
+using boost::algorithm::ends_with;
 using boost::algorithm::starts_with;
 
 constexpr const char* k_interrupted = "Interrupted: ";
@@ -48,13 +51,43 @@ Lines together(const Lines& first, const Lines& second) {
   return lines;
 }
 
+// What is in one of them and not in the other.
+Lines difference(const Lines& first, const Lines& second) {
+  return together(lacking(first, second), lacking(second, first));
+}
+
+// The texts that stand between the two, wherever they do.
+Lines named_between(const std::string& text, const std::string& begin, const std::string& end) {
+  Lines names;
+  for (std::size_t at = text.find(begin); at != std::string::npos; at = text.find(begin, at)) {
+    at += begin.size();
+    names.push_back(text.substr(at, text.find(end, at) - at));
+  }
+  return names;
+}
+
+// A link is named by its whole path, of which a file's name is the end.
+bool is_named(const std::string& line, const Lines& names) {
+  return std::any_of(names.begin(), names.end(), [&](const std::string& name) {
+    return contains(line, name) || ends_with(name, line.substr(line.find('/')));
+  });
+}
+
+Lines without_digits(Lines lines) {
+  for (std::string& line : lines) {
+    line.erase(std::remove_if(line.begin(), line.end(), boost::algorithm::is_digit()), line.end());
+  }
+  return lines;
+}
+
 class Judge {
  public:
-  Judge(const Subject& subject, const Undisturbed& undisturbed, const Ended& ended, Intent intent)
+  Judge(const Subject& subject, const Undisturbed& undisturbed, const Ended& ended,
+        const Disturbance& disturbance)
       : m_subject(subject),
         m_undisturbed(undisturbed),
         m_ended(ended),
-        m_intent(intent),
+        m_done(disturbance),
         m_reports(subject.reports(ended)) {}
 
   std::string judge() {
@@ -85,25 +118,28 @@ class Judge {
   const Subject& m_subject;
   const Undisturbed& m_undisturbed;
   const Ended& m_ended;
-  const Intent m_intent;
+  const Disturbance& m_done;
   const Reports m_reports;
   std::string m_wrong;
 };
 
 void Judge::judge_end() {
+  if (m_ended.timed_out) {
+    expect(false, "hangs");
+    return;
+  }
   if (m_ended.signal != 0) {
-    const bool was_meant = (m_intent == Intent::kill && m_ended.signal == SIGKILL) ||
+    const bool was_meant = (m_done.intent == Intent::kill && m_ended.signal == SIGKILL) ||
                            // Before its handlers are there and after they are gone.
-                           (m_intent == Intent::interrupt && !m_subject.is_locked());
+                           (m_ended.signal == m_done.signal && !m_subject.is_locked());
     expect(was_meant, "crashed by signal " + std::to_string(m_ended.signal));
     return;
   }
-  expect(m_ended.exit_status != 128 + SIGKILL, "hangs");
-  const bool told = !m_ended.err.empty() || m_ended.exit_status == 0 || m_intent == Intent::silence;
-  expect(told, "fails with " + std::to_string(m_ended.exit_status) + " and does not say why");
-  if (m_intent != Intent::interrupt) return;  // removing the lock may be what failed
-  expect(!m_subject.is_locked(), "leaves its lock");
+  expect(!m_subject.is_locked() || m_done.keeps_lock, "leaves its lock");
   if (m_ended.exit_status == 0) return;
+  expect(!m_ended.err.empty() || m_done.mutes,
+         "fails with " + std::to_string(m_ended.exit_status) + " and does not say why");
+  if (m_done.intent != Intent::interrupt) return;
   expect(m_ended.exit_status == m_subject.task().failed_exit_status,
          "exit status " + std::to_string(m_ended.exit_status));
   const auto notices =
@@ -130,55 +166,70 @@ void Judge::judge_metadata(const State& now) {
 }
 
 void Judge::judge_success(const State& now) {
-  // A PO that cannot be read, or a link that cannot be removed, is told of and left behind; it does
-  // not fail the repair.
-  const auto left_behind = [](const std::string& line) {
-    return line.find("unable to get the po for basename") != std::string::npos ||
-           line.find("could not be removed") != std::string::npos;
-  };
-  if (std::any_of(m_reports.err.begin(), m_reports.err.end(), left_behind)) return;
-  expect(now.pos == m_undisturbed.after.pos, "ends well with work undone");
-  expect(now.files == m_undisturbed.after.files, "ends well and leaves other files");
-  const Reports& whole = m_undisturbed.reports;
-  expect_none(lacking(whole.out, m_reports.out), "ends well and does not print");
-  expect_none(lacking(whole.task_logs, together(m_reports.task_logs, m_reports.err)),
-              "ends well and does not log");
+  // What is told and left behind, which does not fail the repair, is all that may be undone.
+  const Lines pos =
+      named_between(m_ended.err, "unable to get the po for basename ", " and directory");
+  const Lines links = named_between(m_ended.err, "the symbolic link ", " could not be removed");
+  const State& whole = m_undisturbed.after;
+  for (const std::string& line : difference(whole.pos, now.pos)) {
+    expect(is_named(line, pos), "ends well with work undone: " + line);
+  }
+  for (const std::string& file : difference(whole.files, now.files)) {
+    // The directory of a target that took nothing is not there either.
+    expect(!pos.empty() || is_named(file, links), "ends well and leaves other files: " + file);
+  }
+  const Reports& told = m_undisturbed.reports;
+  expect_none(lacking(told.out, m_reports.out), "ends well and does not print");
+  for (const std::string& line :
+       lacking(told.task_logs, together(m_reports.task_logs, m_reports.err))) {
+    // Moves go by the path that a link leads along, too.
+    const bool excused =
+        !(pos.empty() && links.empty()) &&
+        (starts_with(line, "Moved ") || starts_with(line, "Client ") || is_named(line, pos));
+    expect(excused, "ends well and does not log: " + line);
+  }
 }
 
-// No line of it is torn, and none is lost.
+// No line of it lacks its beginning, and a run that ends well has told all that an undisturbed one
+// does, numbers apart.
 void Judge::judge_run_log() {
   for (const std::string& line : m_reports.run_log) {
     expect(line.size() > 30 && line[4] == '-' && line[10] == ' ' && line[23] == ' ',
            "tears a line of its log: " + line);
   }
   if (m_ended.exit_status != 0) return;
-  const auto is_end = [](const std::string& line) {
-    return boost::algorithm::ends_with(line, "end: exit status 0");
-  };
   const Lines lines = together(m_reports.run_log, m_reports.err);
-  expect(std::any_of(lines.begin(), lines.end(), is_end), "does not log its end");
+  expect_none(lacking(without_digits(m_undisturbed.reports.run_log), without_digits(lines)),
+              "ends well and does not log");
 }
 
 // Whoever has been told to stop the services is told to start them again, but for a repair that is
 // not through.
 void Judge::judge_services() {
-  const Effect effect = m_subject.task().effect;
-  if (effect == Effect::none || m_ended.exit_status < 0 || m_intent != Intent::interrupt) return;
-  if (m_subject.task().services) {
-    // The signal may have ended the commands as well, some half-way, which is told then.
-    const bool told = m_ended.err.find("Could not stop") != std::string::npos ||
-                      m_ended.err.find("services may not run") != std::string::npos;
+  const Task& task = m_subject.task();
+  if (task.effect == Effect::none || m_ended.exit_status < 0 || m_done.mutes) return;
+  if (task.services) {
+    // The commands may have met the fault as well, some half-way, which is told then.
+    const bool told =
+        contains(m_ended.err, "Could not stop") || contains(m_ended.err, "services may not run");
+    if (m_ended.exit_status != 0 && m_done.intent != Intent::interrupt) return;
     const int expected = m_ended.exit_status == 0 ? k_all_services : 0;
     expect(m_subject.services() == expected || told, "leaves other services");
     return;
   }
   const bool told = std::any_of(m_reports.out.begin(), m_reports.out.end(),
                                 [](const auto& line) { return starts_with(line, "Please start"); });
-  const bool has_begun = effect == Effect::deletes && !m_reports.task_logs.empty();
-  expect(told == (m_ended.exit_status == 0 || has_begun), "leaves the services otherwise");
+  const bool must_tell =
+      m_ended.exit_status == 0 || (task.effect == Effect::deletes && !m_reports.task_logs.empty());
+  const bool lost_output = contains(m_ended.err, "not all that it reports");
+  expect(told || !must_tell || lost_output, "does not ask for the services");
+  // A deletion asks for them even where it failed before its first line.
+  const bool may_tell = must_tell || lost_output || task.effect == Effect::deletes;
+  expect(!told || may_tell, "asks for the services though it is not through");
 }
 
 void Judge::judge_next_run() {
+  // By hand, as an operator does after a kill; whatever else left it was told of above.
   m_subject.remove_lock();
   const Ended again = m_subject.run({});
   expect(again.exit_status == 0,
@@ -205,9 +256,9 @@ Undisturbed run_undisturbed(const Subject& subject) {
 }
 
 std::string judge(const Subject& subject, const Undisturbed& undisturbed, const Ended& ended,
-                  Intent intent) {
+                  const Disturbance& disturbance) {
   try {
-    return Judge(subject, undisturbed, ended, intent).judge();
+    return Judge(subject, undisturbed, ended, disturbance).judge();
   } catch (const std::exception& error) {
     return "  " + std::string(error.what()) + "\n";
   }

@@ -17,18 +17,25 @@ struct Undisturbed {
 // Errors: Cr_ErrnoException when not even that run ends well.
 Undisturbed run_undisturbed(const Subject& subject);
 
-// What the fault was meant to do to the run itself: end it, make a step of it fail, make every step
-// fail that tells something, ask it to stop.
-enum class Intent { kill, fail, silence, interrupt };
+// What a fault is meant to do to the run itself: end it, make a step of it fail, ask it to stop.
+enum class Intent { kill, fail, interrupt };
+
+// What was done to one run.
+struct Disturbance {
+  Intent intent = Intent::kill;
+  int signal = 0;           // the one that was sent
+  bool mutes = false;       // nothing can be written to logs or streams from then on
+  bool keeps_lock = false;  // the lock's file cannot be removed, or not without danger
+};
 
 // Holds the storage, and what the run told, against what is promised of a run that met a fault, and
 // then runs the program again. Returns what is wrong, a line each; empty when all is well.
 //
 // Promised is: the databases are sound; no PO is lost or changed, but for those that the undisturbed
-// deletion takes; a run that ends with 0 has done and told everything; one that does not says why,
-// has not crashed and has taken its lock away, but for one that was killed; and the next run ends
-// where an undisturbed one does.
+// deletion takes; a run that ends with 0 has done everything but what it tells on standard error, and
+// told everything; one that does not says why, has not crashed or hung and has taken its lock away, but
+// for one that was killed; and the next run ends where an undisturbed one does.
 std::string judge(const Subject& subject, const Undisturbed& undisturbed, const Ended& ended,
-                  Intent intent);
+                  const Disturbance& disturbance);
 
 }  // namespace sandbox::faults
