@@ -42,13 +42,12 @@ std::map<std::string, unsigned> count_calls(const std::string& trace) {
 }  // namespace
 
 std::vector<Point> points_of(const Subject& subject, const std::string& calls, bool all_threads) {
-  const fs::path trace = fs::temp_directory_path() / fs::unique_path();
+  const fs::path trace = subject.dir() / "trace";
   std::vector<std::string> prefix = strace(all_threads, trace.string());
   prefix.insert(prefix.end(), {"-e", "trace=" + calls});
   subject.restore();
   const Ended ended = subject.run(prefix);
   const std::string text = read_text(trace);
-  fs::remove(trace);
   if (ended.exit_status != 0) {
     throw Cr_ErrnoException(EPERM, "strace cannot trace the program", ended.err);
   }

@@ -35,7 +35,9 @@ using sandbox::faults::Undisturbed;
 constexpr const char* k_usage =
     "Usage: mdfixup-faults PROGRAM [OPTION]...\n"
     "Runs PROGRAM, an mdfixup, on small storages again and again, lets one step of each run fail,\n"
-    "and holds what it leaves behind against what is promised. Exit status 1 when it breaks one.\n";
+    "and holds what it leaves behind against what is promised. Exit status 1 when it breaks one, "
+    "or\n"
+    "when no run met the fault.\n";
 
 struct Settings {
   std::string program;
@@ -55,7 +57,7 @@ std::vector<Named> choose(const std::vector<Named>& all, const std::vector<std::
   for (const std::string& name : names) {
     const auto found =
         std::find_if(all.begin(), all.end(), [&](const Named& one) { return one.name == name; });
-    if (found == all.end()) throw std::invalid_argument("there is no '" + name + "'");
+    if (found == all.end()) throw std::invalid_argument("there is no task or fault '" + name + "'");
     chosen.push_back(*found);
   }
   return chosen;
@@ -116,6 +118,7 @@ bool try_tasks(const Settings& settings, bool with_services) {
   for (const Task& task : choose(sandbox::faults::all_tasks(), settings.tasks)) {
     if (task.services && !with_services) {
       std::cout << task.name << ": left out, for /var/run cannot be set apart\n";
+      all_well = all_well && settings.tasks.empty();
     } else {
       all_well = try_task(settings, task, dir.path() / task.name) && all_well;
     }
@@ -147,7 +150,15 @@ po::options_description describe(Settings& settings) {
   add("seed", po::value(&settings.moments.seed), "seed of what is drawn");
   add("scale", po::value(&settings.scale), "multiplies the directories");
   add("threads", po::value(&settings.threads), "threads of the program");
+  add("help", "show this help");
   return options;
+}
+
+void check(const Settings& settings) {
+  constexpr unsigned k_most = 100000;  // below what a negative number wraps to
+  for (const unsigned count : {settings.moments.points, settings.scale, settings.threads}) {
+    if (count > k_most) throw std::invalid_argument("a count must be from 0 to 100000");
+  }
 }
 
 int run(int argc, char** argv) {
@@ -157,14 +168,17 @@ int run(int argc, char** argv) {
   all.add(visible).add_options()("program", po::value(&settings.program)->required());
   po::positional_options_description words;
   words.add("program", 1);
-  if (argc < 2) {
-    std::cerr << k_usage << visible;
-    return 1;
-  }
   po::variables_map given;
   po::store(po::command_line_parser(argc, argv).options(all).positional(words).run(), given);
+  if (argc < 2 || given.count("help") != 0) {
+    (argc < 2 ? std::cerr : std::cout) << k_usage << visible;
+    return argc < 2 ? 1 : 0;
+  }
   po::notify(given);
+  check(settings);
   settings.moments.all_threads = settings.threads > 1;
+  settings.moments.options = " --threads " + std::to_string(settings.threads) + " --scale " +
+                             std::to_string(settings.scale);
   return try_tasks(settings, isolate_pid_files()) ? 0 : 1;
 }
 

@@ -7,9 +7,10 @@
 #include <functional>
 #include <iostream>
 #include <iterator>
+#include <stdexcept>
 #include <thread>
 
-#include <boost/filesystem/operations.hpp>
+#include <boost/lexical_cast/try_lexical_convert.hpp>
 
 namespace sandbox::faults {
 
@@ -31,13 +32,19 @@ bool Series::run() {
   }
   std::cout << m_subject.task().name << " " << m_fault.name << ": " << m_runs << " runs, "
             << m_struck << " struck, " << m_failures << " failures" << std::endl;
-  return m_failures == 0 && m_struck != 0;
+  const bool met = m_struck != 0 || m_fault.what.empty();
+  if (!met) std::cout << "No run met the fault.\n";
+  return m_failures == 0 && met;
 }
 
 std::vector<Point> Series::draw_points() {
   if (!m_moments.at.empty()) {
     const std::size_t colon = m_moments.at.find(':');
-    const auto n = static_cast<unsigned>(std::stoul(m_moments.at.substr(colon + 1)));
+    unsigned n = 0;
+    if (colon == std::string::npos ||
+        !boost::conversion::try_lexical_convert(m_moments.at.substr(colon + 1), n)) {
+      throw std::invalid_argument("'" + m_moments.at + "' is not a call and a number");
+    }
     return {{m_moments.at.substr(0, colon), n}};
   }
   const std::string& chosen = m_moments.calls;
@@ -51,13 +58,11 @@ std::vector<Point> Series::draw_points() {
 }
 
 void Series::inject_at(const Point& point) {
-  const boost::filesystem::path trace = boost::filesystem::temp_directory_path() /
-                                        boost::filesystem::unique_path("mdfixup-trace.%%%%%%");
+  const boost::filesystem::path trace = m_subject.dir() / "trace";
   m_subject.restore();
   const Ended ended = m_subject.run(
       inject(point, m_fault.what, m_fault.from_then_on, m_moments.all_threads, trace));
   if (ended.signal == SIGKILL || was_injected(trace)) ++m_struck;
-  boost::filesystem::remove(trace);
   Disturbance disturbance;
   disturbance.intent = m_fault.intent;
   disturbance.mutes = point.call == "write" && m_fault.from_then_on;
@@ -91,7 +96,7 @@ void Series::send_signals() {
       child->send(disturbance.signal);
     }
     const Ended ended = child->wait(k_longest_run_seconds);
-    if (ended.exit_status != 0) ++m_struck;
+    if (ended.exit_status != 0 || !ended.err.empty()) ++m_struck;
     judge(ended, disturbance,
           ", signal " + std::to_string(disturbance.signal) + (to_all ? " to all" : "") + " after " +
               std::to_string(delay.count()) + " us");
@@ -104,7 +109,7 @@ void Series::judge(const Ended& ended, const Disturbance& disturbance, const std
   if (wrong.empty()) return;
   ++m_failures;
   std::cout << "--task " << m_subject.task().name << " --fault " << m_fault.name << moment
-            << ": exit status " << ended.exit_status << "\n"
+            << m_moments.options << ": exit status " << ended.exit_status << "\n"
             << wrong << "  standard error: " << ended.err.substr(0, ended.err.find('\n'))
             << std::endl;
 }

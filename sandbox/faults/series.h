@@ -18,10 +18,12 @@ struct Moments {
   unsigned points = 0;  // so many, drawn at random; 0 for all, but for one signal
   unsigned seed = 1;
   bool all_threads = false;
+  std::string options;  // the others that a run needs to be repeated
 };
 
 // The runs of one task under one fault. Prints what breaks a promise, with the options that repeat
-// it, and how many runs there were. A series in which the fault never struck counts as failed.
+// it, and how many runs there were. A series in which no run met the fault counts as failed, but for
+// signals, which may come too late.
 //
 // Threads: one thread.
 // Ownership: refers to what it is given, which must outlive it.

@@ -69,6 +69,9 @@ class Subject {
   // Makes what is now the beginning; the logs are none of it.
   void keep() const;
 
+  // Where the storage lies, and other things may.
+  const boost::filesystem::path& dir() const { return m_dir; }
+
   bool is_locked() const;
   void remove_lock() const;
 

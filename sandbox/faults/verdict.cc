@@ -248,10 +248,15 @@ Undisturbed run_undisturbed(const Subject& subject) {
   undisturbed.before = subject.state();
   const Ended ended = subject.run({});
   if (ended.exit_status != 0) {
-    throw Cr_ErrnoException(EINVAL, "the undisturbed run fails", ended.err);
+    const std::string status = std::to_string(ended.exit_status);
+    throw Cr_ErrnoException(EINVAL, "the undisturbed run ends with " + status, ended.err);
   }
   undisturbed.after = subject.state();
   undisturbed.reports = subject.reports(ended);
+  const bool changes = undisturbed.after.pos != undisturbed.before.pos;
+  if (undisturbed.reports.run_log.empty() || changes != (subject.task().effect != Effect::none)) {
+    throw Cr_ErrnoException(EINVAL, "the undisturbed run does not do its task");
+  }
   return undisturbed;
 }
 

@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -10,7 +11,9 @@
 #include "dct/filesystem.h"
 #include "dct/report_error.h"
 #include "dct/run_in_shell.h"
+#include "platform/reports.h"
 #include "platform/run_log.h"
+#include "platform/status.h"
 #include "tool/exit_status.h"
 #include "tool/modes.h"
 #include "tool/option_table.h"
@@ -80,21 +83,32 @@ bool set_catalog_aside(const StoragePaths& storage) {
 
 std::vector<fs::path> symbolic_links(const fs::path& dir) {
   std::vector<fs::path> links;
-  for (const auto& entry : fs::recursive_directory_iterator(dir)) {
-    if (fs::is_symlink(entry.symlink_status())) links.push_back(entry.path());
+  fs::path at = dir;
+  boost::system::error_code error;
+  fs::recursive_directory_iterator entry(dir, error);
+  for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
+    at = entry->path();
+    if (fs::is_symlink(entry->symlink_status())) links.push_back(at);
   }
+  if (error) throw fs::filesystem_error("could not look for symbolic links", at, error);
   return links;
 }
 
-// What a link leads to cannot be found out any more once it is removed, so none is unless all could be
-// noted. One that stays is walked as what it leads to; nothing is lost by that, but it is not what was
-// asked for.
+// What a link leads to cannot be found out any more once it is removed.
+void note(const std::vector<fs::path>& links) {
+  for (const fs::path& link : links) {
+    InfoA("symbolic link " + link.string() + " to " + fs::read_symlink(link).string());
+  }
+  if (!links.empty() && platform::reports_were_lost()) {
+    throw Cr_ErrnoException(EIO, "the symbolic links could not be noted and were not removed");
+  }
+}
+
+// One that stays is walked as what it leads to; nothing is lost by that, but it is not what was asked
+// for.
 void remove_symbolic_links(const fs::path& dir) {
   std::cout << "Cleaning up symbolic links\n";
-  for (const fs::path& link : symbolic_links(dir)) {
-    boost::system::error_code ignored;
-    InfoA("symbolic link " + link.string() + " to " + fs::read_symlink(link, ignored).string());
-  }
+  note(symbolic_links(dir));
   (void)dct::run_in_shell("find " + dct::in_double_quotes(dir.string()) +
                           " -type l -exec rm {} \\;");
   for (const fs::path& link : symbolic_links(dir)) {
