@@ -20,7 +20,12 @@ for name in poolmgrd segstored; do
     # shellcheck disable=SC2016 # it is the daemon that expands it
     setsid sh -c 'echo $$ >"$0.new" && mv "$0.new" "$0"; exec sleep 1000000' "$run/$name.pid" \
       </dev/null >/dev/null 2>&1 &
-    for _ in $(seq 500); do [ -f "$run/$name.pid" ] || sleep 0.01; done
+    for _ in $(seq 500); do
+      pid=$(cat "$run/$name.pid" 2>/dev/null)
+      # Known by this name to whoever stops it.
+      [ "$(cat "/proc/${pid:-none}/comm" 2>/dev/null)" != sleep ] || break
+      sleep 0.01
+    done
   fi
 done
 exit 0

@@ -12,6 +12,9 @@ elif [ -z "$pid" ] || ! kill -0 "$pid" 2>/dev/null; then
   # shellcheck disable=SC2016 # it is the monitor that expands it
   setsid sh -c 'echo $$ >"$0.new" && mv "$0.new" "$0"; exec sleep 1000000' "$run/tvsvcwatch.pid" \
     </dev/null >/dev/null 2>&1 &
-  for _ in $(seq 500); do [ -f "$run/tvsvcwatch.pid" ] || sleep 0.01; done
+  for _ in $(seq 500); do
+    [ ! -f "$run/tvsvcwatch.pid" ] || break
+    sleep 0.01
+  done
 fi
 exit 0
