@@ -28,7 +28,10 @@ catalog() {
 
 since=0
 [ -z "$hours" ] || since=$(($(date +%s) - hours * 3600))
-catalog | awk -v since="$since" '
+# The pipeline ends as awk does, so awk has to know of a catalog that could not be read.
+(catalog || echo unreadable) | awk -v since="$since" '
+  $1 == "unreadable" { failed = 1; next }
   $1 == "IMAGE" { listed = $14 >= since }
   listed { print; found = 1 }
-  END { if (!found) { print "no entity was found"; exit 227 } }'
+  END { if (failed) exit 2
+    if (!found) { print "no entity was found"; exit 227 } }'
