@@ -76,6 +76,9 @@ TEST(Lock, AnythingAtItsPathRefusesTheRun) {
 }
 
 TEST(Lock, RunThatFailsOnItsWayToTheLockLeavesNoFile) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "the sanitizers need descriptors of their own, and end the process without them";
+#endif
   const Scene scene;
   for (int descriptors = 4; descriptors < 12; ++descriptors) {
     const std::string limit = "ulimit -n " + std::to_string(descriptors) + "; \"$@\"";
