@@ -134,7 +134,8 @@ INSTANTIATE_TEST_SUITE_P(Threads, Deletion, testing::Values(1, 4));
 
 // Where tests are shuffled, each repetition has other seeds.
 TEST_P(Deletion, TakesWhatTheModelAndTheDryRunListAndTheStatementTakes) {
-  const auto first = static_cast<unsigned>(testing::UnitTest::GetInstance()->random_seed()) * 4;
+  const int drawn = testing::UnitTest::GetInstance()->random_seed();
+  const unsigned first = GTEST_FLAG_GET(shuffle) ? static_cast<unsigned>(drawn) * 4 : 0;
   for (unsigned seed = first; seed < first + 4; ++seed) {
     SCOPED_TRACE(seed);
     std::mt19937 random(seed);
