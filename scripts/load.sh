@@ -5,7 +5,7 @@
 # each may have few open at once.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-readonly mebibyte_kib=1024 base_kib=$((64 * 1024)) pos_of_deep=1000000
+readonly base_kib=$((64 * 1024)) pos_of_deep=1000000
 
 work=$(mktemp -d -p "$([ -w /dev/shm ] && echo /dev/shm || echo /tmp)")
 trap 'rm -rf "$work"' EXIT
@@ -40,10 +40,6 @@ run() { # STORAGE DESCRIPTORS KIBIBYTES ARGUMENT...
   fi
 }
 
-per_po() { # KIBIBYTES: what so many are for each PO of the large directory, in bytes
-  echo $(($1 * mebibyte_kib / pos_of_deep))
-}
-
 consistency=--FORCE_DEDUPE_METADATA_CONSISTENCY
 sandbox wide --clients 20000 --policies 1 --images 3 --copies 1
 list_with wide <<'SCRIPT'
@@ -71,7 +67,7 @@ run deep 36 $base_kib --scan_client_name_case
 run deep 36 $deep_kib $consistency --dry_run
 run deep 36 $deep_kib --repair_client_name_case
 read -r _ kib <"$work/time"
-echo "       at most $(per_po "$kib") bytes for each PO of the directory, half of which are moved"
+echo "       at most $((kib * 1024 / pos_of_deep)) bytes for each PO of the directory, half of which are moved"
 run deep 36 $deep_kib $consistency
 rm -rf "$work/deep"
 

@@ -11,7 +11,7 @@ namespace sandbox::faults {
 struct Fault {
   std::string name;
   Intent intent = Intent::kill;
-  std::string what;  // in strace's words; empty for signals, which come at any time
+  std::string what;  // in strace's words; none for signals, which come at any time
   bool from_then_on = false;
 
   // The system calls at which it is tried, as strace names them.

@@ -25,6 +25,7 @@ namespace {
 namespace fs = boost::filesystem;
 namespace po = boost::program_options;
 using sandbox::faults::Fault;
+using sandbox::faults::Intent;
 using sandbox::faults::Moments;
 using sandbox::faults::Point;
 using sandbox::faults::Series;
@@ -35,9 +36,8 @@ using sandbox::faults::Undisturbed;
 constexpr const char* k_usage =
     "Usage: mdfixup-faults PROGRAM [OPTION]...\n"
     "Runs PROGRAM, an mdfixup, on small storages again and again, lets one step of each run fail,\n"
-    "and holds what it leaves behind against what is promised. Exit status 1 when it breaks one, "
-    "or\n"
-    "when no run met the fault.\n";
+    "and holds what it leaves behind against what is promised. Exit status 1 when it breaks a\n"
+    "promise, or when no run met the fault.\n";
 
 struct Settings {
   std::string program;
@@ -106,7 +106,7 @@ bool try_task(const Settings& settings, const Task& task, const fs::path& dir) {
   bool all_well = true;
   for (const Fault& fault : choose(sandbox::faults::all_faults(), settings.faults)) {
     // Where services are not asked for, they are of interest to signals alone.
-    if (task.services && settings.tasks.empty() && !fault.what.empty()) continue;
+    if (task.services && settings.tasks.empty() && fault.intent != Intent::interrupt) continue;
     all_well = Series(settings.moments, subject, undisturbed, fault).run() && all_well;
   }
   return all_well;

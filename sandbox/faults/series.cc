@@ -25,14 +25,14 @@ Series::Series(const Moments& moments, const Subject& subject, const Undisturbed
                moments.seed) {}
 
 bool Series::run() {
-  if (m_fault.what.empty()) {
+  if (m_fault.intent == Intent::interrupt) {
     send_signals();
   } else {
     for (const Point& point : draw_points()) inject_at(point);
   }
   std::cout << m_subject.task().name << " " << m_fault.name << ": " << m_runs << " runs, "
             << m_struck << " struck, " << m_failures << " failures" << std::endl;
-  const bool met = m_struck != 0 || m_fault.what.empty();
+  const bool met = m_struck != 0 || m_fault.intent == Intent::interrupt;
   if (!met) std::cout << "No run met the fault.\n";
   return m_failures == 0 && met;
 }

@@ -91,9 +91,10 @@ class Judge {
         m_reports(subject.reports(ended)) {}
 
   std::string judge() {
+    const State now = m_subject.state();
     judge_end();
-    judge_metadata(m_subject.state());
-    if (m_ended.exit_status == 0) judge_success(m_subject.state());
+    judge_metadata(now);
+    if (m_ended.exit_status == 0) judge_success(now);
     judge_run_log();
     judge_services();
     judge_next_run();

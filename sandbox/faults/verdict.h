@@ -14,7 +14,7 @@ struct Undisturbed {
 };
 
 // Restores the subject and runs it.
-// Errors: Cr_ErrnoException when not even that run ends well.
+// Errors: Cr_ErrnoException when not even that run ends well, or when it does not do its task.
 Undisturbed run_undisturbed(const Subject& subject);
 
 // What a fault is meant to do to the run itself: end it, make a step of it fail, ask it to stop.

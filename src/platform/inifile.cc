@@ -1,26 +1,19 @@
 #include "platform/inifile.h"
 
-#include <boost/filesystem/operations.hpp>
 #include <boost/property_tree/ini_parser.hpp>
 #include <boost/property_tree/ptree.hpp>
 
+#include "platform/special_file.h"
 #include "platform/status.h"
 
 namespace {
 
 namespace pt = boost::property_tree;
 
-// A pipe or a device would be read for ever, perhaps.
-void refuse_special_file(const std::string& file) {
-  namespace fs = boost::filesystem;
-  boost::system::error_code error;
-  const fs::file_type type = fs::status(file, error).type();
-  if (type == fs::regular_file || type == fs::file_not_found || type == fs::status_error) return;
-  throw Cr_ErrnoException(k_status_entry_missing, file + ": is no regular file");
-}
-
 pt::ptree read(const std::string& file) {
-  refuse_special_file(file);
+  if (platform::is_special_file(file)) {
+    throw Cr_ErrnoException(k_status_entry_missing, file + ": is no regular file");
+  }
   try {
     pt::ptree tree;
     pt::read_ini(file, tree);

@@ -10,6 +10,8 @@
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <sqlite3.h>
 
+#include "platform/special_file.h"
+
 namespace platform {
 
 namespace {
@@ -20,15 +22,6 @@ constexpr int k_busy_timeout_milliseconds = 30000;
 // slower than one. Nobody reads the count.
 bool configure_library() {
   return sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0) == SQLITE_OK;
-}
-
-void refuse_special_file(const std::string& file) {
-  struct stat info {};
-  // A pipe or a device would be waited for at the open call, for ever perhaps.
-  if (::stat(file.c_str(), &info) == 0 && !S_ISREG(info.st_mode)) {
-    throw Cr_ErrnoException(k_status_db_cannot_open,
-                            "could not open the database " + file + "; it is no regular file");
-  }
 }
 
 void harden(SQLite::Database& database) {
@@ -47,7 +40,10 @@ void harden(SQLite::Database& database) {
 std::unique_ptr<SQLite::Database> open_database(const std::string& file, int flags) {
   static const bool configured = configure_library();
   (void)configured;  // where it was refused SQLite is in use already, and only slower
-  refuse_special_file(file);
+  if (is_special_file(file)) {
+    throw Cr_ErrnoException(k_status_db_cannot_open,
+                            "could not open the database " + file + "; it is no regular file");
+  }
   try {
     auto database = std::make_unique<SQLite::Database>(file, flags | SQLite::OPEN_NOMUTEX,
                                                        k_busy_timeout_milliseconds);
