@@ -3,7 +3,7 @@
 #include <boost/property_tree/ini_parser.hpp>
 #include <boost/property_tree/ptree.hpp>
 
-#include "platform/special_file.h"
+#include "platform/file_kind.h"
 #include "platform/status.h"
 
 namespace {
@@ -11,7 +11,7 @@ namespace {
 namespace pt = boost::property_tree;
 
 pt::ptree read(const std::string& file) {
-  if (platform::is_special_file(file)) {
+  if (platform::file_kind(file) == platform::FileKind::special) {
     throw Cr_ErrnoException(k_status_entry_missing, file + ": is no regular file");
   }
   try {

@@ -31,6 +31,11 @@ std::string reduced(const std::string& sql) {
   return text;
 }
 
+// Whether it makes one of SQLite's own tables, for statistics. Nobody else can take such a name.
+bool is_of_sqlite(const std::string& sql) {
+  return sql.rfind("CREATE TABLE sqlite_", 0) == 0;
+}
+
 bool is_our_table(const std::string& sql) {
   if (sql == k_po_schema) return true;  // decides for nearly every database
   static const std::string ours = reduced(k_po_schema);
@@ -44,16 +49,14 @@ cr_status_t check_po_schema(SQLite::Database& database) {
   if (version.executeStep() && version.getColumn(0).getInt() > k_po_version) {
     return k_status_db_newer;
   }
+  // Each object's statement names its kind and its name, which SQLite holds against the other columns.
+  // Without one are the indexes behind UNIQUE.
+  SQLite::Statement objects(database, "SELECT sql FROM sqlite_schema");
   bool found = false;
-  // SQLite's own objects (the index behind UNIQUE, statistics) belong to a table of ours.
-  SQLite::Statement objects(
-      database,
-      "SELECT type, name, sql FROM sqlite_schema WHERE name NOT LIKE 'sqlite\\_%' ESCAPE '\\'");
   while (objects.executeStep()) {
-    const bool ours = objects.getColumn(0).getString() == "table" &&
-                      objects.getColumn(1).getString() == "po" &&
-                      is_our_table(objects.getColumn(2).getString());
-    if (!ours) return k_status_db_foreign;
+    const SQLite::Column sql = objects.getColumn(0);
+    if (sql.isNull() || is_of_sqlite(sql)) continue;
+    if (!is_our_table(sql)) return k_status_db_foreign;
     found = true;
   }
   return found ? k_status_ok : k_status_db_foreign;

@@ -28,6 +28,11 @@ class PODB {
   // made of them is not to be used. An exception of the visitor passes through.
   virtual cr_status_t get_basenames(const BasenameVisitor& visitor) = 0;
 
+  // The same for the basenames that do not begin with `prefix`, which must not be empty: as cheap as
+  // these are few, however many do.
+  virtual cr_status_t get_basenames_without(std::string_view prefix,
+                                            const BasenameVisitor& visitor) = 0;
+
   // Sets `names` to the basenames for which an SQL condition holds, in byte order: at most `limit`
   // of them (0: all) behind the first `offset`. Leaves `names` empty on failure. The condition is
   // part of the statement; whoever builds it quotes what it is built from.

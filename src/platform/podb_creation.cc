@@ -11,6 +11,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include "platform/file_kind.h"
 #include "platform/po_schema.h"
 #include "platform/sqlite_connection.h"
 #include "platform/status.h"
@@ -95,8 +96,7 @@ fs::path podb_file(const fs::path& policy_dir) {
 }
 
 bool is_there(const fs::path& path) {
-  boost::system::error_code error;
-  return fs::symlink_status(path, error).type() != fs::file_not_found;
+  return file_kind(path.string()) != FileKind::none;
 }
 
 PODBCreation::PODBCreation(const fs::path& catalog_root, const fs::path& policy_dir)

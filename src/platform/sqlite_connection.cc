@@ -10,7 +10,7 @@
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <sqlite3.h>
 
-#include "platform/special_file.h"
+#include "platform/file_kind.h"
 
 namespace platform {
 
@@ -35,12 +35,10 @@ void harden(SQLite::Database& database) {
   database.exec("PRAGMA cell_size_check=ON");
 }
 
-}  // namespace
-
-std::unique_ptr<SQLite::Database> open_database(const std::string& file, int flags) {
+std::unique_ptr<SQLite::Database> open(const std::string& file, FileKind kind, int flags) {
   static const bool configured = configure_library();
   (void)configured;  // where it was refused SQLite is in use already, and only slower
-  if (is_special_file(file)) {
+  if (kind == FileKind::special) {
     throw Cr_ErrnoException(k_status_db_cannot_open,
                             "could not open the database " + file + "; it is no regular file");
   }
@@ -53,6 +51,17 @@ std::unique_ptr<SQLite::Database> open_database(const std::string& file, int fla
     throw Cr_ErrnoException(database_status(error), "could not open the database " + file,
                             error.what());
   }
+}
+
+}  // namespace
+
+std::unique_ptr<SQLite::Database> open_database(const std::string& file, int flags) {
+  return open(file, file_kind(file), flags);
+}
+
+std::unique_ptr<SQLite::Database> open_database_if_there(const std::string& file, int flags) {
+  const FileKind kind = file_kind(file);
+  return kind == FileKind::none ? nullptr : open(file, kind, flags);
 }
 
 cr_status_t check_file_form(SQLite::Database& database) {

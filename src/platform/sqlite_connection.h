@@ -20,6 +20,9 @@ namespace platform {
 // Errors: Cr_ErrnoException, naming the file, when it cannot be opened or is no regular file.
 std::unique_ptr<SQLite::Database> open_database(const std::string& file, int flags);
 
+// The same; null when there is nothing at all.
+std::unique_ptr<SQLite::Database> open_database_if_there(const std::string& file, int flags);
+
 // Whether the file is one to work on, found out without SQLite reading it. Returns 0;
 // k_status_db_write_ahead_log when readers share it through such a log, for which even a reader
 // would make files, or when one lies beside it, which SQLite would read for the database, be it

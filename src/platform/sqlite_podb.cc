@@ -16,9 +16,10 @@ std::string_view text_of(const SQLite::Column& column) {
   return {text, static_cast<std::size_t>(column.getBytes())};
 }
 
-std::string bytes_of(const SQLite::Column& column) {
+std::string_view bytes_of(const SQLite::Column& column) {
   const auto* bytes = static_cast<const char*>(column.getBlob());
-  return bytes == nullptr ? std::string() : std::string(bytes, bytes + column.getBytes());
+  if (bytes == nullptr) return {};
+  return {bytes, static_cast<std::size_t>(column.getBytes())};
 }
 
 // A prepared statement in use. It is reset at the end: one that stays on its row keeps its lock.
@@ -49,7 +50,35 @@ void step_through(SQLite::Statement& statement, const PODB::BasenameVisitor* row
   } while (statement.executeStep());
 }
 
+// Hands on the rows, which come in byte order, as long as they are texts before `prefix`.
+void step_up_to(std::string_view prefix, SQLite::Statement& statement,
+                const PODB::BasenameVisitor& rows) {
+  while (statement.executeStep()) {
+    const SQLite::Column first = statement.getColumn(0);
+    if (!first.isText() || text_of(first) >= prefix) return;
+    rows(text_of(first));
+  }
+}
+
+// The first text, in byte order, behind all that begin with `prefix`; empty when there is none.
+std::string next_behind(std::string_view prefix) {
+  std::string next(prefix);
+  while (!next.empty() && next.back() == '\xff') next.pop_back();
+  if (!next.empty()) ++next.back();
+  return next;
+}
+
 }  // namespace
+
+// Turns what SQLite reports into a status.
+template <class Operation>
+cr_status_t SQLitePODB::guarded(Operation operation) {
+  try {
+    return operation();
+  } catch (const SQLite::Exception& error) {
+    return platform::database_status(error);
+  }
+}
 
 // The database lies in the policy directory alone; the root serves libraries that keep more there.
 SQLitePODB::SQLitePODB(const std::string& /*catalog_root*/, const std::string& policy_dir,
@@ -57,7 +86,7 @@ SQLitePODB::SQLitePODB(const std::string& /*catalog_root*/, const std::string& p
     : m_access(access) {
   const std::string file = platform::podb_file(policy_dir).string();
   const int flags = access == Access::read_only ? SQLite::OPEN_READONLY : SQLite::OPEN_READWRITE;
-  if (platform::is_there(file)) m_database = platform::open_database(file, flags);
+  m_database = platform::open_database_if_there(file, flags);
 }
 
 SQLitePODB::SQLitePODB(const fs::path& catalog_root, const fs::path& policy_dir)
@@ -91,9 +120,29 @@ bool SQLitePODB::holds_nothing() {
 }
 
 cr_status_t SQLitePODB::get_basenames(const BasenameVisitor& visitor) {
-  // The index behind UNIQUE holds the basenames alone, in byte order.
-  return guarded(
-      [&] { return list_basenames("SELECT basename FROM po ORDER BY basename", visitor); });
+  return in_one_lock_cycle([&] {
+    // The index behind UNIQUE holds the basenames alone, in byte order.
+    SQLite::Statement names(*m_database, "SELECT basename FROM po ORDER BY basename");
+    step_through(names, &visitor);
+  });
+}
+
+cr_status_t SQLitePODB::get_basenames_without(std::string_view prefix,
+                                              const BasenameVisitor& visitor) {
+  return in_one_lock_cycle([&] {
+    SQLite::Statement names(*m_database,
+                            "SELECT basename FROM po WHERE basename >= ? ORDER BY basename");
+    names.bind(1, "");
+    step_up_to(prefix, names, visitor);
+    const std::string behind = next_behind(prefix);
+    names.reset();
+    if (behind.empty()) {
+      names.bindNoCopy(1, behind.c_str(), 0);  // what is no text stands behind all texts
+    } else {
+      names.bindNoCopy(1, behind);
+    }
+    step_through(names, &visitor);
+  });
 }
 
 cr_status_t SQLitePODB::get_basenames(std::vector<std::string>& names, const std::string& condition,
@@ -102,8 +151,11 @@ cr_status_t SQLitePODB::get_basenames(std::vector<std::string>& names, const std
   const std::string sql = "SELECT basename FROM po WHERE " + condition +
                           " ORDER BY basename LIMIT " + most + " OFFSET " + std::to_string(offset);
   names.clear();
-  const cr_status_t status = guarded([&] {
-    return list_basenames(sql, [&](std::string_view name) { names.emplace_back(name); });
+  const cr_status_t status = in_one_lock_cycle([&] {
+    platform::require_one_statement(*m_database, sql);
+    SQLite::Statement listing(*m_database, sql);
+    const BasenameVisitor add = [&](std::string_view name) { names.emplace_back(name); };
+    step_through(listing, &add);
   });
   if (status != k_status_ok) names.clear();
   return status;
@@ -124,8 +176,12 @@ cr_status_t SQLitePODB::get(const std::string& basename, PO& po) {
     if (!poid.isText() || !size.isInteger() || !mtime.isInteger() || !record.isBlob()) {
       return k_status_malformed;
     }
-    po.data() = {basename, std::string(text_of(poid)), size.getInt64(), mtime.getInt64(),
-                 bytes_of(record)};
+    POData& data = po.data();
+    data.basename = basename;
+    data.poid = text_of(poid);
+    data.size = size.getInt64();
+    data.mtime = mtime.getInt64();
+    data.record = bytes_of(record);
     return k_status_ok;
   });
 }
@@ -204,27 +260,18 @@ std::int64_t SQLitePODB::changed_rows() const {
   return m_database ? m_database->getChanges() : 0;
 }
 
-cr_status_t SQLitePODB::guarded(const std::function<cr_status_t()>& operation) {
-  try {
-    return operation();
-  } catch (const SQLite::Exception& error) {
-    return platform::database_status(error);
-  }
-}
-
-cr_status_t SQLitePODB::list_basenames(const std::string& sql, const BasenameVisitor& visitor) {
-  if (!m_database) return k_status_ok;
-  cr_status_t status = platform::check_file_form(*m_database);
-  if (status != k_status_ok) return status;
-  SQLite::Transaction one_lock_cycle(*m_database);
-  status = check();
-  if (status != k_status_ok) return status;
-  platform::require_one_statement(*m_database, sql);
-  SQLite::Statement names(*m_database, sql);
-  step_through(names, &visitor);
-  names.reset();
-  one_lock_cycle.commit();
-  return k_status_ok;
+cr_status_t SQLitePODB::in_one_lock_cycle(const std::function<void()>& listing) {
+  return guarded([&] {
+    if (!m_database) return k_status_ok;
+    cr_status_t status = platform::check_file_form(*m_database);
+    if (status != k_status_ok) return status;
+    SQLite::Transaction transaction(*m_database);
+    status = check();
+    if (status != k_status_ok) return status;
+    listing();
+    transaction.commit();
+    return k_status_ok;
+  });
 }
 
 cr_status_t SQLitePODB::check() {

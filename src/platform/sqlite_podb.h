@@ -45,6 +45,8 @@ class SQLitePODB : public PODB {
   SQLitePODB& operator=(const SQLitePODB&) = delete;
 
   cr_status_t get_basenames(const BasenameVisitor& visitor) override;
+  cr_status_t get_basenames_without(std::string_view prefix,
+                                    const BasenameVisitor& visitor) override;
   cr_status_t get_basenames(std::vector<std::string>& names, const std::string& condition,
                             unsigned offset, unsigned limit) override;
   cr_status_t get(const std::string& basename, PO& po) override;
@@ -63,8 +65,9 @@ class SQLitePODB : public PODB {
   std::int64_t changed_rows() const;
 
  private:
-  cr_status_t guarded(const std::function<cr_status_t()>& operation);
-  cr_status_t list_basenames(const std::string& sql, const BasenameVisitor& visitor);
+  template <class Operation>
+  static cr_status_t guarded(Operation operation);
+  cr_status_t in_one_lock_cycle(const std::function<void()>& listing);
   cr_status_t check();
   bool holds_nothing();
 

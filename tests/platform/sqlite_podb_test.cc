@@ -42,6 +42,31 @@ TEST_F(SQLitePODBTest, ListsInByteOrder) {
   EXPECT_EQ(names, (std::vector<std::string>{"B", "a", "a_", "b", "\xc3\xa4"}));
 }
 
+TEST_F(SQLitePODBTest, ListsWhatDoesNotBeginSo) {
+  create({"", "A", "a", "aa", "ab", "ab\xff", "abc", "ac", "b", "\xff", "\xff\xff", "\xff\xff_"});
+  support::sqlite(m_file, "INSERT INTO po VALUES (x'00', 'i', 1, 1, x''), (x'61', 'i', 1, 1, x'')");
+  std::vector<std::string> all;
+  ASSERT_EQ(list(all), 0);
+  SQLitePODB database("/", m_policy.string());
+  for (const std::string prefix :
+       {"A", "a", "ab", "ab\xff", "abcd", "0", "z", "\xff", "\xff\xff"}) {
+    const auto others = [&](const std::vector<std::string>& names) {
+      std::vector<std::string> result;
+      for (const std::string& name : names) {
+        if (name.compare(0, prefix.size(), prefix) != 0) result.push_back(name);
+      }
+      return result;
+    };
+    std::vector<std::string> listed;
+    EXPECT_EQ(database.get_basenames_without(
+                  prefix, [&](std::string_view name) { listed.emplace_back(name); }),
+              0);
+    // A name that is no text may be handed out whatever it begins with.
+    EXPECT_EQ(others(listed), others(all)) << prefix;
+    EXPECT_LE(listed.size(), others(all).size() + 1) << prefix;
+  }
+}
+
 TEST_F(SQLitePODBTest, AcceptsOurSchemaHoweverItIsWritten) {
   const std::string columns =
       "basename TEXT NOT NULL UNIQUE, -- e.g. a name\n poid\tTEXT NOT NULL,size INTEGER NOT NULL, "

@@ -25,8 +25,8 @@ TEST(Scan, ReportsExactlyWhatWasPlanted) {
     EXPECT_EQ(ended.err, "");
     EXPECT_EQ(lines_beginning(ended.out, "Client "), planted.scan_lines);
     EXPECT_TRUE(ends_with(ended.out, k_issues)) << ended.out;
-    const std::string summary =
-        "summary: policy directories 30, failed 0, POs " + std::to_string(planted.pos) + ", ";
+    const std::string summary = "summary: policy directories 30, failed 0, POs " +
+                                std::to_string(planted.miscased_copies * 2) + ", ";
     EXPECT_TRUE(contains(scene.run_log(), summary)) << scene.run_log();
     fs::remove_all(scene.storage().log_dir() / "mdfixup");
   }

@@ -11,7 +11,8 @@ ScanPODB::ScanPODB(const boost::filesystem::path& policy_dir, dct::util::LogFile
 
 int ScanPODB::visit_podb_impl() {
   bool found = false;
-  const cr_status_t status = podb().get_basenames([&](std::string_view basename) {
+  // Names in the client's own spelling, which are nearly all, need not be looked at.
+  const cr_status_t status = podb().get_basenames_without(client(), [&](std::string_view basename) {
     ++tally().pos;
     found = found || match_prefix(basename, client()) == PrefixMatch::other_case;
   });

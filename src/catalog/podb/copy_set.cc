@@ -1,0 +1,39 @@
+#include "catalog/podb/copy_set.h"
+
+#include <algorithm>
+
+namespace catalog::podb {
+
+void CopySet::insert(const details::numbers& copy) {
+  if (!m_entries.empty()) {
+    const details::numbers last = m_entries.back().copy();
+    if (last == copy) return;
+    if (copy < last) m_ascending = false;
+  }
+  m_entries.push_back({copy.backup_time, copy.copy_number, false});
+}
+
+void CopySet::finish() {
+  if (m_ascending) return;
+  std::sort(m_entries.begin(), m_entries.end(),
+            [](const Entry& a, const Entry& b) { return a.copy() < b.copy(); });
+  const auto same = [](const Entry& a, const Entry& b) { return a.copy() == b.copy(); };
+  m_entries.erase(std::unique(m_entries.begin(), m_entries.end(), same), m_entries.end());
+}
+
+bool CopySet::erase(const details::numbers& copy) {
+  auto entry = m_entries.begin() + static_cast<std::ptrdiff_t>(m_next);
+  if (entry == m_entries.end() || !(entry->copy() == copy)) {
+    entry =
+        std::lower_bound(m_entries.begin(), m_entries.end(), copy,
+                         [](const Entry& a, const details::numbers& b) { return a.copy() < b; });
+    if (entry == m_entries.end() || !(entry->copy() == copy)) return false;
+  }
+  m_next = static_cast<std::size_t>(entry - m_entries.begin()) + 1;
+  if (entry->erased) return false;
+  entry->erased = true;
+  ++m_erased;
+  return true;
+}
+
+}  // namespace catalog::podb

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <tuple>
+#include <vector>
+
+namespace catalog::podb {
+
+namespace details {
+
+// The key of one image copy within a policy directory; ordered by time, then by copy.
+struct numbers {
+  std::int64_t backup_time;  // seconds since the epoch
+  std::uint32_t copy_number;
+
+  bool operator<(const numbers& other) const {
+    return std::tie(backup_time, copy_number) < std::tie(other.backup_time, other.copy_number);
+  }
+  bool operator==(const numbers& other) const {
+    return std::tie(backup_time, copy_number) == std::tie(other.backup_time, other.copy_number);
+  }
+};
+
+}  // namespace details
+
+// An ordered set of image copies that is filled first and taken from then, both mostly in ascending
+// order: that costs a comparison each; any other order costs a sort or a search. A directory may
+// have millions of copies; each takes 16 bytes.
+//
+// Threads: one thread.
+class CopySet {
+ public:
+  // Copies may come in any order and more than once.
+  void insert(const details::numbers& copy);
+
+  // Behind the last insert, and before anything below.
+  void finish();
+
+  // Takes the copy out; whether it was there.
+  bool erase(const details::numbers& copy);
+
+  std::size_t size() const { return m_entries.size() - m_erased; }
+
+  // Calls `visit` with each copy, in ascending order.
+  template <class Visitor>
+  void for_each(Visitor visit) const {
+    for (const Entry& entry : m_entries) {
+      if (!entry.erased) visit(entry.copy());
+    }
+  }
+
+ private:
+  struct Entry {
+    std::int64_t backup_time;
+    std::uint32_t copy_number;
+    bool erased;
+
+    details::numbers copy() const { return {backup_time, copy_number}; }
+  };
+
+  std::vector<Entry> m_entries;
+  std::size_t m_erased = 0;
+  std::size_t m_next = 0;  // where the copy behind the one erased last stands
+  bool m_ascending = true;
+};
+
+}  // namespace catalog::podb

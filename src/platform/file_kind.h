@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+namespace platform {
+
+// What is at a path.
+enum class FileKind {
+  none,
+  regular,
+  special,       // a pipe or a device, which would be waited for or read for ever, or a directory
+  out_of_reach,  // something that cannot be looked at: a link that leads nowhere, for one
+};
+
+// A link counts as what it leads to.
+FileKind file_kind(const std::string& path);
+
+}  // namespace platform
