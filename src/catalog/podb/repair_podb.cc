@@ -59,9 +59,17 @@ int RepairPODB::visit_podb_impl() {
 // A name of the client's own spelling may be listed where the spelling ends inside a character.
 // It is where it belongs; its source and target would be one file.
 void RepairPODB::group_basenames(const Names& names, Groups& groups) const {
+  std::string_view spelling;
+  ChosenNames* group = nullptr;  // null where the spelling is another client's
   for (auto name = names.cbegin(); name != names.cend(); ++name) {
-    if (match_prefix(*name, client()) != PrefixMatch::other_case) continue;
-    groups[name->substr(0, client().size())].push_back(name);
+    // Names come in byte order: those of one spelling stand together.
+    const std::string_view prefix = std::string_view(*name).substr(0, client().size());
+    if (prefix != spelling || name == names.cbegin()) {
+      spelling = prefix;
+      const bool is_ours = match_prefix(*name, client()) == PrefixMatch::other_case;
+      group = is_ours ? &groups[std::string(spelling)] : nullptr;
+    }
+    if (group != nullptr) group->push_back(name);
   }
 }
 
@@ -97,16 +105,27 @@ cr_status_t RepairPODB::begin_both(SQLitePODB& target, const fs::path& target_di
 
 // The source is read through a connection of its own. A transaction that meets damage can no longer
 // be committed, and a PO that cannot be read is to stay where it is without keeping the others back.
-// Nobody writes to the source meanwhile: its transaction has been begun. The reader is gone before
-// anything is removed, which would wait for it.
+// Nobody writes to the source meanwhile: its transaction has been begun. The reader lets go of it
+// before anything is removed, which would wait for it.
 cr_status_t RepairPODB::copy_to_target(Groups::const_iterator group, SQLitePODB& target,
                                        const fs::path& target_dir, ChosenNames& copied) {
-  SQLitePODB reader(location().catalog_root.string(), policy_path().string());
-  cr_status_t status = reader.do_begin_transaction();
+  if (!m_reader) {
+    m_reader =
+        std::make_unique<SQLitePODB>(location().catalog_root.string(), policy_path().string());
+  }
+  cr_status_t status = m_reader->do_begin_transaction();
   if (status != k_status_ok) return write_error(ErrorType::begin_source, status, policy_path(), "");
+  status = copy_group(group, *m_reader, target, target_dir, copied);
+  roll_back(*m_reader);
+  return status;
+}
+
+cr_status_t RepairPODB::copy_group(Groups::const_iterator group, SQLitePODB& reader,
+                                   SQLitePODB& target, const fs::path& target_dir,
+                                   ChosenNames& copied) {
   FilePO po;
   for (const Names::const_iterator& name : group->second) {
-    status = reader.get(*name, po);
+    cr_status_t status = reader.get(*name, po);
     if (status != k_status_ok) {
       (void)write_error(ErrorType::get_from_source, status, policy_path(), *name);  // it stays
       continue;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -53,6 +54,8 @@ class RepairPODB : public BaseVisitPODB {
   cr_status_t begin_both(SQLitePODB& target, const boost::filesystem::path& target_dir);
   cr_status_t copy_to_target(Groups::const_iterator group, SQLitePODB& target,
                              const boost::filesystem::path& target_dir, ChosenNames& copied);
+  cr_status_t copy_group(Groups::const_iterator group, SQLitePODB& reader, SQLitePODB& target,
+                         const boost::filesystem::path& target_dir, ChosenNames& copied);
   cr_status_t remove_from_source(const ChosenNames& basenames);
   cr_status_t commit_both(SQLitePODB& target, const boost::filesystem::path& target_dir);
   cr_status_t found_collision(FilePO& po, SQLitePODB& target, const std::string& basename,
@@ -62,6 +65,7 @@ class RepairPODB : public BaseVisitPODB {
                           const std::string& basename) const;
 
   dct::util::LogFile& m_collision_log;
+  std::unique_ptr<SQLitePODB> m_reader;  // of the source; made for the first group
   bool m_collision_found = false;
 };
 
