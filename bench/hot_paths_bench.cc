@@ -148,7 +148,7 @@ BENCHMARK(DeletionStatement)
 
 // What is found out beforehand for as many orphans in as many POs.
 void TakingsOfAllOrphans(benchmark::State& state) {
-  std::set<catalog::podb::details::numbers> orphans;
+  catalog::podb::CopySet orphans;
   std::vector<std::string> names;
   for (std::int64_t i = 0; i < state.range(0); ++i) {
     orphans.insert({k_first_time + i, 1});

@@ -117,11 +117,20 @@ void VisitPOsNotInTVRCatalog<V>::list_unvisited_pairs() {
   const std::set<std::string> visited(pairs.begin(), pairs.end());
   DirCounts counts;
   const CountsAdder counted(totals_to_add_to(), counts);
+  std::string client;
+  std::string policy;
+  bool is_visited = false;
   const TVRImageIterator end;
   TVRImageIterator image(m_admincmd_dir, m_disk_pool,
                          podb::listing_hours_ago(m_catalog_backup_time));
   for (; image != end && !util::interrupted(); ++image) {
-    if (visited.count(pair_text(image->client_name, image->policy_name)) != 0) continue;
+    // Images of one pair mostly stand together.
+    if (image->client_name != client || image->policy_name != policy) {
+      client = image->client_name;
+      policy = image->policy_name;
+      is_visited = visited.count(pair_text(client, policy)) != 0;
+    }
+    if (is_visited) continue;
     for (const std::uint32_t copy_number : distinct(image->copy_numbers)) {
       ++counts.missing_copies;
       m_missing_images_log->write(podb::missing_image_line(image->client_name, image->policy_name,

@@ -14,6 +14,9 @@ namespace dct {
 namespace {
 
 constexpr int k_shell_signal_base = 128;
+
+// As much as a pipe holds: each read of less is one more change between the child and us.
+constexpr std::size_t k_stream_buffer_bytes = 65536;
 constexpr int k_last_shell_signal = k_shell_signal_base + 31;
 
 [[noreturn]] void throw_child_did_not_exit() {
@@ -24,7 +27,13 @@ constexpr int k_last_shell_signal = k_shell_signal_base + 31;
 
 // The buffer is left uninitialised: a mebibyte of zeros for each directory would be seen.
 PopenRead::PopenRead(std::size_t capacity, std::FILE* stream)
-    : m_capacity(capacity), m_stream(stream), m_buffer(new char[capacity]) {}
+    : m_capacity(capacity),
+      m_stream(stream),
+      m_stream_buffer(new char[k_stream_buffer_bytes]),
+      m_buffer(new char[capacity]) {
+  // On failure the stream goes on with the buffer that it has.
+  (void)std::setvbuf(m_stream, m_stream_buffer.get(), _IOFBF, k_stream_buffer_bytes);
+}
 
 PopenRead::~PopenRead() {
   if (m_stream != nullptr) (void)::pclose(m_stream);  // whoever wanted to know has called close

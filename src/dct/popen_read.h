@@ -54,6 +54,7 @@ class PopenRead {
  private:
   const std::size_t m_capacity;
   std::FILE* m_stream;  // null once closed
+  std::unique_ptr<char[]> m_stream_buffer;
   std::unique_ptr<char[]> m_buffer;
   std::size_t m_length = 0;
   bool m_at_end = false;

@@ -191,16 +191,25 @@ void BaseTVRImageIteratorImpl::parse_frag_line() {
 }
 
 void BaseTVRImageIteratorImpl::add_copy_summaries() {
+  const std::vector<std::uint32_t>& copies = m_image.copy_numbers;
+  const std::vector<std::uint32_t>& values = m_image.frag_values;
+  if (std::count(copies.begin(), copies.end(), copies.front()) ==
+      static_cast<std::ptrdiff_t>(copies.size())) {
+    // Nearly every image: no map is made for it.
+    return add_summary(copies.front(), *std::max_element(values.begin(), values.end()));
+  }
   std::map<std::uint32_t, std::uint32_t> largest_values;
-  for (std::size_t i = 0; i < m_image.copy_numbers.size(); ++i) {
-    std::uint32_t& largest = largest_values[m_image.copy_numbers[i]];
-    largest = std::max(largest, m_image.frag_values[i]);
+  for (std::size_t i = 0; i < copies.size(); ++i) {
+    std::uint32_t& largest = largest_values[copies[i]];
+    largest = std::max(largest, values[i]);
   }
-  for (const auto& [copy, largest] : largest_values) {
-    m_image.copy_numbers.push_back(copy);
-    m_image.fragment_numbers.push_back(0);
-    m_image.frag_values.push_back(largest);
-  }
+  for (const auto& [copy, largest] : largest_values) add_summary(copy, largest);
+}
+
+void BaseTVRImageIteratorImpl::add_summary(std::uint32_t copy, std::uint32_t largest_value) {
+  m_image.copy_numbers.push_back(copy);
+  m_image.fragment_numbers.push_back(0);
+  m_image.frag_values.push_back(largest_value);
 }
 
 }  // namespace details

@@ -71,6 +71,7 @@ class BaseTVRImageIteratorImpl {
   void read_image();
   bool read_to_next_image(bool skip);
   void add_copy_summaries();
+  void add_summary(std::uint32_t copy, std::uint32_t largest_value);
   [[noreturn]] void throw_malformed(const std::string& text);
 
   TVRImage m_image;

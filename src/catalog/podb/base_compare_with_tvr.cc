@@ -48,9 +48,15 @@ void BaseCompareWithTVR::compare_metadata_impl() {
   const TVRImageIterator end;
   TVRImageIterator image(m_admincmd_dir, m_disk_pool, client(), policy(),
                          listing_hours_ago(m_catalog_backup_time));
+  std::vector<std::uint32_t> copy_numbers;
+  std::map<std::uint32_t, bool> copies;
   for (; image != end; ++image) {
-    std::map<std::uint32_t, bool> copies;
-    for (const std::uint32_t copy_number : image->copy_numbers) copies.emplace(copy_number, false);
+    // Most images have the copies of the one before: the map is used again.
+    if (image->copy_numbers != copy_numbers) {
+      copies.clear();
+      copy_numbers = image->copy_numbers;
+    }
+    for (const std::uint32_t copy_number : copy_numbers) copies[copy_number] = false;
     compare_image(image->backup_time, copies);
   }
 }
@@ -74,16 +80,16 @@ std::string BaseCompareWithTVR::missing_images_fname() {
 }
 
 void BaseCompareWithTVR::visit_image_copies_not_in_TV_impl() {
-  if (image_copies().empty()) return;
+  if (image_copies().size() == 0) return;
   if (image_copies().size() == tally().copies) {
     WarningA("the backup catalog has none of the copies in " +
              dct::filesystem::as_utf8(policy_path()));
   }
   find_takings();
-  for (const details::numbers& orphan : image_copies()) {
+  image_copies().for_each([this](const details::numbers& orphan) {
     ++tally().orphan_copies;
     visit_one_image_copy(orphan.backup_time, orphan.copy_number);
-  }
+  });
 }
 
 void BaseCompareWithTVR::find_takings() {

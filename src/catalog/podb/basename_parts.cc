@@ -1,5 +1,7 @@
 #include "catalog/podb/basename_parts.h"
 
+#include <algorithm>
+
 #include <boost/algorithm/string/predicate.hpp>
 
 #include "platform/status.h"
@@ -9,8 +11,6 @@
 namespace catalog::podb {
 
 namespace {
-
-constexpr std::size_t k_fewest_tokens = 4;
 
 [[noreturn]] void throw_malformed(const std::string& text) {
   throw Cr_ErrnoException(k_status_malformed, text);
@@ -40,6 +40,11 @@ void require_prefix(std::string_view basename, std::string_view client, PrefixMa
                     " does not match the case of " +
                     std::string(basename.substr(0, client.size())));
   }
+}
+
+std::size_t count_tokens(std::string_view rest) {
+  const auto is_separator = [](char c) { return c == '_' || c == '.'; };
+  return 1 + static_cast<std::size_t>(std::count_if(rest.begin(), rest.end(), is_separator));
 }
 
 BasenameTokens split_basename(std::string_view basename, std::size_t client_length,

@@ -28,6 +28,12 @@ struct BasenameTokens {
   std::string_view operator[](std::size_t i) const { return tokens[i]; }
 };
 
+// The fewest tokens of an accepted name.
+constexpr std::size_t k_fewest_tokens = 4;
+
+// How many tokens the rest of a basename has, which begins behind a separator.
+std::size_t count_tokens(std::string_view rest);
+
 // Splits a basename whose prefix is the client's name, and checks that it has 4 to `most` tokens.
 // Errors: Cr_ErrnoException, k_status_malformed.
 BasenameTokens split_basename(std::string_view basename, std::size_t client_length,

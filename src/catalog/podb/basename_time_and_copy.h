@@ -15,11 +15,19 @@ class BasenameTimeAndCopy {
  public:
   // Fills the fields from a basename found in the directory of client `client_dir`.
   // Errors: as POFilename::parse.
+  //
+  // Names come in byte order, those of one copy behind each other: the next one of the copy that was
+  // parsed last is known by its beginning.
   void parse(std::string_view basename, const std::string& client_dir);
 
   std::int64_t backup_time = 0;  // seconds since the epoch
   std::uint32_t copy_number = 0;
   std::string client_name;
+
+ private:
+  bool names_same_copy(std::string_view basename, const std::string& client_dir) const;
+
+  std::string m_copy_prefix;  // of the last name, with the separator behind the copy number
 };
 
 }  // namespace catalog::podb

@@ -2,7 +2,6 @@
 
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 
-#include "catalog/podb/basename_time_and_copy.h"
 #include "dct/filesystem.h"
 #include "platform/run_log.h"
 
@@ -15,7 +14,8 @@ BasenameTimeAndCopySet::BasenameTimeAndCopySet(const boost::filesystem::path& po
 int BasenameTimeAndCopySet::visit_podb_impl() {
   const cr_status_t status =
       podb().get_basenames([this](std::string_view basename) { insert(basename); });
-  if (status != k_status_ok) m_image_copies.clear();
+  if (status != k_status_ok) m_image_copies = CopySet();
+  m_image_copies.finish();
   tally().copies = m_image_copies.size();
   return status;
 }
@@ -23,10 +23,8 @@ int BasenameTimeAndCopySet::visit_podb_impl() {
 void BasenameTimeAndCopySet::insert(std::string_view basename) {
   ++tally().pos;
   try {
-    BasenameTimeAndCopy copy;
-    copy.parse(basename, client());
-    // Names come in byte order, so that nearly every copy belongs at the end.
-    m_image_copies.insert(m_image_copies.end(), {copy.backup_time, copy.copy_number});
+    m_name.parse(basename, client());
+    m_image_copies.insert({m_name.backup_time, m_name.copy_number});
   } catch (const Cr_ErrnoException& error) {
     if (error.GetStatus() != k_status_handled) report_unparsed(error.what());
   } catch (const boost::bad_lexical_cast& error) {
@@ -45,7 +43,7 @@ void BasenameTimeAndCopySet::report_unparsed(const char* text) const {
 void BasenameTimeAndCopySet::set_in_tvr_cat(std::int64_t backup_time,
                                             std::map<std::uint32_t, bool>& copies) {
   for (auto& [copy_number, in_metadata] : copies) {
-    if (m_image_copies.erase({backup_time, copy_number}) != 0) in_metadata = true;
+    if (m_image_copies.erase({backup_time, copy_number})) in_metadata = true;
   }
 }
 

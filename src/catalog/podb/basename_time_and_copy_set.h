@@ -2,27 +2,14 @@
 
 #include <cstdint>
 #include <map>
-#include <set>
+#include <string>
 #include <string_view>
-#include <tuple>
 
 #include "catalog/podb/base_visit_podb.h"
+#include "catalog/podb/basename_time_and_copy.h"
+#include "catalog/podb/copy_set.h"
 
 namespace catalog::podb {
-
-namespace details {
-
-// The key of one image copy within a policy directory; ordered by time, then by copy.
-struct numbers {
-  std::int64_t backup_time;  // seconds since the epoch
-  std::uint32_t copy_number;
-
-  bool operator<(const numbers& other) const {
-    return std::tie(backup_time, copy_number) < std::tie(other.backup_time, other.copy_number);
-  }
-};
-
-}  // namespace details
 
 // The image copies that one policy directory has POs of.
 //
@@ -43,13 +30,14 @@ class BasenameTimeAndCopySet : public BaseVisitPODB {
   void set_in_tvr_cat(std::int64_t backup_time, std::map<std::uint32_t, bool>& copies);
 
  protected:
-  const std::set<details::numbers>& image_copies() const { return m_image_copies; }
+  const CopySet& image_copies() const { return m_image_copies; }
 
  private:
   void insert(std::string_view basename);
   void report_unparsed(const char* text) const;
 
-  std::set<details::numbers> m_image_copies;
+  BasenameTimeAndCopy m_name;
+  CopySet m_image_copies;
 };
 
 }  // namespace catalog::podb

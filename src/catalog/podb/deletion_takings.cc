@@ -2,16 +2,17 @@
 
 #include <algorithm>
 
-#include <boost/lexical_cast/try_lexical_convert.hpp>
-
 #include "catalog/podb/basename_parts.h"
 #include "catalog/podb/basename_time_and_copy.h"
 #include "platform/sql_like.h"
 #include "platform/status.h"
+#include "util/to_number.h"
 
 namespace catalog::podb {
 
 namespace {
+
+constexpr unsigned char k_beyond_ascii = 0x80;
 
 std::string deletion_pattern(const std::string& client, const details::numbers& copy) {
   return client + "_" + std::to_string(copy.backup_time) + "_C" + std::to_string(copy.copy_number) +
@@ -36,8 +37,9 @@ std::size_t count_characters(std::string_view text) {
 }
 
 std::size_t digits_at(std::string_view text, std::size_t begin) {
-  const std::size_t end = text.find_first_not_of("0123456789", begin);
-  return std::min(end, text.size()) - begin;
+  std::size_t end = begin;
+  while (end < text.size() && text[end] >= '0' && text[end] <= '9') ++end;
+  return end - begin;
 }
 
 }  // namespace
@@ -52,12 +54,11 @@ std::string taking_text(const std::string& verb, const Taking& taking) {
   return text;
 }
 
-DeletionTakings::DeletionTakings(const std::string& client,
-                                 const std::set<details::numbers>& orphans)
+DeletionTakings::DeletionTakings(const std::string& client, const CopySet& orphans)
     : m_client(client), m_characters_before_time(count_characters(client) + 1) {
-  for (const details::numbers& orphan : orphans) {
+  orphans.for_each([this](const details::numbers& orphan) {
     m_takings.emplace_hint(m_takings.end(), orphan, Taking());
-  }
+  });
 }
 
 void DeletionTakings::add(std::string_view basename) {
@@ -71,8 +72,7 @@ void DeletionTakings::add(std::string_view basename) {
 // character, and a "C". Either the name's digits there are the time, or all but the last are and
 // that one is the any character; nothing else can match.
 DeletionTakings::Takings::iterator DeletionTakings::first_taker(std::string_view basename) {
-  std::string_view rest = basename;
-  for (std::size_t i = 0; i < m_characters_before_time; ++i) rest = without_first_character(rest);
+  const std::string_view rest = from_time_on(basename);
   const std::size_t sign = !rest.empty() && rest.front() == '-' ? 1 : 0;
   const std::string_view time = rest.substr(0, sign + digits_at(rest, sign));
   if (time.size() == sign) return m_takings.end();
@@ -81,12 +81,23 @@ DeletionTakings::Takings::iterator DeletionTakings::first_taker(std::string_view
   return first_taker_at(time.substr(0, time.size() - 1), basename);
 }
 
+// A name in the client's own spelling has its time where the spelling and one byte end; nearly all
+// have.
+std::string_view DeletionTakings::from_time_on(std::string_view basename) const {
+  const std::size_t time = m_client.size() + 1;
+  const bool is_own_spelling = basename.size() > time &&
+                               static_cast<unsigned char>(basename[time - 1]) < k_beyond_ascii &&
+                               basename.substr(0, m_client.size()) == m_client;
+  if (is_own_spelling) return basename.substr(time);
+  std::string_view rest = basename;
+  for (std::size_t i = 0; i < m_characters_before_time; ++i) rest = without_first_character(rest);
+  return rest;
+}
+
 DeletionTakings::Takings::iterator DeletionTakings::first_taker_at(std::string_view time_text,
                                                                    std::string_view basename) {
   std::int64_t time = 0;
-  if (!boost::conversion::try_lexical_convert(time_text.data(), time_text.size(), time)) {
-    return m_takings.end();
-  }
+  if (!util::try_to_number(time_text, time)) return m_takings.end();
   auto taker = m_takings.lower_bound({time, 0});
   for (; taker != m_takings.end() && taker->first.backup_time == time; ++taker) {
     if (platform::sql_like(deletion_pattern(m_client, taker->first), std::string(basename))) {

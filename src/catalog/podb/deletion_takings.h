@@ -2,12 +2,11 @@
 
 #include <cstdint>
 #include <map>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "catalog/podb/basename_time_and_copy_set.h"
+#include "catalog/podb/copy_set.h"
 
 namespace catalog::podb {
 
@@ -34,7 +33,7 @@ std::string taking_text(const std::string& verb, const Taking& taking);
 class DeletionTakings {
  public:
   DeletionTakings() = default;
-  DeletionTakings(const std::string& client, const std::set<details::numbers>& orphans);
+  DeletionTakings(const std::string& client, const CopySet& orphans);
 
   // Counts a PO of the directory to the first statement that takes it, if one does.
   void add(std::string_view basename);
@@ -45,6 +44,7 @@ class DeletionTakings {
  private:
   using Takings = std::map<details::numbers, Taking>;
 
+  std::string_view from_time_on(std::string_view basename) const;
   Takings::iterator first_taker(std::string_view basename);
   Takings::iterator first_taker_at(std::string_view time_text, std::string_view basename);
   bool names_copy(std::string_view basename, const details::numbers& copy) const;

@@ -38,9 +38,8 @@ std::string full(const std::string& basename) {
   });
 }
 
-std::string light(const std::string& basename) {
+std::string light(const std::string& basename, catalog::podb::BasenameTimeAndCopy name = {}) {
   return outcome(basename, [&] {
-    catalog::podb::BasenameTimeAndCopy name;
     name.parse(basename, k_client);
     return name.client_name + " " + std::to_string(name.backup_time) + " " +
            std::to_string(name.copy_number);
@@ -82,6 +81,11 @@ TEST(Basename, Parses) {
   for (const auto& [basename, full_outcome, light_outcome] : rows) {
     EXPECT_EQ(full(basename), full_outcome) << basename;
     EXPECT_EQ(light(basename), light_outcome) << basename;
+    for (const auto& before : rows) {
+      catalog::podb::BasenameTimeAndCopy used;
+      (void)outcome(before[0], [&] { return used.parse(before[0], k_client), ""; });
+      EXPECT_EQ(light(basename, used), light_outcome) << basename << " behind " << before[0];
+    }
   }
 }
 
