@@ -1,6 +1,7 @@
 #!/bin/sh
-# Installs what is missing of the Debian packages that building, testing or checking needs:
-# install-packages.sh build|check. Without a missing package nothing is fetched.
+# Installs what is missing of the Debian packages that building, testing, checking or comparing
+# speed needs:
+# install-packages.sh build|check|bench. Without a missing package nothing is fetched.
 set -eu
 
 build="g++ cmake ninja-build
@@ -9,11 +10,14 @@ build="g++ cmake ninja-build
   libsqlite3-dev libsqlitecpp-dev libspdlog-dev libgtest-dev libbenchmark-dev sqlite3 strace"
 check="$build clang libclang-rt-dev clang-format clang-tidy git universal-ctags shellcheck time"
 
+bench="$build python3"
+
 case ${1-} in
   build) wanted=$build ;;
   check) wanted=$check ;;
+  bench) wanted=$bench ;;
   *)
-    echo "usage: install-packages.sh build|check" >&2
+    echo "usage: install-packages.sh build|check|bench" >&2
     exit 2
     ;;
 esac

@@ -1,0 +1,73 @@
+"""Compares mdfixup with what its tasks cannot do without and with what an operator would write."""
+
+import argparse
+import pathlib
+import sys
+import tempfile
+
+import runs
+import storages
+import table
+import tasks
+
+BENCH = pathlib.Path(__file__).resolve().parent.parent
+BUILD = BENCH.parent / "build/release"
+
+# Task -> size as it is called -> storage, milliseconds that the query takes, and contenders with
+# their numbers of threads.
+USUAL = [("limit", 1), ("limit", 2), ("mdfixup", 1), ("mdfixup", 2), ("python", 1), ("shell", 1)]
+WAITING = [("mdfixup", threads) for threads in (1, 2, 8, 16)]
+ALONE = [("mdfixup", 1)]
+JOBS = {
+    "scan": {size: (size, 0, USUAL) for size in ("S", "M", "deep", "wide")},
+    "dry_run": {
+        **{size: (size, 0, USUAL) for size in ("S", "M", "deep", "wide1000")},
+        "slow": ("wide1000", 20, WAITING),
+        **{size: (size, 0, ALONE) for size in storages.PLANS if size.endswith(" POs")},
+    },
+    "repair": {size: (f"{size}, half moved", 0, USUAL) for size in ("M", "deep")},
+    "deletion": {size: (size, 0, USUAL) for size in ("S", "M", "deep")},
+}
+
+
+def compare(task_name, size, rounds, work):
+    name, milliseconds, contenders = JOBS[task_name][size]
+    storage = storages.Storage(BUILD, work, name, milliseconds)
+    task = tasks.Task(task_name, BUILD, BENCH, storage)
+    if task.changes:
+        storage.keep()
+    series = [runs.Series(contender, threads) for contender, threads in contenders]
+    runs.Rounds(BUILD, storage, task).run(series, rounds)
+    storage.remove()
+    for one in series:
+        print(table.row(task_name, size, one, series), flush=True)
+
+
+def parse(words):
+    sizes = sorted({size for job in JOBS.values() for size in job})
+    parser = argparse.ArgumentParser(prog="scripts/bench", description=__doc__)
+    parser.add_argument("job", nargs="?", choices=sorted(JOBS), help="one task alone")
+    parser.add_argument("size", nargs="?", choices=sizes, help="one size alone")
+    parser.add_argument("--rounds", type=int, default=5, help="rounds, 5 unless told")
+    shm = pathlib.Path("/dev/shm")
+    parser.add_argument("--dir", default=shm if shm.is_dir() else tempfile.gettempdir(),
+                        help="where the storages are made; in memory unless told")
+    given = parser.parse_args(words)
+    if given.size and given.size not in JOBS[given.job]:
+        parser.error(f"there is no size {given.size} of {given.job}")
+    return given
+
+
+def main(words):
+    given = parse(words)
+    print(table.HEADER)
+    for task in [given.job] if given.job else JOBS:
+        for size in [given.size] if given.size else JOBS[task]:
+            with tempfile.TemporaryDirectory(dir=given.dir) as work:
+                compare(task, size, given.rounds, work)
+
+
+try:
+    main(sys.argv[1:])
+except (RuntimeError, OSError) as error:
+    sys.exit(f"scripts/bench: {error}")

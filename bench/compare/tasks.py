@@ -1,0 +1,65 @@
+"""What is run for each task, and what it found."""
+
+import hashlib
+import subprocess
+import sys
+
+
+class Task:
+    """One task as each contender does it."""
+
+    def __init__(self, name, build, bench, storage):
+        self._name = name
+        self._build = build
+        self._bench = bench
+        self._storage = storage
+        self.changes = name in ("repair", "deletion")
+
+    def command(self, contender, threads):
+        catalog = self._storage.catalog
+        kind = "consistency" if self._name in ("dry_run", "deletion") else self._name
+        words = [catalog]
+        if kind == "consistency":
+            words = [self._name, catalog, self._storage.query, "dp_sandbox"]
+        if contender == "limit":
+            return [self._build / "bench" / f"limit-{kind}", *words, threads]
+        if contender == "python":
+            return [sys.executable, self._bench / f"peers/{kind}.py", *words]
+        if contender == "shell":
+            return [self._bench / f"peers/{kind}.sh", *words]
+        flags = {"scan": ["--scan_client_name_case"],
+                 "repair": ["--repair_client_name_case"],
+                 "dry_run": ["--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run"],
+                 "deletion": ["--FORCE_DEDUPE_METADATA_CONSISTENCY"]}[self._name]
+        return [self._build / "src/mdfixup", "--tvr_location", self._storage.root / "quorv",
+                "--num_threads", threads, *flags]
+
+    def environment(self):
+        return {"KSREGISTRY": str(self._storage.root / "etc/ksregistry.cfg")}
+
+    def check(self, contender, out):
+        """Holds what the run that has just ended found against what was planted."""
+        lines = out.splitlines()
+        if self._name == "scan":
+            self._expect("scan", [line for line in lines if line.startswith("Client ")])
+        if self._name in ("dry_run", "deletion"):
+            missing = [line for line in lines if line.endswith("|")]
+            if contender == "mdfixup":
+                missing = self._storage.missing_images()
+            self._expect("missing", missing)
+        if self._name == "dry_run":
+            self._expect("orphans", [line for line in lines if line.startswith("{client")])
+
+    def _expect(self, kind, lines):
+        if sorted(lines) != sorted(self._storage.planted(kind)):
+            raise RuntimeError(f"the {kind} lines are not those that were planted")
+
+    def digest(self):
+        """Of all path objects that the catalog holds now."""
+        listing = subprocess.Popen(
+            [self._build / "sandbox/mdfixup-sandbox", "list", self._storage.catalog],
+            stdout=subprocess.PIPE)
+        digest = hashlib.file_digest(listing.stdout, "sha256").hexdigest()
+        if listing.wait() != 0:
+            raise RuntimeError("the catalog could not be listed")
+        return digest
