@@ -13,8 +13,8 @@ import tasks
 BENCH = pathlib.Path(__file__).resolve().parent.parent
 BUILD = BENCH.parent / "build/release"
 
-# Task -> size as it is called -> storage, milliseconds that the query takes, and contenders with
-# their numbers of threads.
+# Task -> name of the size -> size, milliseconds that the query takes, and contenders with their
+# numbers of threads.
 USUAL = [("limit", 1), ("limit", 2), ("mdfixup", 1), ("mdfixup", 2), ("python", 1), ("shell", 1)]
 WAITING = [("mdfixup", threads) for threads in (1, 2, 8, 16)]
 ALONE = [("mdfixup", 1)]
@@ -23,16 +23,16 @@ JOBS = {
     "dry_run": {
         **{size: (size, 0, USUAL) for size in ("S", "M", "deep", "wide1000")},
         "slow": ("wide1000", 20, WAITING),
-        **{size: (size, 0, ALONE) for size in storages.PLANS if size.endswith(" POs")},
+        **{size: (size, 0, ALONE) for size in storages.SIZES if size.endswith(" POs")},
     },
-    "repair": {size: (f"{size}, half moved", 0, USUAL) for size in ("M", "deep")},
+    "repair": {size: (size, 0, USUAL) for size in ("M", "deep")},
     "deletion": {size: (size, 0, USUAL) for size in ("S", "M", "deep")},
 }
 
 
-def compare(task_name, size, rounds, work):
-    name, milliseconds, contenders = JOBS[task_name][size]
-    storage = storages.Storage(BUILD, work, name, milliseconds)
+def compare(task_name, name, rounds, work):
+    size, milliseconds, contenders = JOBS[task_name][name]
+    storage = storages.Storage(BUILD, work, task_name, size, milliseconds)
     task = tasks.Task(task_name, BUILD, BENCH, storage)
     if task.changes:
         storage.keep()
@@ -40,7 +40,7 @@ def compare(task_name, size, rounds, work):
     runs.Rounds(BUILD, storage, task).run(series, rounds)
     storage.remove()
     for one in series:
-        print(table.row(task_name, size, one, series), flush=True)
+        print(table.row(task_name, name, one, series), flush=True)
 
 
 def parse(words):
@@ -49,8 +49,7 @@ def parse(words):
     parser.add_argument("job", nargs="?", choices=sorted(JOBS), help="one task alone")
     parser.add_argument("size", nargs="?", choices=sizes, help="one size alone")
     parser.add_argument("--rounds", type=int, default=5, help="rounds, 5 unless told")
-    shm = pathlib.Path("/dev/shm")
-    parser.add_argument("--dir", default=shm if shm.is_dir() else tempfile.gettempdir(),
+    parser.add_argument("--dir", default=storages.default_dir(),
                         help="where the storages are made; in memory unless told")
     given = parser.parse_args(words)
     if given.size and given.size not in JOBS[given.job]:

@@ -3,35 +3,48 @@
 import pathlib
 import shutil
 import subprocess
+import tempfile
 
-POOL = "dp_sandbox"
-
-# Clients, images, and the shares of the copies that are out of place, orphans and missing. An image
-# has one copy, a copy two POs. Orphans are few where each one's deletion reads a large directory.
-PLANS = {
-    "S": (200, 153, 0.02, 0.02, 0.02),
-    "M": (1000, 510, 0.02, 0.02, 0.02),
-    "deep": (4, 125025, 0.0002, 0.0002, 0.0002),
-    "wide": (20000, 2, 0.05, 0.02, 0.25),
-    "wide1000": (1000, 2, 0.05, 0.02, 0.25),
-    # For the repair, where half of all is moved.
-    "M, half moved": (1000, 510, 0.5, 0.02, 0.02),
-    "deep, half moved": (4, 125025, 0.5, 0.0002, 0.0002),
-    # Ten times as many POs each.
-    "10,000 POs": (10, 510, 0.02, 0.02, 0.02),
-    "100,000 POs": (100, 510, 0.02, 0.02, 0.02),
-    "1,000,000 POs": (1000, 510, 0.02, 0.02, 0.02),
-    "10,000,000 POs": (10000, 510, 0.02, 0.02, 0.02),
+# Clients and images. Each client has one policy, an image one copy, a copy two POs.
+SIZES = {
+    "S": (200, 153),
+    "M": (1000, 510),
+    "deep": (4, 125025),
+    "wide": (20000, 2),
+    "wide1000": (1000, 2),
+    "10,000 POs": (10, 510),
+    "100,000 POs": (100, 510),
+    "1,000,000 POs": (1000, 510),
+    "10,000,000 POs": (10000, 510),
 }
+
+
+def default_dir():
+    """Where storages are made: in memory, so that no disk is timed."""
+    shm = pathlib.Path("/dev/shm")
+    return shm if shm.is_dir() else tempfile.gettempdir()
+
+
+def shares(task, size):
+    """The shares of the copies that are out of place, orphans and missing.
+
+    A dry run and a deletion come behind a repair. Few are found in a large directory, since the
+    deletion reads all of it for each. What is missing makes up for the two POs of a copy.
+    """
+    found = {"deep": 0.0002}.get(size, 0.02)
+    out_of_place = {"scan": found, "repair": 0.5}.get(task, 0)
+    missing = 0.25 if size.startswith("wide") else found
+    return out_of_place, found, missing
 
 
 class Storage:
     """A storage with a pristine copy of its catalog, to begin again from."""
 
-    def __init__(self, build, work, name, query_milliseconds=0):
+    def __init__(self, build, work, task, size, query_milliseconds=0):
         self.root = pathlib.Path(work) / "storage"
         self._pristine = pathlib.Path(work) / "pristine"
-        clients, images, miscased, orphans, missing = PLANS[name]
+        clients, images = SIZES[size]
+        miscased, orphans, missing = shares(task, size)
         create = [build / "sandbox/mdfixup-sandbox", "create", self.root,
                   f"--clients={clients}", "--policies=1", f"--images={images}", "--copies=1",
                   f"--miscased={miscased}", f"--orphans={orphans}", f"--missing={missing}"]
