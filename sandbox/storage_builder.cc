@@ -39,13 +39,13 @@ std::string image_line(const std::string& client, const std::string& policy,
          " 0 *NULL* root Full 0 3 " + time + " 64 1893456000 0 0 102400 1 1 0 " + policy + "_" +
          time +
          "_FULL.f *NULL* *NULL* 0 1 0 2 0 *NULL* 0 0 0 0 0 0 *NULL* 0 0 0 *NULL* "
-         "1024 0 0 *NULL* *NULL* 0 0 0 0 0 *NULL* *NULL* 0 0 0 0\n";
+         "1024 0 0 *NULL* *NULL* 0 0 0 0 0 *NULL* *NULL* 0 0 0 0 *NULL* 0 0 *NULL*\n";
 }
 
 std::string frag_line(std::uint32_t copy, std::int64_t backup_time, const std::string& disk_pool) {
   return "FRAG " + std::to_string(copy) + " 1 102400 0 2 6 1 media1.example.lan 65536 0 " +
          std::to_string(backup_time) + " 0 0 *NULL* @aaaab;KestrelVolume;kestrel;" + disk_pool +
-         ";1 0 0 0 *NULL* 102400 0 65537 0 0 0 1 1893456000 0\n";
+         ";1 0 0 0 *NULL* 102400 0 65537 0 0 0 1 1893456000 0 *NULL* 0 0\n";
 }
 
 }  // namespace

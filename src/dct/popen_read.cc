@@ -13,10 +13,10 @@ namespace dct {
 
 namespace {
 
-constexpr int k_shell_signal_base = 128;
-
 // As much as a pipe holds: each read of less is one more change between the child and us.
 constexpr std::size_t k_stream_buffer_bytes = 65536;
+
+constexpr int k_shell_signal_base = 128;
 constexpr int k_last_shell_signal = k_shell_signal_base + 31;
 
 [[noreturn]] void throw_child_did_not_exit() {

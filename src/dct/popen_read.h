@@ -14,7 +14,7 @@ constexpr std::size_t k_query_line_capacity = 8192;
 // A running child command and its output, read line by line into one buffer.
 //
 // Threads: one thread.
-// Ownership: owns the stream and the buffer. A reader that is destroyed with its pipe open closes
+// Ownership: owns the stream and the buffers. A reader that is destroyed with its pipe open closes
 //   it without looking at how the child ended.
 // Errors: Cr_ErrnoException: k_status_buffer_too_small, k_status_pipe_read, the system's error for
 //   a failed close, k_status_child_did_not_exit.
@@ -53,8 +53,8 @@ class PopenRead {
 
  private:
   const std::size_t m_capacity;
-  std::FILE* m_stream;  // null once closed
-  std::unique_ptr<char[]> m_stream_buffer;
+  std::FILE* m_stream;                      // null once closed
+  std::unique_ptr<char[]> m_stream_buffer;  // outlives the stream
   std::unique_ptr<char[]> m_buffer;
   std::size_t m_length = 0;
   bool m_at_end = false;

@@ -31,7 +31,7 @@ std::string reduced(const std::string& sql) {
   return text;
 }
 
-// Whether it makes one of SQLite's own tables, for statistics. Nobody else can take such a name.
+// Whether it makes one of SQLite's own tables, for statistics and the like.
 bool is_of_sqlite(const std::string& sql) {
   return sql.rfind("CREATE TABLE sqlite_", 0) == 0;
 }
@@ -49,14 +49,16 @@ cr_status_t check_po_schema(SQLite::Database& database) {
   if (version.executeStep() && version.getColumn(0).getInt() > k_po_version) {
     return k_status_db_newer;
   }
-  // Each object's statement names its kind and its name, which SQLite holds against the other columns.
-  // Without one are the indexes behind UNIQUE.
-  SQLite::Statement objects(database, "SELECT sql FROM sqlite_schema");
+  // SQLite holds an object's kind and name, letter case aside, against its statement. Those without one
+  // are the indexes behind UNIQUE.
+  SQLite::Statement objects(database, "SELECT name, sql FROM sqlite_schema");
   bool found = false;
   while (objects.executeStep()) {
-    const SQLite::Column sql = objects.getColumn(0);
-    if (sql.isNull() || is_of_sqlite(sql)) continue;
-    if (!is_our_table(sql)) return k_status_db_foreign;
+    const SQLite::Column statement = objects.getColumn(1);
+    if (statement.isNull()) continue;
+    const std::string sql = statement.getString();
+    if (is_of_sqlite(sql)) continue;
+    if (objects.getColumn(0).getString() != "po" || !is_our_table(sql)) return k_status_db_foreign;
     found = true;
   }
   return found ? k_status_ok : k_status_db_foreign;

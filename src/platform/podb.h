@@ -28,8 +28,8 @@ class PODB {
   // made of them is not to be used. An exception of the visitor passes through.
   virtual cr_status_t get_basenames(const BasenameVisitor& visitor) = 0;
 
-  // The same for the basenames that do not begin with `prefix`, which must not be empty: as cheap as
-  // these are few, however many do.
+  // The same for the basenames that do not begin with `prefix`: as cheap as these are few, however
+  // many do. Of the others nothing is read, so that damage among them does not show.
   virtual cr_status_t get_basenames_without(std::string_view prefix,
                                             const BasenameVisitor& visitor) = 0;
 

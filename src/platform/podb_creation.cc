@@ -26,6 +26,11 @@ constexpr const char* k_journal_suffix = "-journal";
 constexpr mode_t k_directory_permissions = 07777;
 constexpr mode_t k_file_permissions = 0666;
 
+// A link that leads nowhere is there: its database is out of reach, which is not the same as empty.
+bool is_there(const fs::path& path) {
+  return file_kind(path.string()) != FileKind::none;
+}
+
 [[noreturn]] void fail(int error, const std::string& what, const std::string& path) {
   throw Cr_ErrnoException(error, what + path, std::strerror(error));
 }
@@ -93,10 +98,6 @@ void store_names(const fs::path& catalog_root, fs::path dir) {
 
 fs::path podb_file(const fs::path& policy_dir) {
   return policy_dir / "po.db";
-}
-
-bool is_there(const fs::path& path) {
-  return file_kind(path.string()) != FileKind::none;
 }
 
 PODBCreation::PODBCreation(const fs::path& catalog_root, const fs::path& policy_dir)

@@ -10,10 +10,6 @@ namespace platform {
 // Where the path-object database of a policy directory lies.
 boost::filesystem::path podb_file(const boost::filesystem::path& policy_dir);
 
-// Whether anything is at `path`. A link that leads nowhere is there: its database is out of reach,
-// which is not the same as empty.
-bool is_there(const boost::filesystem::path& path);
-
 // What had to be made so that a policy directory has a database: directories, and an empty database
 // in the last. The database is made whole under a temporary name beside it and then takes its own,
 // so that a crash leaves either none or a whole one. What a crash left under the temporary name is

@@ -219,6 +219,7 @@ cr_status_t SQLitePODB::do_begin_transaction() {
     const cr_status_t form = platform::check_file_form(*m_database);
     if (form != k_status_ok) return form;
     m_database->exec(m_access == Access::read_only ? "BEGIN" : "BEGIN IMMEDIATE");
+    m_checked = false;  // another process may have been at it since
     return check();
   });
   // What failed inside the transaction is what the caller wants to know.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <map>
 
 #include <boost/algorithm/string/predicate.hpp>

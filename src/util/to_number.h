@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string_view>
+#include <typeinfo>
 
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 #include <boost/lexical_cast/try_lexical_convert.hpp>

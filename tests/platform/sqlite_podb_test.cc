@@ -78,6 +78,8 @@ TEST_F(SQLitePODBTest, AcceptsOurSchemaHoweverItIsWritten) {
       {"CREATE TABLE po (" + columns + ", more TEXT)", k_status_db_foreign},
       {"CREATE TABLE po (basename TEXT)", k_status_db_foreign},
       {"CREATE TABLE po (" + columns + "); CREATE TABLE other (x)", k_status_db_foreign},
+      {"CREATE TABLE po (" + columns + "); CREATE TABLE [p o] (" + columns + ")",
+       k_status_db_foreign},
       {"CREATE TABLE po (" + columns + "); CREATE INDEX i ON po (poid)", k_status_db_foreign},
   };
   for (const auto& [statements, status] : rows) {

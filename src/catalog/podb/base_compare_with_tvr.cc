@@ -1,6 +1,8 @@
 #include "catalog/podb/base_compare_with_tvr.h"
 
 #include <ctime>
+#include <map>
+#include <vector>
 
 #include "dct/filesystem.h"
 #include "dct/log_file.h"

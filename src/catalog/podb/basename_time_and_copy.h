@@ -16,8 +16,8 @@ class BasenameTimeAndCopy {
   // Fills the fields from a basename found in the directory of client `client_dir`.
   // Errors: as POFilename::parse.
   //
-  // Names come in byte order, those of one copy behind each other: the next one of the copy that was
-  // parsed last is known by its beginning.
+  // The fields are not to be changed between two calls: a name of the same copy as the one parsed last,
+  // known by its beginning, leaves them as they are.
   void parse(std::string_view basename, const std::string& client_dir);
 
   std::int64_t backup_time = 0;  // seconds since the epoch

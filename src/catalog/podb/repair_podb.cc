@@ -32,6 +32,17 @@ void roll_back(PODB& database) {
   (void)database.do_rollback_transaction();
 }
 
+class RolledBackAtEnd {
+ public:
+  explicit RolledBackAtEnd(PODB& database) : m_database(database) {}
+  ~RolledBackAtEnd() { roll_back(m_database); }
+  RolledBackAtEnd(const RolledBackAtEnd&) = delete;
+  RolledBackAtEnd& operator=(const RolledBackAtEnd&) = delete;
+
+ private:
+  PODB& m_database;
+};
+
 }  // namespace
 
 RepairPODB::RepairPODB(const fs::path& policy_dir, dct::util::LogFile& log,
@@ -113,11 +124,10 @@ cr_status_t RepairPODB::copy_to_target(Groups::const_iterator group, SQLitePODB&
     m_reader =
         std::make_unique<SQLitePODB>(location().catalog_root.string(), policy_path().string());
   }
-  cr_status_t status = m_reader->do_begin_transaction();
+  const cr_status_t status = m_reader->do_begin_transaction();
   if (status != k_status_ok) return write_error(ErrorType::begin_source, status, policy_path(), "");
-  status = copy_group(group, *m_reader, target, target_dir, copied);
-  roll_back(*m_reader);
-  return status;
+  const RolledBackAtEnd lets_go(*m_reader);
+  return copy_group(group, *m_reader, target, target_dir, copied);
 }
 
 cr_status_t RepairPODB::copy_group(Groups::const_iterator group, SQLitePODB& reader,
