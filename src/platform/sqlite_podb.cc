@@ -2,6 +2,7 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
+#include "platform/basename_range.h"
 #include "platform/po.h"
 #include "platform/po_schema.h"
 #include "platform/podb_creation.h"
@@ -60,12 +61,14 @@ void step_up_to(std::string_view prefix, SQLite::Statement& statement,
   }
 }
 
-// The first text, in byte order, behind all that begin with `prefix`; empty when there is none.
-std::string next_behind(std::string_view prefix) {
-  std::string next(prefix);
-  while (!next.empty() && next.back() == '\xff') next.pop_back();
-  if (!next.empty()) ++next.back();
-  return next;
+// An empty end is bound as what stands behind all texts, a blob.
+void bind(SQLite::Statement& statement, const platform::BasenameRange& range) {
+  statement.bindNoCopy(1, range.from);
+  if (range.to.empty()) {
+    statement.bindNoCopy(2, range.to.c_str(), 0);
+  } else {
+    statement.bindNoCopy(2, range.to);
+  }
 }
 
 }  // namespace
@@ -134,7 +137,7 @@ cr_status_t SQLitePODB::get_basenames_without(std::string_view prefix,
                             "SELECT basename FROM po WHERE basename >= ? ORDER BY basename");
     names.bind(1, "");
     step_up_to(prefix, names, visitor);
-    const std::string behind = next_behind(prefix);
+    const std::string behind = platform::first_behind(prefix);
     names.reset();
     if (behind.empty()) {
       names.bindNoCopy(1, behind.c_str(), 0);  // what is no text stands behind all texts
@@ -142,6 +145,20 @@ cr_status_t SQLitePODB::get_basenames_without(std::string_view prefix,
       names.bindNoCopy(1, behind);
     }
     step_through(names, &visitor);
+  });
+}
+
+cr_status_t SQLitePODB::get_basenames_in(const std::vector<platform::BasenameRange>& ranges,
+                                         const BasenameVisitor& visitor) {
+  return in_one_lock_cycle([&] {
+    SQLite::Statement names(
+        *m_database,
+        "SELECT basename FROM po WHERE basename >= ? AND basename < ? ORDER BY basename");
+    for (const platform::BasenameRange& range : ranges) {
+      bind(names, range);
+      step_through(names, &visitor);
+      names.reset();
+    }
   });
 }
 

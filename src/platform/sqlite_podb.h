@@ -16,8 +16,9 @@ class Statement;
 }  // namespace SQLite
 
 namespace platform {
+struct BasenameRange;
 class PODBCreation;
-}
+}  // namespace platform
 
 // The SQLite database `po.db` of one policy directory.
 //
@@ -50,6 +51,11 @@ class SQLitePODB : public PODB {
   cr_status_t get_basenames(std::vector<std::string>& names, const std::string& condition,
                             unsigned offset, unsigned limit) override;
   cr_status_t get(const std::string& basename, PO& po) override;
+
+  // Hands the basenames in one range after the other to `visitor`, as get_basenames does. Those that
+  // are no texts are left out.
+  cr_status_t get_basenames_in(const std::vector<platform::BasenameRange>& ranges,
+                               const BasenameVisitor& visitor);
   cr_status_t put(const PO* po) override;
   cr_status_t remove(const std::string& basename) override;
   cr_status_t do_begin_transaction() override;

@@ -95,11 +95,14 @@ void BaseCompareWithTVR::visit_image_copies_not_in_TV_impl() {
 }
 
 void BaseCompareWithTVR::find_takings() {
+  constexpr std::size_t k_names_as_cheap_as_a_range = 10;
   m_takings = DeletionTakings(client(), image_copies());
-  const PODB::BasenameVisitor add = [this](std::string_view basename) { m_takings.add(basename); };
-  // LIKE holds for texts alone.
-  const cr_status_t status = podb().exec_sql(
-      "SELECT basename FROM po WHERE typeof(basename) = 'text' ORDER BY basename", &add);
+  const bool few = image_copies().size() * k_names_as_cheap_as_a_range < tally().pos;
+  const std::vector<platform::BasenameRange> all{{"", ""}};
+  const cr_status_t status =
+      podb().get_basenames_in(few ? m_takings.ranges() : all, [this](std::string_view basename) {
+        m_takings.add(basename);  // LIKE holds for texts alone, which these are
+      });
   if (status != k_status_ok) {
     throw Cr_ErrnoException(status, "could not look up what the deletion takes",
                             CRStatusToStringA(status));

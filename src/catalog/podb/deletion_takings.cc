@@ -61,6 +61,27 @@ DeletionTakings::DeletionTakings(const std::string& client, const CopySet& orpha
   });
 }
 
+// A name that begins with the client's own spelling and "_" matches only where the time follows; one
+// that does not may match whatever it is, but there are few of them.
+std::vector<platform::BasenameRange> DeletionTakings::ranges() const {
+  using platform::first_behind;
+  const std::string own = m_client + "_";
+  std::vector<platform::BasenameRange> ranges;
+  for (const auto& [copy, taking] : m_takings) {
+    const std::string begin = own + std::to_string(copy.backup_time);
+    ranges.push_back({begin, first_behind(begin)});
+  }
+  std::sort(ranges.begin(), ranges.end(),
+            [](const auto& a, const auto& b) { return a.from < b.from; });
+  // The names of one time may be among those of another, of which it has the first digits.
+  std::vector<platform::BasenameRange> result{{"", own}};
+  for (const platform::BasenameRange& range : ranges) {
+    if (range.from >= result.back().to) result.push_back(range);
+  }
+  result.push_back({first_behind(own), ""});
+  return result;
+}
+
 void DeletionTakings::add(std::string_view basename) {
   const auto taker = first_taker(basename);
   if (taker == m_takings.end()) return;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "catalog/podb/copy_set.h"
+#include "platform/basename_range.h"
 
 namespace catalog::podb {
 
@@ -27,13 +28,16 @@ struct Taking {
 std::string taking_text(const std::string& verb, const Taking& taking);
 
 // What the deletion statements of a directory's orphans take, run one behind the other in ascending
-// order, found in one pass over its basenames instead of one for each statement.
+// order, found without running them.
 //
 // Threads: one thread.
 class DeletionTakings {
  public:
   DeletionTakings() = default;
   DeletionTakings(const std::string& client, const CopySet& orphans);
+
+  // Where the basenames stand that a statement may take: in ascending order, none twice.
+  std::vector<platform::BasenameRange> ranges() const;
 
   // Counts a PO of the directory to the first statement that takes it, if one does.
   void add(std::string_view basename);
