@@ -16,7 +16,7 @@ BUILD = BENCH.parent / "build/release"
 # Task -> name of the size -> size, milliseconds that the query takes, and contenders with their
 # numbers of threads.
 USUAL = [("limit", 1), ("limit", 2), ("mdfixup", 1), ("mdfixup", 2), ("python", 1), ("shell", 1)]
-WAITING = [("mdfixup", threads) for threads in (1, 2, 8, 16)]
+WAITING = [(program, threads) for threads in (1, 2, 8, 16) for program in ("limit", "mdfixup")]
 ALONE = [("mdfixup", 1)]
 JOBS = {
     "scan": {size: (size, 0, USUAL) for size in ("S", "M", "deep", "wide")},

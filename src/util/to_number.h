@@ -23,8 +23,9 @@ bool try_to_number(std::string_view text, Number& number) {
   if (text.empty() || text.size() > k_safe_digits) return by_library();
   Number value = 0;
   for (const char c : text) {
-    if (c < '0' || c > '9') return by_library();
-    value = value * 10 + static_cast<Number>(c - '0');
+    const auto digit = static_cast<unsigned char>(c - '0');
+    if (digit > 9) return by_library();
+    value = value * 10 + digit;
   }
   number = value;
   return true;
