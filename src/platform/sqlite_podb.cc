@@ -7,15 +7,16 @@
 #include "platform/po_schema.h"
 #include "platform/podb_creation.h"
 #include "platform/sqlite_connection.h"
+#include "platform/statement_rows.h"
 
 namespace fs = boost::filesystem;
 
 namespace {
 
-std::string_view text_of(const SQLite::Column& column) {
-  const char* text = column.getText();
-  return {text, static_cast<std::size_t>(column.getBytes())};
-}
+using platform::bind_end;
+using platform::step_through;
+using platform::step_up_to;
+using platform::text_of;
 
 std::string_view bytes_of(const SQLite::Column& column) {
   const auto* bytes = static_cast<const char*>(column.getBlob());
@@ -42,34 +43,6 @@ class StatementInUse {
  private:
   SQLite::Statement* m_statement;
 };
-
-void step_through(SQLite::Statement& statement, const PODB::BasenameVisitor* rows) {
-  if (!statement.executeStep()) return;
-  const SQLite::Column first = statement.getColumn(0);  // of whatever row the statement is on
-  do {
-    if (rows != nullptr) (*rows)(text_of(first));
-  } while (statement.executeStep());
-}
-
-// Hands on the rows, which come in byte order, as long as they are texts before `prefix`.
-void step_up_to(std::string_view prefix, SQLite::Statement& statement,
-                const PODB::BasenameVisitor& rows) {
-  while (statement.executeStep()) {
-    const SQLite::Column first = statement.getColumn(0);
-    if (!first.isText() || text_of(first) >= prefix) return;
-    rows(text_of(first));
-  }
-}
-
-// An empty end is bound as what stands behind all texts, a blob.
-void bind(SQLite::Statement& statement, const platform::BasenameRange& range) {
-  statement.bindNoCopy(1, range.from);
-  if (range.to.empty()) {
-    statement.bindNoCopy(2, range.to.c_str(), 0);
-  } else {
-    statement.bindNoCopy(2, range.to);
-  }
-}
 
 }  // namespace
 
@@ -139,11 +112,7 @@ cr_status_t SQLitePODB::get_basenames_without(std::string_view prefix,
     step_up_to(prefix, names, visitor);
     const std::string behind = platform::first_behind(prefix);
     names.reset();
-    if (behind.empty()) {
-      names.bindNoCopy(1, behind.c_str(), 0);  // what is no text stands behind all texts
-    } else {
-      names.bindNoCopy(1, behind);
-    }
+    bind_end(names, 1, behind);
     step_through(names, &visitor);
   });
 }
@@ -155,7 +124,8 @@ cr_status_t SQLitePODB::get_basenames_in(const std::vector<platform::BasenameRan
         *m_database,
         "SELECT basename FROM po WHERE basename >= ? AND basename < ? ORDER BY basename");
     for (const platform::BasenameRange& range : ranges) {
-      bind(names, range);
+      names.bindNoCopy(1, range.from);
+      bind_end(names, 2, range.to);
       step_through(names, &visitor);
       names.reset();
     }

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "platform/podb.h"
+
+namespace SQLite {
+class Column;
+class Statement;
+}  // namespace SQLite
+
+namespace platform {
+
+// The text of a column, valid until the statement goes on.
+std::string_view text_of(const SQLite::Column& column);
+
+// Binds a text that is an end; an empty one stands for the end of all texts. It must outlive the use.
+void bind_end(SQLite::Statement& statement, int index, const std::string& text);
+
+// Runs a statement to its end and hands on the first column of each row; `rows` may be null.
+// Errors: SQLite::Exception.
+void step_through(SQLite::Statement& statement, const PODB::BasenameVisitor* rows);
+
+// The same for a statement whose rows come in byte order, as long as they are texts before `end`.
+void step_up_to(std::string_view end, SQLite::Statement& statement,
+                const PODB::BasenameVisitor& rows);
+
+}  // namespace platform
