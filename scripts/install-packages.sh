@@ -1,7 +1,6 @@
 #!/bin/sh
 # Installs what is missing of the Debian packages that building, testing, checking or comparing
-# speed needs:
-# install-packages.sh build|check|bench. Without a missing package nothing is fetched.
+# speed needs: install-packages.sh build|check|bench. Without a missing package nothing is fetched.
 set -eu
 
 build="g++ cmake ninja-build
@@ -10,7 +9,6 @@ build="g++ cmake ninja-build
   libsqlite3-dev libsqlitecpp-dev libspdlog-dev libgtest-dev libbenchmark-dev sqlite3 strace"
 check="$build clang libclang-rt-dev clang-format clang-tidy git universal-ctags shellcheck time
   valgrind python3"
-
 bench="$build python3"
 
 case ${1-} in

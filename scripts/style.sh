@@ -28,9 +28,11 @@ unlisted() {
   done
 }
 
-# Databases belong to src/platform, but for what it is measured against; includes point from the tool down to the platform.
+# Databases belong to src/platform, but for what it is measured against; includes point from the tool
+# down to the platform.
 includes() {
-  sources | grep -vE '^(src/platform|bench/limits)/' | xargs grep -nE '#include [<"](sqlite3|SQLiteCpp)'
+  sources | grep -vE '^(src/platform|bench/limits)/' |
+    xargs grep -nE '#include [<"](sqlite3|SQLiteCpp)'
   below platform 'tool|catalog|tvr_utils|cr|dct|util|mtstrm'
   below util 'tool|catalog|tvr_utils|cr|dct|mtstrm'
   below mtstrm 'tool|catalog|tvr_utils|cr|dct|util'

@@ -49,8 +49,8 @@ cr_status_t check_po_schema(SQLite::Database& database) {
   if (version.executeStep() && version.getColumn(0).getInt() > k_po_version) {
     return k_status_db_newer;
   }
-  // SQLite holds an object's kind and name, letter case aside, against its statement. Those without one
-  // are the indexes behind UNIQUE.
+  // SQLite holds an object's kind and name, letter case aside, against its statement. Those without
+  // one are the indexes behind UNIQUE.
   SQLite::Statement objects(database, "SELECT name, sql FROM sqlite_schema");
   bool found = false;
   while (objects.executeStep()) {

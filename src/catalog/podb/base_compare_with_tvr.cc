@@ -95,6 +95,7 @@ void BaseCompareWithTVR::visit_image_copies_not_in_TV_impl() {
 }
 
 void BaseCompareWithTVR::find_takings() {
+  // To go to a place in the index costs as much as to read several names on the way.
   constexpr std::size_t k_names_as_cheap_as_a_range = 10;
   m_takings = DeletionTakings(client(), image_copies());
   const bool few = image_copies().size() * k_names_as_cheap_as_a_range < tally().pos;
