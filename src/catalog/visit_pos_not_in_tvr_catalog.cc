@@ -63,6 +63,10 @@ VisitPOsNotInTVRCatalog<V>::VisitPOsNotInTVRCatalog(const fs::path& log_director
   // The name is asked for anew, so it may be a second late; scripts know that.
   std::cout << "Missing images file: " + (dir / V::missing_images_fname()).string() + "\n";
   m_missing_images_log->write("backupid|client_name|policy_name|copy_num|\n");
+  dct::util::make_LogFile(dir / V::policy_dirs_fname(), m_policy_dirs_log);
+  m_policy_dirs_log->write(
+      "client_name|policy_name|pos|copies|orphan_copies|missing_copies|taken_pos|"
+      "other_copies_pos|\n");
   std::cout << V::initial_string();
 }
 
@@ -85,6 +89,7 @@ void VisitPOsNotInTVRCatalog<V>::compare_dir(const fs::path& policy_dir) {
   visitor.set_catalog_backup_time(m_catalog_backup_time);
   compare(visitor);
   visitor.visit_image_copies_not_in_TV_impl();
+  m_policy_dirs_log->write(visitor.counts_line());
   const boost::lock_guard<boost::mutex> guard(m_mutex);
   m_visited_pairs.push_back(pair_text(visitor.client(), visitor.policy()));
 }

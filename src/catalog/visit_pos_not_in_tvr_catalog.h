@@ -49,6 +49,7 @@ class VisitPOsNotInTVRCatalog : public BaseTraverseCatalog {
   const std::string m_disk_pool;
   const std::int64_t m_catalog_backup_time;
   boost::shared_ptr<dct::util::LogFile> m_missing_images_log;
+  boost::shared_ptr<dct::util::LogFile> m_policy_dirs_log;
   std::vector<std::string> m_visited_pairs BOOST_THREAD_GUARDED_BY(m_mutex);
   boost::mutex m_mutex;
 };

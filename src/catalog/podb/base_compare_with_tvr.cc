@@ -28,6 +28,16 @@ std::string missing_image_line(const std::string& client, const std::string& pol
          std::to_string(copy_number) + "|\n";
 }
 
+std::string BaseCompareWithTVR::counts_line() const {
+  const DirCounts& c = counts();
+  std::string line = client() + "|" + policy() + "|";
+  for (const std::uint64_t count :
+       {c.pos, c.copies, c.orphan_copies, c.missing_copies, c.taken_pos, c.other_copies_pos}) {
+    line += std::to_string(count) + "|";
+  }
+  return line + "\n";
+}
+
 BaseCompareWithTVR::BaseCompareWithTVR(const boost::filesystem::path& policy_dir,
                                        dct::util::LogFile& log,
                                        dct::util::LogFile& missing_images_log,
@@ -79,6 +89,10 @@ std::string BaseCompareWithTVR::log_fname() {
 
 std::string BaseCompareWithTVR::missing_images_fname() {
   return "MissingImages_" + std::to_string(std::time(nullptr)) + ".log";
+}
+
+std::string BaseCompareWithTVR::policy_dirs_fname() {
+  return "PolicyDirs_" + std::to_string(std::time(nullptr)) + ".log";
 }
 
 void BaseCompareWithTVR::visit_image_copies_not_in_TV_impl() {

@@ -44,6 +44,10 @@ class BaseCompareWithTVR : public BasenameTimeAndCopySet {
   // File names that carry the second in which they are asked for.
   static std::string log_fname();
   static std::string missing_images_fname();
+  static std::string policy_dirs_fname();
+
+  // What was counted in the directory, as a line of the report on policy directories.
+  std::string counts_line() const;
 
   void set_catalog_backup_time(std::int64_t seconds) { m_catalog_backup_time = seconds; }
 
