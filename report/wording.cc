@@ -1,0 +1,93 @@
+#include "report/wording.h"
+
+#include <time.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include <boost/format.hpp>
+
+namespace report {
+
+std::string name_of(Task task) {
+  switch (task) {
+    case Task::scan:
+      return "case scan";
+    case Task::repair:
+      return "case repair";
+    case Task::dry_run:
+      return "dry run";
+    case Task::deletion:
+      return "deletion";
+    case Task::consistency:
+      return "dry run or deletion";
+    case Task::unknown:
+      break;
+  }
+  return "no task";
+}
+
+std::string ending_of(const Run& run) {
+  if (!run.exit_status) return "no end logged: killed, still running, or the log is cut";
+  const std::string interrupted = run.interrupted ? ", stopped by a signal" : "";
+  if (*run.exit_status == 0) return "ended well" + interrupted;
+  const std::string status = " (exit status " + std::to_string(*run.exit_status) + ")";
+  return (run.summary ? "failed" : "refused or aborted") + status + interrupted;
+}
+
+std::string outcome_of(const Run& run) {
+  if (!run.summary) return run.progress;
+  const Summary& summary = *run.summary;
+  const std::pair<std::uint64_t, const char*> counts[] = {
+      {summary.failed_dirs, "failed directories"},
+      {summary.orphan_copies, "orphan copies"},
+      {summary.missing_copies, "missing copies"},
+      {summary.taken_pos, run.task == Task::deletion ? "POs deleted" : "POs would go"},
+      {summary.other_copies_pos, "of other copies"},
+      {summary.moved_pos, "POs moved"},
+      {summary.collisions, "collisions"}};
+  std::string text = with_commas(summary.dirs) + " directories";
+  for (const auto& [count, what] : counts) {
+    if (count != 0) text += ", " + with_commas(count) + " " + what;
+  }
+  return text;
+}
+
+std::string fault_of(const SourceFile& file) {
+  std::string text = file.error;
+  const auto add = [&](const std::string& more) { text += (text.empty() ? "" : "; ") + more; };
+  if (file.strange != 0) {
+    add(with_commas(file.strange) + " lines could not be understood, the first is line " +
+        with_commas(file.first_strange));
+  }
+  if (file.cut) add("the last line is cut off");
+  return text;
+}
+
+std::string with_commas(std::uint64_t count) {
+  constexpr std::size_t k_group = 3;
+  std::string digits = std::to_string(count);
+  for (std::size_t at = digits.size(); at > k_group;) digits.insert(at -= k_group, ",");
+  return digits;
+}
+
+std::string utc(std::int64_t time) {
+  std::array<char, 64> text{};
+  struct tm parts {};
+  const time_t seconds = time;
+  if (::gmtime_r(&seconds, &parts) == nullptr) return std::to_string(time) + " s";
+  const std::size_t length = ::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M", &parts);
+  return std::string(text.data(), length);
+}
+
+std::string percent(const std::optional<double>& share) {
+  if (!share) return "?";
+  constexpr double k_hundred = 100;
+  constexpr double k_least = 0.1;
+  const double value = *share * k_hundred;
+  if (value <= 0 || value >= k_hundred) return value <= 0 ? "0 %" : "100 %";
+  return (boost::format("%.1f %%") % std::min(k_hundred - k_least, std::max(k_least, value))).str();
+}
+
+}  // namespace report
