@@ -1,5 +1,7 @@
 #include "cr/config.h"
 
+#include <stdlib.h>
+
 #include <boost/filesystem/operations.hpp>
 
 #include "cr/inifile.h"
@@ -11,6 +13,7 @@ namespace fs = boost::filesystem;
 
 namespace cr {
 
+const std::string k_registry_key = "StoragePoolAuthority";
 const std::string k_storage_section = "Storage";
 const std::string k_root_dir_entry = "RootDir";
 const std::string k_log_dir_entry = "LogDir";
@@ -24,6 +27,13 @@ const std::string k_config_file_entry = "ConfigFilePath";
 }
 
 }  // namespace
+
+std::string registry_file() {
+  constexpr std::size_t k_longest = 4095;
+  const char* name = ::getenv("KSREGISTRY");
+  const std::string file = name != nullptr && *name != '\0' ? name : "/etc/ksregistry.cfg";
+  return file.substr(0, k_longest);
+}
 
 Config Config::init_from_ksregistry(const std::string& registry_file, const std::string& pool_key) {
   if (!dct::filesystem::exists(registry_file)) {

@@ -13,6 +13,12 @@ extern const std::string k_storage_section;
 extern const std::string k_root_dir_entry;
 extern const std::string k_log_dir_entry;
 
+// What the registry file names the configuration file under.
+extern const std::string k_registry_key;
+
+// The registry file that the environment names, or else the system's.
+std::string registry_file();
+
 // The storage's configuration: section -> entry -> value.
 //
 // Threads: one thread; constant after loading.

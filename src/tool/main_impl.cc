@@ -1,6 +1,5 @@
 #include "tool/main_impl.h"
 
-#include <stdlib.h>
 #include <unistd.h>
 
 #include <iostream>
@@ -26,13 +25,6 @@
 namespace fs = boost::filesystem;
 
 namespace {
-
-std::string registry_file() {
-  constexpr std::size_t k_longest = 4095;
-  const char* name = ::getenv("KSREGISTRY");
-  const std::string file = name != nullptr && *name != '\0' ? name : "/etc/ksregistry.cfg";
-  return file.substr(0, k_longest);
-}
 
 // Null, after a message, when another run holds the storage.
 std::unique_ptr<util::FileLock> take_lock(const fs::path& path) {
@@ -86,7 +78,7 @@ int run_mode(const StoragePaths& storage) {
 }
 
 int run_on_storage(int argc, char** argv) {
-  const auto config = cr::Config::init_from_ksregistry(registry_file(), "StoragePoolAuthority");
+  const auto config = cr::Config::init_from_ksregistry(cr::registry_file(), cr::k_registry_key);
   StoragePaths storage;
   config.get(cr::k_storage_section, cr::k_root_dir_entry, storage.root);
   const auto lock = take_lock(storage.root / "mdfixup.lock");
