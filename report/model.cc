@@ -1,8 +1,14 @@
 #include "report/model.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace report {
+
+void Notes::add(std::string text, std::size_t most) {
+  ++count;
+  if (first.size() < most) first.push_back(std::move(text));
+}
 
 std::optional<double> ImageGroup::share() const {
   if (!dir_copies || *dir_copies == 0) return std::nullopt;
@@ -12,6 +18,10 @@ std::optional<double> ImageGroup::share() const {
 bool Report::whole() const {
   return std::all_of(files.begin(), files.end(),
                      [](const SourceFile& file) { return file.whole(); });
+}
+
+bool Report::has_content() const {
+  return !runs.empty() || !consistency.empty() || !scans.empty() || !repairs.empty();
 }
 
 }  // namespace report

@@ -25,6 +25,9 @@ enum class Task {
 struct Notes {
   std::vector<std::string> first;
   std::uint64_t count = 0;
+
+  // Keeps the text if it is one of the first `most`.
+  void add(std::string text, std::size_t most);
 };
 
 // The counts at the end of a run.
@@ -73,6 +76,9 @@ struct ImageGroup {
   std::optional<std::uint64_t> dir_copies;
   std::optional<std::uint64_t> dir_pos;
 
+  // Of missing copies alone: nothing was compared, so all that the catalog has seems to be missing.
+  bool dir_failed = false;
+
   bool loses_everything() const { return dir_copies && copies >= *dir_copies; }
   // From 0 to 1; none when no log tells.
   std::optional<double> share() const;
@@ -84,8 +90,7 @@ struct Images {
   std::uint64_t copies = 0;        // of all groups, those left out too
   std::uint64_t taken_pos = 0;
   std::uint64_t other_copies_pos = 0;
-  std::uint64_t groups_left_out = 0;
-  std::uint64_t copies_left_out = 0;
+  std::uint64_t copies_left_out = 0;  // of clients and policies beyond those in `groups`
   std::uint64_t groups_losing_everything = 0;
   Timeline timeline;
 };
@@ -135,7 +140,7 @@ struct ScannedClient {
 struct ScanDetails : Details {
   std::vector<ScannedClient> clients;
   std::uint64_t dirs_with_issues = 0;
-  std::uint64_t clients_left_out = 0;
+  std::uint64_t dirs_left_out = 0;  // of clients beyond those in `clients`
 };
 
 struct Move {
@@ -174,6 +179,9 @@ struct Report {
 
   // Whether everything that was asked for could be read.
   bool whole() const;
+
+  // Whether any log of a run was found.
+  bool has_content() const;
 };
 
 }  // namespace report
