@@ -1,0 +1,96 @@
+# shellcheck shell=bash
+# Completes mdfixup, mdfixup-sandbox and mdfixup-report in bash. Uses nothing of the bash-completion
+# package, so it can simply be sourced as well.
+
+# Leaves the value of the option being completed to readline, which knows how to quote a name and what
+# "~" stands for. False when no value is being completed. "=" is a word of its own in most shells.
+_mdfixup_value() { # WORD_BEFORE VALUE_OPTION...
+  local option=$1
+  [[ $option != = ]] || option=${COMP_WORDS[COMP_CWORD - 2]}
+  shift
+  [[ " $* " == *" $option "* ]] || return 1
+  case $option in
+    --tvr_location) compopt -o dirnames ;;
+    --html) compopt -o default ;;
+  esac
+}
+
+# Offers the words that begin like the one being completed and that the line does not hold yet, in
+# this order: the first is what a key press too many inserts.
+_mdfixup_offer() { # CURRENT WORD...
+  local current=$1 word IFS=' '
+  local others=" ${COMP_WORDS[*]::COMP_CWORD} ${COMP_WORDS[*]:COMP_CWORD + 1} "
+  shift
+  compopt -o nosort
+  for word; do
+    [[ $word != "$current"* || $others == *" $word "* ]] || COMPREPLY+=("$word")
+  done
+}
+
+_mdfixup() { # COMMAND CURRENT WORD_BEFORE, as for all completions
+  local IFS=' '
+  local common='--num_threads --tvr_location'
+  local repair='--force --cleanup_case_work_space'
+  local consistency='--FORCE_CONSISTENCY_ALL_IMAGE --FORCE_DEDUPE_METADATA_CONSISTENCY'
+  consistency+=' --tvr_disk_pool --catalog_backup_time'
+  local offered
+  COMPREPLY=()
+  _mdfixup_value "$3" --num_threads --tvr_location --tvr_disk_pool --catalog_backup_time && return
+  # The word itself: behind a ":" in a value there is nothing to be completed.
+  case ${COMP_WORDS[COMP_CWORD]} in '' | -*) ;; *) return ;; esac
+  # The other words of the line tell the task. Before there is one, what changes nothing comes first.
+  # The deletion comes neither first nor last, and always behind another option that begins like it,
+  # so that no single key writes it.
+  case " ${COMP_WORDS[*]:1:COMP_CWORD-1} ${COMP_WORDS[*]:COMP_CWORD + 1} " in
+    *' --help '* | *' -h '*) return ;;
+    *' --scan_client_name_case '*) offered=$common ;;
+    *' --repair_client_name_case '*) offered="$common $repair" ;;
+    *' --force '*) offered="--repair_client_name_case $common $repair" ;;
+    *' --FORCE_'* | *' --dry_run '* | *' --tvr_disk_pool '* | *' --catalog_backup_time '*)
+      offered="--dry_run $common $consistency"
+      ;;
+    *)
+      offered="--scan_client_name_case --dry_run $common --repair_client_name_case $repair"
+      offered+=" $consistency --help"
+      ;;
+  esac
+  # A list of words on purpose.
+  # shellcheck disable=SC2086
+  _mdfixup_offer "$2" $offered
+}
+
+_mdfixup_sandbox() {
+  local words=() word before=''
+  local options=(--clients --policies --images --copies --pairs --record_bytes --miscased --orphans
+    --missing --seed)
+  COMPREPLY=()
+  _mdfixup_value "$3" "${options[@]}" && return
+  for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+    [[ $word == [-=]* || $before == [-=]* ]] || words+=("$word")
+    before=$word
+  done
+  if [[ ${#words[@]} == 0 && $2 != -* ]]; then
+    _mdfixup_offer "$2" create list
+  elif [[ ${#words[@]} == 1 && $2 != -* ]]; then
+    compopt -o dirnames
+  elif [[ ${words[0]-} != list ]]; then
+    _mdfixup_offer "$2" "${options[@]}" --help
+  fi
+}
+
+_mdfixup_report() {
+  COMPREPLY=()
+  _mdfixup_value "$3" --html && return
+  if [[ $2 != -* ]]; then
+    compopt -o default
+    return
+  fi
+  case " ${COMP_WORDS[*]::COMP_CWORD} " in
+    *' --text '* | *' --json '* | *' --html '*) ;;
+    *) _mdfixup_offer "$2" --text --json --html --help ;;
+  esac
+}
+
+complete -F _mdfixup mdfixup
+complete -F _mdfixup_sandbox mdfixup-sandbox
+complete -F _mdfixup_report mdfixup-report
