@@ -118,6 +118,10 @@ bool within(const OptDescriptor& option, std::int64_t value, std::int64_t most) 
 
 }  // namespace
 
+const OptDescriptor* const* option_table() {
+  return options;
+}
+
 bool parse_options(int argc, char** argv) {
   return opt_parse(options, argc, argv) == 0 &&
          within(o_num_threads, opt_num_threads, k_most_threads) &&

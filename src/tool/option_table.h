@@ -26,6 +26,9 @@ extern bool opt_help;
 
 extern const OptDescriptor o_repair;
 
+// All options, NULL-terminated.
+const OptDescriptor* const* option_table();
+
 // Sets the variables from the command line. False, after one line on standard error that names what
 // is wrong, when it is rejected.
 bool parse_options(int argc, char** argv);

@@ -1,0 +1,139 @@
+#include <gtest/gtest.h>
+
+#include <map>
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "tests/support/scene.h"
+#include "tool/option_table.h"
+
+namespace {
+
+using Words = std::vector<std::string>;
+// What is said of each option: "flag", its default value or "none"; and "hidden" behind it.
+using Options = std::map<std::string, std::string>;
+
+std::string read(const std::string& file) {
+  return support::read_text(std::string(MDFIXUP_SOURCE_DIR) + "/" + file);
+}
+
+std::vector<std::smatch> matches(const std::string& text, const char* pattern) {
+  const std::regex regex(pattern);
+  return {std::sregex_iterator(text.begin(), text.end(), regex), std::sregex_iterator()};
+}
+
+Options options_of_the_table() {
+  const std::string shown = support::run({MDFIXUP_PROGRAM, "--help"}).out;
+  Options options;
+  for (const OptDescriptor* const* o = option_table(); *o != nullptr; ++o) {
+    const std::string name = std::string("--") + (*o)->long_name;
+    const std::string value = (*o)->default_text != nullptr ? (*o)->default_text : "none";
+    const bool hidden = shown.find(name) == std::string::npos;
+    options[name] = ((*o)->kind == OptKind::flag ? "flag" : value) + (hidden ? " hidden" : "");
+    if ((*o)->letter != 0) options[std::string("-") + (*o)->letter] = options[name];
+  }
+  return options;
+}
+
+Options options_of_the_help(const std::string& program) {
+  const std::string shown = support::run({program, "--help"}).out;
+  Options options;
+  for (const auto& m : matches(shown, "[ [](--?\\w+)(?: arg \\(=(\\S+)\\)| ([A-Z]+))?")) {
+    options.emplace(m[1], m[2].matched ? m[2].str() : m[3].matched ? "none" : "flag");
+  }
+  return options;
+}
+
+Options options_of_the_manual(const std::string& page) {
+  const std::string text = read("docs/man/" + page);
+  Options options;
+  for (const auto& item : matches(text, "\n\\.It Fl ([^\n]*)((?:\n(?!\\.It |\\.El)[^\n]*)*)")) {
+    const std::string names = item[1], body = item[2];
+    std::string what = names.find(" Ar ") == std::string::npos ? "flag" : "none";
+    for (const auto& value : matches(body, "\nDefault: (\\S+)\\.(?=\n|$)")) what = value[1];
+    if (body.find("\nNot in the help text.") != std::string::npos) what += " hidden";
+    for (const auto& m : matches(names, "(?:^|Fl )(-?\\w+)")) options["-" + m[1].str()] = what;
+  }
+  return options;
+}
+
+// What the completion function really offers for the last word, in the order that is shown;
+// "<dirnames>" and the like where it leaves the word to bash.
+Words offered_by_bash(const Words& words) {
+  const char* const script = R"(order=sort
+    compopt() { if [[ $2 == nosort ]]; then order=cat; else echo "<$2>"; fi; }
+    source "$0"
+    registered=($(complete -p "$1")) COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
+    "${registered[2]}" "$1" "${COMP_WORDS[-1]#=}" "${COMP_WORDS[-2]}"
+    printf '%s\n' "${COMPREPLY[@]}" | LC_ALL=C $order)";
+  Words command{"bash", "-c", script, MDFIXUP_SOURCE_DIR "/packaging/completion/mdfixup.bash"};
+  command.insert(command.end(), words.begin(), words.end());
+  const support::Ended ended = support::run(command);
+  EXPECT_EQ(ended.err, "");
+  Words offered;
+  for (const auto& line : matches(ended.out, "[^\n]+")) offered.push_back(line.str());
+  return offered;
+}
+
+std::set<std::string> options_of_zsh(const std::string& function) {
+  const std::string text = read("packaging/completion/_mdfixup");
+  const std::size_t begin = text.find("\n" + function + "() {");
+  const std::string body = text.substr(begin, text.find("\n}", begin) - begin);
+  std::set<std::string> options;
+  for (const auto& option : matches(body, "(--\\w+)=?\\[")) options.insert(option[1]);
+  return options;
+}
+
+TEST(DocumentedOptions, AreThoseOfTheProgram) {
+  const Options sandbox = options_of_the_help(MDFIXUP_SANDBOX_PROGRAM);
+  const struct {
+    std::string page, zsh_function;
+    Options options;
+    Words words;  // the program, and what its options may follow
+  } programs[] = {
+      {"mdfixup.8", "_mdfixup_tasks", options_of_the_table(), {"mdfixup"}},
+      {"mdfixup-sandbox.1", "_mdfixup_sandbox", sandbox, {"mdfixup-sandbox", "create", "dir"}},
+  };
+  for (auto [page, zsh_function, options, words] : programs) {
+    EXPECT_EQ(options_of_the_manual(page), options) << page;
+    std::set<std::string> names;
+    for (const auto& [name, what] : options) {
+      if (name.rfind("--", 0) == 0) names.insert(name);
+      if (what.rfind("flag", 0) == 0) continue;
+      Words with_value = words;
+      with_value.insert(with_value.end(), {name, ""});
+      for (const auto& word : offered_by_bash(with_value)) EXPECT_EQ(word[0], '<') << name;
+    }
+    words.emplace_back("--");
+    const Words offered = offered_by_bash(words);
+    EXPECT_EQ(std::set<std::string>(offered.begin(), offered.end()), names) << page;
+    EXPECT_EQ(options_of_zsh(zsh_function), names) << page;
+  }
+}
+
+TEST(DocumentedOptions, CompletionWritesNoDeletionByItselfAndNarrowsToTheTask) {
+  const std::string deletion = "--FORCE_DEDUPE_METADATA_CONSISTENCY";
+  const Words of_empty_word = offered_by_bash({"mdfixup", ""});
+  EXPECT_EQ(of_empty_word.at(0), "--scan_client_name_case");
+  EXPECT_NE(of_empty_word.back(), deletion);
+  EXPECT_EQ(offered_by_bash({"mdfixup", deletion, ""}).at(0), "--dry_run");
+  const std::pair<Words, Words> rows[] = {
+      {{"mdfixup", "--F"}, {"--FORCE_CONSISTENCY_ALL_IMAGE", deletion}},
+      {{"mdfixup", "--scan_client_name_case", ""}, {"--num_threads", "--tvr_location"}},
+      {{"mdfixup", "--repair_client_name_case", "--F"}, {}},
+      {{"mdfixup", "--num_threads", "4", "--dry_run", "--n"}, {}},
+      {{"mdfixup", "--tvr_location", "=", "/u"}, {"<dirnames>"}},
+      {{"mdfixup", "--num_threads", "="}, {}},
+      {{"mdfixup-sandbox", ""}, {"create", "list"}},
+      {{"mdfixup-sandbox", "--clients", "3", "create", ""}, {"<dirnames>"}},
+      {{"mdfixup-report", "--html", ""}, {"<default>"}},
+      {{"mdfixup-report", "--json", "--"}, {}},
+  };
+  for (const auto& [words, offered] : rows) {
+    EXPECT_EQ(offered_by_bash(words), offered) << words[0] << " ... " << words.back();
+  }
+}
+
+}  // namespace
