@@ -8,8 +8,8 @@ build="g++ cmake ninja-build
   libboost-date-time1.74-dev libboost-program-options1.74-dev
   libsqlite3-dev libsqlitecpp-dev libspdlog-dev nlohmann-json3-dev libgtest-dev
   libbenchmark-dev sqlite3 strace"
-check="$build clang libclang-rt-dev clang-format clang-tidy git universal-ctags shellcheck time
-  valgrind python3"
+check="$build clang libclang-rt-dev clang-format clang-tidy git universal-ctags shellcheck mandoc
+  time valgrind python3"
 bench="$build python3"
 
 case ${1-} in
