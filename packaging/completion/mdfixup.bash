@@ -39,8 +39,8 @@ _mdfixup() { # COMMAND CURRENT WORD_BEFORE, as for all completions
   # The word itself: behind a ":" in a value there is nothing to be completed.
   case ${COMP_WORDS[COMP_CWORD]} in '' | -*) ;; *) return ;; esac
   # The other words of the line tell the task. Before there is one, what changes nothing comes first.
-  # The deletion comes neither first nor last, and always behind another option that begins like it,
-  # so that no single key writes it.
+  # The deletion comes neither first nor last, and behind another option that begins like it, so that
+  # no key pressed once too often writes it.
   case " ${COMP_WORDS[*]:1:COMP_CWORD-1} ${COMP_WORDS[*]:COMP_CWORD + 1} " in
     *' --help '* | *' -h '*) return ;;
     *' --scan_client_name_case '*) offered=$common ;;
