@@ -9,7 +9,8 @@ namespace report {
 namespace {
 
 constexpr int k_months_a_year = 12;
-constexpr int k_months_a_decade = 120;
+constexpr int k_ten = 10;
+constexpr int k_months_a_millennium = 12000;
 
 // The first month of the bar that holds it.
 int begin_of_bar(int month, int width) {
@@ -45,16 +46,15 @@ std::vector<Timeline::Bar> Timeline::bars(std::size_t most) const {
   const int first = m_months.begin()->first;
   const int last = m_months.rbegin()->first;
   int width = 1;
-  for (const int wider : {k_months_a_year, k_months_a_decade, 10 * k_months_a_decade}) {
-    const int count = (begin_of_bar(last, width) - begin_of_bar(first, width)) / width + 1;
-    if (static_cast<std::size_t>(count) <= most) break;
-    width = wider;
+  const auto needed = [&] { return static_cast<std::size_t>(last / width - first / width) + 1; };
+  while (needed() > most && width < k_months_a_millennium) {
+    width *= width == 1 ? k_months_a_year : k_ten;
   }
   for (int month = begin_of_bar(first, width); month <= last; month += width) {
     bars.push_back({label_of(month, width), 0});
   }
   for (const auto& [month, count] : m_months) {
-    bars[static_cast<std::size_t>((month - begin_of_bar(first, width)) / width)].count += count;
+    bars[static_cast<std::size_t>(month / width - first / width)].count += count;
   }
   return bars;
 }

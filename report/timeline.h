@@ -21,7 +21,8 @@ class Timeline {
 
   bool empty() const { return m_months.empty(); }
 
-  // Without gaps, oldest first: months, or years or decades where months would be more than `most`.
+  // Without gaps, oldest first: months; or years, decades, centuries or millennia where there would be
+  // more than `most`.
   std::vector<Bar> bars(std::size_t most) const;
 
   // Copies whose time is no time of backups: before the epoch or behind the year 9999. They stand in

@@ -36,12 +36,10 @@ bool ConsistencyReader::take_orphan_line(std::string_view line) {
   const Last last = std::exchange(m_last, Last::none);
   std::uint64_t count = 0;
   if (take_prefix(line, "Would have deleted the POs for the image: ")) {
-    m_details.task = Task::dry_run;
-    return take_orphan(line);
+    return take_orphan(line, Task::dry_run);
   }
   if (take_prefix(line, "Deleted the POs for the image: ")) {
-    m_details.task = Task::deletion;
-    return take_orphan(line);
+    return take_orphan(line, Task::deletion);
   }
   if (last == Last::orphan && take_prefix(line, "also takes ")) return take_other_po(line);
   if (last == Last::orphan && (Scanner(line).skip("Would delete ").number(count).skip(" POs.") ||
@@ -58,7 +56,7 @@ bool ConsistencyReader::take_orphan_line(std::string_view line) {
   return true;
 }
 
-bool ConsistencyReader::take_orphan(std::string_view image) {
+bool ConsistencyReader::take_orphan(std::string_view image, Task task) {
   std::string_view client;
   std::string_view policy;
   OtherPO orphan;
@@ -66,6 +64,12 @@ bool ConsistencyReader::take_orphan(std::string_view image) {
   scan.skip("{client: ").up_to(", policy: ", client).up_to(", backup_time: ", policy);
   scan.number(orphan.backup_time).skip(", copy_number: ").number(orphan.copy_number).skip("}.");
   if (!scan.end()) return false;
+  if (m_details.task != Task::unknown && m_details.task != task && !m_is_shared) {
+    m_is_shared = true;
+    m_details.errors.add("a dry run and a deletion began in the same second and share this log",
+                         k_most_errors);
+  }
+  m_details.task = task;
   m_orphans.add(client, policy, orphan.backup_time);
   orphan.client = client;
   orphan.policy = policy;

@@ -27,7 +27,7 @@ class ConsistencyReader {
  private:
   enum class Last { none, orphan, failure };
 
-  bool take_orphan(std::string_view image);
+  bool take_orphan(std::string_view image, Task task);
   bool take_other_po(std::string_view name);
   bool take_error(std::string_view line);
 
@@ -35,6 +35,7 @@ class ConsistencyReader {
   ImageGroups m_orphans;
   ImageGroups m_missing;
   Last m_last = Last::none;
+  bool m_is_shared = false;
   std::unordered_set<std::string> m_failed_dirs;  // paths from the client on; the first ones
   OtherPO m_orphan;                               // the one read last, without a basename
 };

@@ -81,7 +81,7 @@ SourceFile for_each_line(const std::string& path,
   file.error = why_not(descriptor.number());
   if (!file.error.empty()) return file;
   LineBuilder lines(file, take);
-  std::array<char, 65536> buffer;
+  std::array<char, 65536> buffer{};
   for (;;) {
     const ssize_t count = ::read(descriptor.number(), buffer.data(), buffer.size());
     if (count < 0 && errno == EINTR) continue;

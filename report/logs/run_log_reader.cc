@@ -26,7 +26,6 @@ std::int64_t seconds_of_local(const std::string& time) {
 
 void read_summary(std::string_view text, Run& run) {
   Summary s;
-  std::string_view seconds;
   Scanner scan(text);
   scan.skip("policy directories ").number(s.dirs).skip(", failed ").number(s.failed_dirs);
   scan.skip(", POs ").number(s.pos).skip(", copies ").number(s.copies);
