@@ -4,6 +4,7 @@
 option(MDFIXUP_TESTS "Build the tests" ON)
 option(MDFIXUP_BENCH "Build the micro-benchmarks" OFF)
 option(MDFIXUP_FUZZ "Build the fuzz targets, with clang" OFF)
+option(MDFIXUP_PACKAGE "Install and package the programs for Debian" OFF)
 set(MDFIXUP_SANITIZE "" CACHE STRING "Sanitizers, as for -fsanitize=")
 option(MDFIXUP_COVERAGE "Count which lines run" OFF)
 

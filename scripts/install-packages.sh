@@ -1,6 +1,6 @@
 #!/bin/sh
-# Installs what is missing of the Debian packages that building, testing, checking or comparing
-# speed needs: install-packages.sh build|check|bench. Without a missing package nothing is fetched.
+# Installs what is missing of the Debian packages that building, testing, checking, packaging or
+# comparing speed needs: install-packages.sh build|check|package|bench. Without a missing package nothing is fetched.
 set -eu
 
 build="g++ cmake ninja-build
@@ -8,16 +8,18 @@ build="g++ cmake ninja-build
   libboost-date-time1.74-dev libboost-program-options1.74-dev
   libsqlite3-dev libsqlitecpp-dev libspdlog-dev nlohmann-json3-dev libgtest-dev
   libbenchmark-dev sqlite3 strace"
-check="$build clang libclang-rt-dev clang-format clang-tidy git universal-ctags shellcheck mandoc
+package="$build binutils dpkg-dev file gzip lintian systemd"
+check="$package clang libclang-rt-dev clang-format clang-tidy git universal-ctags shellcheck mandoc
   time valgrind python3"
 bench="$build python3"
 
 case ${1-} in
   build) wanted=$build ;;
   check) wanted=$check ;;
+  package) wanted=$package ;;
   bench) wanted=$bench ;;
   *)
-    echo "usage: install-packages.sh build|check|bench" >&2
+    echo "usage: install-packages.sh build|check|package|bench" >&2
     exit 2
     ;;
 esac

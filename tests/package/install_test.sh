@@ -1,0 +1,123 @@
+#!/bin/bash
+# Installs the package below a folder of its own, uses what it installed there, and removes it again:
+# install_test.sh PACKAGE.deb. The machine that this runs on stays as it is.
+set -euo pipefail
+deb=$(realpath "$1")
+cd "$(dirname "$0")/../.."
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+root=$work/root storage=$work/kestrel
+
+expect() { # WHAT COMMAND...: the command must succeed
+  "${@:2}" || { echo "install_test: expected: $1" >&2 && exit 1; }
+}
+# Any path may be left out of installations on this machine, manual pages for one; none is here.
+in_root() {
+  dpkg --root="$root" --log="$work/dpkg.log" --force-script-chrootless --force-depends \
+    --force-not-root --force-bad-path --path-include='/*' "$@" >"$work/dpkg" 2>&1 ||
+    { cat "$work/dpkg" && exit 1; }
+}
+
+lintian --allow-root --fail-on error,warning "$deb"
+mkdir -p "$root"/var/lib/dpkg/{info,updates}
+touch "$root/var/lib/dpkg/status"
+in_root --install "$deb"
+companions=(mdfixup-sandbox)
+! grep -q mdfixup-report report/CMakeLists.txt || companions+=(mdfixup-report)
+share=usr/share completions=usr/share/bash-completion/completions
+manuals=("${companions[@]/#/$share/man/man1/}")
+expect "these files and no others" diff <({
+  printf '755 %s\n' usr/sbin/mdfixup "${companions[@]/#/usr/bin/}" usr/libexec/mdfixup/check
+  printf '644 %s\n' etc/{default,logrotate.d}/mdfixup \
+    lib/systemd/system/mdfixup-check.{service,timer} $completions/mdfixup \
+    $share/zsh/vendor-completions/_mdfixup $share/man/man8/mdfixup.8.gz "${manuals[@]/%/.1.gz}" \
+    $share/doc/mdfixup/{README.Debian,copyright,changelog.gz,changelog.Debian.gz} \
+    $share/doc/mdfixup/{operating,reliability,troubleshooting}.md \
+    $share/doc/mdfixup/examples/{ksregistry,storage}.cfg
+  printf '777 %s\n' "${companions[@]/#/$completions/}"
+} | sort) <(cd "$root" && find etc lib usr ! -type d -printf '%m %p\n' | sort)
+
+for program in usr/sbin/mdfixup "${companions[@]/#/usr/bin/}"; do
+  readelf -Whld --dyn-syms "$root/$program" >"$work/elf"
+  for mark in 'Type: *DYN .Position-Independent' GNU_RELRO 'Flags: NOW' 'GNU_STACK.* RW ' \
+    __stack_chk_fail 'NEEDED.*libc\.so'; do
+    expect "$program has $mark" grep -q "$mark" "$work/elf"
+  done
+  # shellcheck disable=SC2016 # the inner shell's
+  expect "$program is completed" \
+    bash -c '. "$1/${2##*/}"; complete -p "${2##*/}" >/dev/null' - "$root/$completions" "$program"
+done
+expect "security updates of SQLite reach the program" \
+  grep -q 'NEEDED.*libsqlite3\.so' <(readelf -Wd "$root/usr/sbin/mdfixup")
+# The programs call nothing that the C library checks as they run, so their symbols do not tell.
+expect "every file compiled with the checks of the C library" [ -z "$(
+  grep '"command"' "${deb%/*}/compile_commands.json" | grep -v -- -D_FORTIFY_SOURCE=2)" ]
+
+"$root/usr/bin/mdfixup-sandbox" create "$storage" >/dev/null
+for file in ksregistry storage; do # the examples are what is run with
+  sed "s!/srv/kestrel!$storage!" "$root/$share/doc/mdfixup/examples/$file.cfg" >"$storage/etc/$file.cfg"
+done
+list() { "$root/usr/bin/mdfixup-sandbox" list "$storage/catalog"; }
+check() { # STATUS LINE...: with these lines behind the settings of the sandbox
+  local status=0
+  printf '%s\n' "KSREGISTRY=$storage/etc/ksregistry.cfg" "TVR_LOCATION=$storage/quorv" "${@:2}" \
+    >"$root/etc/default/mdfixup"
+  "$root/usr/libexec/mdfixup/check" >"$work/out" 2>"$work/err" || status=$?
+  expect "exit status $1 with the settings ${*:2}, not $status: $(cat "$work/err")" [ $status = "$1" ]
+}
+list >"$work/before"
+check 0 '# as it is meant' '' 'NUM_THREADS=2'
+expect "the planted lines and no others" diff <(grep -E '^(Client |\{)' "$work/out" | LC_ALL=C sort) \
+  <(LC_ALL=C sort "$storage"/planted/{scan,orphans}.txt)
+for line in --repair_client_name_case 'OPTIONS=--repair_client_name_case' 'NUM_THREADS="2"' \
+  "LD_PRELOAD=$work/evil.so" "touch $work/done" 'TVR_DISK_POOL=dp_sandbox ' 'TVR_DISK_POOL='; do
+  check 2 "$line"
+done
+for line in 'NUM_THREADS=2 --repair_client_name_case' "TVR_LOCATION=\$(touch $work/done)" \
+  "TVR_LOCATION=/;touch $work/done" 'KSREGISTRY=x --FORCE_DEDUPE_METADATA_CONSISTENCY'; do
+  check 1 "$line"
+done
+check 0 'TVR_DISK_POOL=x --repair_client_name_case --force'
+# The first command of the dry run mends what the scan failed at; then it reports a pending import;
+# then it outlives a signal to all that runs.
+lifecycle=$storage/quorv/tavrin/bin/admincmd/tvlifecycle
+damaged=$(find "$storage/catalog" -name po.db -print -quit)
+mv "$damaged" "$work/po.db"
+echo damaged >"$damaged"
+printf '#!/bin/sh\nmv %s %s\n' "$work/po.db" "$damaged" >"$lifecycle"
+check 1
+expect "a dry run behind the failed scan" grep -q '^mdfixup finished successfully' "$work/out"
+printf '#!/bin/sh\necho image1\n' >"$lifecycle"
+check 1
+mkfifo "$work"/{begun,on}
+printf '#!/bin/sh\ntrap "" TERM\necho >%s\nread -r line <%s\n' "$work"/{begun,on} >"$lifecycle"
+setsid "$root/usr/libexec/mdfixup/check" >"$work/out" 2>&1 &
+read -r <"$work/begun"
+kill -TERM -- -$!
+echo >"$work/on"
+status=0
+wait $! || status=$?
+expect "a stopped check fails, but not before its run has ended" \
+  [ $status = 1 -a ! -e "$storage/mdfixup.lock" ]
+expect "nothing changed" diff <(list) "$work/before"
+expect "nothing executed" [ ! -e "$work/done" ]
+expect "scans and dry runs alone" [ "$(grep -o ' mode: .*' "$storage/log/mdfixup/mdfixup.log" |
+  sort -u)" = $' mode: client name case scan\n mode: metadata consistency, dry run' ]
+
+units=$root/lib/systemd/system
+expect "the one command" [ "$(grep -h '^Exec' "$units"/*)" = ExecStart=/usr/libexec/mdfixup/check ]
+mkdir "$work/units"
+for unit in mdfixup-check.service mdfixup-check.timer; do # their program is not on this machine
+  sed "s!^ExecStart=!&$root!" "$units/$unit" >"$work/units/$unit"
+done
+# What it does not know it passes over, with a warning; those on this machine's own units are not ours.
+systemd-analyze verify --man=no "$work"/units/* 2>&1 | grep -F mdfixup-check >"$work/verify" || true
+expect "sound units: $(cat "$work/verify")" [ ! -s "$work/verify" ]
+
+systemctl --root="$root" --quiet enable mdfixup-check.timer
+in_root --remove mdfixup
+expect "settings stay" [ -e "$root/etc/default/mdfixup" ]
+in_root --purge mdfixup
+expect "nothing left" [ -z "$(find "$root" -path "$root/var/lib/dpkg" -prune -o ! -type d -print)" ]
+echo "install_test: passed"
+
