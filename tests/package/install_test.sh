@@ -32,7 +32,7 @@ expect "these files and no others" diff <({
     lib/systemd/system/mdfixup-check.{service,timer} $completions/mdfixup \
     $share/zsh/vendor-completions/_mdfixup $share/man/man8/mdfixup.8.gz "${manuals[@]/%/.1.gz}" \
     $share/doc/mdfixup/{README.Debian,copyright,changelog.gz,changelog.Debian.gz} \
-    $share/doc/mdfixup/{operating,reliability,troubleshooting}.md \
+    $share/doc/mdfixup/{operating,reliability,report,troubleshooting}.md \
     $share/doc/mdfixup/examples/{ksregistry,storage}.cfg
   printf '777 %s\n' "${companions[@]/#/$completions/}"
 } | sort) <(cd "$root" && find etc lib usr ! -type d -printf '%m %p\n' | sort)
