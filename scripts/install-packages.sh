@@ -1,6 +1,7 @@
 #!/bin/sh
 # Installs what is missing of the Debian packages that building, testing, checking, packaging or
-# comparing speed needs: install-packages.sh build|check|package|bench. Without a missing package nothing is fetched.
+# comparing speed needs: install-packages.sh build|check|package|bench. Without a missing package
+# nothing is fetched.
 set -eu
 
 build="g++ cmake ninja-build
