@@ -1,13 +1,12 @@
 #include "catalog/base_traverse_catalog.h"
 
-#include <iostream>
-
 #include <boost/filesystem/operations.hpp>
 
 #include "catalog/dirs_iterator.h"
 #include "catalog/traverse_catalog_thread_pool.h"
 #include "dct/log_file.h"
 #include "dct/report_error.h"
+#include "platform/reports.h"
 #include "util/interrupt.h"
 
 namespace fs = boost::filesystem;
@@ -57,7 +56,7 @@ int BaseTraverseCatalog::visit_and_count(const fs::path& policy_dir) {
 void BaseTraverseCatalog::init_log_file(const fs::path& dir, const std::string& file_name) {
   fs::create_directories(dir);
   dct::util::make_LogFile(dir / file_name, m_log);
-  std::cout << "Log file: " + m_log->path() + "\n";
+  platform::print("Log file: " + m_log->path() + "\n");
   write_to_log("Number of threads:           " + std::to_string(m_num_threads) + "\n" +
                "Deduplication metadata dir:  " + m_metadata_dir.string() + "\n");
 }

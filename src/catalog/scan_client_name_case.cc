@@ -1,10 +1,10 @@
 #include "catalog/scan_client_name_case.h"
 
 #include <ctime>
-#include <iostream>
 
 #include "catalog/podb/scan_podb.h"
 #include "dct/report_error.h"
+#include "platform/reports.h"
 #include "platform/run_log.h"
 #include "platform/status.h"
 #include "util/interrupt.h"
@@ -56,7 +56,7 @@ int ScanClientNameCase::report_unreadable(int status, const fs::path& policy_dir
 }
 
 void ScanClientNameCase::summarize_impl() {
-  std::cout << (m_found_issues ? found_case_sensitivity_issues_msg : clean_msg) + "\n";
+  platform::print((m_found_issues ? found_case_sensitivity_issues_msg : clean_msg) + "\n");
   if (totals().failed_dirs() != 0) {
     dct::report_error("The scan is incomplete: " + std::to_string(totals().failed_dirs()) +
                       " policy directories could not be read.\n");

@@ -1,12 +1,12 @@
 #include "catalog/visit_pos_not_in_tvr_catalog.h"
 
-#include <iostream>
 #include <set>
 
 #include "catalog/podb/delete_orphan_pos.h"
 #include "catalog/podb/print_orphan_pos.h"
 #include "dct/filesystem.h"
 #include "dct/log_file.h"
+#include "platform/reports.h"
 #include "platform/run_log.h"
 #include "platform/status.h"
 #include "tvr_utils/tvr_image_iterator.h"
@@ -61,13 +61,13 @@ VisitPOsNotInTVRCatalog<V>::VisitPOsNotInTVRCatalog(const fs::path& log_director
   init_log_file(dir, V::log_fname());
   dct::util::make_LogFile(dir / V::missing_images_fname(), m_missing_images_log);
   // The name is asked for anew, so it may be a second late; scripts know that.
-  std::cout << "Missing images file: " + (dir / V::missing_images_fname()).string() + "\n";
+  platform::print("Missing images file: " + (dir / V::missing_images_fname()).string() + "\n");
   m_missing_images_log->write("backupid|client_name|policy_name|copy_num|\n");
   dct::util::make_LogFile(dir / V::policy_dirs_fname(), m_policy_dirs_log);
   m_policy_dirs_log->write(
       "client_name|policy_name|pos|copies|orphan_copies|missing_copies|taken_pos|"
       "other_copies_pos|\n");
-  std::cout << V::initial_string();
+  platform::print(V::initial_string());
 }
 
 template <class V>

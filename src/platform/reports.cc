@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <iostream>
 
+#include "platform/status_line.h"
 #include "platform/write_all.h"
 
 namespace platform {
@@ -23,9 +24,24 @@ bool reader_is_gone(int descriptor) {
 
 }  // namespace
 
+void print(std::string_view text) {
+  if (!StatusLine::is_in_use_beside_output()) {
+    std::cout << text;
+    return;
+  }
+  StatusLine::make_way(text, [text] { std::cout << text << std::flush; });
+}
+
 // Not through std::cerr, which drops everything behind the first text that it could not write.
 bool tell_standard_error(std::string_view text) {
-  return write_all(STDERR_FILENO, text) == text.size();
+  std::size_t written = 0;
+  const auto write = [&] { written = write_all(STDERR_FILENO, text); };
+  if (StatusLine::is_in_use()) {
+    StatusLine::make_way(text, write);
+  } else {
+    write();
+  }
+  return written == text.size();
 }
 
 void tell_or_lose(std::string_view text) {

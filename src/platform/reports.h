@@ -10,6 +10,10 @@ namespace platform {
 //
 // Threads: every function may be called from any thread, but for standard_output_is_whole.
 
+// Writes to standard output, which notes what it did not take. On a terminal it takes the place of
+// the status line.
+void print(std::string_view text);
+
 // Writes to standard error, at once and as one text. False when that failed, be it for a part.
 bool tell_standard_error(std::string_view text);
 

@@ -1,6 +1,5 @@
 #include "tool/modes.h"
 
-#include <iostream>
 #include <string>
 
 #include <boost/scoped_ptr.hpp>
@@ -12,6 +11,7 @@
 #include "dct/filesystem.h"
 #include "dct/init_networking.h"
 #include "dct/report_error.h"
+#include "platform/reports.h"
 #include "tool/exit_status.h"
 #include "tool/option_table.h"
 #include "tool/pending_import_guard.h"
@@ -99,6 +99,6 @@ int consistency_mode(const StoragePaths& storage) {
     done = delete_orphans(storage, admincmd_dir, disk_pool);
   }
   if (!done) return k_exit_failure;
-  std::cout << "mdfixup finished successfully.\n";
+  platform::print("mdfixup finished successfully.\n");
   return k_exit_success;
 }

@@ -1,5 +1,4 @@
 #include <cerrno>
-#include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -107,7 +106,7 @@ void note(const std::vector<fs::path>& links) {
 // One that stays is walked as what it leads to; nothing is lost by that, but it is not what was asked
 // for.
 void remove_symbolic_links(const fs::path& dir) {
-  std::cout << "Cleaning up symbolic links\n";
+  platform::print("Cleaning up symbolic links\n");
   note(symbolic_links(dir));
   (void)dct::run_in_shell("find " + dct::in_double_quotes(dir.string()) +
                           " -type l -exec rm {} \\;");
@@ -140,11 +139,11 @@ int repair_mode(const StoragePaths& storage) {
   // On failure the catalog stays aside and the services stay down, for the operator to look and to
   // run it again.
   if (!run_task(*task, Summary::after_success)) {
-    std::cout << "Case-sensitivity repair finished with some errors.\n";
+    platform::print("Case-sensitivity repair finished with some errors.\n");
     return k_exit_failure;
   }
   move_catalog(storage.work_dir, storage.catalog);
   StartServices(opt_tvr_location);
-  std::cout << "Case-sensitivity repair finished successfully.\n";
+  platform::print("Case-sensitivity repair finished successfully.\n");
   return k_exit_success;
 }

@@ -1,9 +1,8 @@
 #include "tool/services.h"
 
-#include <iostream>
-
 #include "cr/utils/dedupe_engine_process_control.h"
 #include "dct/report_error.h"
+#include "platform/reports.h"
 #include "tool/option_table.h"
 
 bool StopServices(const boost::filesystem::path& tvr_location) {
@@ -27,7 +26,7 @@ void StartServices(const boost::filesystem::path& tvr_location) {
   if (opt_force) {
     services.start_all();
   } else {
-    std::cout << "Please start Tavrin Deduplication services with the following commands:\n" +
-                     services.get_start_services_string();
+    platform::print("Please start Tavrin Deduplication services with the following commands:\n" +
+                    services.get_start_services_string());
   }
 }

@@ -1,7 +1,6 @@
 #include "tool/usage.h"
 
-#include <iostream>
-
+#include "platform/reports.h"
 #include "tool/option_table.h"
 
 namespace {
@@ -66,5 +65,5 @@ The default action (if no flags are provided) is to show this help message
 }  // namespace
 
 void Usage() {
-  std::cout << "Usage: " + progname + " [OPTION]...\n" + k_usage;
+  platform::print("Usage: " + progname + " [OPTION]...\n" + k_usage);
 }

@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <string_view>
 
+#include "platform/status_line.h"
+
 namespace util {
 
 namespace {
@@ -15,9 +17,13 @@ static_assert(std::atomic<bool>::is_always_lock_free, "set from a signal handler
 
 constexpr std::array k_stop_signals{SIGINT, SIGTERM, SIGHUP};
 
-constexpr std::string_view k_notice =
+// One text, written in one call: what other threads write at the same time stands before or behind it.
+constexpr std::string_view k_erasing_notice =
+    "\r\033[K"
     "Interrupted: the policy directories in hand are finished, then the run stops. "
     "A second signal ends it at once.\n";
+static_assert(k_erasing_notice.substr(0, platform::k_erase_line.size()) == platform::k_erase_line);
+constexpr std::string_view k_notice = k_erasing_notice.substr(platform::k_erase_line.size());
 
 void request_stop(int /*signal*/) {
   const int saved_errno = errno;
@@ -26,7 +32,9 @@ void request_stop(int /*signal*/) {
   for (const int signal : k_stop_signals) (void)::sigaction(signal, &by_default, nullptr);
   s_interrupted.store(true);
   // Workers may wait for a child for minutes, so the notice cannot wait for one of them.
-  (void)!::write(STDERR_FILENO, k_notice.data(), k_notice.size());
+  const std::string_view notice =
+      platform::StatusLine::may_be_shown() ? k_erasing_notice : k_notice;
+  (void)!::write(STDERR_FILENO, notice.data(), notice.size());
   errno = saved_errno;
 }
 

@@ -1,6 +1,6 @@
 #include "catalog/podb/print_orphan_pos.h"
 
-#include <iostream>
+#include "platform/reports.h"
 
 namespace catalog::podb {
 
@@ -20,7 +20,7 @@ void PrintOrphanPOs::visit_one_image_copy(std::int64_t backup_time, std::uint32_
   const Taking& found = taking(backup_time, copy_number);
   tally().taken_pos += found.pos;
   tally().other_copies_pos += found.other_copies.size();
-  std::cout << text;
+  platform::print(text);
   write_to_log("Would have deleted the POs for the image: " + text +
                taking_text("Would delete", found));
 }

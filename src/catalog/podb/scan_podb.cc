@@ -1,8 +1,7 @@
 #include "catalog/podb/scan_podb.h"
 
-#include <iostream>
-
 #include "catalog/podb/basename_parts.h"
+#include "platform/reports.h"
 
 namespace catalog::podb {
 
@@ -20,7 +19,7 @@ int ScanPODB::visit_podb_impl() {
   if (!found) return k_status_ok;
   const std::string text = "Client " + client() + " has name case-sensitivity issues.\n";
   write_to_log(text);
-  std::cout << text;
+  platform::print(text);
   m_found_issue = true;
   return k_status_handled;
 }

@@ -1,0 +1,141 @@
+#include "platform/status_line.h"
+
+#include <poll.h>
+#include <stdlib.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <exception>
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include "platform/write_all.h"
+
+namespace platform {
+
+namespace {
+
+std::atomic<bool> s_in_use{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "read in a signal handler");
+std::atomic<bool> s_output_is_terminal{false};
+
+bool can_erase() {
+  const char* terminal = ::getenv("TERM");
+  return terminal != nullptr && *terminal != '\0' && std::string_view(terminal) != "dumb";
+}
+
+// A terminal that is not the one that controls the process has no opinion, and none of its shells
+// writes to it.
+bool in_background() {
+  const pid_t foreground = ::tcgetpgrp(STDERR_FILENO);
+  return foreground > 0 && foreground != ::getpgrp();
+}
+
+bool takes_output() {
+  struct pollfd terminal {};
+  terminal.fd = STDERR_FILENO;
+  terminal.events = POLLOUT;
+  return ::poll(&terminal, 1, 0) == 1 && (terminal.revents & POLLOUT) != 0;
+}
+
+// One less than there are: some terminals go on to the next line once the last column is filled.
+std::size_t usable_columns() {
+  constexpr std::size_t k_usual = 80;
+  struct winsize size {};
+  const bool is_known = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
+  return (is_known ? size.ws_col : k_usual) - 1;
+}
+
+// The state of the one terminal that there is.
+class Terminal {
+ public:
+  void show(std::string_view text) {
+    const boost::lock_guard<boost::mutex> guard(m_mutex);
+    if (m_within_text || in_background() || !takes_output()) return;
+    std::string line = "\r";
+    line += text.substr(0, usable_columns());
+    line += "\033[K";
+    m_is_shown = true;
+    (void)write_all(STDERR_FILENO, line);
+  }
+
+  // Whether it is gone now.
+  bool erase() {
+    const boost::lock_guard<boost::mutex> guard(m_mutex);
+    if (m_is_shown && takes_output()) erase_shown();
+    return !m_is_shown;
+  }
+
+  void make_way(std::string_view text, const std::function<void()>& write) {
+    const boost::lock_guard<boost::mutex> guard(m_mutex);
+    erase_shown();
+    write();
+    if (!text.empty()) m_within_text = text.back() != '\n';
+  }
+
+ private:
+  // In the background, where the line has long been followed by what the shell wrote, it would take
+  // away the shell's own.
+  void erase_shown() BOOST_THREAD_REQUIRES(m_mutex) {
+    if (!m_is_shown) return;
+    if (!in_background()) (void)write_all(STDERR_FILENO, k_erase_line);
+    m_is_shown = false;
+  }
+
+  boost::mutex m_mutex;
+  bool m_is_shown BOOST_THREAD_GUARDED_BY(m_mutex) = false;
+  bool m_within_text BOOST_THREAD_GUARDED_BY(m_mutex) = false;  // the last one had no line end
+};
+
+Terminal& terminal() {
+  static Terminal terminal;
+  return terminal;
+}
+
+}  // namespace
+
+StatusLine::StatusLine() {
+  const bool is_possible = ::isatty(STDERR_FILENO) == 1 && can_erase();
+  s_output_is_terminal = is_possible && ::isatty(STDOUT_FILENO) == 1;
+  s_in_use = is_possible;
+}
+
+// A terminal that takes nothing now keeps the line, for what is written next to take it away.
+StatusLine::~StatusLine() {
+  if (!erase()) return;
+  s_in_use = false;
+  s_output_is_terminal = false;
+}
+
+void StatusLine::show(std::string_view text) {
+  if (is_in_use()) terminal().show(text);
+}
+
+bool StatusLine::erase() noexcept {
+  try {
+    return !is_in_use() || terminal().erase();
+  } catch (const std::exception&) {
+    return false;  // without its lock it stays, as on a terminal that takes nothing
+  }
+}
+
+bool StatusLine::is_in_use() {
+  return s_in_use;
+}
+
+bool StatusLine::may_be_shown() {
+  return is_in_use() && !in_background();
+}
+
+bool StatusLine::is_in_use_beside_output() {
+  return s_output_is_terminal;
+}
+
+void StatusLine::make_way(std::string_view text, const std::function<void()>& write) {
+  terminal().make_way(text, write);
+}
+
+}  // namespace platform

@@ -1,0 +1,94 @@
+#include "tests/support/terminal.h"
+
+#include <pty.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <stdexcept>
+
+namespace support {
+
+namespace {
+
+constexpr unsigned short k_wide = 200;
+
+void exec(const std::vector<std::string>& command, const sandbox::Child::Environment& environment) {
+  for (const auto& [name, value] : environment) ::setenv(name.c_str(), value.c_str(), 1);
+  std::vector<char*> argv;
+  for (const std::string& word : command) argv.push_back(const_cast<char*>(word.c_str()));
+  argv.push_back(nullptr);
+  ::execvp(argv[0], argv.data());
+  ::_exit(127);
+}
+
+}  // namespace
+
+OnTerminal::OnTerminal(const std::function<void()>& body, unsigned short columns) {
+  struct winsize size {};
+  size.ws_col = columns;
+  (void)std::fflush(nullptr);  // or the process would write it as well
+  m_pid = ::forkpty(&m_terminal, nullptr, nullptr, &size);
+  if (m_pid < 0) throw std::runtime_error("no terminal");
+  if (m_pid != 0) return;
+  ::setenv("TERM", "xterm", 1);
+  body();
+  (void)std::fflush(nullptr);
+  ::_exit(0);
+}
+
+OnTerminal::OnTerminal(const std::vector<std::string>& command,
+                       const sandbox::Child::Environment& environment)
+    : OnTerminal([&] { exec(command, environment); }, k_wide) {}
+
+OnTerminal::~OnTerminal() {
+  ::close(m_terminal);
+}
+
+// At its end, when no process has it any more, a terminal fails with EIO.
+bool OnTerminal::read_more() {
+  std::array<char, 4096> buffer{};
+  const ssize_t n = ::read(m_terminal, buffer.data(), buffer.size());
+  if (n > 0) m_written.append(buffer.data(), static_cast<std::size_t>(n));
+  return n > 0;
+}
+
+void OnTerminal::await(const std::string& text) {
+  while (m_written.find(text) == std::string::npos && read_more()) {
+  }
+}
+
+int OnTerminal::wait() {
+  while (read_more()) {
+  }
+  int status = 0;
+  if (::waitpid(m_pid, &status, 0) != m_pid) throw std::runtime_error("no process to wait for");
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::string OnTerminal::screen() const {
+  static const std::string k_erase_rest = "\033[K";
+  std::string above;
+  std::string line;
+  std::size_t column = 0;
+  for (std::size_t i = 0; i < m_written.size(); ++i) {
+    if (m_written.compare(i, k_erase_rest.size(), k_erase_rest) == 0) {
+      line.resize(column);
+      i += k_erase_rest.size() - 1;
+    } else if (m_written[i] == '\r') {
+      column = 0;
+    } else if (m_written[i] == '\n') {
+      above += line + "\n";
+      line.clear();
+      column = 0;
+    } else {
+      line.replace(column, 1, 1, m_written[i]);
+      ++column;
+    }
+  }
+  return above + line;
+}
+
+}  // namespace support

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <functional>
+#include <string>
+
+#include "sandbox/child.h"
+
+namespace support {
+
+// A process with a terminal of its own, which controls it and takes its standard output and standard
+// error.
+//
+// Threads: one thread, which has no others beside it when the process is made.
+class OnTerminal {
+ public:
+  // `body` runs in the process, which ends with it.
+  explicit OnTerminal(const std::function<void()>& body, unsigned short columns = 0);
+  OnTerminal(const std::vector<std::string>& command,
+             const sandbox::Child::Environment& environment);
+  ~OnTerminal();
+  OnTerminal(const OnTerminal&) = delete;
+  OnTerminal& operator=(const OnTerminal&) = delete;
+
+  // Waits until that text was written, or the process has ended.
+  void await(const std::string& text);
+
+  // Waits for the end; the exit status, or -1 when a signal was it.
+  int wait();
+
+  // What was written so far, as it came.
+  const std::string& written() const { return m_written; }
+
+  // What stands on the terminal then: carriage returns, line ends and the erasing of a line's rest
+  // taken for what they do.
+  std::string screen() const;
+
+  pid_t pid() const { return m_pid; }
+
+ private:
+  bool read_more();
+
+  int m_terminal = -1;
+  pid_t m_pid = -1;
+  std::string m_written;
+};
+
+}  // namespace support
