@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "platform/status_line.h"
+#include "util/bell.h"
 
 namespace util {
 
@@ -25,6 +26,9 @@ constexpr std::string_view k_erasing_notice =
 static_assert(k_erasing_notice.substr(0, platform::k_erase_line.size()) == platform::k_erase_line);
 constexpr std::string_view k_notice = k_erasing_notice.substr(platform::k_erase_line.size());
 
+std::atomic<bool> s_progress_asked{false};
+Bell s_progress_bell;
+
 void request_stop(int /*signal*/) {
   const int saved_errno = errno;
   struct sigaction by_default {};
@@ -35,6 +39,13 @@ void request_stop(int /*signal*/) {
   const std::string_view notice =
       platform::StatusLine::may_be_shown() ? k_erasing_notice : k_notice;
   (void)!::write(STDERR_FILENO, notice.data(), notice.size());
+  errno = saved_errno;
+}
+
+void ask_for_progress(int /*signal*/) {
+  const int saved_errno = errno;
+  s_progress_asked.store(true);
+  s_progress_bell.ring();
   errno = saved_errno;
 }
 
@@ -53,6 +64,7 @@ void install(int signal, void (*handler)(int)) {
 SignalGuard::SignalGuard() : m_saved{{{SIGINT, {}}, {SIGTERM, {}}, {SIGHUP, {}}}} {
   s_interrupted.store(false);
   install(SIGPIPE, do_nothing);
+  install(SIGUSR1, ask_for_progress);
   // A caller that ignores it would keep us from learning how a child ended.
   install(SIGCHLD, SIG_DFL);
   for (Saved& saved : m_saved) {
@@ -64,6 +76,14 @@ SignalGuard::SignalGuard() : m_saved{{{SIGINT, {}}, {SIGTERM, {}}, {SIGHUP, {}}}
 
 SignalGuard::~SignalGuard() {
   for (const Saved& saved : m_saved) (void)::sigaction(saved.signal, &saved.action, nullptr);
+}
+
+bool progress_was_asked_for() {
+  return s_progress_asked.exchange(false);
+}
+
+Bell& progress_bell() {
+  return s_progress_bell;
 }
 
 bool interrupted() {

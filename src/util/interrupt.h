@@ -6,12 +6,17 @@
 
 namespace util {
 
+class Bell;
+
 // While one lives: the first SIGINT, SIGTERM or SIGHUP says so on standard error and asks the run
 // to stop early; a second one takes its default action. A SIGHUP that the caller ignores (nohup)
 // stays ignored.
 //
 // SIGPIPE is caught from then on and does nothing, so that a closed standard output does not end a
 // run half-way; it stays caught, since what a stream still holds is written as the process ends.
+//
+// SIGUSR1 is caught from then on as well: it asks how far the run is, and its default action would end
+// a run half-way. Neither it nor SIGPIPE is ignored or blocked, which children would inherit.
 //
 // SIGCHLD takes its default action from then on.
 //
@@ -34,5 +39,11 @@ class SignalGuard {
 
 // Whether a signal has asked the run to stop early. May be called from any thread.
 bool interrupted();
+
+// Whether SIGUSR1 has come since this was asked last, however often. May be called from any thread.
+bool progress_was_asked_for();
+
+// Rung by SIGUSR1; waited for by whoever answers it.
+Bell& progress_bell();
 
 }  // namespace util

@@ -76,6 +76,14 @@ TEST_F(Services, OnesThatDoNotStartAreTold) {
   EXPECT_EQ(ended.err, "ERROR: the services may not run; the command " + m_ksde + " failed\n");
 }
 
+// One command runs before the task, the other behind it.
+TEST_F(Services, AskingForProgressBesideTheTaskDoesNothing) {
+  support::write_script(m_tvsvcwatch, "kill -USR1 $(cat " + m_scene.lock_file().string() + ")\n");
+  const Ended ended = m_scene.run({"--repair_client_name_case", "--force"});
+  EXPECT_EQ(ended.exit_status, 0);
+  EXPECT_EQ(ended.err, "");
+}
+
 TEST_F(Services, InterruptedCommandInterruptsTheRun) {
   support::write_script(m_tvsvcwatch,
                         "mkdir " + (m_scene.root() / "once").string() + " && kill -INT $PPID\n");
