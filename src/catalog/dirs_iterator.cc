@@ -4,7 +4,6 @@
 #include <boost/lexical_cast/try_lexical_convert.hpp>
 
 #include "dct/log_file.h"
-#include "platform/reports.h"
 
 namespace fs = boost::filesystem;
 
@@ -82,11 +81,7 @@ void DirsIterator::skip_non_dsid_dirs() {
 }
 
 void DirsIterator::write_to_log(const std::string& text) const {
-  if (m_log != nullptr) {
-    m_log->write(text);
-  } else {
-    platform::tell_or_lose(text);
-  }
+  if (m_log != nullptr) m_log->write(text);
 }
 
 }  // namespace catalog

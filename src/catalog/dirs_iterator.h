@@ -21,7 +21,7 @@ namespace catalog {
 // handled that way by every tool of the storage.
 //
 // Threads: one thread at a time.
-// Ownership: refers to the log, which must outlive it; without one, standard error is told.
+// Ownership: refers to the log, which must outlive it; without one, nobody is told.
 // Invariant: the stack is empty at the end of the walk; else the entry under its top is current.
 // Errors: boost::filesystem::filesystem_error when a directory cannot be read or an entry's status
 //   not taken.
