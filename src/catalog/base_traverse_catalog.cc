@@ -24,6 +24,10 @@ BaseTraverseCatalog::~BaseTraverseCatalog() = default;
 
 void BaseTraverseCatalog::summarize_impl() {}
 
+std::string BaseTraverseCatalog::findings() const {
+  return "";
+}
+
 bool BaseTraverseCatalog::traverse() {
   const bool ran_to_its_end = m_num_threads < 2 ? walk_on_this_thread() : walk_on_workers();
   return ran_to_its_end && m_totals.failed_dirs() == 0 && !util::interrupted();
@@ -50,7 +54,9 @@ bool BaseTraverseCatalog::walk_on_workers() {
 
 int BaseTraverseCatalog::visit_and_count(const fs::path& policy_dir) {
   m_totals.add_dir();
-  return visit_dir(policy_dir);
+  const int status = visit_dir(policy_dir);
+  m_totals.add_done_dir();
+  return status;
 }
 
 void BaseTraverseCatalog::init_log_file(const fs::path& dir, const std::string& file_name) {

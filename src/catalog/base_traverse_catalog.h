@@ -34,6 +34,10 @@ class BaseTraverseCatalog {
   // Sums up the run. Called once, after the traversal; this one says nothing.
   virtual void summarize_impl();
 
+  // What was found so far, in the words of the task: "3 collisions, 5 of another kind". Called from
+  // any thread; this one says nothing.
+  virtual std::string findings() const;
+
   BaseTraverseCatalog(const BaseTraverseCatalog&) = delete;
   BaseTraverseCatalog& operator=(const BaseTraverseCatalog&) = delete;
 

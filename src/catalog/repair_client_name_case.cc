@@ -62,6 +62,12 @@ int RepairClientNameCase::report_unrepaired(int status, const fs::path& policy_d
   return status == k_status_ok ? k_status_malformed : status;
 }
 
+std::string RepairClientNameCase::findings() const {
+  const DirCounts counts = totals().counts();
+  return std::to_string(counts.moved_pos) + " POs moved, " + std::to_string(counts.collisions) +
+         " collisions";
+}
+
 void RepairClientNameCase::summarize_impl() {
   if (!m_collisions_found) return;
   dct::report_error("Metadata collisions were encountered.\nSee " + m_collision_log->path() + "\n");

@@ -28,6 +28,8 @@ class RepairClientNameCase : public BaseTraverseCatalog {
   // Tells standard error of collisions.
   void summarize_impl() override;
 
+  std::string findings() const override;
+
  private:
   int repair(const boost::filesystem::path& policy_dir);
   int report_unrepaired(int status, const boost::filesystem::path& policy_dir,

@@ -24,6 +24,7 @@ struct DirCounts {
 class RunTotals {
  public:
   void add_dir() { ++m_dirs; }
+  void add_done_dir() { ++m_done_dirs; }
   void add_failed_dir() { ++m_failed_dirs; }
   void add(const DirCounts& counts) {
     m_pos += counts.pos;
@@ -37,6 +38,7 @@ class RunTotals {
   }
 
   std::uint64_t dirs() const { return m_dirs; }
+  std::uint64_t done_dirs() const { return m_done_dirs; }  // those in hand left out
   std::uint64_t failed_dirs() const { return m_failed_dirs; }
   DirCounts counts() const {
     return {m_pos,       m_copies,           m_orphan_copies, m_missing_copies,
@@ -45,6 +47,7 @@ class RunTotals {
 
  private:
   std::atomic<std::uint64_t> m_dirs{0};
+  std::atomic<std::uint64_t> m_done_dirs{0};
   std::atomic<std::uint64_t> m_failed_dirs{0};
   std::atomic<std::uint64_t> m_pos{0};
   std::atomic<std::uint64_t> m_copies{0};

@@ -44,7 +44,7 @@ int ScanClientNameCase::scan(const fs::path& policy_dir) {
   podb::ScanPODB visitor(policy_dir, log());
   const CountsAdder counted(totals_to_add_to(), visitor.counts());
   const int status = visitor.visit_podb_impl();
-  if (status != k_status_ok && visitor.found_issue()) m_found_issues = true;
+  if (status != k_status_ok && visitor.found_issue()) ++m_dirs_with_issues;
   return status;
 }
 
@@ -55,8 +55,12 @@ int ScanClientNameCase::report_unreadable(int status, const fs::path& policy_dir
   return status;
 }
 
+std::string ScanClientNameCase::findings() const {
+  return std::to_string(m_dirs_with_issues) + " directories with issues";
+}
+
 void ScanClientNameCase::summarize_impl() {
-  platform::print((m_found_issues ? found_case_sensitivity_issues_msg : clean_msg) + "\n");
+  platform::print((m_dirs_with_issues != 0 ? found_case_sensitivity_issues_msg : clean_msg) + "\n");
   if (totals().failed_dirs() != 0) {
     dct::report_error("The scan is incomplete: " + std::to_string(totals().failed_dirs()) +
                       " policy directories could not be read.\n");

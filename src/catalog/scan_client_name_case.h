@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <string>
 
 #include "catalog/base_traverse_catalog.h"
@@ -22,6 +23,8 @@ class ScanClientNameCase : public BaseTraverseCatalog {
   // not be read, since the message says nothing of them.
   void summarize_impl() override;
 
+  std::string findings() const override;
+
  private:
   static const std::string clean_msg;
   static const std::string found_case_sensitivity_issues_msg;
@@ -29,7 +32,7 @@ class ScanClientNameCase : public BaseTraverseCatalog {
   int scan(const boost::filesystem::path& policy_dir);
   int report_unreadable(int status, const boost::filesystem::path& policy_dir);
 
-  std::atomic<bool> m_found_issues{false};
+  std::atomic<std::uint64_t> m_dirs_with_issues{0};
 };
 
 }  // namespace catalog

@@ -110,6 +110,11 @@ std::vector<std::string> VisitPOsNotInTVRCatalog<V>::visited_pairs() {
 }
 
 template <class V>
+std::string VisitPOsNotInTVRCatalog<V>::findings() const {
+  return V::findings(totals().counts());
+}
+
+template <class V>
 void VisitPOsNotInTVRCatalog<V>::summarize_impl() {
   if (!util::interrupted()) list_unvisited_pairs();
   if (util::interrupted()) InfoA("the listing of missing images was left out or cut short");

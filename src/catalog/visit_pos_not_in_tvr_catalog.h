@@ -39,6 +39,8 @@ class VisitPOsNotInTVRCatalog : public BaseTraverseCatalog {
   // visited would be reported as missing.
   void summarize_impl() override;
 
+  std::string findings() const override;
+
  private:
   void compare_dir(const boost::filesystem::path& policy_dir);
   void report(int status, const boost::filesystem::path& policy_dir, const std::string& text);

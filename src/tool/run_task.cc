@@ -6,6 +6,7 @@
 
 #include "catalog/base_traverse_catalog.h"
 #include "platform/run_log.h"
+#include "tool/progress.h"
 #include "util/interrupt.h"
 
 namespace {
@@ -61,7 +62,10 @@ class TotalsLogger {
 
 bool run_task(catalog::BaseTraverseCatalog& task, Summary summary) {
   const TotalsLogger logger(task.totals());
+  constexpr ProgressIntervals k_intervals{std::chrono::seconds(1), std::chrono::minutes(1)};
+  Progress progress(task, k_intervals);
   const bool traversed = task.traverse();
+  progress.traversal_is_over();
   if (traversed || summary == Summary::always) task.summarize_impl();
   if (util::interrupted()) InfoA("the run was interrupted by a signal");
   // What a task that is through has to say is no part of its success.

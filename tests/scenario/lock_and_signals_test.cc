@@ -1,54 +1,9 @@
-#include "tests/scenario/scenario.h"
+#include "tests/scenario/paused_run.h"
 
 #include <fcntl.h>
-#include <sched.h>
-#include <signal.h>
 #include <unistd.h>
 
 namespace scenario::lock_and_signals {
-
-// ThreadSanitizer holds signals back while a thread waits inside the C library.
-#ifdef __SANITIZE_THREAD__
-constexpr bool k_signals_are_deferred = true;
-#else
-constexpr bool k_signals_are_deferred = false;
-#endif
-
-// A dry run that stops in the middle of its first directory until the test lets it go on.
-class PausedRun {
- public:
-  PausedRun() {
-    for (const char* client : {"hosta", "hostb", "hostc"}) m_scene.put(client, "p", {});
-    support::run({"mkfifo", fifo("ready"), fifo("go")});
-    // The first call reports itself and waits; any other one leaves its arguments behind.
-    m_scene.script("tvimagequery", "if mkdir " + fifo("first") + " 2>/dev/null; then echo > " +
-                                       fifo("ready") + "; read line < " + fifo("go") +
-                                       "; else echo \"$*\" >> " + fifo("calls") +
-                                       "; fi\nexit 227\n");
-    m_child = m_scene.start({"--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run"});
-    support::read_text(fifo("ready"));
-  }
-
-  void send_and_await_notice(int signal) {
-    m_child->send(signal);
-    while (!k_signals_are_deferred && !contains(m_child->err(), "\n")) ::sched_yield();
-  }
-
-  Ended go_on() {
-    support::write_text(fifo("go"), "\n");
-    return m_child->wait();
-  }
-
-  support::Child& child() { return *m_child; }
-  const Scene& scene() const { return m_scene; }
-  std::string later_calls() const { return support::read_text(fifo("calls")); }
-
- private:
-  std::string fifo(const std::string& name) const { return (m_scene.root() / name).string(); }
-
-  Scene m_scene;
-  std::unique_ptr<support::Child> m_child;
-};
 
 // The process that holds a write lock on the file; 0 when none does.
 pid_t lock_holder(const fs::path& file) {
@@ -101,12 +56,12 @@ TEST(Lock, IsHeldThroughTheRunWithThePidReadable) {
 TEST(Signals, FirstOneFinishesTheDirectoryInHandAndStops) {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     PausedRun run;
-    run.send_and_await_notice(signal);
+    run.send_and_await_line(signal);
     const Ended ended = run.go_on();
     EXPECT_EQ(ended.exit_status, 1);
     EXPECT_EQ(std::count(ended.err.begin(), ended.err.end(), '\n'), 1) << ended.err;
     EXPECT_FALSE(contains(ended.out, "finished successfully"));
-    EXPECT_EQ(run.later_calls(), "") << "neither another directory nor the final listing";
+    EXPECT_EQ(run.scene().later_calls(), "") << "neither another directory nor the final listing";
     EXPECT_FALSE(fs::exists(run.scene().lock_file()));
     const std::string log = run.scene().run_log();
     EXPECT_TRUE(contains(log, "policy directories 1, failed 0,")) << log;
@@ -117,12 +72,12 @@ TEST(Signals, FirstOneFinishesTheDirectoryInHandAndStops) {
 TEST(Signals, SecondOneTakesItsDefaultAction) {
   if (k_signals_are_deferred) GTEST_SKIP();
   PausedRun run;
-  run.send_and_await_notice(SIGINT);
+  run.send_and_await_line(SIGINT);
   run.child().send(SIGTERM);
   const Ended ended = run.child().wait();
   EXPECT_EQ(ended.signal, SIGTERM);
   EXPECT_TRUE(fs::exists(run.scene().lock_file()));
-  support::write_text(run.scene().root() / "go", "\n");  // lets the command end
+  run.scene().go_on();  // lets the command end
 }
 
 }  // namespace scenario::lock_and_signals

@@ -34,12 +34,21 @@ void Scene::script(const std::string& name, const std::string& text) const {
   write_script(admincmd(name), text);
 }
 
+std::vector<std::string> Scene::command(const std::vector<std::string>& arguments) const {
+  std::vector<std::string> words{MDFIXUP_PROGRAM, "--tvr_location", m_storage.product().string()};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  return words;
+}
+
+Child::Environment Scene::environment() const {
+  return {{"KSREGISTRY", m_storage.registry_file().string()}};
+}
+
 std::unique_ptr<Child> Scene::start_behind(std::vector<std::string> prefix,
                                            const std::vector<std::string>& arguments) const {
-  prefix.insert(prefix.end(), {MDFIXUP_PROGRAM, "--tvr_location", m_storage.product().string()});
-  prefix.insert(prefix.end(), arguments.begin(), arguments.end());
-  const Child::Environment environment{{"KSREGISTRY", m_storage.registry_file().string()}};
-  return std::make_unique<Child>(prefix, environment);
+  const std::vector<std::string> words = command(arguments);
+  prefix.insert(prefix.end(), words.begin(), words.end());
+  return std::make_unique<Child>(prefix, environment());
 }
 
 std::unique_ptr<Child> Scene::start(const std::vector<std::string>& arguments) const {

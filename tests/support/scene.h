@@ -50,6 +50,10 @@ class Scene {
 
   std::unique_ptr<Child> start(const std::vector<std::string>& arguments) const;
 
+  // What is started then.
+  std::vector<std::string> command(const std::vector<std::string>& arguments) const;
+  Child::Environment environment() const;
+
   // All logs below the log directory whose names begin so, one behind the other.
   std::string logs(const std::string& prefix) const;
   std::string run_log() const { return logs("mdfixup.log"); }

@@ -95,6 +95,11 @@ std::string BaseCompareWithTVR::policy_dirs_fname() {
   return "PolicyDirs_" + std::to_string(std::time(nullptr)) + ".log";
 }
 
+std::string BaseCompareWithTVR::findings(const DirCounts& counts) {
+  return std::to_string(counts.orphan_copies) + " orphan copies, " +
+         std::to_string(counts.missing_copies) + " missing copies";
+}
+
 void BaseCompareWithTVR::visit_image_copies_not_in_TV_impl() {
   if (image_copies().size() == 0) return;
   if (image_copies().size() == tally().copies) {

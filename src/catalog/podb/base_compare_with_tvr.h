@@ -49,6 +49,9 @@ class BaseCompareWithTVR : public BasenameTimeAndCopySet {
   // What was counted in the directory, as a line of the report on policy directories.
   std::string counts_line() const;
 
+  // What the counts of a run say was found.
+  static std::string findings(const DirCounts& counts);
+
   void set_catalog_backup_time(std::int64_t seconds) { m_catalog_backup_time = seconds; }
 
  protected:

@@ -16,6 +16,11 @@ std::string DeleteOrphanPOs::initial_string() {
   return "";
 }
 
+std::string DeleteOrphanPOs::findings(const DirCounts& counts) {
+  return BaseCompareWithTVR::findings(counts) + ", " + std::to_string(counts.taken_pos) +
+         " POs deleted";
+}
+
 void DeleteOrphanPOs::visit_one_image_copy(std::int64_t backup_time, std::uint32_t copy_number) {
   const std::string text = image_copy_text(backup_time, copy_number);
   const cr_status_t status =

@@ -21,6 +21,9 @@ class DeleteOrphanPOs : public BaseCompareWithTVR {
 
   // Standard output is told nothing before the traversal.
   static std::string initial_string();
+
+  // With the POs that were deleted.
+  static std::string findings(const DirCounts& counts);
 };
 
 }  // namespace catalog::podb

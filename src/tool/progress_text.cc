@@ -1,0 +1,74 @@
+#include "tool/progress_text.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace {
+
+constexpr std::uint64_t k_minute_seconds = 60;
+constexpr std::uint64_t k_hour_seconds = 3600;
+
+using Phase = ProgressState::Phase;
+
+// Directories may have come since the others were counted, and some may be gone.
+std::string dirs_text(const ProgressState& state) {
+  std::string text = std::to_string(state.done_dirs);
+  if (state.phase == Phase::finishing) {
+    text += " of " + text;
+  } else if (state.total_dirs) {
+    text += " of " + std::to_string(std::max(*state.total_dirs, state.done_dirs));
+  }
+  return text + " directories";
+}
+
+std::string with_one_decimal(double number) {
+  constexpr int k_base = 10;
+  const std::string tenths = std::to_string(std::llround(number * k_base));
+  const std::size_t whole = tenths.size() - 1;
+  return (whole == 0 ? "0" : tenths.substr(0, whole)) + "." + tenths.substr(whole);
+}
+
+// By the second, or by the minute or hour where less than one is done in less.
+std::string rate_text(double dirs_a_second) {
+  struct Unit {
+    const char* name;
+    double seconds;
+  };
+  constexpr std::array<Unit, 3> k_units{
+      {{"s", 1}, {"min", k_minute_seconds}, {"h", k_hour_seconds}}};
+  std::string text;
+  for (const Unit& unit : k_units) {
+    const double rate = dirs_a_second * unit.seconds;
+    text = with_one_decimal(rate) + " directories/" + unit.name;
+    if (rate >= 1) break;
+  }
+  return text;
+}
+
+std::string time_text(std::uint64_t seconds) {
+  const std::uint64_t minutes = seconds / k_minute_seconds;
+  const std::uint64_t hours = seconds / k_hour_seconds;
+  if (hours != 0) {
+    return std::to_string(hours) + " h " + std::to_string(minutes % k_minute_seconds) + " min";
+  }
+  const std::string rest = std::to_string(seconds % k_minute_seconds) + " s";
+  return minutes == 0 ? rest : std::to_string(minutes) + " min " + rest;
+}
+
+}  // namespace
+
+std::string progress_text(const ProgressState& state) {
+  std::string text = dirs_text(state) + ", " + std::to_string(state.failed_dirs) + " failed";
+  if (!state.findings.empty()) text += ", " + state.findings;
+  const auto done = static_cast<double>(state.done_dirs);
+  const double seconds = state.time.count();
+  if (done > 0 && seconds > 0) text += ", " + rate_text(done / seconds);
+  if (state.phase == Phase::stopping) return text + ", stopping";
+  if (state.phase == Phase::finishing) return text + ", all directories done, finishing";
+  const bool is_foreseeable = done > 0 && state.total_dirs && *state.total_dirs > state.done_dirs;
+  if (!is_foreseeable) return text;
+  const auto left = static_cast<double>(*state.total_dirs - state.done_dirs);
+  return text + ", " + time_text(static_cast<std::uint64_t>(std::ceil(left * seconds / done))) +
+         " left";
+}

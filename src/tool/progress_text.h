@@ -1,0 +1,22 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+// How far a run is.
+struct ProgressState {
+  enum class Phase { working, stopping, finishing };
+
+  std::uint64_t done_dirs = 0;
+  std::optional<std::uint64_t> total_dirs;
+  std::uint64_t failed_dirs = 0;
+  std::string findings;  // in the words of the task; may be empty
+  std::chrono::duration<double> time{0};
+  Phase phase = Phase::working;
+};
+
+// The state on one line, without line end: "1234 of 20000 directories, 2 failed, 3 collisions, 87.3
+// directories/s, 3 min 35 s left". Where nothing is known of something, it is left out.
+std::string progress_text(const ProgressState& state);

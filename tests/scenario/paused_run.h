@@ -1,0 +1,65 @@
+#pragma once
+
+#include <sched.h>
+#include <signal.h>
+
+#include "tests/scenario/scenario.h"
+
+namespace scenario {
+
+// ThreadSanitizer holds signals back while a thread waits inside the C library.
+#ifdef __SANITIZE_THREAD__
+constexpr bool k_signals_are_deferred = true;
+#else
+constexpr bool k_signals_are_deferred = false;
+#endif
+
+// Three directories, and a dry run that stops in the middle of the first one until it is let go on.
+class PausingScene : public Scene {
+ public:
+  PausingScene() {
+    for (const char* client : {"hosta", "hostb", "hostc"}) put(client, "p", {});
+    support::run({"mkfifo", fifo("ready"), fifo("go")});
+    // The first call reports itself and waits; any other one leaves its arguments behind.
+    script("tvimagequery", "if mkdir " + fifo("first") + " 2>/dev/null; then echo > " +
+                               fifo("ready") + "; read line < " + fifo("go") +
+                               "; else echo \"$*\" >> " + fifo("calls") + "; fi\nexit 227\n");
+  }
+
+  void await_pause() const { support::read_text(fifo("ready")); }
+  void go_on() const { support::write_text(fifo("go"), "\n"); }
+  std::string later_calls() const { return support::read_text(fifo("calls")); }
+
+ private:
+  std::string fifo(const std::string& name) const { return (root() / name).string(); }
+};
+
+// Such a run, paused.
+class PausedRun {
+ public:
+  explicit PausedRun(const char* threads = "1")
+      : m_child(m_scene.start(
+            {"--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run", "--num_threads", threads})) {
+    m_scene.await_pause();
+  }
+
+  // Sends a signal, and waits until the run has told a line.
+  void send_and_await_line(int signal) {
+    m_child->send(signal);
+    while (!k_signals_are_deferred && !contains(m_child->err(), "\n")) ::sched_yield();
+  }
+
+  Ended go_on() {
+    m_scene.go_on();
+    return m_child->wait();
+  }
+
+  support::Child& child() { return *m_child; }
+  const PausingScene& scene() const { return m_scene; }
+
+ private:
+  const PausingScene m_scene;
+  const std::unique_ptr<support::Child> m_child;
+};
+
+}  // namespace scenario

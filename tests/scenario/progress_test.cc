@@ -1,0 +1,68 @@
+#include "tests/scenario/paused_run.h"
+
+#include "tests/support/terminal.h"
+
+namespace scenario::progress {
+
+// Two runs do not begin in the same second.
+std::string without_names_of_logs(std::string text) {
+  for (std::size_t at = text.find("Images_"); at != std::string::npos; at = text.find("Images_")) {
+    text.erase(at, text.find(".log", at) - at);
+  }
+  return text;
+}
+
+// Two orphans in each directory are printed behind the pause.
+TEST(Progress, LineOnTheTerminalLeavesNothingBehind) {
+  for (const char* threads : {"1", "4"}) {
+    const PausingScene scene;
+    for (const std::string client : {"hosta", "hostb", "hostc"})
+      scene.put(client, "p", {client + "_1600000000_C1_F1.img", client + "_1600000001_C1_F1.img"});
+    support::write_text(scene.storage().policy_dir("broken", "p") / "po.db", "no database");
+    const std::vector<std::string> arguments{"--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run",
+                                             "--num_threads", threads};
+    support::OnTerminal run(scene.command(arguments), scene.environment());
+    scene.await_pause();
+    run.await(" of 4 directories, ");
+    run.await(" missing copies");
+    scene.go_on();
+    EXPECT_EQ(run.wait(), 1);
+    const Ended plain = scene.run(arguments);
+    EXPECT_EQ(plain.exit_status, 1);
+    EXPECT_EQ(lines_beginning(without_names_of_logs(run.screen()), ""),
+              lines_beginning(without_names_of_logs(plain.out + plain.err), ""));
+    EXPECT_TRUE(ends_with(run.screen(), "\n")) << run.screen();
+    EXPECT_FALSE(contains(plain.out + plain.err, "\033"));
+    EXPECT_FALSE(contains(scene.run_log(), "progress")) << "the run was short";
+  }
+}
+
+TEST(Progress, FirstSignalsNoticeTakesThePlaceOfTheLine) {
+  const PausingScene scene;
+  support::OnTerminal run(
+      scene.command({"--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run", "--num_threads", "2"}),
+      scene.environment());
+  scene.await_pause();
+  run.await(" of 3 directories, ");
+  ::kill(run.pid(), SIGTERM);
+  run.await("ends it at once.");
+  run.await(", stopping");
+  scene.go_on();
+  EXPECT_EQ(run.wait(), 1);
+  const std::vector<std::string> lines = lines_beginning(run.screen(), "Interrupted: ");
+  EXPECT_EQ(lines.size(), 1U) << run.screen();
+  EXPECT_TRUE(ends_with(run.screen(), "second signal ends it at once.\n")) << run.screen();
+}
+
+TEST(Progress, IsToldOnStandardErrorWhenAskedFor) {
+  PausedRun run("2");
+  run.send_and_await_line(SIGUSR1);
+  const Ended ended = run.go_on();
+  EXPECT_EQ(ended.exit_status, 0);
+  EXPECT_EQ(std::count(ended.err.begin(), ended.err.end(), '\n'), 1) << ended.err;
+  EXPECT_TRUE(contains(ended.err, " directories, 0 failed, 0 orphan copies, 0 missing copies"));
+  EXPECT_EQ(run.scene().run_log().find("progress"), std::string::npos);
+  EXPECT_TRUE(ends_with(ended.out, "mdfixup finished successfully.\n")) << ended.out;
+}
+
+}  // namespace scenario::progress
