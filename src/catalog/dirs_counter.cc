@@ -14,7 +14,7 @@ void DirsCounter::count_until(const std::function<bool()>& enough) {
 
 void DirsCounter::count(const std::function<bool()>& enough) {
   if (m_state == State::not_begun) {
-    m_walk = DirsIterator(m_root, nullptr, k_policy_dir_depth);
+    m_walk = DirsIterator(m_root, nullptr, k_policy_dir_depth, DirsIterator::PassedOver::untold);
     m_state = State::counting;
   }
   const DirsIterator end;

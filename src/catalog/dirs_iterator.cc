@@ -4,6 +4,7 @@
 #include <boost/lexical_cast/try_lexical_convert.hpp>
 
 #include "dct/log_file.h"
+#include "platform/reports.h"
 
 namespace fs = boost::filesystem;
 
@@ -30,8 +31,9 @@ fs::directory_iterator open_level(const fs::path& dir) {
 
 }  // namespace
 
-DirsIterator::DirsIterator(const fs::path& root, dct::util::LogFile* log, unsigned long depth)
-    : m_root(root), m_log(log), m_depth(depth) {
+DirsIterator::DirsIterator(const fs::path& root, dct::util::LogFile* log, unsigned long depth,
+                           PassedOver passed_over)
+    : m_root(root), m_log(log), m_depth(depth), m_passed_over(passed_over) {
   m_levels.push(fs::directory_iterator(m_root));
   skip_non_dsid_dirs();
   do_increment(false);
@@ -81,7 +83,12 @@ void DirsIterator::skip_non_dsid_dirs() {
 }
 
 void DirsIterator::write_to_log(const std::string& text) const {
-  if (m_log != nullptr) m_log->write(text);
+  if (m_passed_over == PassedOver::untold) return;
+  if (m_log != nullptr) {
+    m_log->write(text);
+  } else {
+    platform::tell_or_lose(text);
+  }
 }
 
 }  // namespace catalog

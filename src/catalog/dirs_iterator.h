@@ -21,7 +21,7 @@ namespace catalog {
 // handled that way by every tool of the storage.
 //
 // Threads: one thread at a time.
-// Ownership: refers to the log, which must outlive it; without one, nobody is told.
+// Ownership: refers to the log, which must outlive it; without one, standard error is told.
 // Invariant: the stack is empty at the end of the walk; else the entry under its top is current.
 // Errors: boost::filesystem::filesystem_error when a directory cannot be read or an entry's status
 //   not taken.
@@ -30,7 +30,11 @@ class DirsIterator {
   // The end.
   DirsIterator() = default;
 
-  DirsIterator(const boost::filesystem::path& root, dct::util::LogFile* log, unsigned long depth);
+  // Whether anybody is told of the entries that the filter passes over.
+  enum class PassedOver { told, untold };
+
+  DirsIterator(const boost::filesystem::path& root, dct::util::LogFile* log, unsigned long depth,
+               PassedOver passed_over = PassedOver::told);
 
   // Moves to the next directory: past the current one, or (`advance_first` false) to the current
   // entry if it will do. Does nothing at the end.
@@ -50,6 +54,7 @@ class DirsIterator {
   std::stack<boost::filesystem::directory_iterator> m_levels;
   dct::util::LogFile* m_log = nullptr;
   unsigned long m_depth = 0;
+  PassedOver m_passed_over = PassedOver::told;
 };
 
 // The directory of the DSID that is walked, as storages name it.

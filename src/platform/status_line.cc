@@ -49,6 +49,14 @@ std::size_t usable_columns() {
   return (is_known ? size.ws_col : k_usual) - 1;
 }
 
+// Marked where it was cut, so that nobody takes the first digits of a number for the number.
+std::string fitting(std::string_view text, std::size_t columns) {
+  constexpr std::string_view k_mark = "...";
+  if (text.size() <= columns) return std::string(text);
+  const std::string_view mark = k_mark.substr(0, columns);
+  return std::string(text.substr(0, columns - mark.size())).append(mark);
+}
+
 // The state of the one terminal that there is.
 class Terminal {
  public:
@@ -56,7 +64,7 @@ class Terminal {
     const boost::lock_guard<boost::mutex> guard(m_mutex);
     if (m_within_text || in_background() || !takes_output()) return;
     std::string line = "\r";
-    line += text.substr(0, usable_columns());
+    line += fitting(text, usable_columns());
     line += "\033[K";
     m_is_shown = true;
     (void)write_all(STDERR_FILENO, line);

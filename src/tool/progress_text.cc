@@ -40,7 +40,7 @@ std::string rate_text(double dirs_a_second) {
   std::string text;
   for (const Unit& unit : k_units) {
     const double rate = dirs_a_second * unit.seconds;
-    text = with_one_decimal(rate) + " directories/" + unit.name;
+    text = with_one_decimal(rate) + "/" + unit.name;
     if (rate >= 1) break;
   }
   return text;
@@ -58,17 +58,22 @@ std::string time_text(std::uint64_t seconds) {
 
 }  // namespace
 
+// On a narrow terminal the line is cut at its end: what is wanted first comes first.
 std::string progress_text(const ProgressState& state) {
-  std::string text = dirs_text(state) + ", " + std::to_string(state.failed_dirs) + " failed";
-  if (!state.findings.empty()) text += ", " + state.findings;
   const auto done = static_cast<double>(state.done_dirs);
   const double seconds = state.time.count();
-  if (done > 0 && seconds > 0) text += ", " + rate_text(done / seconds);
-  if (state.phase == Phase::stopping) return text + ", stopping";
-  if (state.phase == Phase::finishing) return text + ", all directories done, finishing";
-  const bool is_foreseeable = done > 0 && state.total_dirs && *state.total_dirs > state.done_dirs;
-  if (!is_foreseeable) return text;
-  const auto left = static_cast<double>(*state.total_dirs - state.done_dirs);
-  return text + ", " + time_text(static_cast<std::uint64_t>(std::ceil(left * seconds / done))) +
-         " left";
+  const bool has_rate = done > 0 && seconds > 0;
+  std::string text = dirs_text(state);
+  if (state.phase == Phase::stopping) {
+    text += ", stopping";
+  } else if (state.phase == Phase::finishing) {
+    text += ", all directories done, finishing";
+  } else if (has_rate && state.total_dirs && *state.total_dirs > state.done_dirs) {
+    const auto left = static_cast<double>(*state.total_dirs - state.done_dirs);
+    text += ", " + time_text(static_cast<std::uint64_t>(std::ceil(left * seconds / done))) +
+            " left";
+  }
+  if (has_rate) text += ", " + rate_text(done / seconds);
+  text += ", " + std::to_string(state.failed_dirs) + " failed";
+  return state.findings.empty() ? text : text + ", " + state.findings;
 }

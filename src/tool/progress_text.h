@@ -17,6 +17,6 @@ struct ProgressState {
   Phase phase = Phase::working;
 };
 
-// The state on one line, without line end: "1234 of 20000 directories, 2 failed, 3 collisions, 87.3
-// directories/s, 3 min 35 s left". Where nothing is known of something, it is left out.
+// The state on one line, without line end: "1234 of 20000 directories, 3 min 35 s left, 87.3/s, 2
+// failed, 3 collisions". Where nothing is known of something, it is left out.
 std::string progress_text(const ProgressState& state);

@@ -30,7 +30,7 @@ TEST(StatusLine, IsCutToTheTerminalAndLeavesNothingBehind) {
     line.show("0123456789");
     line.show("012");
   };
-  EXPECT_EQ(written_by(show, 8), "\r0123456\033[K\r012\033[K\r\033[K");
+  EXPECT_EQ(written_by(show, 8), "\r0123...\033[K\r012\033[K\r\033[K");
   EXPECT_EQ(written_by(show), "\r0123456789\033[K\r012\033[K\r\033[K") << "of unknown width";
 }
 

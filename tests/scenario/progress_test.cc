@@ -24,7 +24,7 @@ TEST(Progress, LineOnTheTerminalLeavesNothingBehind) {
     support::OnTerminal run(scene.command(arguments), scene.environment());
     scene.await_pause();
     run.await(" of 4 directories, ");
-    run.await(" missing copies");
+    run.await(" orphan copies");
     scene.go_on();
     EXPECT_EQ(run.wait(), 1);
     const Ended plain = scene.run(arguments);
