@@ -60,6 +60,8 @@ struct Run {
   std::string progress;  // the last such line; empty without one
   Notes warnings;
   Notes errors;
+
+  bool ended_well() const { return exit_status == 0 && !interrupted; }
 };
 
 // The image copies of one client and policy that a log lists.

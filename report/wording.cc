@@ -72,6 +72,10 @@ std::string with_commas(std::uint64_t count) {
   return digits;
 }
 
+std::string counted(std::uint64_t count, const char* one, const char* many) {
+  return with_commas(count) + " " + (count == 1 ? one : many);
+}
+
 std::string utc(std::int64_t time) {
   std::array<char, 64> text{};
   struct tm parts {};

@@ -23,6 +23,9 @@ std::string fault_of(const SourceFile& file);
 // "1,234,567".
 std::string with_commas(std::uint64_t count);
 
+// "1 warning", "1,234 warnings".
+std::string counted(std::uint64_t count, const char* one, const char* many);
+
 // "2021-09-18 21:20", in UTC; "" where nothing was counted is the caller's to see to.
 std::string utc(std::int64_t time);
 

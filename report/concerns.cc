@@ -1,0 +1,120 @@
+#include "report/concerns.h"
+
+#include <optional>
+#include <sstream>
+
+#include "report/wording.h"
+
+namespace report {
+
+namespace {
+
+using About = Concern::About;
+
+// The value of an option as the run log has it, the last one given; none when it was not given. Values
+// that hold blanks cannot be told from arguments, but none of those that are asked for here does.
+std::optional<std::string> option(const std::string& arguments, const std::string& name) {
+  std::optional<std::string> value;
+  std::istringstream words(arguments);
+  for (std::string word; words >> word;) {
+    if (word == name) {
+      value.emplace();
+    } else if (value && value->empty()) {
+      value = word;
+    } else if (word.rfind(name + "=", 0) == 0) {
+      value = word.substr(name.size() + 1);
+    }
+  }
+  return value;
+}
+
+void add_options(const std::string& arguments, std::vector<Concern>& concerns) {
+  const auto horizon = option(arguments, "--catalog_backup_time");
+  if (horizon && horizon->find_first_not_of('0') != std::string::npos) {
+    concerns.push_back({About::options,
+                        "--catalog_backup_time is not 0: images older than that were not listed, "
+                        "and count as orphans though the backup catalog may have them"});
+  }
+  if (option(arguments, "--FORCE_CONSISTENCY_ALL_IMAGE")) {
+    concerns.push_back({About::options,
+                        "--FORCE_CONSISTENCY_ALL_IMAGE: nobody looked for images that wait to be "
+                        "imported, and those count as orphans"});
+  }
+}
+
+void add_run(const Details& details, std::vector<Concern>& concerns) {
+  if (!details.run) {
+    concerns.push_back({About::run,
+                        "the run log does not tell of this run: how it ended, its options and its "
+                        "warnings are not known"});
+    return;
+  }
+  const Run& run = *details.run;
+  if (!run.ended_well()) concerns.push_back({About::run, "ending: " + ending_of(run)});
+  if (run.warnings.count != 0) {
+    std::string text = counted(run.warnings.count, "warning", "warnings") + " in the run log";
+    if (!run.warnings.first.empty()) {
+      text += (run.warnings.count == 1 ? ": " : ", the first: ") + run.warnings.first.front();
+    }
+    concerns.push_back({About::warnings, text});
+  }
+}
+
+void add_failures(const Details& details, std::vector<Concern>& concerns) {
+  if (details.failed.count != 0) {
+    concerns.push_back({About::failed, counted(details.failed.count, "directory", "directories") +
+                                           " failed: not all of what is there was seen"});
+  }
+  if (details.errors.count != 0) {
+    concerns.push_back({About::errors, counted(details.errors.count, "error", "errors") +
+                                           " in the log of the task"});
+  }
+}
+
+// A log that lists fewer than the run counted was cut, or not all of it could be read.
+void add_counts(const ConsistencyDetails& details, std::vector<Concern>& concerns) {
+  if (!details.run || !details.run->summary) return;
+  const Summary& summary = *details.run->summary;
+  const auto compare = [&](std::uint64_t run, std::uint64_t logs, const char* what) {
+    if (run == logs) return;
+    concerns.push_back({About::counts, "the run counted " + with_commas(run) + " " + what +
+                                           ", its logs list " + with_commas(logs)});
+  };
+  compare(summary.orphan_copies, details.orphans.copies, "orphan copies");
+  compare(summary.taken_pos, details.orphans.taken_pos, "POs taken");
+  compare(summary.missing_copies, details.missing.copies, "missing copies");
+}
+
+}  // namespace
+
+std::vector<Concern> concerns_of(const Details& details) {
+  std::vector<Concern> concerns;
+  add_run(details, concerns);
+  add_failures(details, concerns);
+  return concerns;
+}
+
+std::vector<Concern> concerns_of(const ConsistencyDetails& details) {
+  const bool gone = details.task == Task::deletion;
+  std::vector<Concern> concerns;
+  add_run(details, concerns);
+  if (details.run) add_options(details.run->arguments, concerns);
+  if (const std::uint64_t count = details.orphans.groups_losing_everything; count != 0) {
+    concerns.push_back({About::whole_dirs, counted(count, "directory", "directories") +
+                                               (gone ? " lost" : " would lose") + " every copy"});
+  }
+  if (const std::uint64_t count = details.orphans.other_copies_pos; count != 0) {
+    concerns.push_back({About::other_copies, counted(count, "PO", "POs") + " of other copies " +
+                                                 (gone ? "went" : "would go") +
+                                                 " with the orphans"});
+  }
+  add_failures(details, concerns);
+  if (const std::uint64_t count = details.unparsed_names.count; count != 0) {
+    concerns.push_back(
+        {About::names, counted(count, "PO was", "POs were") + " left out of the comparison"});
+  }
+  add_counts(details, concerns);
+  return concerns;
+}
+
+}  // namespace report
