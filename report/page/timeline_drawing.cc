@@ -1,0 +1,114 @@
+#include "report/page/timeline_drawing.h"
+
+#include <algorithm>
+#include <vector>
+
+#include <boost/format.hpp>
+
+#include "report/escape.h"
+#include "report/wording.h"
+
+namespace report::page {
+
+namespace {
+
+using Bars = std::vector<Timeline::Bar>;
+
+constexpr std::size_t k_most_bars = 72;
+constexpr double k_top = 18;      // room for the number at the line of the most
+constexpr double k_height = 104;  // of the highest bar
+constexpr double k_bottom = k_top + k_height;
+constexpr double k_all = 100;  // percent
+constexpr std::size_t k_labels = 4;
+
+std::string copies(std::uint64_t count) {
+  return counted(count, "copy", "copies");
+}
+
+// Of a bar with its label, where all have room for theirs.
+double widest_step(const Bars& bars) {
+  constexpr double k_character = 2.3;  // percent, on a phone
+  return k_character * static_cast<double>(bars.front().label.size());
+}
+
+double step_of(const Bars& bars) {
+  return std::min(widest_step(bars), k_all / static_cast<double>(bars.size()));
+}
+
+void draw_scale(std::uint64_t most, std::ostream& out) {
+  out << boost::format(R"(<text class="axis" x="0" y="%1%">%2%</text>)") % (k_top - 5) %
+             copies(most);
+  for (const double y : {k_top, k_bottom}) {
+    out << boost::format(R"(<line x1="0" x2="100%%" y1="%1%" y2="%1%"/>)") % y;
+  }
+  out << "\n";
+}
+
+void draw_bars(const Bars& bars, std::uint64_t most, std::ostream& out) {
+  constexpr double k_filled = 0.82;
+  constexpr double k_least = 2;   // pixels: what is there is seen
+  constexpr double k_widest = 5;  // percent: few bars are no walls
+  const double step = step_of(bars);
+  const double width = std::min(k_widest, k_filled * step);
+  const auto most_copies = static_cast<double>(most);
+  for (std::size_t i = 0; i < bars.size(); ++i) {
+    const double share = static_cast<double>(bars[i].count) / most_copies;
+    const double height = bars[i].count == 0 ? 0 : std::max(k_least, k_height * share);
+    const double x = step * static_cast<double>(i);
+    // The pointer need not hit a low bar: a column without a colour stands over it.
+    out << boost::format(
+               "<g role=\"img\"><title>%1%: %2%</title><rect class=\"bar\" x=\"%3$.3f%%\" "
+               "y=\"%4$.1f\" width=\"%5$.3f%%\" height=\"%6$.1f\"/><rect class=\"column\" "
+               "x=\"%3$.3f%%\" y=\"%7%\" width=\"%8$.3f%%\" height=\"%9%\"/></g>\n") %
+               bars[i].label % copies(bars[i].count) % x % (k_bottom - height) % width % height %
+               k_top % step % k_height;
+  }
+}
+
+void draw_label(double x, const char* anchor, const std::string& text, std::ostream& out) {
+  constexpr double k_baseline = k_bottom + 15;
+  out << boost::format(R"(<text class="axis" x="%1$.3f%%" y="%2%" text-anchor="%3%">%4%</text>)") %
+             x % k_baseline % anchor % text;
+}
+
+// All where there are few; else some at the left of their bars, and the last at the right end, where
+// it has room.
+void draw_labels(const Bars& bars, std::ostream& out) {
+  const std::size_t count = bars.size();
+  const bool few = widest_step(bars) * static_cast<double>(count) <= k_all;
+  const std::size_t labels = few ? count : k_labels;
+  for (std::size_t i = 0; i < labels; ++i) {
+    const std::size_t at = i * count / labels;
+    if (!few && i + 1 == labels) {
+      draw_label(k_all, "end", bars.back().label, out);
+    } else {
+      draw_label(step_of(bars) * static_cast<double>(at), "start", bars[at].label, out);
+    }
+  }
+}
+
+}  // namespace
+
+void draw_timeline(const Timeline& timeline, const std::string& what, const std::string& id,
+                   std::ostream& out) {
+  const Bars bars = timeline.bars(k_most_bars);
+  if (timeline.beyond() != 0) {
+    out << "<p class=\"note\">" << copies(timeline.beyond())
+        << " with a time that can be none of a backup: not in the drawing.</p>\n";
+  }
+  if (bars.empty()) return;
+  const auto highest = std::max_element(
+      bars.begin(), bars.end(), [](const auto& a, const auto& b) { return a.count < b.count; });
+  out << "<figure><figcaption>" << html(what) << " by time of backup, UTC</figcaption>\n"
+      << R"(<svg class="timeline" width="100%" height="146" role="group" aria-labelledby=")" << id
+      << "-t " << id << "-d\">\n<title id=\"" << id << "-t\">" << html(what)
+      << " by time of backup</title><desc id=\"" << id << "-d\">From " << bars.front().label
+      << " to " << bars.back().label << "; the most, " << copies(highest->count) << ", in "
+      << highest->label << ".</desc>\n";
+  draw_scale(highest->count, out);
+  draw_bars(bars, highest->count, out);
+  draw_labels(bars, out);
+  out << "</svg></figure>\n";
+}
+
+}  // namespace report::page
