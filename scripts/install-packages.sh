@@ -11,7 +11,7 @@ build="g++ cmake ninja-build
   libbenchmark-dev sqlite3 strace"
 package="$build binutils dpkg-dev file gzip lintian systemd"
 check="$package clang libclang-rt-dev clang-format clang-tidy git universal-ctags shellcheck mandoc
-  time valgrind python3"
+  time valgrind python3 chromium chromium-driver"
 bench="$build python3"
 
 case ${1-} in

@@ -1,0 +1,95 @@
+"""Headless Chromium, driven through chromedriver."""
+import base64
+import json
+import re
+import subprocess
+import tempfile
+import urllib.error
+import urllib.request
+
+ARGUMENTS = [
+    "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
+    "--disable-background-networking", "--disable-component-update", "--disable-sync",
+    "--hide-scrollbars", "--force-device-scale-factor=1", "--font-render-hinting=none"]
+
+
+class Browser:
+    """One browser with one page; to be used in a with statement."""
+
+    def __enter__(self):
+        self._profile = tempfile.TemporaryDirectory(ignore_cleanup_errors=True)
+        self._driver = subprocess.Popen(["chromedriver", "--port=0"], stdout=subprocess.PIPE,
+                                        stderr=subprocess.DEVNULL, text=True)
+        try:
+            self._url = f"http://127.0.0.1:{self._port()}/session"
+            options = {"args": ARGUMENTS + [f"--user-data-dir={self._profile.name}"]}
+            wanted = {"browserName": "chrome", "goog:chromeOptions": options,
+                      "goog:loggingPrefs": {"browser": "ALL", "performance": "ALL"}}
+            session = self._call("", {"capabilities": {"alwaysMatch": wanted}})
+            self._url += "/" + session["sessionId"]
+        except BaseException:
+            self.__exit__()
+            raise
+        return self
+
+    def __exit__(self, *_):
+        try:
+            self._call("", method="DELETE")
+        except (OSError, AttributeError):
+            pass  # it never began
+        self._driver.terminate()
+        self._driver.communicate()
+        self._profile.cleanup()
+
+    def _port(self):
+        for line in self._driver.stdout:
+            if found := re.search(r"started successfully on port (\d+)", line):
+                return found[1]
+        raise RuntimeError("chromedriver did not start")
+
+    def _call(self, path, body=None, method="POST"):
+        data = json.dumps(body or {}).encode() if method == "POST" else None
+        request = urllib.request.Request(self._url + path, data, {"Content-Type": "application/json"},
+                                         method=method)
+        try:
+            with urllib.request.urlopen(request, timeout=60) as answer:
+                return json.load(answer)["value"]
+        except urllib.error.HTTPError as error:
+            raise RuntimeError(json.load(error)["value"]["message"]) from None
+
+    def open(self, path):
+        self._call("/url", {"url": f"file://{path}"})
+
+    def run(self, script, *arguments):
+        """What the function body `script` returns."""
+        return self._call("/execute/sync", {"script": script, "args": arguments})
+
+    def devtools(self, command, **parameters):
+        return self._call("/goog/cdp/execute", {"cmd": command, "params": parameters})
+
+    def log(self, kind):
+        """What was logged since the last call: of the console ("browser") or the network
+        ("performance")."""
+        return self._call("/se/log", {"type": kind})
+
+    def set_width(self, width, height=900, mobile=False):
+        self.devtools("Emulation.setDeviceMetricsOverride", width=width, height=height,
+                      deviceScaleFactor=1, mobile=mobile)
+
+    def set_media(self, media="", scheme="light"):
+        self.devtools("Emulation.setEmulatedMedia", media=media,
+                      features=[{"name": "prefers-color-scheme", "value": scheme}])
+
+    def press_enter(self):
+        for kind in ("keyDown", "keyUp"):
+            self.devtools("Input.dispatchKeyEvent", type=kind, key="Enter", code="Enter", text="\r",
+                          windowsVirtualKeyCode=13)
+
+    def type(self, text):
+        self.devtools("Input.insertText", text=text)
+
+    def pdf(self):
+        return base64.b64decode(self.devtools("Page.printToPDF")["data"])
+
+    def screenshot(self):
+        return base64.b64decode(self._call("/screenshot", method="GET"))
