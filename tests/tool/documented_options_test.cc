@@ -88,6 +88,7 @@ std::set<std::string> options_of_zsh(const std::string& function) {
 
 TEST(DocumentedOptions, AreThoseOfTheProgram) {
   const Options sandbox = options_of_the_help(MDFIXUP_SANDBOX_PROGRAM);
+  const Options report = options_of_the_help(MDFIXUP_REPORT_PROGRAM);
   const struct {
     std::string page, zsh_function;
     Options options;
@@ -95,6 +96,7 @@ TEST(DocumentedOptions, AreThoseOfTheProgram) {
   } programs[] = {
       {"mdfixup.8", "_mdfixup_tasks", options_of_the_table(), {"mdfixup"}},
       {"mdfixup-sandbox.1", "_mdfixup_sandbox", sandbox, {"mdfixup-sandbox", "create", "dir"}},
+      {"mdfixup-report.1", "_mdfixup_report", report, {"mdfixup-report"}},
   };
   for (auto [page, zsh_function, options, words] : programs) {
     EXPECT_EQ(options_of_the_manual(page), options) << page;
