@@ -1,5 +1,6 @@
 #include <nlohmann/json.hpp>
 
+#include "report/concerns.h"
 #include "report/escape.h"
 #include "report/views.h"
 #include "report/wording.h"
@@ -120,13 +121,16 @@ Json images(const Images& images, bool are_orphans) {
   return json;
 }
 
-Json details(const Details& details) {
+Json details(const Details& details, const std::vector<Concern>& concerns) {
   Json failed = Json::array();
   for (const FailedDir& dir : details.failed.first) {
     failed.push_back({{"directory", valid_utf8(dir.dir)}, {"reason", valid_utf8(dir.reason)}});
   }
+  Json to_look_at = Json::array();
+  for (const Concern& concern : concerns) to_look_at.push_back(valid_utf8(concern.text));
   return {{"task", key_of(details.task)},
           {"time", details.time},
+          {"concerns", std::move(to_look_at)},
           {"files", texts(details.files)},
           {"run", details.run ? run(*details.run) : Json(nullptr)},
           {"failed_directories", {{"count", details.failed.count}, {"first", std::move(failed)}}},
@@ -134,7 +138,7 @@ Json details(const Details& details) {
 }
 
 Json consistency(const ConsistencyDetails& found) {
-  Json json = details(found);
+  Json json = details(found, concerns_of(found));
   json["orphans"] = images(found.orphans, true);
   Json other_pos = Json::array();
   for (const OtherPO& po : found.other_pos) {
@@ -152,7 +156,7 @@ Json consistency(const ConsistencyDetails& found) {
 }
 
 Json scan(const ScanDetails& found) {
-  Json json = details(found);
+  Json json = details(found, concerns_of(found));
   json["directories_with_issues"] = found.dirs_with_issues;
   Json clients = Json::array();
   for (const ScannedClient& client : found.clients) {
@@ -164,7 +168,7 @@ Json scan(const ScanDetails& found) {
 }
 
 Json repair(const RepairDetails& found) {
-  Json json = details(found);
+  Json json = details(found, concerns_of(found));
   json["pos_moved"] = found.moved_pos;
   Json moves = Json::array();
   for (const Move& move : found.moves) {

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <string>
 
+#include "report/concerns.h"
 #include "report/escape.h"
 #include "report/text_table.h"
 #include "report/views.h"
@@ -75,10 +76,6 @@ void show_orphans(std::ostream& out, const ConsistencyDetails& details) {
     out << ", " << with_commas(images.other_copies_pos) << " of them OF OTHER COPIES";
   }
   out << ".\n";
-  if (images.groups_losing_everything != 0) {
-    out << "  " << with_commas(images.groups_losing_everything) << " policy directories "
-        << (details.task == Task::deletion ? "lost" : "would lose") << " EVERYTHING.\n";
-  }
   TextTable table({" orphans", " of", " share", "oldest (UTC)", "newest (UTC)", " POs", " other",
                    "client and policy"});
   const std::size_t shown = std::min(k_most_rows, images.groups.size());
@@ -130,21 +127,25 @@ std::string title_of(const Details& details) {
          (details.run ? details.run->start.substr(0, 19) : utc(details.time) + " UTC");
 }
 
-void show_head(std::ostream& out, const Details& details) {
+void show_concerns(std::ostream& out, const std::vector<Concern>& concerns) {
+  if (concerns.empty()) return;
+  out << "  LOOK AT THIS FIRST:\n";
+  for (const Concern& concern : concerns) out << "    " << printable(concern.text) << "\n";
+}
+
+void show_head(std::ostream& out, const Details& details, const std::vector<Concern>& concerns) {
   heading(out, title_of(details));
+  show_concerns(out, concerns);
   for (const std::string& file : details.files) out << "  " << printable(file) << "\n";
-  if (!details.run) {
-    out << "  The run log does not tell how it ended.\n";
-    return;
-  }
+  if (!details.run) return;
   const Run& run = *details.run;
   out << "  mdfixup " << printable(run.arguments) << "\n  " << ending_of(run) << "; "
       << printable(outcome_of(run)) << "\n";
-  show_notes(out, "WARNINGS", run.warnings);
+  show_notes(out, "Warnings", run.warnings);
 }
 
 void show(std::ostream& out, const ConsistencyDetails& details) {
-  show_head(out, details);
+  show_head(out, details, concerns_of(details));
   show_failed(out, details.failed);
   show_notes(out, "Errors", details.errors);
   show_orphans(out, details);
@@ -154,7 +155,7 @@ void show(std::ostream& out, const ConsistencyDetails& details) {
 }
 
 void show(std::ostream& out, const ScanDetails& details) {
-  show_head(out, details);
+  show_head(out, details, concerns_of(details));
   show_failed(out, details.failed);
   out << "  " << with_commas(details.dirs_with_issues)
       << " policy directories have POs under another spelling of the client's name.\n";
@@ -168,7 +169,7 @@ void show(std::ostream& out, const ScanDetails& details) {
 }
 
 void show(std::ostream& out, const RepairDetails& details) {
-  show_head(out, details);
+  show_head(out, details, concerns_of(details));
   show_failed(out, details.failed);
   show_notes(out, "Errors", details.errors);
   out << "  " << with_commas(details.moved_pos) << " POs were moved.\n";
