@@ -10,7 +10,7 @@ namespace catalog::podb {
 
 namespace {
 
-constexpr std::size_t k_most_tokens = 6;
+constexpr std::size_t k_most_tokens_of_po = 6;
 constexpr std::size_t k_tokens_with_extra = 5;
 
 // Wraps where the negative has no counterpart.
@@ -31,7 +31,7 @@ void POFilename::parse(const std::string& basename, const std::string& client_di
   require_prefix(basename, client_dir, match);
   client_name = basename.substr(0, client_dir.size());
 
-  const BasenameTokens tokens = split_basename(basename, client_dir.size(), k_most_tokens);
+  const BasenameTokens tokens = split_basename(basename, client_dir.size(), k_most_tokens_of_po);
   backup_time = to_number<long>(tokens[0]);
   copy_number = number_behind_letter(tokens[1]);
   const std::string_view fragment = tokens[2];
