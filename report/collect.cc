@@ -10,6 +10,7 @@
 #include "report/logs/consistency_reader.h"
 #include "report/logs/line_reader.h"
 #include "report/logs/log_files.h"
+#include "report/logs/parts.h"
 #include "report/logs/run_log_reader.h"
 
 namespace report {
@@ -19,12 +20,12 @@ namespace {
 using logs::Kind;
 using logs::LogFile;
 
-// The logs of one run. Their names carry the second in which each was made.
+// The logs of one run, or of several that began in one second: their names carry no more than that.
 struct LogSet {
-  Task task = Task::unknown;  // Task::consistency until a run or a log tells more
+  Task task = Task::unknown;  // Task::consistency stands for dry runs and deletions
   std::int64_t time = 0;
   std::vector<LogFile> files;
-  std::optional<Run> run;
+  std::vector<Run> runs;  // those that may have written them, newest first
 
   bool has(Kind kind) const {
     return std::any_of(files.begin(), files.end(),
@@ -58,13 +59,19 @@ bool is_of(const Run& run, Task task) {
   return run.task == Task::dry_run || run.task == Task::deletion;
 }
 
-// `runs` are newest first. One whose end was logged made no logs after it.
-std::optional<Run> find_run(const std::vector<Run>& runs, const LogSet& set) {
-  const auto run = std::find_if(runs.begin(), runs.end(), [&](const Run& candidate) {
-    return is_of(candidate, set.task) && candidate.start_time <= set.time;
-  });
-  if (run == runs.end() || (run->exit_status && run->end_time < set.time)) return std::nullopt;
-  return *run;
+// `runs` are newest first, and so is the result. One whose end was logged made no logs after it; of
+// those without an end, the newest may have made them. One that was refused made none.
+std::vector<Run> runs_of(const std::vector<Run>& runs, const LogSet& set) {
+  std::vector<Run> found;
+  for (const Run& run : runs) {
+    if (!is_of(run, set.task) || run.start_time > set.time) continue;
+    const bool may_be_open = !run.exit_status && found.empty();
+    const bool had_ended = run.end_time < set.time;
+    if (had_ended && !may_be_open) break;
+    if (run.summary || !run.exit_status) found.push_back(run);
+    if (had_ended) break;
+  }
+  return found;
 }
 
 // Newest first. `files` are in the order of time; the logs of a run are made within moments.
@@ -80,13 +87,10 @@ std::vector<LogSet> group(const std::vector<LogFile>& files, const std::vector<R
     if (set != sets.rend()) {
       set->files.push_back(file);
     } else {
-      sets.push_back({task_of(file.kind), file.time, {file}, std::nullopt});
+      sets.push_back({task_of(file.kind), file.time, {file}, {}});
     }
   }
-  for (LogSet& set : sets) {
-    set.run = find_run(runs, set);
-    if (set.run) set.task = set.run->task;
-  }
+  for (LogSet& set : sets) set.runs = runs_of(runs, set);
   std::reverse(sets.begin(), sets.end());
   return sets;
 }
@@ -98,9 +102,8 @@ class Collector {
 
   Report collect() {
     read_run_logs();
-    std::set<Task> shown;
     for (const LogSet& set : group(m_files, m_report.runs)) {
-      if (shown.insert(set.task).second || set.was_named()) {
+      if (set.was_named() || has_news(set)) {
         read(set);
       } else {
         m_report.files_not_read += set.files.size();
@@ -118,40 +121,51 @@ class Collector {
     m_report.runs = reader.finish(m_report.runs_left_out);
   }
 
+  bool has_news(const LogSet& set) const {
+    if (set.runs.empty()) return m_shown.count(set.task) == 0;
+    return std::any_of(set.runs.begin(), set.runs.end(),
+                       [&](const Run& run) { return m_shown.count(run.task) == 0; });
+  }
+
   void read(const LogSet& set) {
     switch (set.task) {
       case Task::scan:
-        return read_scan(set);
+        return read_scans(set);
       case Task::repair:
-        return read_repair(set);
+        return read_repairs(set);
       default:
         return read_consistency(set);
     }
   }
 
-  void read_scan(const LogSet& set) {
-    logs::ScanReader reader;
-    read(set.files, Kind::scan, [&](std::string_view line) { return reader.take(line); });
-    reader.finish(add_details(m_report.scans, set));
+  void read_scans(const LogSet& set) {
+    logs::Parts<logs::ScanReader> parts;
+    read(set.files, Kind::scan,
+         [&](std::string_view line) { return parts.reader_for(Kind::scan, line).take(line); });
+    show(parts, set, m_report.scans);
   }
 
-  void read_repair(const LogSet& set) {
-    logs::RepairReader reader;
-    read(set.files, Kind::repair, [&](std::string_view line) { return reader.take(line); });
+  void read_repairs(const LogSet& set) {
+    logs::Parts<logs::RepairReader> parts;
+    read(set.files, Kind::repair,
+         [&](std::string_view line) { return parts.reader_for(Kind::repair, line).take(line); });
     read(set.files, Kind::collisions,
-         [&](std::string_view line) { return reader.take_collision(line); });
-    reader.finish(add_details(m_report.repairs, set));
+         [&](std::string_view line) { return parts.last().take_collision(line); });
+    show(parts, set, m_report.repairs);
   }
 
   void read_consistency(const LogSet& set) {
-    logs::ConsistencyReader reader;
-    read(set.files, Kind::orphans,
-         [&](std::string_view line) { return reader.take_orphan_line(line); });
-    read(set.files, Kind::missing,
-         [&](std::string_view line) { return reader.take_missing_line(line); });
-    read(set.files, Kind::policy_dirs,
-         [&](std::string_view line) { return reader.take_policy_dir_line(line); });
-    reader.finish(add_details(m_report.consistency, set));
+    logs::Parts<logs::ConsistencyReader> parts;
+    read(set.files, Kind::orphans, [&](std::string_view line) {
+      return parts.reader_for(Kind::orphans, line).take_orphan_line(line);
+    });
+    read(set.files, Kind::missing, [&](std::string_view line) {
+      return parts.reader_for(Kind::missing, line).take_missing_line(line);
+    });
+    read(set.files, Kind::policy_dirs, [&](std::string_view line) {
+      return parts.reader_for(Kind::policy_dirs, line).take_policy_dir_line(line);
+    });
+    show(parts, set, m_report.consistency);
   }
 
   void read(const std::vector<LogFile>& files, Kind kind, const Take& take) {
@@ -160,16 +174,26 @@ class Collector {
     }
   }
 
-  template <class D>
-  static D& add_details(std::vector<D>& all, const LogSet& set) {
-    D& details = all.emplace_back();
-    details.task = set.task;
-    details.time = set.time;
-    details.run = set.run;
-    for (const LogFile& file : set.files) details.files.push_back(file.path);
-    return details;
+  // Newest first: the last part is the newest run's.
+  template <class Reader, class D>
+  void show(logs::Parts<Reader>& parts, const LogSet& set, std::vector<D>& all) {
+    (void)parts.last();  // an empty log is one that found nothing
+    std::size_t age = 0;
+    for (auto reader = parts.all().rbegin(); reader != parts.all().rend(); ++reader, ++age) {
+      D details;
+      details.task = set.task;
+      details.time = set.time;
+      if (age < set.runs.size()) {
+        details.run = set.runs[age];
+        details.task = details.run->task;
+      }
+      for (const LogFile& file : set.files) details.files.push_back(file.path);
+      reader->finish(details);
+      if (m_shown.insert(details.task).second || set.was_named()) all.push_back(std::move(details));
+    }
   }
 
+  std::set<Task> m_shown;
   Report m_report;
   const std::vector<LogFile> m_files;
 };

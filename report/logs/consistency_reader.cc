@@ -64,11 +64,6 @@ bool ConsistencyReader::take_orphan(std::string_view image, Task task) {
   scan.skip("{client: ").up_to(", policy: ", client).up_to(", backup_time: ", policy);
   scan.number(orphan.backup_time).skip(", copy_number: ").number(orphan.copy_number).skip("}.");
   if (!scan.end()) return false;
-  if (m_details.task != Task::unknown && m_details.task != task && !m_is_shared) {
-    m_is_shared = true;
-    m_details.errors.add("a dry run and a deletion began in the same second and share this log",
-                         k_most_errors);
-  }
   m_details.task = task;
   m_orphans.add(client, policy, orphan.backup_time);
   orphan.client = client;

@@ -35,7 +35,6 @@ class ConsistencyReader {
   ImageGroups m_orphans;
   ImageGroups m_missing;
   Last m_last = Last::none;
-  bool m_is_shared = false;
   std::unordered_set<std::string> m_failed_dirs;  // paths from the client on; the first ones
   OtherPO m_orphan;                               // the one read last, without a basename
 };

@@ -35,9 +35,17 @@ void read_summary(std::string_view text, Run& run) {
   scan.skip(", of other copies ").number(s.other_copies_pos);
   scan.skip(", POs moved ").number(s.moved_pos).skip(", collisions ").number(s.collisions);
   scan.skip(", seconds ");
-  if (!scan) return;
+  if (!scan || scan.rest().find_first_not_of("0123456789.") != std::string_view::npos) return;
   s.seconds = scan.rest();
   run.summary = s;
+}
+
+// Views show it as it stands.
+bool is_time(std::string_view text) {
+  constexpr std::string_view k_form = "0000-00-00 00:00:00.000";
+  return std::equal(text.begin(), text.end(), k_form.begin(), k_form.end(), [](char c, char form) {
+    return form == '0' ? c >= '0' && c <= '9' : c == form;
+  });
 }
 
 Task task_of(std::string_view mode) {
@@ -80,7 +88,8 @@ struct RunLogReader::Entry {
     scan.skip(" ").up_to(" ", level).skip("pid=").number(pid).skip(" thread=").number(thread);
     scan.skip(" ");
     text = scan.rest();
-    return static_cast<bool>(scan) && (level == "info" || level == "warning" || level == "error");
+    return static_cast<bool>(scan) && is_time(time) &&
+           (level == "info" || level == "warning" || level == "error");
   }
 };
 
@@ -133,8 +142,8 @@ void RunLogReader::close(std::list<Run>::iterator run) {
 
 std::vector<Run> RunLogReader::finish(std::uint64_t& left_out) {
   while (!m_open.empty()) close(m_open.begin());
-  std::vector<Run> runs(std::make_move_iterator(m_closed.begin()),
-                        std::make_move_iterator(m_closed.end()));
+  std::vector<Run> runs(std::make_move_iterator(m_closed.rbegin()),
+                        std::make_move_iterator(m_closed.rend()));
   // Logs are written in the order of time, save for two runs that take turns.
   std::stable_sort(runs.begin(), runs.end(),
                    [](const Run& a, const Run& b) { return a.start > b.start; });
