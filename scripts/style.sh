@@ -40,6 +40,7 @@ includes() {
   below tvr_utils 'tool|catalog|cr|mtstrm'
   below cr 'tool|catalog|tvr_utils|mtstrm'
   below catalog 'tool'
+  below . 'report|sandbox|tests'
 }
 
 below() { # FOLDER FORBIDDEN: no file of the folder includes one of the forbidden ones
