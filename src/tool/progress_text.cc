@@ -70,8 +70,8 @@ std::string progress_text(const ProgressState& state) {
     text += ", all directories done, finishing";
   } else if (has_rate && state.total_dirs && *state.total_dirs > state.done_dirs) {
     const auto left = static_cast<double>(*state.total_dirs - state.done_dirs);
-    text += ", " + time_text(static_cast<std::uint64_t>(std::ceil(left * seconds / done))) +
-            " left";
+    text +=
+        ", " + time_text(static_cast<std::uint64_t>(std::ceil(left * seconds / done))) + " left";
   }
   if (has_rate) text += ", " + rate_text(done / seconds);
   text += ", " + std::to_string(state.failed_dirs) + " failed";
