@@ -25,7 +25,6 @@ struct LogSet {
   Task task = Task::unknown;  // Task::consistency stands for dry runs and deletions
   std::int64_t time = 0;
   std::vector<LogFile> files;
-  std::vector<Run> runs;  // those that may have written them, newest first
 
   bool has(Kind kind) const {
     return std::any_of(files.begin(), files.end(),
@@ -59,23 +58,8 @@ bool is_of(const Run& run, Task task) {
   return run.task == Task::dry_run || run.task == Task::deletion;
 }
 
-// `runs` are newest first, and so is the result. One whose end was logged made no logs after it; of
-// those without an end, the newest may have made them. One that was refused made none.
-std::vector<Run> runs_of(const std::vector<Run>& runs, const LogSet& set) {
-  std::vector<Run> found;
-  for (const Run& run : runs) {
-    if (!is_of(run, set.task) || run.start_time > set.time) continue;
-    const bool may_be_open = !run.exit_status && found.empty();
-    const bool had_ended = run.end_time < set.time;
-    if (had_ended && !may_be_open) break;
-    if (run.summary || !run.exit_status) found.push_back(run);
-    if (had_ended) break;
-  }
-  return found;
-}
-
 // Newest first. `files` are in the order of time; the logs of a run are made within moments.
-std::vector<LogSet> group(const std::vector<LogFile>& files, const std::vector<Run>& runs) {
+std::vector<LogSet> group(const std::vector<LogFile>& files) {
   constexpr std::int64_t k_moments_seconds = 2;
   std::vector<LogSet> sets;
   for (const LogFile& file : files) {
@@ -87,10 +71,9 @@ std::vector<LogSet> group(const std::vector<LogFile>& files, const std::vector<R
     if (set != sets.rend()) {
       set->files.push_back(file);
     } else {
-      sets.push_back({task_of(file.kind), file.time, {file}, {}});
+      sets.push_back({task_of(file.kind), file.time, {file}});
     }
   }
-  for (LogSet& set : sets) set.runs = runs_of(runs, set);
   std::reverse(sets.begin(), sets.end());
   return sets;
 }
@@ -102,11 +85,13 @@ class Collector {
 
   Report collect() {
     read_run_logs();
-    for (const LogSet& set : group(m_files, m_report.runs)) {
+    for (const LogSet& set : group(m_files)) {
+      m_writers = writers_of(set);
       if (set.was_named() || has_news(set)) {
         read(set);
       } else {
         m_report.files_not_read += set.files.size();
+        take_writer(0);
       }
     }
     return std::move(m_report);
@@ -121,10 +106,35 @@ class Collector {
     m_report.runs = reader.finish(m_report.runs_left_out);
   }
 
+  // The runs that may have written the logs, newest first: of the task, begun by then, and without
+  // logs yet. One whose end was logged made no logs after it; of those without an end, the newest may
+  // have made them. One that was refused made none.
+  std::vector<std::size_t> writers_of(const LogSet& set) const {
+    std::vector<std::size_t> writers;
+    for (std::size_t i = 0; i < m_report.runs.size(); ++i) {
+      const Run& run = m_report.runs[i];
+      if (m_with_logs.count(i) != 0 || !is_of(run, set.task) || run.start_time > set.time) continue;
+      const bool had_ended = run.end_time < set.time;
+      const bool may_be_open = !run.exit_status && writers.empty();
+      if (had_ended && !may_be_open) break;
+      if (run.summary || !run.exit_status) writers.push_back(i);
+      if (had_ended) break;
+    }
+    return writers;
+  }
+
+  // The run that wrote last, or that many before it; null where the run log does not tell.
+  const Run* take_writer(std::size_t age) {
+    if (age >= m_writers.size()) return nullptr;
+    m_with_logs.insert(m_writers[age]);
+    return &m_report.runs[m_writers[age]];
+  }
+
   bool has_news(const LogSet& set) const {
-    if (set.runs.empty()) return m_shown.count(set.task) == 0;
-    return std::any_of(set.runs.begin(), set.runs.end(),
-                       [&](const Run& run) { return m_shown.count(run.task) == 0; });
+    if (m_writers.empty()) return m_shown.count(set.task) == 0;
+    return std::any_of(m_writers.begin(), m_writers.end(), [&](std::size_t writer) {
+      return m_shown.count(m_report.runs[writer].task) == 0;
+    });
   }
 
   void read(const LogSet& set) {
@@ -183,9 +193,9 @@ class Collector {
       D details;
       details.task = set.task;
       details.time = set.time;
-      if (age < set.runs.size()) {
-        details.run = set.runs[age];
-        details.task = details.run->task;
+      if (const Run* run = take_writer(age); run != nullptr) {
+        details.run = *run;
+        details.task = run->task;
       }
       for (const LogFile& file : set.files) details.files.push_back(file.path);
       reader->finish(details);
@@ -194,6 +204,8 @@ class Collector {
   }
 
   std::set<Task> m_shown;
+  std::set<std::size_t> m_with_logs;   // runs whose logs are known
+  std::vector<std::size_t> m_writers;  // of the set at hand
   Report m_report;
   const std::vector<LogFile> m_files;
 };

@@ -162,6 +162,15 @@ TEST(Report, RunsOfOneSecondAreToldApart) {
   }
   EXPECT_EQ(consistency[0]["concerns"], Json::array());
   EXPECT_EQ(consistency[1]["missing"]["copies"], 1);
+  // One begins in the second of the other's log, and makes its own in the next.
+  support::write_text(logs.orphans(), opening + a);
+  support::write_text(logs.orphans(101), opening + b);
+  boost::algorithm::replace_last(run_log, ":40.000", ":41.000");
+  logs.write_run_log(run_log);
+  for (const Json& details : logs.json()["consistency"]) {
+    EXPECT_EQ(details["time"], details["task"] == "dry_run" ? 100 : 101);
+  }
+  support::write_text(logs.orphans(), opening + a + opening + a + opening + b);
   const Ended named = support::run({MDFIXUP_REPORT_PROGRAM, "--json", logs.orphans()});
   EXPECT_EQ(Json::parse(named.out)["consistency"].size(), 3U);
 }
