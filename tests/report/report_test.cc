@@ -167,7 +167,8 @@ TEST(Report, RunsOfOneSecondAreToldApart) {
   support::write_text(logs.orphans(101), opening + b);
   boost::algorithm::replace_last(run_log, ":40.000", ":41.000");
   logs.write_run_log(run_log);
-  for (const Json& details : logs.json()["consistency"]) {
+  const Json apart = logs.json()["consistency"];
+  for (const Json& details : apart) {
     EXPECT_EQ(details["time"], details["task"] == "dry_run" ? 100 : 101);
   }
   support::write_text(logs.orphans(), opening + a + opening + a + opening + b);

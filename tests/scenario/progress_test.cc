@@ -60,7 +60,7 @@ TEST(Progress, IsToldOnStandardErrorWhenAskedFor) {
   const Ended ended = run.go_on();
   EXPECT_EQ(ended.exit_status, 0);
   EXPECT_EQ(std::count(ended.err.begin(), ended.err.end(), '\n'), 1) << ended.err;
-  EXPECT_TRUE(contains(ended.err, " directories, 0 failed, 0 orphan copies, 0 missing copies"));
+  EXPECT_TRUE(contains(ended.err, ", 0 failed, 0 orphan copies, 0 missing copies"));
   EXPECT_EQ(run.scene().run_log().find("progress"), std::string::npos);
   EXPECT_TRUE(ends_with(ended.out, "mdfixup finished successfully.\n")) << ended.out;
 }
