@@ -12,13 +12,17 @@ settings=$root/etc/default/mdfixup
 # option of its own and make a repair or a deletion of this. What is not understood is refused, since
 # a disk pool that is misspelled or left out makes orphans of live images.
 set --
-if [ -e "$settings" ]; then
+if [ -e "$settings" ] || [ -L "$settings" ]; then
+  if [ ! -f "$settings" ]; then
+    echo "$settings: not a file" >&2
+    exit 2
+  fi
   while IFS= read -r line || [ -n "$line" ]; do
     value=${line#*=}
     case $line in
       '' | '#'*) ;;
-      *[\"\'\\]* | *[[:space:]])
-        echo "$settings: no quotes, backslashes or blanks at the end, please: $line" >&2
+      *[\"\'\\]* | *[[:space:]] | *[[:space:]]'#'*)
+        echo "$settings: no quotes, backslashes, blanks at the end or comments behind: $line" >&2
         exit 2
         ;;
       KSREGISTRY=?*) export KSREGISTRY="$value" ;;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <functional>
+#include <iterator>
+#include <map>
 #include <set>
 #include <string_view>
 #include <utility>
@@ -80,8 +82,8 @@ std::vector<LogSet> group(const std::vector<LogFile>& files) {
 
 class Collector {
  public:
-  explicit Collector(const std::vector<std::string>& paths)
-      : m_files(logs::find_logs(paths, m_report.files)) {}
+  // All of one log directory.
+  explicit Collector(std::vector<LogFile> files) : m_files(std::move(files)) {}
 
   Report collect() {
     read_run_logs();
@@ -91,7 +93,7 @@ class Collector {
         read(set);
       } else {
         m_report.files_not_read += set.files.size();
-        take_writer(0);
+        (void)take_writer(set.task);
       }
     }
     return std::move(m_report);
@@ -123,11 +125,17 @@ class Collector {
     return writers;
   }
 
-  // The run that wrote last, or that many before it; null where the run log does not tell.
-  const Run* take_writer(std::size_t age) {
-    if (age >= m_writers.size()) return nullptr;
-    m_with_logs.insert(m_writers[age]);
-    return &m_report.runs[m_writers[age]];
+  // The newest run that may have written what is of this task; null where the run log does not tell.
+  const Run* take_writer(Task task) {
+    const auto writer =
+        std::find_if(m_writers.begin(), m_writers.end(), [&](std::size_t candidate) {
+          return task == Task::consistency || m_report.runs[candidate].task == task;
+        });
+    if (writer == m_writers.end()) return nullptr;
+    const Run& run = m_report.runs[*writer];
+    m_with_logs.insert(*writer);
+    m_writers.erase(m_writers.begin(), writer + 1);
+    return &run;
   }
 
   bool has_news(const LogSet& set) const {
@@ -188,17 +196,16 @@ class Collector {
   template <class Reader, class D>
   void show(logs::Parts<Reader>& parts, const LogSet& set, std::vector<D>& all) {
     (void)parts.last();  // an empty log is one that found nothing
-    std::size_t age = 0;
-    for (auto reader = parts.all().rbegin(); reader != parts.all().rend(); ++reader, ++age) {
+    for (auto reader = parts.all().rbegin(); reader != parts.all().rend(); ++reader) {
       D details;
       details.task = set.task;
       details.time = set.time;
-      if (const Run* run = take_writer(age); run != nullptr) {
+      reader->finish(details);  // lines that tell a dry run from a deletion set the task
+      if (const Run* run = take_writer(details.task); run != nullptr) {
         details.run = *run;
         details.task = run->task;
       }
       for (const LogFile& file : set.files) details.files.push_back(file.path);
-      reader->finish(details);
       if (m_shown.insert(details.task).second || set.was_named()) all.push_back(std::move(details));
     }
   }
@@ -210,10 +217,34 @@ class Collector {
   const std::vector<LogFile> m_files;
 };
 
+template <class T, class Newer>
+void merge(std::vector<T> more, std::vector<T>& all, Newer newer) {
+  std::move(more.begin(), more.end(), std::back_inserter(all));
+  std::stable_sort(all.begin(), all.end(), newer);
+}
+
+void add(Report more, Report& all) {
+  const auto later = [](const Details& a, const Details& b) { return a.time > b.time; };
+  merge(std::move(more.runs), all.runs,
+        [](const Run& a, const Run& b) { return a.start > b.start; });
+  merge(std::move(more.consistency), all.consistency, later);
+  merge(std::move(more.scans), all.scans, later);
+  merge(std::move(more.repairs), all.repairs, later);
+  std::move(more.files.begin(), more.files.end(), std::back_inserter(all.files));
+  all.runs_left_out += more.runs_left_out;
+  all.files_not_read += more.files_not_read;
+}
+
 }  // namespace
 
 Report collect(const std::vector<std::string>& paths) {
-  return Collector(paths).collect();
+  Report report;
+  std::map<std::string, std::vector<LogFile>> of_dirs;
+  for (const LogFile& file : logs::find_logs(paths, report.files)) {
+    of_dirs[file.log_dir].push_back(file);
+  }
+  for (auto& [dir, files] : of_dirs) add(Collector(std::move(files)).collect(), report);
+  return report;
 }
 
 }  // namespace report

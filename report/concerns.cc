@@ -87,10 +87,23 @@ void add_counts(const ConsistencyDetails& details, std::vector<Concern>& concern
 
 }  // namespace
 
-std::vector<Concern> concerns_of(const Details& details) {
+std::vector<Concern> concerns_of(const ScanDetails& details) {
   std::vector<Concern> concerns;
   add_run(details, concerns);
   add_failures(details, concerns);
+  return concerns;
+}
+
+std::vector<Concern> concerns_of(const RepairDetails& details) {
+  std::vector<Concern> concerns;
+  add_run(details, concerns);
+  add_failures(details, concerns);
+  if (details.collisions.count != 0) {
+    concerns.push_back({About::collisions,
+                        counted(details.collisions.count, "PO", "POs") +
+                            " stayed because of another one: settle that before a deletion, which "
+                            "may take them"});
+  }
   return concerns;
 }
 

@@ -18,7 +18,8 @@ struct Concern {
     failed,
     errors,
     names,
-    counts
+    counts,
+    collisions
   };
   About about = About::run;
   std::string text;  // may hold bytes of a log
@@ -27,6 +28,7 @@ struct Concern {
 // The gravest first. None means only that the logs name nothing: a listing that was incomplete, or
 // the wrong disk pool, leaves no trace in them.
 std::vector<Concern> concerns_of(const ConsistencyDetails& details);
-std::vector<Concern> concerns_of(const Details& details);
+std::vector<Concern> concerns_of(const RepairDetails& details);
+std::vector<Concern> concerns_of(const ScanDetails& details);
 
 }  // namespace report

@@ -7,8 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-
-#include <boost/filesystem/operations.hpp>
+#include <fstream>
 
 #include "platform/file_kind.h"
 #include "platform/status.h"
@@ -24,36 +23,50 @@ namespace {
 }
 
 // Closes what it wrote; false, with errno, when a step failed.
-bool write_to(const std::string& path, int flags, bool is_stored, std::string_view text) {
-  constexpr mode_t k_mode = 0640;
-  const int descriptor = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | flags, k_mode);
+bool write_to(const std::string& path, int flags, mode_t mode, std::string_view text) {
+  const int descriptor = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | flags, mode);
   if (descriptor < 0) return false;
-  const bool written = platform::write_all(descriptor, text) == text.size() &&
-                       (!is_stored || ::fsync(descriptor) == 0);
+  const bool is_new = (flags & O_CREAT) != 0;
+  const bool written =
+      platform::write_all(descriptor, text) == text.size() && (!is_new || ::fsync(descriptor) == 0);
   const int error = errno;
   const bool closed = ::close(descriptor) == 0;
   if (!written) errno = error;
   return written && closed;
 }
 
-// A link stays, and what it leads to is replaced.
-std::string place_of(const std::string& path) {
-  boost::system::error_code error;
-  const auto place = boost::filesystem::canonical(path, error);
-  return error ? path : place.string();
+// An empty file is as good as a page: nothing is lost with it.
+bool is_page_or_empty(const std::string& path) {
+  constexpr std::string_view k_beginning = "<!doctype html>";
+  std::string beginning(k_beginning.size(), '\0');
+  std::ifstream file(path, std::ios::binary);
+  if (!file) return false;
+  file.read(beginning.data(), static_cast<std::streamsize>(beginning.size()));
+  return file.gcount() == 0 || beginning == k_beginning;
+}
+
+// The mode of the file that is replaced, or of a new one.
+mode_t mode_of(const std::string& path) {
+  constexpr mode_t k_new = 0640;
+  constexpr mode_t k_permissions = 0777;
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 ? status.st_mode & k_permissions : k_new;
 }
 
 }  // namespace
 
-void store(const std::string& path, std::string_view text) {
-  if (platform::file_kind(path) == platform::FileKind::special) {
-    if (!write_to(path, 0, false, text)) fail(path);
+void store(const std::string& path, std::string_view page) {
+  const platform::FileKind kind = platform::file_kind(path);
+  if (kind == platform::FileKind::special) {
+    if (!write_to(path, 0, 0, page)) fail(path);
     return;
   }
-  const std::string place = place_of(path);
-  const std::string unfinished = place + "." + std::to_string(::getpid()) + ".new";
-  const bool done = write_to(unfinished, O_CREAT | O_EXCL, true, text) &&
-                    std::rename(unfinished.c_str(), place.c_str()) == 0;
+  if (kind == platform::FileKind::regular && !is_page_or_empty(path)) {
+    throw Cr_ErrnoException(EEXIST, "could not write " + path, "it is there, and is no page");
+  }
+  const std::string unfinished = path + "." + std::to_string(::getpid()) + ".new";
+  const bool done = write_to(unfinished, O_CREAT | O_EXCL, mode_of(path), page) &&
+                    std::rename(unfinished.c_str(), path.c_str()) == 0;
   if (done) return;
   const int error = errno;
   if (error != EEXIST) (void)::unlink(unfinished.c_str());

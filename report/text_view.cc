@@ -120,13 +120,6 @@ void show_missing(std::ostream& out, const Images& images) {
   show_bars(out, images.timeline);
 }
 
-std::string title_of(const Details& details) {
-  std::string title = report::name_of(details.task);
-  title[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(title[0])));
-  return title + " of " +
-         (details.run ? details.run->start.substr(0, 19) : utc(details.time) + " UTC");
-}
-
 void show_concerns(std::ostream& out, const std::vector<Concern>& concerns) {
   if (concerns.empty()) return;
   out << "  LOOK AT THIS FIRST:\n";
@@ -139,8 +132,9 @@ void show_head(std::ostream& out, const Details& details, const std::vector<Conc
   for (const std::string& file : details.files) out << "  " << printable(file) << "\n";
   if (!details.run) return;
   const Run& run = *details.run;
-  out << "  mdfixup " << printable(run.arguments) << "\n  " << ending_of(run) << "; "
-      << printable(outcome_of(run)) << "\n";
+  const std::string outcome = printable(outcome_of(run));
+  out << "  mdfixup " << printable(run.arguments) << "\n  " << ending_of(run)
+      << (outcome.empty() ? "" : "; ") << outcome << "\n";
   show_notes(out, "Warnings", run.warnings);
 }
 
@@ -192,7 +186,7 @@ void show_runs(std::ostream& out, const Report& report) {
   for (std::size_t i = 0; i < shown; ++i) {
     const Run& run = report.runs[i];
     const std::string outcome = printable(outcome_of(run));
-    table.add({run.start.substr(0, 19), name_of(run.task), with_commas(run.warnings.count),
+    table.add({to_the_second(run.start), name_of(run.task), with_commas(run.warnings.count),
                with_commas(run.errors.count),
                ending_of(run) + (outcome.empty() ? "" : "; " + outcome)});
   }

@@ -36,6 +36,25 @@ std::string ending_of(const Run& run) {
   return (run.summary ? "failed" : "refused or aborted") + status + interrupted;
 }
 
+std::string title_of(const Run& run) {
+  return capitalized(name_of(run.task)) + " of " + to_the_second(run.start);
+}
+
+std::string title_of(const Details& details) {
+  if (!details.run) return capitalized(name_of(details.task)) + " of " + utc(details.time) + " UTC";
+  return title_of(*details.run);
+}
+
+std::string to_the_second(const std::string& logged_time) {
+  constexpr std::size_t k_length = 19;
+  return logged_time.substr(0, k_length);
+}
+
+std::string capitalized(std::string text) {
+  if (!text.empty()) text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
+  return text;
+}
+
 std::string outcome_of(const Run& run) {
   if (!run.summary) return run.progress;
   const Summary& summary = *run.summary;

@@ -14,6 +14,16 @@ std::string name_of(Task task);
 // "ended well", "failed (exit status 1)", "no end logged: killed, cut off, or still running", ...
 std::string ending_of(const Run& run);
 
+// "Dry run of 2026-11-21 14:25:35", in the host's time.
+std::string title_of(const Details& details);
+std::string title_of(const Run& run);
+
+// Without the milliseconds.
+std::string to_the_second(const std::string& logged_time);
+
+// With its first letter, if it is one of ASCII, as a capital.
+std::string capitalized(std::string text);
+
 // What the run counted, in a few words: "23 orphan copies, 49 missing copies".
 std::string outcome_of(const Run& run);
 

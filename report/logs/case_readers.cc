@@ -34,6 +34,7 @@ bool ScanReader::take(std::string_view line) {
   }
   if (!ends_with(line, k_issue) || !take_prefix(line, "Client ")) return false;
   line.remove_suffix(k_issue.size());
+  if (!is_name(line)) return false;
   ++m_details.dirs_with_issues;
   const auto known = m_clients.find(line);
   if (known != m_clients.end()) {

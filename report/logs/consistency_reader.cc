@@ -63,7 +63,7 @@ bool ConsistencyReader::take_orphan(std::string_view image, Task task) {
   Scanner scan(image);
   scan.skip("{client: ").up_to(", policy: ", client).up_to(", backup_time: ", policy);
   scan.number(orphan.backup_time).skip(", copy_number: ").number(orphan.copy_number).skip("}.");
-  if (!scan.end()) return false;
+  if (!scan.end() || !is_name(client) || !is_name(policy)) return false;
   m_details.task = task;
   m_orphans.add(client, policy, orphan.backup_time);
   orphan.client = client;
@@ -92,7 +92,8 @@ bool ConsistencyReader::take_error(std::string_view line) {
   if (scan) {
     add_failure(m_details.failed, scan.rest(), status);
     if (m_failed_dirs.size() < k_most_failed_dirs) {
-      m_failed_dirs.insert(client_and_policy(scan.rest().substr(0, scan.rest().find("; "))));
+      m_failed_dirs.insert(
+          shortened(client_and_policy(scan.rest().substr(0, scan.rest().find("; ")))));
     }
     m_last = Last::failure;
     return true;
@@ -115,7 +116,8 @@ bool ConsistencyReader::take_missing_line(std::string_view line) {
   Scanner scan(line);
   scan.up_to("|", backup_id).up_to("|", client).up_to("|", policy).number(copy).skip("|");
   std::int64_t time = 0;
-  if (!scan.end() || !Scanner(backup_id).skip(client).skip("_").number(time).end()) return false;
+  if (!scan.end() || !is_name(client) || !is_name(policy)) return false;
+  if (!Scanner(backup_id).skip(client).skip("_").number(time).end()) return false;
   m_missing.add(client, policy, time);
   return true;
 }
@@ -132,8 +134,9 @@ bool ConsistencyReader::take_policy_dir_line(std::string_view line) {
   for (int field = 0; field < 4; ++field) scan.number(other).skip("|");
   if (!scan.end()) return false;
   if (ImageGroup* group = m_orphans.find(client, policy); group != nullptr) {
-    group->dir_copies = copies;
-    group->dir_pos = pos;
+    // Directories of several numbers that are all walked, such as 2 and 02, count as one.
+    group->dir_copies = group->dir_copies.value_or(0) + copies;
+    group->dir_pos = group->dir_pos.value_or(0) + pos;
   }
   return true;
 }

@@ -33,10 +33,20 @@ constexpr Name k_names[] = {
 // Rotated run logs carry a number, the older the larger, or a date.
 constexpr const char* k_run_log = "mdfixup.log";
 
+constexpr const char* k_dirs_below[] = {"mdfixup", "metadata_consistency"};
+
+fs::path log_dir_of(const fs::path& file) {
+  const fs::path dir = file.parent_path();
+  const bool is_below =
+      std::count(std::begin(k_dirs_below), std::end(k_dirs_below), dir.filename().string()) != 0;
+  return is_below ? dir.parent_path() : dir;
+}
+
 std::optional<LogFile> log_of(const fs::path& path) {
   const std::string name = path.filename().string();
   LogFile file;
   file.path = path.string();
+  file.log_dir = log_dir_of(path).string();
   std::string_view rest = name;
   if (take_prefix(rest, k_run_log)) {
     const bool is_ours = rest.empty() || rest[0] == '.' || rest[0] == '-';
@@ -80,11 +90,23 @@ void list(const fs::path& dir, std::vector<LogFile>& files, std::vector<SourceFi
   if (error) unread.push_back(unreadable(dir, error.message()));
 }
 
-void find_at(const fs::path& path, std::vector<LogFile>& files, std::vector<SourceFile>& unread) {
+// The same file has the same path, however it was named. Its own name is left as it is, since that
+// tells what it is.
+fs::path resolved(const fs::path& named) {
   boost::system::error_code error;
+  const fs::path whole = fs::absolute(named);
+  const fs::path path = fs::is_directory(whole, error)
+                            ? fs::canonical(whole, error)
+                            : fs::canonical(whole.parent_path(), error) / whole.filename();
+  return error ? named : path;
+}
+
+void find_at(const fs::path& named, std::vector<LogFile>& files, std::vector<SourceFile>& unread) {
+  boost::system::error_code error;
+  const fs::path path = resolved(named);
   if (fs::is_directory(path, error)) {
     list(path, files, unread);
-    for (const char* below : {"mdfixup", "metadata_consistency"}) {
+    for (const char* below : k_dirs_below) {
       if (fs::is_directory(path / below, error)) list(path / below, files, unread);
     }
   } else if (auto file = log_of(path)) {

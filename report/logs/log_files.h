@@ -14,6 +14,7 @@ enum class Kind { run_log, scan, repair, collisions, orphans, missing, policy_di
 struct LogFile {
   Kind kind = Kind::run_log;
   std::string path;
+  std::string log_dir;     // that it belongs to, be it in a directory below
   std::int64_t time = 0;   // that the name carries; 0 for run logs
   bool was_named = false;  // itself, not by a directory that it was found in
 };

@@ -66,7 +66,7 @@ void read_info(std::string_view text, Run& run) {
     run.progress = shortened(text);
   } else if (text == "the run was interrupted by a signal") {
     run.interrupted = true;
-  } else if (Scanner(text).skip("end: exit status ").number(status)) {
+  } else if (Scanner(text).skip("end: exit status ").number(status).end() && status <= 255) {
     run.exit_status = static_cast<int>(status);
   }
 }

@@ -42,6 +42,11 @@ bool take_prefix(std::string_view& line, std::string_view prefix) {
   return true;
 }
 
+bool is_name(std::string_view text) {
+  constexpr std::size_t k_longest = 255;
+  return !text.empty() && text.size() <= k_longest;
+}
+
 std::string shortened(std::string_view text) {
   constexpr std::size_t k_longest = 1024;
   if (text.size() <= k_longest) return std::string(text);

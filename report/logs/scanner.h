@@ -40,6 +40,9 @@ class Scanner {
 // Whether `line` begins with `prefix`, which is taken off then.
 bool take_prefix(std::string_view& line, std::string_view prefix);
 
+// Whether it can be the name of a directory.
+bool is_name(std::string_view text);
+
 // A copy that takes a bounded room, marked where it was cut.
 std::string shortened(std::string_view text);
 

@@ -56,8 +56,7 @@ std::string subject_of(const Report& report) {
 
 std::string span_of(const Report& report) {
   if (report.runs.empty()) return "The logs that were read tell of no run.";
-  constexpr std::size_t k_to_the_second = 19;
-  const auto start = [&](const Run& run) { return run.start.substr(0, k_to_the_second); };
+  const auto start = [](const Run& run) { return to_the_second(run.start); };
   const std::string last = start(report.runs.front());
   if (report.runs.size() == 1) return "One run in the run log, of " + last + ", the host's time.";
   return with_commas(report.runs.size()) + " runs in the run log, from " +

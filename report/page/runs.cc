@@ -12,11 +12,10 @@ namespace report::page {
 
 namespace {
 
-void open_run(const Details& details, const std::string& id, std::ostream& out) {
+void open_run(const Details& details, const std::vector<Concern>& concerns, const std::string& id,
+              std::ostream& out) {
   open_section(id, title_of(details), out);
-  if (const auto concerns = concerns_of(details); !concerns.empty()) {
-    write_concerns(concerns, id, out);
-  }
+  if (!concerns.empty()) write_concerns(concerns, id, out);
   write_run_facts(details, id, out);
 }
 
@@ -65,7 +64,7 @@ void write_run_row(const Run& run, Table& table) {
 }  // namespace
 
 void write_scan(const ScanDetails& details, const std::string& id, std::ostream& out) {
-  open_run(details, id, out);
+  open_run(details, concerns_of(details), id, out);
   if (details.dirs_with_issues == 0) {
     write_note("No client has POs under another spelling of its name in what could be read.", out);
   } else {
@@ -94,10 +93,11 @@ void write_scan(const ScanDetails& details, const std::string& id, std::ostream&
 }
 
 void write_repair(const RepairDetails& details, const std::string& id, std::ostream& out) {
-  open_run(details, id, out);
+  open_run(details, concerns_of(details), id, out);
   write_moves(details, out);
   if (details.collisions.count != 0) {
-    heading(id + "-collisions", "Collisions: POs that stayed because of another one", out);
+    heading(id + id_of(Concern::About::collisions),
+            "Collisions: POs that stayed because of another one", out);
     write_notes(details.collisions, out);
   }
   write_troubles(details, id, out);

@@ -11,11 +11,6 @@ namespace report::page {
 
 namespace {
 
-std::string capitalized(std::string text) {
-  if (!text.empty()) text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
-  return text;
-}
-
 void write_fact(const char* name, const std::string& html, std::ostream& out) {
   out << "<div><dt>" << name << "</dt><dd>" << html << "</dd></div>\n";
 }
@@ -63,18 +58,6 @@ std::string arguments_of(const Run& run) {
   return code_words(words);
 }
 
-std::string title_of(const Run& run) {
-  constexpr std::size_t k_to_the_second = 19;
-  return capitalized(name_of(run.task)) + " of " + run.start.substr(0, k_to_the_second);
-}
-
-std::string title_of(const Details& details) {
-  if (!details.run) return capitalized(name_of(details.task)) + " of " + utc(details.time) + " UTC";
-  Run run = *details.run;
-  run.task = details.task;
-  return title_of(run);
-}
-
 void open_section(const std::string& id, const std::string& title, std::ostream& out) {
   out << "<section id=\"" << id << "\">\n<h2>" << html(title) << "</h2>\n";
 }
@@ -97,6 +80,8 @@ std::string id_of(Concern::About about) {
       return "-warnings";
     case Concern::About::names:
       return "-names";
+    case Concern::About::collisions:
+      return "-collisions";
     case Concern::About::run:
     case Concern::About::options:
     case Concern::About::counts:

@@ -17,10 +17,6 @@ std::string code(std::string_view text);
 std::string code_words(const std::vector<std::string>& words);
 std::string arguments_of(const Run& run);
 
-// "Dry run of 2026-11-21 14:25:35".
-std::string title_of(const Details& details);
-std::string title_of(const Run& run);
-
 // The beginning of a section with its heading.
 void open_section(const std::string& id, const std::string& title, std::ostream& out);
 void heading(const std::string& id, const std::string& title, std::ostream& out);

@@ -44,6 +44,10 @@ bool tell_standard_error(std::string_view text) {
   return written == text.size();
 }
 
+void tell_standard_error_at_once(std::string_view text) {
+  if (takes_output(STDERR_FILENO)) (void)tell_standard_error(text);
+}
+
 void tell_or_lose(std::string_view text) {
   if (!tell_standard_error(text)) s_lost = true;
 }

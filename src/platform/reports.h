@@ -17,7 +17,10 @@ void print(std::string_view text);
 // Writes to standard error, at once and as one text. False when that failed, be it for a part.
 bool tell_standard_error(std::string_view text);
 
-// The same for a text that no log took; one that standard error does not take either is lost.
+// The same, but for a text that would have to be waited for: nobody is reading.
+void tell_standard_error_at_once(std::string_view text);
+
+// As the first for a text that no log took; one that standard error does not take either is lost.
 void tell_or_lose(std::string_view text);
 
 // Whether a text was lost since the process started.

@@ -1,6 +1,5 @@
 #include "platform/status_line.h"
 
-#include <poll.h>
 #include <stdlib.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -34,13 +33,6 @@ bool in_background() {
   return foreground > 0 && foreground != ::getpgrp();
 }
 
-bool takes_output() {
-  struct pollfd terminal {};
-  terminal.fd = STDERR_FILENO;
-  terminal.events = POLLOUT;
-  return ::poll(&terminal, 1, 0) == 1 && (terminal.revents & POLLOUT) != 0;
-}
-
 // One less than there are: some terminals go on to the next line once the last column is filled.
 std::size_t usable_columns() {
   constexpr std::size_t k_usual = 80;
@@ -62,7 +54,7 @@ class Terminal {
  public:
   void show(std::string_view text) {
     const boost::lock_guard<boost::mutex> guard(m_mutex);
-    if (m_within_text || in_background() || !takes_output()) return;
+    if (m_within_text || in_background() || !takes_output(STDERR_FILENO)) return;
     std::string line = "\r";
     line += fitting(text, usable_columns());
     line += "\033[K";
@@ -73,7 +65,7 @@ class Terminal {
   // Whether it is gone now.
   bool erase() {
     const boost::lock_guard<boost::mutex> guard(m_mutex);
-    if (m_is_shown && takes_output()) erase_shown();
+    if (m_is_shown && takes_output(STDERR_FILENO)) erase_shown();
     return !m_is_shown;
   }
 

@@ -1,5 +1,6 @@
 #include "platform/write_all.h"
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,6 +16,13 @@ std::size_t write_all(int descriptor, std::string_view text) {
     written += static_cast<std::size_t>(n);
   }
   return written;
+}
+
+bool takes_output(int descriptor) {
+  struct pollfd output {};
+  output.fd = descriptor;
+  output.events = POLLOUT;
+  return ::poll(&output, 1, 0) == 1 && (output.revents & POLLOUT) != 0;
 }
 
 }  // namespace platform

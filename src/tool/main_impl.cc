@@ -99,6 +99,7 @@ int run_on_storage(int argc, char** argv) {
 }  // namespace
 
 int main_impl(int argc, char** argv) {
+  util::catch_progress_requests();
   util::open_standard_descriptors();
   dct::fix_child_environment();
   progname = GetProgramName(argv[0]);

@@ -57,7 +57,7 @@ void Progress::run(Ks_Thread<Progress>* thread) {
     // In this order: who asked before the end gets an answer.
     at_end = m_at_end;
     try {
-      if (util::progress_was_asked_for()) (void)platform::tell_standard_error(text() + "\n");
+      if (util::progress_was_asked_for()) platform::tell_standard_error_at_once(text() + "\n");
       if (!at_end) tell_what_is_due();
     } catch (const std::exception&) {
       // Without memory for a line there may be some for the next one.

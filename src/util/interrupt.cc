@@ -64,7 +64,6 @@ void install(int signal, void (*handler)(int)) {
 SignalGuard::SignalGuard() : m_saved{{{SIGINT, {}}, {SIGTERM, {}}, {SIGHUP, {}}}} {
   s_interrupted.store(false);
   install(SIGPIPE, do_nothing);
-  install(SIGUSR1, ask_for_progress);
   // A caller that ignores it would keep us from learning how a child ended.
   install(SIGCHLD, SIG_DFL);
   for (Saved& saved : m_saved) {
@@ -76,6 +75,10 @@ SignalGuard::SignalGuard() : m_saved{{{SIGINT, {}}, {SIGTERM, {}}, {SIGHUP, {}}}
 
 SignalGuard::~SignalGuard() {
   for (const Saved& saved : m_saved) (void)::sigaction(saved.signal, &saved.action, nullptr);
+}
+
+void catch_progress_requests() {
+  install(SIGUSR1, ask_for_progress);
 }
 
 bool progress_was_asked_for() {

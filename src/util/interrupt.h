@@ -15,8 +15,7 @@ class Bell;
 // SIGPIPE is caught from then on and does nothing, so that a closed standard output does not end a
 // run half-way; it stays caught, since what a stream still holds is written as the process ends.
 //
-// SIGUSR1 is caught from then on as well: it asks how far the run is, and its default action would end
-// a run half-way. Neither it nor SIGPIPE is ignored or blocked, which children would inherit.
+// SIGPIPE is not ignored or blocked, which children would inherit.
 //
 // SIGCHLD takes its default action from then on.
 //
@@ -39,6 +38,10 @@ class SignalGuard {
 
 // Whether a signal has asked the run to stop early. May be called from any thread.
 bool interrupted();
+
+// Catches SIGUSR1 for as long as the process lives: it asks how far the run is, and its default action
+// would end a run half-way. Not ignored or blocked, as SIGPIPE.
+void catch_progress_requests();
 
 // Whether SIGUSR1 has come since this was asked last, however often. May be called from any thread.
 bool progress_was_asked_for();
