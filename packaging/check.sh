@@ -26,6 +26,10 @@ if [ -e "$settings" ] || [ -L "$settings" ]; then
         exit 2
         ;;
       KSREGISTRY=?*) export KSREGISTRY="$value" ;;
+      NUM_THREADS=*[!0-9]*)
+        echo "$settings: not a number: $line" >&2
+        exit 2
+        ;;
       NUM_THREADS=?*) set -- "$@" "--num_threads=$value" ;;
       TVR_LOCATION=?*) set -- "$@" "--tvr_location=$value" ;;
       TVR_DISK_POOL=?*) set -- "$@" "--tvr_disk_pool=$value" ;;

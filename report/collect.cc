@@ -14,6 +14,7 @@
 #include "report/logs/log_files.h"
 #include "report/logs/parts.h"
 #include "report/logs/run_log_reader.h"
+#include "report/wording.h"
 
 namespace report {
 
@@ -138,6 +139,24 @@ class Collector {
     return &run;
   }
 
+  // A run of the same task that made no logs, and one that changed what this one saw.
+  void add_later_runs(const Run* run, Details& details) const {
+    for (const Run* later = run; later != m_report.runs.data();) {
+      --later;
+      const bool changed = later->task == Task::repair || later->task == Task::deletion;
+      if (later->task == run->task && !later->summary && later->exit_status) {
+        details.later_runs.push_back(
+            "a later one was refused or aborted: " + title_of(*later) +
+            (later->errors.first.empty() ? "" : ", " + later->errors.first[0]));
+      } else if (changed && later->summary && run->task != Task::deletion &&
+                 run->task != Task::repair) {
+        details.later_runs.push_back("this is how it was before a later run: " + title_of(*later));
+      }
+      constexpr std::size_t k_most = 3;
+      if (details.later_runs.size() == k_most) return;
+    }
+  }
+
   bool has_news(const LogSet& set) const {
     if (m_writers.empty()) return m_shown.count(set.task) == 0;
     return std::any_of(m_writers.begin(), m_writers.end(), [&](std::size_t writer) {
@@ -183,7 +202,12 @@ class Collector {
     read(set.files, Kind::policy_dirs, [&](std::string_view line) {
       return parts.reader_for(Kind::policy_dirs, line).take_policy_dir_line(line);
     });
+    const std::size_t known = m_report.consistency.size();
     show(parts, set, m_report.consistency);
+    for (std::size_t i = known; i < m_report.consistency.size(); ++i) {
+      m_report.consistency[i].orphans_were_read = set.has(Kind::orphans);
+      m_report.consistency[i].missing_were_read = set.has(Kind::missing);
+    }
   }
 
   void read(const std::vector<LogFile>& files, Kind kind, const Take& take) {
@@ -204,6 +228,7 @@ class Collector {
       if (const Run* run = take_writer(details.task); run != nullptr) {
         details.run = *run;
         details.task = run->task;
+        add_later_runs(run, details);
       }
       for (const LogFile& file : set.files) details.files.push_back(file.path);
       if (m_shown.insert(details.task).second || set.was_named()) all.push_back(std::move(details));

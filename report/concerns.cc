@@ -51,6 +51,12 @@ void add_run(const Details& details, std::vector<Concern>& concerns) {
   }
   const Run& run = *details.run;
   if (!run.ended_well()) concerns.push_back({About::run, "ending: " + ending_of(run)});
+  if (!run.catalog_aside.empty()) {
+    concerns.push_back({About::run, "the catalog lies aside, at " + run.catalog_aside +
+                                        ": start no service before it has its name back, and run "
+                                        "the repair again"});
+  }
+  for (const std::string& later : details.later_runs) concerns.push_back({About::run, later});
   if (run.warnings.count != 0) {
     std::string text = counted(run.warnings.count, "warning", "warnings") + " in the run log";
     if (!run.warnings.first.empty()) {
@@ -71,6 +77,12 @@ void add_failures(const Details& details, std::vector<Concern>& concerns) {
   }
 }
 
+bool nothing_was_found(const Details& details) {
+  if (!details.run || !details.run->summary) return false;
+  const Summary& summary = *details.run->summary;
+  return summary.copies != 0 && summary.orphan_copies == summary.copies;
+}
+
 // A log that lists fewer than the run counted was cut, or not all of it could be read.
 void add_counts(const ConsistencyDetails& details, std::vector<Concern>& concerns) {
   if (!details.run || !details.run->summary) return;
@@ -80,9 +92,13 @@ void add_counts(const ConsistencyDetails& details, std::vector<Concern>& concern
     concerns.push_back({About::counts, "the run counted " + with_commas(run) + " " + what +
                                            ", its logs list " + with_commas(logs)});
   };
-  compare(summary.orphan_copies, details.orphans.copies, "orphan copies");
-  compare(summary.taken_pos, details.orphans.taken_pos, "POs taken");
-  compare(summary.missing_copies, details.missing.copies, "missing copies");
+  if (details.orphans_were_read) {
+    compare(summary.orphan_copies, details.orphans.copies, "orphan copies");
+    compare(summary.taken_pos, details.orphans.taken_pos, "POs taken");
+  }
+  if (details.missing_were_read) {
+    compare(summary.missing_copies, details.missing.copies, "missing copies");
+  }
 }
 
 }  // namespace
@@ -110,6 +126,10 @@ std::vector<Concern> concerns_of(const RepairDetails& details) {
 std::vector<Concern> concerns_of(const ConsistencyDetails& details) {
   const bool gone = details.task == Task::deletion;
   std::vector<Concern> concerns;
+  if (nothing_was_found(details)) {
+    concerns.push_back(
+        {About::run, "not one copy was found in the backup catalog: is it the right disk pool?"});
+  }
   add_run(details, concerns);
   if (details.run) add_options(details.run->arguments, concerns);
   if (const std::uint64_t count = details.orphans.groups_losing_everything; count != 0) {
@@ -124,7 +144,9 @@ std::vector<Concern> concerns_of(const ConsistencyDetails& details) {
   add_failures(details, concerns);
   if (const std::uint64_t count = details.unparsed_names.count; count != 0) {
     concerns.push_back(
-        {About::names, counted(count, "PO was", "POs were") + " left out of the comparison"});
+        {About::names, counted(count, "PO was", "POs were") +
+                           " left out of the comparison, mostly for another spelling of the "
+                           "client's name: scan and repair first"});
   }
   add_counts(details, concerns);
   return concerns;

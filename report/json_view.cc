@@ -139,7 +139,7 @@ Json details(const Details& details, const std::vector<Concern>& concerns) {
 
 Json consistency(const ConsistencyDetails& found) {
   Json json = details(found, concerns_of(found));
-  json["orphans"] = images(found.orphans, true);
+  json["orphans"] = found.orphans_were_read ? images(found.orphans, true) : Json(nullptr);
   Json other_pos = Json::array();
   for (const OtherPO& po : found.other_pos) {
     other_pos.push_back({{"basename", valid_utf8(po.basename)},
@@ -150,7 +150,7 @@ Json consistency(const ConsistencyDetails& found) {
   }
   json["pos_of_other_copies"] = {{"count", found.orphans.other_copies_pos},
                                  {"first", std::move(other_pos)}};
-  json["missing"] = images(found.missing, false);
+  json["missing"] = found.missing_were_read ? images(found.missing, false) : Json(nullptr);
   json["names_left_out"] = notes(found.unparsed_names);
   return json;
 }

@@ -28,6 +28,9 @@ struct Notes {
 
   // Keeps the text if it is one of the first `most`.
   void add(std::string text, std::size_t most);
+
+  // Keeps it before all others, and drops the last one where that makes more than `most`.
+  void add_in_front(std::string text, std::size_t most);
 };
 
 // The counts at the end of a run.
@@ -56,6 +59,7 @@ struct Run {
   std::string arguments;
   std::optional<int> exit_status;  // none: killed, going on, or the log is cut
   bool interrupted = false;
+  std::string catalog_aside;  // where a repair has left the catalog; empty where it is in its place
   std::optional<Summary> summary;
   std::string progress;  // the last such line; empty without one
   Notes warnings;
@@ -119,9 +123,10 @@ struct FailedDirs {
 // What is said of every run in detail.
 struct Details {
   Task task = Task::unknown;
-  std::int64_t time = 0;           // that its log's name carries
-  std::vector<std::string> files;  // paths
-  std::optional<Run> run;          // none when the run log does not tell of it
+  std::int64_t time = 0;                // that its log's name carries
+  std::vector<std::string> files;       // paths
+  std::optional<Run> run;               // none when the run log does not tell of it
+  std::vector<std::string> later_runs;  // what came after it and bears on it, in words
   FailedDirs failed;
   Notes errors;  // other than of a directory as a whole
 };
@@ -130,6 +135,8 @@ struct Details {
 struct ConsistencyDetails : Details {
   Images orphans;  // that would go, or went
   Images missing;
+  bool orphans_were_read = false;  // otherwise nothing is known of them
+  bool missing_were_read = false;
   std::vector<OtherPO> other_pos;  // the first ones; Images counts all
   Notes unparsed_names;            // POs left out of the comparison
 };

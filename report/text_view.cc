@@ -142,9 +142,17 @@ void show(std::ostream& out, const ConsistencyDetails& details) {
   show_head(out, details, concerns_of(details));
   show_failed(out, details.failed);
   show_notes(out, "Errors", details.errors);
-  show_orphans(out, details);
-  show_other_pos(out, details);
-  show_missing(out, details.missing);
+  if (details.orphans_were_read) {
+    show_orphans(out, details);
+    show_other_pos(out, details);
+  } else {
+    out << "\n  No orphan log was read.\n";
+  }
+  if (details.missing_were_read) {
+    show_missing(out, details.missing);
+  } else {
+    out << "\n  No missing-images log was read.\n";
+  }
   show_notes(out, "Names left out of the comparison", details.unparsed_names);
 }
 
@@ -185,7 +193,8 @@ void show_runs(std::ostream& out, const Report& report) {
   const std::size_t shown = std::min(k_most_runs, report.runs.size());
   for (std::size_t i = 0; i < shown; ++i) {
     const Run& run = report.runs[i];
-    const std::string outcome = printable(outcome_of(run));
+    const bool was_refused = !run.summary && run.exit_status && !run.errors.first.empty();
+    const std::string outcome = printable(was_refused ? run.errors.first.front() : outcome_of(run));
     table.add({to_the_second(run.start), name_of(run.task), with_commas(run.warnings.count),
                with_commas(run.errors.count),
                ending_of(run) + (outcome.empty() ? "" : "; " + outcome)});

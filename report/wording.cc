@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <utility>
 
 #include <boost/format.hpp>
 
@@ -58,17 +57,22 @@ std::string capitalized(std::string text) {
 std::string outcome_of(const Run& run) {
   if (!run.summary) return run.progress;
   const Summary& summary = *run.summary;
-  const std::pair<std::uint64_t, const char*> counts[] = {
-      {summary.failed_dirs, "failed directories"},
-      {summary.orphan_copies, "orphan copies"},
-      {summary.missing_copies, "missing copies"},
-      {summary.taken_pos, run.task == Task::deletion ? "POs deleted" : "POs would go"},
-      {summary.other_copies_pos, "of other copies"},
-      {summary.moved_pos, "POs moved"},
-      {summary.collisions, "collisions"}};
-  std::string text = with_commas(summary.dirs) + " directories";
-  for (const auto& [count, what] : counts) {
-    if (count != 0) text += ", " + with_commas(count) + " " + what;
+  const bool deleted = run.task == Task::deletion;
+  const struct {
+    std::uint64_t count;
+    const char* one;
+    const char* many;
+  } counts[] = {{summary.failed_dirs, "failed", "failed"},
+                {summary.orphan_copies, "orphan copy", "orphan copies"},
+                {summary.missing_copies, "missing copy", "missing copies"},
+                {summary.taken_pos, deleted ? "PO deleted" : "PO would go",
+                 deleted ? "POs deleted" : "POs would go"},
+                {summary.other_copies_pos, "of another copy", "of other copies"},
+                {summary.moved_pos, "PO moved", "POs moved"},
+                {summary.collisions, "collision", "collisions"}};
+  std::string text = counted(summary.dirs, "directory", "directories");
+  for (const auto& [count, one, many] : counts) {
+    if (count != 0) text += ", " + counted(count, one, many);
   }
   return text;
 }

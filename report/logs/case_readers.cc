@@ -13,10 +13,6 @@ constexpr std::size_t k_most_clients = 100000;
 constexpr std::size_t k_most_moves = 10000;
 constexpr std::size_t k_most_collisions = 1000;
 
-bool ends_with(std::string_view line, std::string_view end) {
-  return line.size() >= end.size() && line.substr(line.size() - end.size()) == end;
-}
-
 }  // namespace
 
 bool ScanReader::take(std::string_view line) {

@@ -42,6 +42,13 @@ fs::path log_dir_of(const fs::path& file) {
   return is_below ? dir.parent_path() : dir;
 }
 
+// A run log that was rotated by another rule than ours.
+bool is_packed(const fs::path& path) {
+  const std::string name = path.filename().string();
+  const std::string ending = path.extension().string();
+  return name.rfind(k_run_log, 0) == 0 && (ending == ".gz" || ending == ".xz" || ending == ".zst");
+}
+
 std::optional<LogFile> log_of(const fs::path& path) {
   const std::string name = path.filename().string();
   LogFile file;
@@ -50,8 +57,7 @@ std::optional<LogFile> log_of(const fs::path& path) {
   std::string_view rest = name;
   if (take_prefix(rest, k_run_log)) {
     const bool is_ours = rest.empty() || rest[0] == '.' || rest[0] == '-';
-    const bool is_packed = path.extension() == ".gz" || path.extension() == ".xz";
-    if (is_ours && !is_packed) return file;
+    if (is_ours && !is_packed(path)) return file;
     return std::nullopt;
   }
   for (const Name& known : k_names) {
@@ -85,7 +91,11 @@ void list(const fs::path& dir, std::vector<LogFile>& files, std::vector<SourceFi
   boost::system::error_code error;
   for (fs::directory_iterator entry(dir, error); !error && entry != fs::directory_iterator();
        entry.increment(error)) {
-    if (const auto file = log_of(entry->path())) files.push_back(*file);
+    if (const auto file = log_of(entry->path())) {
+      files.push_back(*file);
+    } else if (is_packed(entry->path())) {
+      unread.push_back(unreadable(entry->path(), "is compressed; unpack it to have it read"));
+    }
   }
   if (error) unread.push_back(unreadable(dir, error.message()));
 }

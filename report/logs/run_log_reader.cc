@@ -64,6 +64,9 @@ void read_info(std::string_view text, Run& run) {
     read_summary(text, run);
   } else if (take_prefix(text, "progress: ")) {
     run.progress = shortened(text);
+  } else if (take_prefix(text, "moved the catalog from ")) {
+    const std::string_view to = text.substr(text.rfind(" to /") + 4);
+    run.catalog_aside = ends_with(to, "/zelp-database-caseconv") ? shortened(to) : "";
   } else if (text == "the run was interrupted by a signal") {
     run.interrupted = true;
   } else if (Scanner(text).skip("end: exit status ").number(status).end() && status <= 255) {
@@ -107,7 +110,12 @@ bool RunLogReader::take(std::string_view line) {
     (void)take_prefix(rest, " ");
     run.arguments = shortened(rest);
   } else if (entry.level == "warning") {
-    run.warnings.add(shortened(entry.text), k_most_notes);
+    // There may be one for each directory; those of the whole run are not to be lost behind them.
+    if (rest.find("none of the copies in /") != std::string_view::npos) {
+      run.warnings.add(shortened(entry.text), k_most_notes);
+    } else {
+      run.warnings.add_in_front(shortened(entry.text), k_most_notes);
+    }
   } else if (entry.level == "error") {
     run.errors.add(shortened(entry.text), k_most_notes);
   } else {

@@ -42,6 +42,10 @@ bool take_prefix(std::string_view& line, std::string_view prefix) {
   return true;
 }
 
+bool ends_with(std::string_view line, std::string_view end) {
+  return line.size() >= end.size() && line.substr(line.size() - end.size()) == end;
+}
+
 bool is_name(std::string_view text) {
   constexpr std::size_t k_longest = 255;
   return !text.empty() && text.size() <= k_longest;

@@ -40,6 +40,8 @@ class Scanner {
 // Whether `line` begins with `prefix`, which is taken off then.
 bool take_prefix(std::string_view& line, std::string_view prefix);
 
+bool ends_with(std::string_view line, std::string_view end);
+
 // Whether it can be the name of a directory.
 bool is_name(std::string_view text);
 

@@ -86,6 +86,8 @@ void write_figures(const ConsistencyDetails& details, std::ostream& out) {
     pos.of = "of " + with_commas(summary.pos);
   }
   missing.of = "in the backup catalog alone";
+  if (!details.orphans_were_read) copies.number = dirs.number = pos.number = "?";
+  if (!details.missing_were_read) missing.number = "?";
   out << "<ul class=\"figures\">\n";
   write(copies, out);
   write(dirs, out);
@@ -117,9 +119,11 @@ std::string share_cell(const ImageGroup& group) {
 
 void write_orphan_row(const ImageGroup& group, const Tense& tense, Table& table) {
   const bool all = group.loses_everything();
+  std::string tag = all ? tense.losing : "";
+  if (group.other_copies_pos != 0) tag += all ? ", other copies too" : "other copies too";
   table.row(all ? "all" : "");
   table.cell(html(group.client) +
-             (all ? std::string(" <strong class=\"tag\">") + tense.losing + "</strong>" : ""));
+             (tag.empty() ? "" : " <strong class=\"tag\">" + tag + "</strong>"));
   table.text(group.policy);
   table.number(group.copies);
   table.number(group.dir_copies);
@@ -134,6 +138,7 @@ void write_orphans(const ConsistencyDetails& details, const std::string& id, std
   const Images& orphans = details.orphans;
   const Tense tense = tense_of(details.task);
   heading(id, tense.copies, out);
+  if (!details.orphans_were_read) return write_note("No orphan log was read.", out);
   if (orphans.copies == 0) return write_note("None: the logs list no orphan copy.", out);
   draw_timeline(orphans.timeline, tense.copies, id + "-time", out);
   say_groups_left_out(orphans, out);
@@ -232,7 +237,7 @@ void write_consistency(const ConsistencyDetails& details, const std::string& id,
   write_orphans(details, id + id_of(Concern::About::whole_dirs), out);
   write_other_pos(details, id + id_of(Concern::About::other_copies), out);
   write_troubles(details, id, out);
-  write_missing(details.missing, id + "-missing", out);
+  if (details.missing_were_read) write_missing(details.missing, id + "-missing", out);
   if (details.unparsed_names.count != 0) {
     heading(id + id_of(Concern::About::names), "POs left out of the comparison", out);
     write_notes(details.unparsed_names, out);

@@ -41,12 +41,17 @@ std::size_t usable_columns() {
   return (is_known ? size.ws_col : k_usual) - 1;
 }
 
-// Marked where it was cut, so that nobody takes the first digits of a number for the number.
+// Cut between two statements if that is possible, and marked: nobody is to take the first digits of a
+// number for the number.
 std::string fitting(std::string_view text, std::size_t columns) {
   constexpr std::string_view k_mark = "...";
+  constexpr std::string_view k_between = ", ";
   if (text.size() <= columns) return std::string(text);
   const std::string_view mark = k_mark.substr(0, columns);
-  return std::string(text.substr(0, columns - mark.size())).append(mark);
+  const std::size_t room = columns - mark.size();
+  const std::size_t end = text.substr(0, room).rfind(k_between);
+  const std::size_t kept = end == std::string_view::npos ? room : end + k_between.size();
+  return std::string(text.substr(0, kept)).append(mark);
 }
 
 // The state of the one terminal that there is.

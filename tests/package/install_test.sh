@@ -69,10 +69,11 @@ check 0 '# as it is meant' '' 'NUM_THREADS=2'
 expect "the planted lines and no others" diff <(grep -E '^(Client |\{)' "$work/out" | LC_ALL=C sort) \
   <(LC_ALL=C sort "$storage"/planted/{scan,orphans}.txt)
 for line in --repair_client_name_case 'OPTIONS=--repair_client_name_case' 'NUM_THREADS="2"' \
+  'NUM_THREADS=2 --repair_client_name_case' \
   "LD_PRELOAD=$work/evil.so" "touch $work/done" 'TVR_DISK_POOL=dp_sandbox ' 'TVR_DISK_POOL=dp # mine' 'TVR_DISK_POOL='; do
   check 2 "$line"
 done
-for line in 'NUM_THREADS=2 --repair_client_name_case' "TVR_LOCATION=\$(touch $work/done)" \
+for line in "TVR_LOCATION=\$(touch $work/done)" \
   "TVR_LOCATION=/;touch $work/done" 'KSREGISTRY=x --FORCE_DEDUPE_METADATA_CONSISTENCY'; do
   check 1 "$line"
 done

@@ -127,7 +127,9 @@ TEST(Report, TellsWhatTheRunsFound) {
   ASSERT_EQ(report["consistency"].size(), 2U) << "and one second may have seen both";
   EXPECT_EQ(report["consistency"][0]["task"], "deletion");
   EXPECT_EQ(report["consistency"][0]["orphans"], dry_run["orphans"]) << "what would go went";
-  EXPECT_EQ(report["consistency"][1], dry_run);
+  EXPECT_EQ(report["consistency"][1]["orphans"], dry_run["orphans"]);
+  EXPECT_TRUE(
+      contains(report["consistency"][1]["concerns"].dump(), "before a later run: Deletion"));
 }
 
 TEST(Report, RunsOfOneSecondAreToldApart) {
@@ -147,7 +149,7 @@ TEST(Report, RunsOfOneSecondAreToldApart) {
     line("start: pid 7, arguments");
     line(std::string("mode: metadata consistency, ") + mode);
     line(
-        "summary: policy directories 1, failed 0, POs 2, copies 1, orphan copies 1, missing copies "
+        "summary: policy directories 1, failed 0, POs 2, copies 2, orphan copies 1, missing copies "
         "0, POs taken 2, of other copies 0, POs moved 0, collisions 0, seconds 0.001");
     line("end: exit status 0");
   }
@@ -208,6 +210,60 @@ TEST(Report, RunsAreToldByTheirLines) {
   EXPECT_EQ(repair["exit_status"], 1);
   EXPECT_EQ(runs[3]["task"], "scan");
   EXPECT_EQ(runs[3]["exit_status"], nullptr) << "its process id came up again";
+}
+
+// What the run log says of the dry run at second 100, or after it, and what comes of it.
+TEST(Report, NamesWhatToLookAtBeforeActing) {
+  const auto line = [](int second, const std::string& text, const std::string& level = "info") {
+    return "1970-01-01 00:0" + std::to_string(second / 60) + ":" + std::to_string(second % 60) +
+           ".000 " + level + " pid=7 thread=7 " + text + "\n";
+  };
+  const auto ended = [](std::size_t copies) {
+    return "summary: policy directories 1, failed 0, POs 2, copies " + std::to_string(copies) +
+           ", orphan copies 1, missing copies 0, POs taken 2, of other copies 0, POs moved 0, "
+           "collisions 0, seconds 0.001";
+  };
+  const std::string end = line(101, ended(2)) + line(101, "end: exit status 0");
+  std::string many;
+  for (int i = 0; i < 30; ++i) {
+    many += line(101, "the backup catalog has none of the copies in /d", "warning");
+  }
+  const std::string later = line(110, "start: pid 7, arguments");
+  const struct {
+    std::string log, concern;
+  } rows[] = {
+      {end, ""},
+      {"", "no end logged"},
+      {line(101, ended(2)) + line(101, "end: exit status 1"), "ending: failed (exit status 1)"},
+      {line(101, ended(1)) + line(101, "end: exit status 0"), "is it the right disk pool?"},
+      {line(101, ended(2)) + many + line(101, "gravest", "warning") +
+           line(101, "end: exit status 0"),
+       "31 warnings in the run log, the first: gravest"},
+      {end + later + line(110, "mode: metadata consistency, dry run") +
+           line(110, "Some images wait", "error") + line(110, "end: exit status 1"),
+       "a later one was refused or aborted: Dry run of 1970-01-01 00:01:50, Some images wait"},
+      {end + later + line(110, "mode: metadata consistency, deletion") + line(111, ended(2)),
+       "before a later run: Deletion of 1970-01-01 00:01:50"},
+  };
+  for (const auto& row : rows) {
+    const Logs logs;
+    support::write_text(logs.orphans(), orphan("hosta", 1000, k_would) + "Would delete 2 POs.\n");
+    logs.write_run_log(line(100, "start: pid 7, arguments --dry_run") +
+                       line(100, "mode: metadata consistency, dry run") + row.log);
+    const Json dry_run = logs.json()["consistency"][0];
+    EXPECT_EQ(dry_run["missing"], nullptr) << "nobody knows";
+    const std::string concerns = dry_run["concerns"].dump();
+    EXPECT_TRUE(row.concern.empty() ? concerns == "[]" : contains(concerns, row.concern))
+        << concerns;
+  }
+  const Logs logs;
+  support::write_text(logs.dir() / "repaired_client_names_with_case_sensitivity_issues.100", "");
+  logs.write_run_log(line(100, "start: pid 7, arguments") +
+                     line(100, "mode: client name case repair") +
+                     line(100, "moved the catalog from /k/catalog to /k/zelp-database-caseconv") +
+                     line(101, ended(0)) + line(101, "end: exit status 1"));
+  EXPECT_TRUE(
+      contains(logs.report("--text").out, "lies aside, at /k/zelp-database-caseconv: start"));
 }
 
 TEST(Report, DamagedLogsGiveWhatCanBeRead) {
@@ -307,6 +363,7 @@ TEST(Report, CommandLine) {
       {{"--jsn", dir}, 1, "unrecognised option"},
       {{"--html", "/no/such/page.html", dir}, 1, "could not write /no/such/page.html"},
       {{"--html", dir, dir}, 1, "could not write " + dir},
+      {{"--html", logs.orphans(), dir}, 1, logs.orphans() + ": it is there, and is no page"},
       {{}, 1, "Failed to locate the ksregistry path: /no/such"},
   };
   for (const auto& row : rows) {

@@ -65,4 +65,21 @@ TEST(Progress, IsToldOnStandardErrorWhenAskedFor) {
   EXPECT_TRUE(ends_with(ended.out, "mdfixup finished successfully.\n")) << ended.out;
 }
 
+// A pipe that is full and that nobody reads.
+TEST(Progress, AnswerThatNobodyReadsDoesNotHoldUpTheRun) {
+  const Scene scene;
+  scene.put("hosta", "p", {});
+  const std::string pipe = (scene.root() / "pipe").string();
+  const std::string pid = (scene.root() / "pid").string();
+  scene.script("tvimagequery",
+               "until [ -s " + pid + " ]; do :; done; kill -USR1 $(cat " + pid + ")\nexit 227\n");
+  const std::string script = "mkfifo " + pipe + "; exec 9<>" + pipe +
+                             "; head -c 65536 /dev/zero >&9; \"$@\" 2>&9 & echo $! >" + pid +
+                             "; wait $!";
+  const Ended ended =
+      scene.run_in_shell(script, {"--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run"});
+  EXPECT_EQ(ended.exit_status, 0);
+  EXPECT_TRUE(ends_with(ended.out, "mdfixup finished successfully.\n")) << ended.out;
+}
+
 }  // namespace scenario::progress
