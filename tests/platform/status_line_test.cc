@@ -25,6 +25,7 @@ std::string written_by(const std::function<void()>& body, unsigned short columns
 }
 
 TEST(StatusLine, IsCutToTheTerminalAndLeavesNothingBehind) {
+  if (!support::terminals_are_there()) GTEST_SKIP() << "no pseudo terminals";
   const auto show = [] {
     StatusLine line;
     line.show("0123456789");
@@ -35,6 +36,7 @@ TEST(StatusLine, IsCutToTheTerminalAndLeavesNothingBehind) {
 }
 
 TEST(StatusLine, NeedsATerminalThatCanErase) {
+  if (!support::terminals_are_there()) GTEST_SKIP() << "no pseudo terminals";
   for (const char* name : {"dumb", "", static_cast<const char*>(nullptr)}) {
     const std::string written = written_by([name] {
       name == nullptr ? ::unsetenv("TERM") : ::setenv("TERM", name, 1);
@@ -47,6 +49,7 @@ TEST(StatusLine, NeedsATerminalThatCanErase) {
 
 // The line is shown in the foreground first, as in a run that is then sent to the background.
 TEST(StatusLine, KeepsOutOfTheWayInTheBackground) {
+  if (!support::terminals_are_there()) GTEST_SKIP() << "no pseudo terminals";
   const std::string written = written_by([] {
     StatusLine line;
     line.show("text");
@@ -69,6 +72,7 @@ TEST(StatusLine, KeepsOutOfTheWayInTheBackground) {
 }
 
 TEST(StatusLine, DoesNotWaitForAStoppedTerminal) {
+  if (!support::terminals_are_there()) GTEST_SKIP() << "no pseudo terminals";
   const std::string written = written_by([] {
     {
       StatusLine line;
@@ -84,6 +88,7 @@ TEST(StatusLine, DoesNotWaitForAStoppedTerminal) {
 }
 
 TEST(StatusLine, NeverMixesWithWhatIsPrintedOrTold) {
+  if (!support::terminals_are_there()) GTEST_SKIP() << "no pseudo terminals";
   constexpr int k_texts = 300;
   OnTerminal process([] {
     StatusLine line;

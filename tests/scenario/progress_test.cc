@@ -14,6 +14,7 @@ std::string without_names_of_logs(std::string text) {
 
 // Two orphans in each directory are printed behind the pause.
 TEST(Progress, LineOnTheTerminalLeavesNothingBehind) {
+  if (!support::terminals_are_there()) GTEST_SKIP() << "no pseudo terminals";
   for (const char* threads : {"1", "4"}) {
     const PausingScene scene;
     for (const std::string client : {"hosta", "hostb", "hostc"})
@@ -38,6 +39,7 @@ TEST(Progress, LineOnTheTerminalLeavesNothingBehind) {
 }
 
 TEST(Progress, FirstSignalsNoticeTakesThePlaceOfTheLine) {
+  if (!support::terminals_are_there()) GTEST_SKIP() << "no pseudo terminals";
   const PausingScene scene;
   support::OnTerminal run(
       scene.command({"--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run", "--num_threads", "2"}),

@@ -26,6 +26,15 @@ void exec(const std::vector<std::string>& command, const sandbox::Child::Environ
 
 }  // namespace
 
+bool terminals_are_there() {
+  int ours = -1;
+  int others = -1;
+  if (::openpty(&ours, &others, nullptr, nullptr, nullptr) != 0) return false;
+  (void)::close(ours);
+  (void)::close(others);
+  return true;
+}
+
 OnTerminal::OnTerminal(const std::function<void()>& body, unsigned short columns) {
   struct winsize size {};
   size.ws_col = columns;

@@ -9,6 +9,9 @@
 
 namespace support {
 
+// Whether the machine has pseudo terminals at all, as a bare change of root has not.
+bool terminals_are_there();
+
 // A process with a terminal of its own, which controls it and takes its standard output and standard
 // error.
 //
