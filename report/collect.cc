@@ -139,17 +139,18 @@ class Collector {
     return &run;
   }
 
-  // A run of the same task that made no logs, and one that changed what this one saw.
+  // A run of the same task that made no logs, and one that changed what this one saw, be it that it
+  // was killed or still goes on.
   void add_later_runs(const Run* run, Details& details) const {
     for (const Run* later = run; later != m_report.runs.data();) {
       --later;
+      const bool began = later->summary || !later->exit_status;
       const bool changed = later->task == Task::repair || later->task == Task::deletion;
       if (later->task == run->task && !later->summary && later->exit_status) {
         details.later_runs.push_back(
             "a later one was refused or aborted: " + title_of(*later) +
             (later->errors.first.empty() ? "" : ", " + later->errors.first[0]));
-      } else if (changed && later->summary && run->task != Task::deletion &&
-                 run->task != Task::repair) {
+      } else if (changed && began && run->task != Task::deletion && run->task != Task::repair) {
         details.later_runs.push_back("this is how it was before a later run: " + title_of(*later));
       }
       constexpr std::size_t k_most = 3;

@@ -242,7 +242,7 @@ TEST(Report, NamesWhatToLookAtBeforeActing) {
       {end + later + line(110, "mode: metadata consistency, dry run") +
            line(110, "Some images wait", "error") + line(110, "end: exit status 1"),
        "a later one was refused or aborted: Dry run of 1970-01-01 00:01:50, Some images wait"},
-      {end + later + line(110, "mode: metadata consistency, deletion") + line(111, ended(2)),
+      {end + later + line(110, "mode: metadata consistency, deletion"),
        "before a later run: Deletion of 1970-01-01 00:01:50"},
   };
   for (const auto& row : rows) {
