@@ -24,11 +24,9 @@ constexpr int k_incomplete = 2;
 
 constexpr const char* k_usage =
     "Usage: mdfixup-report [--text | --json | --html FILE] [LOG DIRECTORY | LOG FILE...]\n"
-    "Shows what runs of mdfixup left in the log directory: the runs and how they ended and, of "
-    "the\n"
-    "newest run of each task or of the logs named, what was found. Without a path, the log "
-    "directory\n"
-    "of the storage's configuration is read. Nothing is changed.\n";
+    "Shows what runs of mdfixup left in the log directory: the runs and how they ended and, of\n"
+    "the newest run of each task or of the logs named, what was found. Without a path, the log\n"
+    "directory of the storage's configuration is read. Nothing is changed.\n";
 
 // For each form of a report, what writes it.
 using Writer = void (*)(const report::Report&, std::ostream&);

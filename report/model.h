@@ -170,7 +170,7 @@ struct SourceFile {
   std::string path;
   std::uint64_t lines = 0;
   std::string error;                // it could not be opened or read to its end
-  std::uint64_t strange = 0;        // lines that no reader understood, or too long to be kept
+  std::uint64_t strange = 0;        // lines that no run writes
   std::uint64_t first_strange = 0;  // its number, from 1
   bool cut = false;                 // the last line has no end
 

@@ -21,14 +21,13 @@ auto rank_of(const ImageGroup& group) {
 
 }  // namespace
 
-ImageGroup* ImageGroups::add(std::string_view client, std::string_view policy,
-                             std::int64_t backup_time) {
+void ImageGroups::add(std::string_view client, std::string_view policy, std::int64_t backup_time) {
   ++m_images.copies;
   m_images.timeline.add(backup_time);
   m_last = group_of(client, policy);
   if (m_last == nullptr) {
     ++m_images.copies_left_out;
-    return nullptr;
+    return;
   }
   if (m_last->copies++ == 0) {
     m_last->oldest = backup_time;
@@ -36,7 +35,6 @@ ImageGroup* ImageGroups::add(std::string_view client, std::string_view policy,
   }
   m_last->oldest = std::min(m_last->oldest, backup_time);
   m_last->newest = std::max(m_last->newest, backup_time);
-  return m_last;
 }
 
 ImageGroup* ImageGroups::group_of(std::string_view client, std::string_view policy) {

@@ -14,11 +14,10 @@ namespace report::logs {
 // Threads: one thread.
 class ImageGroups {
  public:
-  // Counts a copy. The group that it is in; null where there is no room for another.
-  // Valid until `finish`.
-  ImageGroup* add(std::string_view client, std::string_view policy, std::int64_t backup_time);
+  // Counts a copy.
+  void add(std::string_view client, std::string_view policy, std::int64_t backup_time);
 
-  // Null where no copy of it was added.
+  // Null where no copy of it was added, or there was no room for it. Valid until `finish`.
   ImageGroup* find(std::string_view client, std::string_view policy);
 
   // Counts POs that go with the copy added last.

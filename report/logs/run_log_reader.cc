@@ -65,7 +65,10 @@ void read_info(std::string_view text, Run& run) {
   } else if (take_prefix(text, "progress: ")) {
     run.progress = shortened(text);
   } else if (take_prefix(text, "moved the catalog from ")) {
-    const std::string_view to = text.substr(text.rfind(" to /") + 4);
+    constexpr std::string_view k_to = " to /";  // no name holds a slash
+    const std::size_t at = text.rfind(k_to);
+    if (at == std::string_view::npos) return;
+    const std::string_view to = text.substr(at + k_to.size() - 1);
     run.catalog_aside = ends_with(to, "/zelp-database-caseconv") ? shortened(to) : "";
   } else if (text == "the run was interrupted by a signal") {
     run.interrupted = true;

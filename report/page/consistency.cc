@@ -198,8 +198,7 @@ void write_other_pos(const ConsistencyDetails& details, const std::string& id, s
   heading(id, "POs of other copies that the deletion takes", out);
   write_note(
       "One that belongs to an orphan goes anyway. One under another spelling: repair first. Any "
-      "other "
-      "may be of a live image: do not run the deletion.",
+      "other may be of a live image: do not run the deletion.",
       out);
   if (details.orphans.other_copies_pos > kept) {
     write_note("The first " + with_commas(kept) + " of " +

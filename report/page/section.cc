@@ -94,8 +94,8 @@ void write_concerns(const std::vector<Concern>& concerns, const std::string& id,
                     std::ostream& out) {
   if (concerns.empty()) {
     out << "<p class=\"calm\"><strong>The logs name nothing to look at first.</strong> That does "
-           "not "
-           "prove the list right: a wrong disk pool or an incomplete listing leaves no trace in "
+           "not prove the list right: a wrong disk pool or an incomplete listing leaves no trace "
+           "in "
            "them.</p>\n";
     return;
   }

@@ -233,6 +233,7 @@ TEST(Report, NamesWhatToLookAtBeforeActing) {
     std::string log, concern;
   } rows[] = {
       {end, ""},
+      {line(100, "moved the catalog from ") + end, ""},
       {"", "no end logged"},
       {line(101, ended(2)) + line(101, "end: exit status 1"), "ending: failed (exit status 1)"},
       {line(101, ended(1)) + line(101, "end: exit status 0"), "is it the right disk pool?"},
