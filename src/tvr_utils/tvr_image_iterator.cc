@@ -96,19 +96,15 @@ void TVRImageIterator::PopenImageReader::call_tvimagequery(const fs::path& admin
 
 bool TVRImageIterator::PopenImageReader::read_line() {
   const bool read = m_pipe->read_line();
-  set_current_line(m_pipe->line());
+  set_current_line(m_pipe->line(), read && m_pipe->at_end());
   return read;
 }
 
 bool TVRImageIterator::PopenImageReader::ok_to_increment() {
   if (!m_pipe->at_end()) return BaseTVRImageIteratorImpl::ok_to_increment();
+  throw_if_cut();
   finish();
-  // A last line without a line end has not been looked at yet. It holds no image, since no fragment
-  // follows, but one that is cut short tells of a listing that is.
-  if (!current_line().empty()) {
-    throw_if_current_line_is_not_IMAGE();
-    check_image_line();
-  }
+  if (!current_line().empty()) throw_if_current_line_is_not_IMAGE();  // a fragment of no image
   return false;
 }
 
@@ -120,7 +116,9 @@ void TVRImageIterator::PopenImageReader::finish() {
 // The output is read to its end, since a child that we cut off looks like one that failed. A
 // listing that says both that it is empty and that it is not cannot be taken for an empty one.
 void TVRImageIterator::PopenImageReader::read_no_images() {
+  throw_if_cut();
   while (read_line()) {
+    throw_if_cut();
     if (current_line_is_image()) {
       throw Cr_ErrnoException(k_status_malformed,
                               "Invalid line in parsing; expected no images,"

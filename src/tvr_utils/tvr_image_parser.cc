@@ -22,7 +22,12 @@ using util::to_number;
 constexpr std::string_view k_image = "IMAGE";
 constexpr std::string_view k_frag = "FRAG";
 
+constexpr const char* k_not_an_image =
+    "Invalid line in parsing; expected an IMAGE line,but received:\n\t";
+constexpr const char* k_invalid_image = "Invalid tvimagequery IMAGE line: ";
+
 // Fields are counted from 0.
+constexpr std::size_t k_image_fields = 14;
 constexpr std::size_t k_image_client = 1;
 constexpr std::size_t k_image_policy = 6;
 constexpr std::size_t k_image_backup_time = 13;
@@ -79,7 +84,7 @@ void BaseTVRImageIteratorImpl::read_image() {
   bool skip = false;
   if (current_line_is_image()) {
     skip = parse_image_line();
-  } else if (begins_with(m_line, k_frag)) {
+  } else if (current_line_is_frag()) {
     parse_frag_line();
   }
   if (!read_to_next_image(skip)) {
@@ -95,11 +100,14 @@ void BaseTVRImageIteratorImpl::read_image() {
 // output ended without an image to deliver.
 bool BaseTVRImageIteratorImpl::read_to_next_image(bool skip) {
   while (read_line()) {
-    if (current_line_is_image()) {
-      if (!skip && !m_image.copy_numbers.empty()) return true;
+    const bool is_image = current_line_is_image();
+    // It is judged when it is asked for.
+    if (is_image && !skip && !m_image.copy_numbers.empty()) return true;
+    throw_if_cut();
+    if (is_image) {
       skip = parse_image_line();
-    } else if (!skip && begins_with(m_line, k_frag)) {
-      parse_frag_line();
+    } else if (current_line_is_frag() && (!skip || m_is_cut)) {
+      parse_frag_line();  // a cut one tells of a cut listing, be its image filtered out
     }
   }
   return !skip && !m_image.copy_numbers.empty();
@@ -111,9 +119,13 @@ bool BaseTVRImageIteratorImpl::ok_to_increment() {
 }
 
 void BaseTVRImageIteratorImpl::throw_if_current_line_is_not_IMAGE() {
-  if (!current_line_is_image()) {
-    throw_malformed("Invalid line in parsing; expected an IMAGE line,but received:\n\t");
-  }
+  if (!current_line_is_image()) throw_malformed(k_not_an_image);
+}
+
+void BaseTVRImageIteratorImpl::throw_if_cut() {
+  if (!m_is_cut || current_line_is_frag()) return;
+  finish();
+  throw_malformed(current_line_is_image() ? k_invalid_image : k_not_an_image);
 }
 
 void BaseTVRImageIteratorImpl::verify_has_next() const {
@@ -126,6 +138,10 @@ bool BaseTVRImageIteratorImpl::current_line_is_image() const {
   return begins_with(m_line, k_image);
 }
 
+bool BaseTVRImageIteratorImpl::current_line_is_frag() const {
+  return begins_with(m_line, k_frag);
+}
+
 bool BaseTVRImageIteratorImpl::no_images_were_found() const {
   return begins_with(m_line, no_images_were_found_string);
 }
@@ -134,21 +150,12 @@ void BaseTVRImageIteratorImpl::throw_malformed(const std::string& text) {
   throw Cr_ErrnoException(k_status_malformed, text + std::string(m_line));
 }
 
-BaseTVRImageIteratorImpl::ImageFields BaseTVRImageIteratorImpl::split_image_line() {
-  ImageFields fields;
-  if (util::split<' '>(m_line, Separators::runs, fields) < fields.size()) {
-    throw_malformed("Invalid tvimagequery IMAGE line: ");
-  }
-  return fields;
-}
-
-void BaseTVRImageIteratorImpl::check_image_line() {
-  (void)split_image_line();
-}
-
 // Whether the filters leave the image out; nothing of it is taken over then.
 bool BaseTVRImageIteratorImpl::parse_image_line() {
-  const ImageFields fields = split_image_line();
+  std::array<std::string_view, k_image_fields> fields;
+  if (util::split<' '>(m_line, Separators::runs, fields) < k_image_fields) {
+    throw_malformed(k_invalid_image);
+  }
   if (m_filtered &&
       (fields[k_image_client] != m_client_filter || fields[k_image_policy] != m_policy_filter)) {
     warn_of_other_spelling(fields[k_image_client], fields[k_image_policy]);

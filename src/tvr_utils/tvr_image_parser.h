@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <string>
 #include <string_view>
 
@@ -48,8 +47,10 @@ class BaseTVRImageIteratorImpl {
   void throw_if_current_line_is_not_IMAGE();
   void verify_has_next() const;
 
-  // Throws unless the current line has all fields of an IMAGE line.
-  void check_image_line();
+  // Throws if the output ended inside the current line: images that would have followed are not known
+  // to be gone. How the listing ended is judged first. A line of a fragment passes: it is parsed
+  // without its last character.
+  void throw_if_cut();
 
   bool no_images_were_found() const;
   bool current_line_is_image() const;
@@ -57,14 +58,16 @@ class BaseTVRImageIteratorImpl {
   // Positions on the first image. The current line is the first of the listing.
   void begin();
 
-  void set_current_line(std::string_view line) { m_line = line; }
+  // `is_cut` if the output ended before the line's end.
+  void set_current_line(std::string_view line, bool is_cut = false) {
+    m_line = line;
+    m_is_cut = is_cut;
+  }
   std::string_view current_line() const { return m_line; }
   void end_iteration() { m_current = nullptr; }
 
  private:
-  using ImageFields = std::array<std::string_view, 14>;
-
-  ImageFields split_image_line();
+  bool current_line_is_frag() const;
   bool parse_image_line();
   void parse_frag_line();
   void warn_of_other_spelling(std::string_view client, std::string_view policy);
@@ -80,6 +83,7 @@ class BaseTVRImageIteratorImpl {
   const std::string m_client_filter;
   const std::string m_policy_filter;
   std::string_view m_line;  // into the reader's buffer
+  bool m_is_cut = false;
   const bool m_filtered = false;
   bool m_warned = false;
 };

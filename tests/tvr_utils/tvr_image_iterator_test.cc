@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <boost/lexical_cast.hpp>
 
 #include "platform/status.h"
@@ -80,11 +82,33 @@ TEST(TVRImageIterator, DeliversImagesWithAcceptedFragments) {
       {one, "exit 141", one_image + "status 4"},
       {one, "kill -TERM $PPID", one_image + "status 99"},
       {"", "printf xx", "status 4"},
-      {"", "printf x", ""},
+      {"", "printf x", "status 4"},
+      {"", "printf 'no entity was found x'", "status 4"},
+      {one, "printf 'IMAGE c 2 3 4  5 p 7 8 9 10 11 12 13 14'", one_image + "status 4"},
+      {image("c", "q", "9"), "printf 'IMAGE c 2 3 4  5 p 7 8 9 10 11 12 13 14'", "status 4"},
+      {image("c", "q", "9"), "printf 'FRAG 1'", "status 4"},
+      {one, "printf FRA; exit 25", "status 17"},
       {"", "printf IMAGES", "status 4"},
   };
   for (const auto& [output, end, expected] : rows) {
     EXPECT_EQ(images(output, end), expected) << output << end;
+  }
+}
+
+// What would have followed the place where a listing was cut is not known to be gone. Only a fragment's
+// line without its end passes, as long as it has its fields.
+TEST(TVRImageIterator, ListingThatEndsInsideALineIsAnError) {
+  const std::string listing =
+      image("c", "p", "10") + frag("1", "1", "5") + image("c", "p", "11") + frag("1", "1", "6");
+  for (std::size_t length = 0; length <= listing.size(); ++length) {
+    const std::string text = listing.substr(0, length);
+    std::string last = text.substr(text.find_last_of('\n') + 1);
+    const bool is_whole = last.empty();
+    if (!is_whole) last.pop_back();
+    const bool passes =
+        last.compare(0, 4, "FRAG") == 0 && std::count(last.begin(), last.end(), ' ') == 25;
+    const std::string found = images(text, "");
+    EXPECT_EQ(found.find("status 4") == std::string::npos, is_whole || passes) << text;
   }
 }
 
