@@ -29,8 +29,12 @@ std::string BaseTraverseCatalog::findings() const {
 }
 
 bool BaseTraverseCatalog::traverse() {
+  m_root = WalkRoot(m_metadata_dir);
   const bool ran_to_its_end = m_num_threads < 2 ? walk_on_this_thread() : walk_on_workers();
-  return ran_to_its_end && m_totals.failed_dirs() == 0 && !util::interrupted();
+  m_reached_end = ran_to_its_end && !util::interrupted();
+  // What an open directory lists may come to its end without a fault when its storage is gone.
+  if (m_reached_end) m_root.require_unchanged();
+  return m_reached_end && m_totals.failed_dirs() == 0;
 }
 
 bool BaseTraverseCatalog::walk_on_this_thread() {

@@ -6,6 +6,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include "catalog/run_totals.h"
+#include "catalog/walk_root.h"
 
 namespace dct::util {
 class LogFile;
@@ -43,8 +44,12 @@ class BaseTraverseCatalog {
 
   // Visits every policy directory. True when the walk ran to its end and no directory failed; false
   // too when a signal asked the run to stop, however far it had come.
-  // Errors: what the walk or visit_dir threw, rethrown on this thread when every worker has ended.
+  // Errors: what the walk or visit_dir threw, rethrown on this thread when every worker has ended;
+  //   WalkRootChanged.
   bool traverse();
+
+  // Whether the last traversal saw all directories, failed ones among them.
+  bool reached_end() const { return m_reached_end; }
 
   // Visits one directory and counts it; for the traversal's own use.
   int visit_and_count(const boost::filesystem::path& policy_dir);
@@ -70,6 +75,10 @@ class BaseTraverseCatalog {
   // Notes a directory that could not be processed, of which everything has been told.
   void note_failed_dir() { m_totals.add_failed_dir(); }
 
+  // To be called when a listed directory has no database, before that is taken for an empty one.
+  // Errors: WalkRootChanged, which visit_dir is to pass on, as it ends the walk.
+  void require_same_root() const { m_root.require_unchanged(); }
+
   // For what is counted in a directory.
   RunTotals& totals_to_add_to() { return m_totals; }
 
@@ -83,6 +92,8 @@ class BaseTraverseCatalog {
   const bool m_stop_on_error;
   boost::shared_ptr<dct::util::LogFile> m_log;
   RunTotals m_totals;
+  WalkRoot m_root;  // of the traversal
+  bool m_reached_end = false;
 };
 
 }  // namespace catalog

@@ -18,23 +18,22 @@ bool at_end(const fs::directory_iterator& level) {
   return level == fs::directory_iterator();
 }
 
-// A directory that is gone since it was listed has nothing to walk: the repair takes away again what
-// it made in vain.
-fs::directory_iterator open_level(const fs::path& dir) {
-  boost::system::error_code error;
-  fs::directory_iterator level(dir, error);
-  if (error && error != boost::system::errc::no_such_file_or_directory) {
-    throw fs::filesystem_error("could not read a directory", dir, error);
-  }
-  return level;
+// The number that an entry's name says; false when it says none.
+bool try_dsid(const std::string& name, unsigned long& dsid) {
+  return boost::conversion::try_lexical_convert(name, dsid);
 }
 
 }  // namespace
 
+bool is_walked_dsid(const std::string& name) {
+  unsigned long dsid = 0;
+  return try_dsid(name, dsid) && dsid == k_walked_dsid;
+}
+
 DirsIterator::DirsIterator(const fs::path& root, dct::util::LogFile* log, unsigned long depth,
                            PassedOver passed_over)
     : m_root(root), m_log(log), m_depth(depth), m_passed_over(passed_over) {
-  m_levels.push(fs::directory_iterator(m_root));
+  m_levels.push(fs::directory_iterator(root));
   skip_non_dsid_dirs();
   do_increment(false);
 }
@@ -60,8 +59,34 @@ void DirsIterator::do_increment(bool advance_first) {
 // what it leads to.
 bool DirsIterator::settle_on_directory() {
   fs::directory_iterator& level = m_levels.top();
-  while (!at_end(level) && !fs::is_directory(level->status())) ++level;
+  while (!at_end(level) && !is_directory(*level)) ++level;
   return !at_end(level);
+}
+
+// A link that leads nowhere, be it to itself, is no directory.
+bool DirsIterator::is_directory(const fs::directory_entry& entry) const {
+  boost::system::error_code error;
+  const fs::file_status status = entry.status(error);
+  if (status.type() == fs::file_not_found) m_root.require_unchanged();
+  const bool is_unknown = status.type() == fs::status_error &&
+                          error != boost::system::errc::too_many_symbolic_link_levels;
+  if (is_unknown) {
+    throw fs::filesystem_error("could not look at a directory entry", entry.path(), error);
+  }
+  return fs::is_directory(status);
+}
+
+// A directory that is gone since it was listed has nothing to walk: the repair takes away again what
+// it made in vain.
+fs::directory_iterator DirsIterator::open_level(const fs::path& dir) const {
+  boost::system::error_code error;
+  fs::directory_iterator level(dir, error);
+  if (error == boost::system::errc::no_such_file_or_directory) {
+    m_root.require_unchanged();
+  } else if (error) {
+    throw fs::filesystem_error("could not read a directory", dir, error);
+  }
+  return level;
 }
 
 bool DirsIterator::equal(const DirsIterator& other) const {
@@ -76,7 +101,7 @@ void DirsIterator::skip_non_dsid_dirs() {
   for (fs::directory_iterator& level = m_levels.top(); !at_end(level); ++level) {
     const std::string name = level->path().filename().string();
     unsigned long dsid = 0;
-    const bool is_number = boost::conversion::try_lexical_convert(name, dsid);
+    const bool is_number = try_dsid(name, dsid);
     if (is_number && dsid == k_walked_dsid) return;
     write_to_log((is_number ? "Skip DSID: " : "Invalid DSID: ") + level->path().string() + "\n");
   }

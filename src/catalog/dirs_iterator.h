@@ -6,6 +6,8 @@
 #include <boost/filesystem/directory.hpp>
 #include <boost/filesystem/path.hpp>
 
+#include "catalog/walk_root.h"
+
 namespace dct::util {
 class LogFile;
 }
@@ -20,11 +22,14 @@ namespace catalog {
 // directory behind it is then walked whatever its name. Storages with such a left-over file are
 // handled that way by every tool of the storage.
 //
+// A directory that is gone since it was listed counts as empty, but only while the root is still the
+// directory that it was at the start.
+//
 // Threads: one thread at a time.
 // Ownership: refers to the log, which must outlive it; without one, standard error is told.
 // Invariant: the stack is empty at the end of the walk; else the entry under its top is current.
 // Errors: boost::filesystem::filesystem_error when a directory cannot be read or an entry's status
-//   not taken.
+//   not taken; WalkRootChanged when something is gone and the root with it.
 class DirsIterator {
  public:
   // The end.
@@ -48,9 +53,11 @@ class DirsIterator {
  private:
   void skip_non_dsid_dirs();
   bool settle_on_directory();
+  bool is_directory(const boost::filesystem::directory_entry& entry) const;
+  boost::filesystem::directory_iterator open_level(const boost::filesystem::path& dir) const;
   void write_to_log(const std::string& text) const;
 
-  boost::filesystem::path m_root;
+  WalkRoot m_root;
   std::stack<boost::filesystem::directory_iterator> m_levels;
   dct::util::LogFile* m_log = nullptr;
   unsigned long m_depth = 0;
@@ -59,6 +66,10 @@ class DirsIterator {
 
 // The directory of the DSID that is walked, as storages name it.
 constexpr const char* k_walked_dsid_name = "2";
+
+// Whether a first-level entry of that name is the directory of the DSID that is walked. Other
+// spellings of the number count as well, as "02" and "+2".
+bool is_walked_dsid(const std::string& name);
 
 // Levels from the catalog directory to the policy directories: DSID, client, policy.
 constexpr unsigned long k_policy_dir_depth = 3;

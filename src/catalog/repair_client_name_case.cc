@@ -42,6 +42,8 @@ int RepairClientNameCase::visit_dir(const fs::path& policy_dir) {
     }
     if (status != k_status_ok) note_failed_dir();
     return status;
+  } catch (const WalkRootChanged&) {
+    throw;
   } catch (const Cr_ErrnoException& error) {
     return report_unrepaired(error.GetStatus(), policy_dir, error.GetString());
   } catch (const std::exception& error) {
@@ -52,6 +54,7 @@ int RepairClientNameCase::visit_dir(const fs::path& policy_dir) {
 int RepairClientNameCase::repair(const fs::path& policy_dir) {
   const util::KeyLock alone(m_spellings_locks, lock_name(podb::PolicyLocation(policy_dir)));
   podb::RepairPODB visitor(policy_dir, log(), *m_collision_log);
+  if (!visitor.has_database()) require_same_root();
   const CountsAdder counted(totals_to_add_to(), visitor.counts());
   return visitor.visit_podb_impl();
 }

@@ -31,6 +31,8 @@ int ScanClientNameCase::visit_dir(const fs::path& policy_dir) {
     const int status = scan(policy_dir);
     if (status != k_status_ok && status != k_status_handled) report_unreadable(status, policy_dir);
     return status;
+  } catch (const WalkRootChanged&) {
+    throw;
   } catch (const Cr_ErrnoException& error) {
     ErrorA(error.what());
     return report_unreadable(error.GetStatus(), policy_dir);
@@ -42,6 +44,7 @@ int ScanClientNameCase::visit_dir(const fs::path& policy_dir) {
 
 int ScanClientNameCase::scan(const fs::path& policy_dir) {
   podb::ScanPODB visitor(policy_dir, log());
+  if (!visitor.has_database()) require_same_root();
   const CountsAdder counted(totals_to_add_to(), visitor.counts());
   const int status = visitor.visit_podb_impl();
   if (status != k_status_ok && visitor.found_issue()) ++m_dirs_with_issues;

@@ -74,6 +74,8 @@ template <class V>
 int VisitPOsNotInTVRCatalog<V>::visit_dir(const fs::path& policy_dir) {
   try {
     compare_dir(policy_dir);
+  } catch (const WalkRootChanged&) {
+    throw;
   } catch (const Cr_ErrnoException& error) {
     report(error.GetStatus(), policy_dir, error.GetString());
   } catch (const std::exception& error) {
@@ -85,6 +87,7 @@ int VisitPOsNotInTVRCatalog<V>::visit_dir(const fs::path& policy_dir) {
 template <class V>
 void VisitPOsNotInTVRCatalog<V>::compare_dir(const fs::path& policy_dir) {
   V visitor(policy_dir, log(), *m_missing_images_log, m_admincmd_dir, m_disk_pool);
+  if (!visitor.has_database()) require_same_root();
   const CountsAdder counted(totals_to_add_to(), visitor.counts());
   visitor.set_catalog_backup_time(m_catalog_backup_time);
   compare(visitor);

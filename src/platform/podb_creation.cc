@@ -101,7 +101,7 @@ fs::path podb_file(const fs::path& policy_dir) {
 }
 
 PODBCreation::PODBCreation(const fs::path& catalog_root, const fs::path& policy_dir)
-    : m_file(podb_file(policy_dir)) {
+    : m_catalog_root(catalog_root), m_file(podb_file(policy_dir)) {
   constexpr int k_attempts = 100;
   try {
     const int error = make_directory(policy_dir, k_attempts);
@@ -121,13 +121,14 @@ PODBCreation::PODBCreation(const fs::path& catalog_root, const fs::path& policy_
 // who had made it; it is made again then.
 int PODBCreation::make_directory(const fs::path& dir, int attempts) {
   constexpr mode_t k_all_but_umask = 0777;
+  boost::system::error_code ignored;
+  if (dir == m_catalog_root) return fs::is_directory(dir, ignored) ? 0 : ENOENT;
   if (::mkdir(dir.c_str(), k_all_but_umask) == 0) {
     m_made_directories.push_back(dir.string());
     take_after(dir.parent_path().string(), dir.string(), k_directory_permissions);
     return 0;
   }
   const int mkdir_error = errno;
-  boost::system::error_code ignored;
   if (mkdir_error == EEXIST) return fs::is_directory(dir, ignored) ? 0 : ENOTDIR;
   if (mkdir_error != ENOENT || attempts == 0) return mkdir_error;
   const int error = make_directory(dir.parent_path(), attempts - 1);

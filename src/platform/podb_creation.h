@@ -15,6 +15,8 @@ boost::filesystem::path podb_file(const boost::filesystem::path& policy_dir);
 // so that a crash leaves either none or a whole one. What a crash left under the temporary name is
 // cleared.
 //
+// The catalog root itself is never made: one that is not there is a storage that has disappeared.
+//
 // All of it is on the disk when the constructor returns: a PO moved here may be gone from where it
 // was an instant later.
 //
@@ -36,6 +38,7 @@ class PODBCreation {
   int make_directory(const boost::filesystem::path& dir, int attempts);
   void make_database();
 
+  const boost::filesystem::path m_catalog_root;
   const boost::filesystem::path m_file;
   std::vector<std::string> m_made_directories;  // outermost first
   bool m_made_database = false;

@@ -69,11 +69,33 @@ TEST(DirsIterator, FollowsLinksAndPassesOverWhatIsNoDirectory) {
   fs::create_directory_symlink(dir.path() / "elsewhere", root / "2" / "linked");
   fs::create_symlink("/no/such", root / "2" / "dangling");
   fs::create_symlink("/no/such", root / "2" / "a" / "dangling");
+  for (const fs::path& level : {root, root / "2", root / "2" / "a"})
+    fs::create_symlink("itself", level / "itself");
   support::write_text(root / "2" / "file", "");
   support::write_text(root / "2" / "a" / "file", "");
   const Walked walked = walk(root);
   EXPECT_EQ(walked.dirs, (std::vector<std::string>{"2/a/p", "2/linked/q"}));
-  EXPECT_EQ(walked.log.size(), 0U);
+  EXPECT_EQ(walked.log, std::vector<std::string>{"Invalid DSID: itself\n"});
+}
+
+// A directory that is gone is empty; a storage that is gone is out of reach.
+TEST(DirsIterator, WhatIsGoneIsEmptyOnlyWhileTheRootIsTheSame) {
+  for (const char* script :
+       {"rm -r $root/2/*", "mv $root $root.aside", "mv $root $root.aside; mkdir $root"}) {
+    const support::TempDir dir;
+    const fs::path root = dir.path() / "catalog";
+    for (const char* client : {"a", "b", "c"}) fs::create_directories(root / "2" / client / "p");
+    dct::util::LogFile log(root.string() + ".log");
+    catalog::LockedDirsIterator source(root, &log);
+    EXPECT_NE(source.get_next_path(), "");
+    support::run({"sh", "-c", "root=" + root.string() + "; " + script});
+    if (fs::exists(root / "2")) {
+      EXPECT_EQ(source.get_next_path(), "");
+    } else {
+      EXPECT_THROW(source.get_next_path(), catalog::WalkRootChanged) << script;
+      EXPECT_EQ(source.get_next_path(), "") << script;
+    }
+  }
 }
 
 TEST(DirsIterator, FileNamedLikeTheDsidLetsTheNextDirectoryThrough) {

@@ -192,6 +192,13 @@ TEST_F(SQLitePODBTest, CreationClearsWhatACrashLeftAndRefusesAJournalWithoutItsD
   fs::remove_all(m_policy);
   support::write_text(m_policy, "no directory");
   EXPECT_THROW(create({"d"}), Cr_ErrnoException);
+  fs::remove(m_policy);
+  support::write_text(m_file, std::string(5000, 'x'));
+  SQLitePODB garbage(m_dir.path(), m_policy);
+  EXPECT_EQ(garbage.do_begin_transaction(), k_status_db_foreign) << "not seen before it is used";
+  const fs::path gone = m_dir.path() / "gone";
+  EXPECT_THROW(SQLitePODB(gone, gone / "2" / "hosta" / "p"), Cr_ErrnoException);
+  EXPECT_FALSE(fs::exists(gone)) << "a storage that has disappeared is not made again";
 }
 
 }  // namespace

@@ -206,4 +206,26 @@ TEST(DeletionFaults, ServicesAreAskedForAgainWhateverFails) {
   }
 }
 
+// The first query finds the storage mounted, and the last one does not.
+TEST_P(Deletion, StorageThatDisappearsIsNotTakenForAnEmptyOne) {
+  const Scene scene;
+  for (int i = 0; i < 12; ++i) {
+    const std::string client = "host" + std::to_string(i);
+    scene.put(client, "p", {client + "_1000_C1_F1.img", client + "_2000_C1_F1.img"});
+    scene.storage().list_image(client, "p", 1000, {1});
+  }
+  const std::string catalog = (scene.root() / "catalog").string();
+  fs::rename(scene.admincmd("tvimagequery"), scene.admincmd("query"));
+  scene.script("tvimagequery",
+               "mv " + catalog + " " + catalog + ".gone 2>&-; exec ${0%/*}/query \"$@\"\n");
+  const Ended ended = scene.remove_orphans(GetParam());
+  EXPECT_EQ(ended.exit_status, 1);
+  EXPECT_TRUE(ends_with(ended.err, "Aborting with error:  the directory " + catalog +
+                                       " is not the one any more that the run began with: it was "
+                                       "unmounted, renamed or replaced\n"))
+      << ended.err;
+  EXPECT_TRUE(ends_with(ended.out, support::k_start_services)) << ended.out;
+  EXPECT_EQ(reported_missing(scene).size(), 0U);
+}
+
 }  // namespace scenario::deletion

@@ -37,6 +37,7 @@ class BaseVisitPODB {
   const std::string& client() const { return m_location.client; }
   const std::string& policy() const { return m_location.policy; }
   const DirCounts& counts() const { return m_counts; }
+  bool has_database() const { return m_podb->is_there(); }
 
  protected:
   void write_to_log(const std::string& text) const;

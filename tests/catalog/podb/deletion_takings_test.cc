@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include <boost/filesystem/operations.hpp>
+
 #include "platform/sqlite_podb.h"
 #include "sandbox/storage_builder.h"
 #include "tests/support/scene.h"
@@ -35,6 +37,7 @@ TEST(DeletionTakings, AreFoundInTheRangesThatTheyName) {
   support::TempDir dir;
   for (int round = 0; round < 20; ++round) {
     const auto policy = dir.path() / std::to_string(round) / "2" / "c_d" / "p";
+    boost::filesystem::create_directories(policy);
     sandbox::PolicyDirWriter writer(policy, 1, 1);
     for (int i = 0; i < 150; ++i) writer.put(odd_name(random));
     writer.finish();
