@@ -1,9 +1,11 @@
 #include "util/interrupt.h"
 
+#include <time.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
+#include <cstdint>
 #include <string_view>
 
 #include "platform/status_line.h"
@@ -13,10 +15,9 @@ namespace util {
 
 namespace {
 
-std::atomic<bool> s_interrupted{false};
-static_assert(std::atomic<bool>::is_always_lock_free, "set from a signal handler");
-
-constexpr std::array k_stop_signals{SIGINT, SIGTERM, SIGHUP};
+// When the first signal came, in nanoseconds of the monotonic clock; 0 before.
+std::atomic<std::int64_t> s_first_signal_nanoseconds{0};
+static_assert(std::atomic<std::int64_t>::is_always_lock_free, "set from a signal handler");
 
 // One text, written in one call: what other threads write at the same time stands before or behind it.
 constexpr std::string_view k_erasing_notice =
@@ -29,16 +30,38 @@ constexpr std::string_view k_notice = k_erasing_notice.substr(platform::k_erase_
 std::atomic<bool> s_progress_asked{false};
 Bell s_progress_bell;
 
-void request_stop(int /*signal*/) {
-  const int saved_errno = errno;
+std::int64_t now_nanoseconds() {
+  constexpr std::int64_t k_second_nanoseconds = 1000000000;
+  struct timespec now {};
+  (void)::clock_gettime(CLOCK_MONOTONIC, &now);
+  return now.tv_sec * k_second_nanoseconds + now.tv_nsec;
+}
+
+// Takes effect when the handler has returned, as the signal is blocked until then.
+void take_default_action(int signal) {
   struct sigaction by_default {};
   by_default.sa_handler = SIG_DFL;
-  for (const int signal : k_stop_signals) (void)::sigaction(signal, &by_default, nullptr);
-  s_interrupted.store(true);
-  // Workers may wait for a child for minutes, so the notice cannot wait for one of them.
+  (void)::sigaction(signal, &by_default, nullptr);
+  (void)::raise(signal);
+}
+
+// Workers may wait for a child for minutes, so the notice cannot wait for one of them.
+void write_notice() {
   const std::string_view notice =
       platform::StatusLine::may_be_shown() ? k_erasing_notice : k_notice;
   (void)!::write(STDERR_FILENO, notice.data(), notice.size());
+}
+
+void request_stop(int signal) {
+  constexpr std::int64_t k_same_event_nanoseconds = 1000000000;
+  const int saved_errno = errno;
+  const std::int64_t now = now_nanoseconds();
+  std::int64_t first = 0;
+  if (s_first_signal_nanoseconds.compare_exchange_strong(first, now)) {
+    write_notice();
+  } else if (now - first >= k_same_event_nanoseconds) {
+    take_default_action(signal);
+  }
   errno = saved_errno;
 }
 
@@ -62,18 +85,19 @@ void install(int signal, void (*handler)(int)) {
 }  // namespace
 
 SignalGuard::SignalGuard() : m_saved{{{SIGINT, {}}, {SIGTERM, {}}, {SIGHUP, {}}}} {
-  s_interrupted.store(false);
+  s_first_signal_nanoseconds.store(0);
   install(SIGPIPE, do_nothing);
+  install(SIGXFSZ, do_nothing);
   // A caller that ignores it would keep us from learning how a child ended.
   install(SIGCHLD, SIG_DFL);
   for (Saved& saved : m_saved) {
     (void)::sigaction(saved.signal, nullptr, &saved.action);
-    const bool kept_ignored = saved.signal == SIGHUP && saved.action.sa_handler == SIG_IGN;
-    if (!kept_ignored) install(saved.signal, request_stop);
+    if (saved.action.sa_handler != SIG_IGN) install(saved.signal, request_stop);
   }
 }
 
 SignalGuard::~SignalGuard() {
+  if (interrupted()) return;
   for (const Saved& saved : m_saved) (void)::sigaction(saved.signal, &saved.action, nullptr);
 }
 
@@ -90,7 +114,7 @@ Bell& progress_bell() {
 }
 
 bool interrupted() {
-  return s_interrupted.load(std::memory_order_relaxed);
+  return s_first_signal_nanoseconds.load(std::memory_order_relaxed) != 0;
 }
 
 }  // namespace util

@@ -9,18 +9,20 @@ namespace util {
 class Bell;
 
 // While one lives: the first SIGINT, SIGTERM or SIGHUP says so on standard error and asks the run
-// to stop early; a second one takes its default action. A SIGHUP that the caller ignores (nohup)
-// stays ignored.
+// to stop early. One that arrives within a second of the first belongs to the same event: a terminal
+// that closes and `timeout` signal twice. A later one takes its default action. A signal that the
+// caller ignores (nohup, a job in the background) stays ignored, each for itself.
 //
-// SIGPIPE is caught from then on and does nothing, so that a closed standard output does not end a
-// run half-way; it stays caught, since what a stream still holds is written as the process ends.
-//
-// SIGPIPE is not ignored or blocked, which children would inherit.
+// SIGPIPE and SIGXFSZ are caught from then on and do nothing, so that the write fails instead: a
+// closed standard output or a limit on the size of files does not end a run half-way. They stay
+// caught, since what a stream still holds is written as the process ends. They are not ignored or
+// blocked, which children would inherit.
 //
 // SIGCHLD takes its default action from then on.
 //
 // Threads: made and destroyed on the main thread while no other runs; one at a time.
-// Errors: none; the destructor restores the three.
+// Errors: none; the destructor restores the three unless one of them has come: what belongs to that
+//   event must not end the process while it reports its end.
 class SignalGuard {
  public:
   SignalGuard();

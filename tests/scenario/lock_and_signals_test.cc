@@ -1,7 +1,10 @@
 #include "tests/scenario/paused_run.h"
 
 #include <fcntl.h>
+#include <sys/wait.h>
 #include <unistd.h>
+
+#include <chrono>
 
 namespace scenario::lock_and_signals {
 
@@ -69,11 +72,21 @@ TEST(Signals, FirstOneFinishesTheDirectoryInHandAndStops) {
   }
 }
 
-TEST(Signals, SecondOneTakesItsDefaultAction) {
+bool has_ended(pid_t pid) {
+  siginfo_t info{};
+  return ::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+         info.si_pid == pid;
+}
+
+TEST(Signals, OneASecondLaterTakesItsDefaultAction) {
   if (k_signals_are_deferred) GTEST_SKIP();
   PausedRun run;
   run.send_and_await_line(SIGINT);
-  run.child().send(SIGTERM);
+  while (!has_ended(run.child().pid())) {
+    run.child().send(SIGTERM);
+    ::sched_yield();
+  }
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
   const Ended ended = run.child().wait();
   EXPECT_EQ(ended.signal, SIGTERM);
   EXPECT_TRUE(fs::exists(run.scene().lock_file()));
@@ -81,3 +94,16 @@ TEST(Signals, SecondOneTakesItsDefaultAction) {
 }
 
 }  // namespace scenario::lock_and_signals
+    for (const int again : {SIGINT, SIGTERM, SIGHUP}) run.child().send(again);
+  const auto start = std::chrono::steady_clock::now();
+TEST(Signals, IgnoredOnesStayIgnored) {
+  const Scene scene;
+  scene.put("hosta", "p", {});
+  const std::string pid = "$(cat " + scene.lock_file().string() + ")";
+  scene.script("tvimagequery", "kill -INT " + pid + "; kill -HUP " + pid + "; exit 227\n");
+  const Ended ended = scene.run_in_shell("trap '' INT HUP; \"$@\"",
+                                         {"--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run"});
+  EXPECT_EQ(ended.exit_status, 0);
+  EXPECT_EQ(ended.err, "");
+}
+
