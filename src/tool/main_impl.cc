@@ -23,6 +23,7 @@
 
 namespace fs = boost::filesystem;
 
+#include "util/lock_owner.h"
 namespace {
 
 // Null, after a message, when another run holds the storage.
@@ -37,6 +38,7 @@ std::unique_ptr<util::FileLock> take_lock(const fs::path& path) {
       dct::report_error(
           "\nRefusing to run because we could not obtain an exclusive lock.\nAnother instance of " +
           progname + " is running.\n");
+      dct::report_error(util::describe_lock_file(path));
     }
     return nullptr;
   }

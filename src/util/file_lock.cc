@@ -10,6 +10,7 @@
 #include <boost/filesystem/directory.hpp>
 #include <boost/filesystem/operations.hpp>
 
+#include "platform/run_log.h"
 #include "platform/status.h"
 
 namespace fs = boost::filesystem;
@@ -58,6 +59,15 @@ void abandon(const fs::path& path, int descriptor) {
   if (alone && leads_to(path, descriptor)) (void)::unlink(path.c_str());
 }
 
+void warn_of_other_file(const fs::path& path) noexcept {
+  try {
+    WarningA("the lock file " + path.string() +
+             " was removed or replaced during the run: another run may have worked on the storage");
+  } catch (const std::exception&) {
+    return;  // without memory for a line the file stays all the same
+  }
+}
+
 }  // namespace
 
 std::unique_ptr<FileLock> FileLock::init(const fs::path& path) {
@@ -77,11 +87,15 @@ FileLock::FileLock(const fs::path& path) : m_path(path) {}
 
 FileLock::~FileLock() {
   if (!m_stream) return;
-  if (m_obtained) {
+  const int descriptor = ::fileno(m_stream.get());
+  if (!m_obtained) {
+    abandon(m_path, descriptor);
+  } else if (leads_to(m_path, descriptor)) {
     // A file that cannot be removed blocks the next run, which names it: nothing is lost.
     (void)::unlink(m_path.c_str());
   } else {
-    abandon(m_path, ::fileno(m_stream.get()));
+    // Somebody removed ours, and another run may hold the one that is there now.
+    warn_of_other_file(m_path);
   }
 }
 

@@ -15,8 +15,9 @@ namespace util {
 // process has on it, so the stream that wrote the id stays open for as long as the lock is held.
 //
 // Threads: one thread.
-// Ownership: owns the file once the lock was obtained; the destructor removes it and then releases
-//   the lock. One that failed before removes the file unless another process holds the lock.
+// Ownership: owns the file once the lock was obtained; the destructor removes it, unless the path
+//   leads to another file by then, and then releases the lock. One that failed before removes the
+//   file unless another process holds the lock.
 class FileLock {
  public:
   // Takes the lock at `path`, without waiting.

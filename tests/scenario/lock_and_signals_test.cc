@@ -20,14 +20,29 @@ pid_t lock_holder(const fs::path& file) {
 
 TEST(Lock, AnythingAtItsPathRefusesTheRun) {
   const Scene scene;
+  const std::string path = scene.lock_file().string();
   const std::string message =
-      "Refusing to run because the lock file " + scene.lock_file().string() + " already exists.\n";
-  for (const char* make : {"touch", "ln -s /no/such", "mkdir"}) {
-    const std::string path = scene.lock_file().string();
-    support::run({"sh", "-c", make + (" " + path)});
+      "Refusing to run because the lock file " + path + " already exists.\nIt names ";
+  const std::string nobody =
+      "no process. If no mdfixup is running, remove it and run this again.\n";
+  const std::string own_pid = std::to_string(::getpid());
+  const std::string rows[][2] = {
+      {"touch ", nobody},
+      {"ln -s /no/such ", nobody},
+      {"mkdir ", nobody},
+      {"mkfifo ", nobody},
+      {"printf 2147483647 > ",
+       "process 2147483647, which is not running: that run was killed. Remove the file and run "
+       "this again.\n"},
+      {"printf " + own_pid + " > ",
+       "process " + own_pid + ", which is running but is not mdfixup: the run that made it is " +
+           "gone. Remove the file and run this again.\n"},
+  };
+  for (const auto& [make, advice] : rows) {
+    support::run({"sh", "-c", make + path});
     const Ended ended = scene.scan();
     EXPECT_EQ(ended.exit_status, 1) << make;
-    EXPECT_EQ(ended.err, message);
+    EXPECT_EQ(ended.err, message + advice);
     EXPECT_TRUE(fs::remove(path)) << "not the refused run's to remove";
   }
   EXPECT_EQ(scene.scan().exit_status, 0);
@@ -52,13 +67,25 @@ TEST(Lock, IsHeldThroughTheRunWithThePidReadable) {
   EXPECT_EQ(lock_holder(lock), run.child().pid());
   EXPECT_EQ(support::read_text(lock), std::to_string(run.child().pid()));
   EXPECT_EQ(fs::status(lock).permissions(), fs::owner_read | fs::owner_write);
+  EXPECT_TRUE(contains(run.scene().scan().err, ", which is running and is mdfixup. Wait until"));
   EXPECT_EQ(run.go_on().exit_status, 0);
   EXPECT_FALSE(fs::exists(lock));
+}
+
+TEST(Lock, FileOfAnotherRunIsLeftInPlace) {
+  PausedRun run;
+  const fs::path lock = run.scene().lock_file();
+  fs::remove(lock);
+  support::write_text(lock, "another run's");
+  EXPECT_EQ(run.go_on().exit_status, 0);
+  EXPECT_EQ(support::read_text(lock), "another run's");
+  EXPECT_TRUE(contains(run.scene().run_log(), lock.string() + " was removed or replaced"));
 }
 
 TEST(Signals, FirstOneFinishesTheDirectoryInHandAndStops) {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     PausedRun run;
+    for (const int again : {SIGINT, SIGTERM, SIGHUP}) run.child().send(again);
     run.send_and_await_line(signal);
     const Ended ended = run.go_on();
     EXPECT_EQ(ended.exit_status, 1);
@@ -81,6 +108,7 @@ bool has_ended(pid_t pid) {
 TEST(Signals, OneASecondLaterTakesItsDefaultAction) {
   if (k_signals_are_deferred) GTEST_SKIP();
   PausedRun run;
+  const auto start = std::chrono::steady_clock::now();
   run.send_and_await_line(SIGINT);
   while (!has_ended(run.child().pid())) {
     run.child().send(SIGTERM);
@@ -93,9 +121,6 @@ TEST(Signals, OneASecondLaterTakesItsDefaultAction) {
   run.scene().go_on();  // lets the command end
 }
 
-}  // namespace scenario::lock_and_signals
-    for (const int again : {SIGINT, SIGTERM, SIGHUP}) run.child().send(again);
-  const auto start = std::chrono::steady_clock::now();
 TEST(Signals, IgnoredOnesStayIgnored) {
   const Scene scene;
   scene.put("hosta", "p", {});
@@ -107,3 +132,4 @@ TEST(Signals, IgnoredOnesStayIgnored) {
   EXPECT_EQ(ended.err, "");
 }
 
+}  // namespace scenario::lock_and_signals
