@@ -12,7 +12,8 @@ namespace platform {
 //
 // Threads: append may be called from any thread; strings never interleave.
 // Ownership: owns its descriptor, which children of the process do not inherit.
-// Errors: Cr_ErrnoException, naming the path, when the file cannot be opened.
+// Errors: Cr_ErrnoException, naming the path, when the file cannot be opened or is neither a regular
+//   file nor a character device.
 class AppendFile {
  public:
   explicit AppendFile(const std::string& path);

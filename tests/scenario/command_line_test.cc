@@ -127,6 +127,13 @@ TEST(CommandLine, LogsThatCannotGrowKeepWhatTheyHaveAndTheRestGoesToStandardErro
   for (const std::size_t bytes : {2000U, 1000U}) {
     const Scene scene;
     const fs::path log = scene.storage().log_dir() / "mdfixup" / "mdfixup.log";
+  const std::string root = scene.root().string();
+  EXPECT_TRUE(contains(log, " storage root " + root + ", catalog " + root + "/catalog, host "));
+  const std::string no_file = "is neither a regular file nor a character device";
+  const std::string rows[][2] = {{"mkdir $log", "Is a directory"},
+                                 {"rmdir $log; mkfifo $log", no_file},
+                                 {"exec 9<>$log", no_file},
+                                 {"rm $log; ln -s /dev/null $log", ""}};
     const std::string earlier = std::string(bytes, 'x') + "\n";
     support::write_text(log, earlier);
     for (int dsid = 10; dsid < 40; ++dsid) {
