@@ -5,7 +5,9 @@
 #include <sys/wait.h>
 
 #include <cerrno>
+#include <utility>
 
+#include "dct/descriptor_limit.h"
 #include "platform/run_log.h"
 #include "platform/status.h"
 
@@ -25,24 +27,24 @@ constexpr int k_last_shell_signal = k_shell_signal_base + 31;
 
 }  // namespace
 
+void PopenRead::ClosePipe::operator()(std::FILE* stream) const {
+  (void)::pclose(stream);
+}
+
 // The buffer is left uninitialised: a mebibyte of zeros for each directory would be seen.
-PopenRead::PopenRead(std::size_t capacity, std::FILE* stream)
+PopenRead::PopenRead(std::size_t capacity, Stream stream)
     : m_capacity(capacity),
-      m_stream(stream),
       m_stream_buffer(new char[k_stream_buffer_bytes]),
-      m_buffer(new char[capacity]) {
+      m_buffer(new char[capacity]),
+      m_stream(std::move(stream)) {
   // On failure the stream goes on with the buffer that it has.
-  (void)std::setvbuf(m_stream, m_stream_buffer.get(), _IOFBF, k_stream_buffer_bytes);
+  (void)std::setvbuf(m_stream.get(), m_stream_buffer.get(), _IOFBF, k_stream_buffer_bytes);
 }
 
-PopenRead::~PopenRead() {
-  if (m_stream != nullptr) (void)::pclose(m_stream);  // whoever wanted to know has called close
-}
-
-std::FILE* PopenRead::start(const std::string& command) {
+PopenRead::Stream PopenRead::start(const std::string& command) {
   errno = 0;
-  std::FILE* stream = ::popen(command.c_str(), "re");
-  if (stream == nullptr) {
+  Stream stream(::popen(with_first_descriptor_limit(command).c_str(), "re"));
+  if (!stream) {
     const cr_status_t status = _crMapError("init", "Popen", __LINE__);
     throw Cr_ErrnoException(status == 0 ? k_status_popen_failed : status, "popen failed");
   }
@@ -53,12 +55,13 @@ bool PopenRead::read_line() {
   m_length = 0;
   char& last = m_buffer[m_capacity - 1];
   last = '\n';  // a line that fills the buffer puts a zero byte here
-  if (std::fgets(m_buffer.get(), static_cast<int>(m_capacity), m_stream) == nullptr) {
-    if (std::ferror(m_stream) != 0) throw Cr_ErrnoException(k_status_pipe_read, "pipe read error");
+  if (std::fgets(m_buffer.get(), static_cast<int>(m_capacity), m_stream.get()) == nullptr) {
+    if (std::ferror(m_stream.get()) != 0)
+      throw Cr_ErrnoException(k_status_pipe_read, "pipe read error");
     m_at_end = true;
     return false;
   }
-  m_at_end = std::feof(m_stream) != 0;
+  m_at_end = std::feof(m_stream.get()) != 0;
   const std::size_t length = ::strnlen(m_buffer.get(), m_capacity);
   const bool is_filled = last == '\0' && m_buffer[m_capacity - 2] != '\n';
   const bool is_cut = length == 0 ? is_filled : m_buffer[length - 1] != '\n';
@@ -72,8 +75,7 @@ bool PopenRead::read_line() {
 }
 
 int PopenRead::close() {
-  std::FILE* stream = m_stream;
-  m_stream = nullptr;  // gone even when closing fails
+  std::FILE* stream = m_stream.release();  // gone even when closing fails
   errno = 0;
   const int status = ::pclose(stream);
   if (status == -1) {

@@ -20,17 +20,23 @@ constexpr std::size_t k_query_line_capacity = 8192;
 //   a failed close, k_status_child_did_not_exit.
 class PopenRead {
  public:
-  // Takes over the stream of a started command; lines, with their line end and a zero byte, must
-  // fit into `capacity` bytes.
-  PopenRead(std::size_t capacity, std::FILE* stream);
-  ~PopenRead();
+  // Closes the pipe without looking at how the child ended; whoever wants to know calls close.
+  struct ClosePipe {
+    void operator()(std::FILE* stream) const;
+  };
+  using Stream = std::unique_ptr<std::FILE, ClosePipe>;
+
+  // Reads the output of a started command; lines, with their line end and a zero byte, must fit into
+  // `capacity` bytes.
+  PopenRead(std::size_t capacity, Stream stream);
+  ~PopenRead() = default;
   PopenRead(const PopenRead&) = delete;
   PopenRead& operator=(const PopenRead&) = delete;
 
   // Starts `command` through the shell. The pipe is not handed on to other children, which would
   // keep it open beyond the command's end.
   // Errors: Cr_ErrnoException "popen failed".
-  static std::FILE* start(const std::string& command);
+  static Stream start(const std::string& command);
 
   // Reads the next line; false at the end of the output. The last character is dropped, line end or
   // not: what reads the product's listings relies on it. A line that starts with a zero byte is
@@ -53,9 +59,9 @@ class PopenRead {
 
  private:
   const std::size_t m_capacity;
-  std::FILE* m_stream;                      // null once closed
   std::unique_ptr<char[]> m_stream_buffer;  // outlives the stream
   std::unique_ptr<char[]> m_buffer;
+  Stream m_stream;  // null once closed
   std::size_t m_length = 0;
   bool m_at_end = false;
 };

@@ -6,6 +6,7 @@
 
 #include <iostream>
 
+#include "dct/descriptor_limit.h"
 #include "platform/run_log.h"
 
 namespace dct {
@@ -13,7 +14,7 @@ namespace dct {
 bool run_in_shell(const std::string& command) {
   InfoA("running " + command);
   std::cout.flush();  // what the command prints comes behind what was said before
-  const int status = ::system(command.c_str());
+  const int status = ::system(with_first_descriptor_limit(command).c_str());
   if (status == 0) return true;
   if (status != -1 && WIFSIGNALED(status)) {
     WarningA("signal " + std::to_string(WTERMSIG(status)) + " ended " + command);

@@ -12,6 +12,7 @@
 #include "dct/filesystem.h"
 #include "dct/report_error.h"
 #include "platform/run_log.h"
+#include "dct/descriptor_limit.h"
 #include "platform/status.h"
 #include "tool/exit_status.h"
 #include "tool/modes.h"
@@ -116,3 +117,4 @@ int main_impl(int argc, char** argv) {
   const util::SignalGuard signals;
   return run_on_storage(argc, argv);
 }
+  dct::raise_descriptor_limit();

@@ -20,6 +20,7 @@
 #include "tool/tvr_location.h"
 #include "tvr_utils/disk_pool_label.h"
 
+#include "tool/thread_count.h"
 namespace fs = boost::filesystem;
 
 namespace {
@@ -53,7 +54,7 @@ template <class V>
 bool compare(const StoragePaths& storage, const fs::path& admincmd_dir,
              const std::string& disk_pool) {
   const boost::scoped_ptr<catalog::BaseTraverseCatalog> task(
-      new catalog::VisitPOsNotInTVRCatalog<V>(storage.log_dir, storage.catalog, opt_thread_count(),
+      new catalog::VisitPOsNotInTVRCatalog<V>(storage.log_dir, storage.catalog, thread_count(),
                                               true, admincmd_dir, disk_pool,
                                               opt_catalog_backup_time));
   return run_task(*task);
@@ -76,9 +77,16 @@ bool delete_orphans(const StoragePaths& storage, const fs::path& admincmd_dir,
 }  // namespace
 
 int scan_mode(const StoragePaths& storage) {
-  const boost::scoped_ptr<catalog::BaseTraverseCatalog> task(
-      new catalog::ScanClientNameCase(storage.log_dir, storage.catalog, opt_thread_count(), false));
-  return run_task(*task) ? k_exit_success : k_exit_scan_failed;
+  try {
+    const boost::scoped_ptr<catalog::BaseTraverseCatalog> task(
+        new catalog::ScanClientNameCase(storage.log_dir, storage.catalog, thread_count(), false));
+    return run_task(*task) ? k_exit_success : k_exit_scan_failed;
+  } catch (const fs::filesystem_error& error) {
+    if (!catalog_is_aside(storage)) throw;
+    std::string text = std::string(error.what()) + "\n" + catalog_aside_text(storage);
+    text.pop_back();  // whoever reports it ends the line
+    throw std::runtime_error(text);
+  }
 }
 
 int consistency_mode(const StoragePaths& storage) {

@@ -17,9 +17,6 @@ extern bool opt_dry_run;
 extern bool opt_pendimport_consistency;
 extern std::int64_t opt_catalog_backup_time;  // seconds since the epoch, 0 when not given
 extern std::int32_t opt_num_threads;
-inline unsigned opt_thread_count() {
-  return static_cast<unsigned>(opt_num_threads);
-}
 extern const char* opt_tvr_location;
 extern const char* opt_tvr_disk_pool;  // null when not given
 extern bool opt_help;

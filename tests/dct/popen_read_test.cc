@@ -1,7 +1,9 @@
 #include "dct/popen_read.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
+#include <new>
 #include <vector>
 
 #include "dct/run_in_shell.h"
@@ -50,6 +52,15 @@ TEST(PopenRead, ChildCutOffByTheReaderIsNoFailure) {
     EXPECT_NO_THROW(pipe.close_query()) << command;
   }
 }
+
+#if !defined(__SANITIZE_ADDRESS__) && \
+    !defined(__SANITIZE_THREAD__)  // which end the process instead
+TEST(PopenRead, CommandIsClosedWhenThereIsNoMemoryForItsLines) {
+  constexpr std::size_t k_too_much = std::size_t{1} << 60U;
+  EXPECT_THROW(PopenRead(k_too_much, PopenRead::start("cat < /dev/null")), std::bad_alloc);
+  EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "no child is left";
+}
+#endif
 
 TEST(RunInShell, QuotedTextMeansItself) {
   const support::TempDir dir;

@@ -117,9 +117,29 @@ TEST(CommandLine, RunLogTellsStartModeErrorsSummaryAndEnd) {
   const auto mode = fs::status(file).permissions();
   EXPECT_EQ(mode & fs::others_all, fs::no_perms);
   fs::remove(file);
-  fs::create_directory(file);
-  EXPECT_EQ(scene.scan().err, "Aborting with error:  could not open the log file " + file.string() +
-                                  ": Is a directory\n");
+  for (const auto& [script, error] : rows) {
+    const std::string begin = "log=" + file.string() + "; " + script + "; \"$@\"";
+    EXPECT_EQ(scene.run_in_shell(begin, {"--scan_client_name_case"}).err,
+              error.empty() ? error
+                            : "Aborting with error:  could not open the log file " + file.string() +
+                                  ": " + error + "\n");
+  }
+}
+
+TEST(CommandLine, LimitOfOpenFilesIsRaisedForThreadsAndNotForChildren) {
+  const Scene scene;
+  scene.put("hosta", "p", {});
+  scene.script("tvimagequery", "ulimit -S -n > $0.limit; exit 227\n");
+  const std::vector<std::string> dry_run{"--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run",
+                                         "--num_threads", "64"};
+  for (const std::string hard : {"1000", "100"}) {
+    const std::string limits = "ulimit -n " + hard + "; ulimit -S -n 90; \"$@\"";
+    EXPECT_EQ(scene.run_in_shell(limits, dry_run).err, "");
+    EXPECT_EQ(support::read_text(scene.admincmd("tvimagequery.limit")), "90\n");
+    EXPECT_EQ(contains(scene.run_log(),
+                       "only 10 of 64 threads are used: the limit of open files is 100\n"),
+              hard == "100");
+  }
 }
 
 TEST(CommandLine, LogsThatCannotGrowKeepWhatTheyHaveAndTheRestGoesToStandardError) {

@@ -1,0 +1,38 @@
+#include "dct/descriptor_limit.h"
+
+#include <sys/resource.h>
+
+#include <limits>
+
+namespace dct {
+
+namespace {
+
+// What the shell says in front of every command; empty as long as the limit is as it was.
+std::string& prefix() {
+  static std::string text;
+  return text;
+}
+
+}  // namespace
+
+void raise_descriptor_limit() {
+  struct rlimit limit {};
+  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= limit.rlim_max) return;
+  const rlim_t first = limit.rlim_cur;
+  limit.rlim_cur = limit.rlim_max;
+  if (::setrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+  prefix() = "ulimit -S -n " + std::to_string(first) + "; ";
+}
+
+std::uint64_t descriptor_limit() {
+  struct rlimit limit {};
+  const bool is_known = ::getrlimit(RLIMIT_NOFILE, &limit) == 0;
+  return is_known ? limit.rlim_cur : std::numeric_limits<std::uint64_t>::max();
+}
+
+std::string with_first_descriptor_limit(const std::string& command) {
+  return prefix() + command;
+}
+
+}  // namespace dct
