@@ -1,5 +1,6 @@
 #include "tool/modes.h"
 
+#include <stdexcept>
 #include <string>
 
 #include <boost/scoped_ptr.hpp>
@@ -12,6 +13,8 @@
 #include "dct/init_networking.h"
 #include "dct/report_error.h"
 #include "platform/reports.h"
+#include "platform/run_log.h"
+#include "tool/catalog_aside.h"
 #include "tool/exit_status.h"
 #include "tool/option_table.h"
 #include "tool/pending_import_guard.h"
@@ -25,15 +28,16 @@ namespace fs = boost::filesystem;
 
 namespace {
 
-bool directories_are_there(const fs::path& admincmd_dir, const fs::path& catalog) {
+bool directories_are_there(const fs::path& admincmd_dir, const StoragePaths& storage) {
   if (!dct::filesystem::exists(admincmd_dir)) {
     dct::report_error("ERROR: The Tavrin admincmd directory ( " + admincmd_dir.string() +
                       " ) does not exist\n.");
     return false;
   }
-  if (!dct::filesystem::exists(catalog)) {
-    dct::report_error("ERROR: The Tavrin Deduplication Catalog directory (" + catalog.string() +
-                      ") does not exist.\n");
+  if (!dct::filesystem::exists(storage.catalog)) {
+    dct::report_error("ERROR: The Tavrin Deduplication Catalog directory (" +
+                      storage.catalog.string() + ") does not exist.\n");
+    if (catalog_is_aside(storage)) dct::report_error(catalog_aside_text(storage));
     return false;
   }
   return true;
@@ -92,7 +96,7 @@ int scan_mode(const StoragePaths& storage) {
 int consistency_mode(const StoragePaths& storage) {
   dct::InitNetworking::getInstance();
   const fs::path admincmd_dir = fs::path(opt_tvr_location) / "tavrin" / "bin" / "admincmd";
-  if (!directories_are_there(admincmd_dir, storage.catalog)) return k_exit_failure;
+  if (!directories_are_there(admincmd_dir, storage)) return k_exit_failure;
   if (!location_can_be_run()) return k_exit_failure;
   if (!opt_pendimport_consistency && !no_imports_are_pending(storage.root, admincmd_dir)) {
     return k_exit_failure;
@@ -106,6 +110,7 @@ int consistency_mode(const StoragePaths& storage) {
     if (!StopServices(opt_tvr_location)) return k_exit_failure;
     done = delete_orphans(storage, admincmd_dir, disk_pool);
   }
+  log_what_is_listed(disk_pool);
   if (!done) return k_exit_failure;
   platform::print("mdfixup finished successfully.\n");
   return k_exit_success;

@@ -1,4 +1,3 @@
-#include <cerrno>
 #include <memory>
 #include <string>
 #include <vector>
@@ -9,15 +8,16 @@
 #include "catalog/repair_client_name_case.h"
 #include "dct/filesystem.h"
 #include "dct/report_error.h"
-#include "dct/run_in_shell.h"
 #include "platform/reports.h"
 #include "platform/run_log.h"
-#include "platform/status.h"
+#include "tool/catalog_aside.h"
 #include "tool/exit_status.h"
 #include "tool/modes.h"
 #include "tool/option_table.h"
 #include "tool/run_task.h"
 #include "tool/services.h"
+#include "tool/symbolic_links.h"
+#include "tool/thread_count.h"
 #include "tool/tvr_location.h"
 #include "util/interrupt.h"
 
@@ -35,14 +35,18 @@ bool refuse(const std::string& what, const fs::path& path, const std::string& wh
   return false;
 }
 
+// The links below it would be removed, and with this one all that is repaired.
+bool leads_elsewhere(const fs::directory_entry& entry) {
+  return catalog::is_walked_dsid(entry.path().filename().string()) && is_link(entry.path());
+}
+
 // Renaming a link, and removing the links below it, would lose what it leads to.
 bool is_a_directory_of_its_own(const std::string& what, const fs::path& path) {
   if (is_link(path)) return refuse(what, path, "is a symbolic link");
-  if (is_link(path / catalog::k_walked_dsid_name)) {
-    return refuse("DSID", path / catalog::k_walked_dsid_name, "is a symbolic link");
-  }
-  if (dct::filesystem::exists(path) && !fs::is_directory(path)) {
-    return refuse(what, path, "is not a directory");
+  if (!dct::filesystem::exists(path)) return true;
+  if (!fs::is_directory(path)) return refuse(what, path, "is not a directory");
+  for (const fs::directory_entry& entry : fs::directory_iterator(path)) {
+    if (leads_elsewhere(entry)) return refuse("DSID", entry.path(), "is a symbolic link");
   }
   return true;
 }
@@ -64,66 +68,103 @@ void move_catalog(const fs::path& from, const fs::path& to) {
   InfoA("moved the catalog from " + from.string() + " to " + to.string());
 }
 
-// A repair that has changed nothing need not leave the catalog aside.
-bool interrupted_before_the_repair() {
+bool is_interrupted() {
   if (!util::interrupted()) return false;
-  dct::report_error("The repair was interrupted before it began; nothing was changed.\n");
+  dct::report_error(
+      "The repair was interrupted before it began; nothing in the catalog was changed.\n");
   return true;
 }
 
-// An earlier repair that failed may have left it there.
-bool set_catalog_aside(const StoragePaths& storage) {
-  if (dct::filesystem::exists(storage.catalog)) move_catalog(storage.catalog, storage.work_dir);
-  if (dct::filesystem::exists(storage.work_dir)) return true;
-  dct::report_error("ERROR: the working directory  (" + storage.work_dir.string() +
-                    ") does not exist.\n");
-  return false;
+// Opens every directory that the walk of the repair opens.
+// Errors: filesystem_error when one cannot be read.
+void require_walkable(const fs::path& catalog_dir) {
+  using catalog::DirsIterator;
+  DirsIterator dir(catalog_dir, nullptr, catalog::k_policy_dir_depth,
+                   DirsIterator::PassedOver::untold);
+  while (!dir.equal(DirsIterator()) && !util::interrupted()) dir.do_increment(true);
 }
 
-std::vector<fs::path> symbolic_links(const fs::path& dir) {
-  std::vector<fs::path> links;
-  fs::path at = dir;
-  boost::system::error_code error;
-  fs::recursive_directory_iterator entry(dir, error);
-  for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
-    at = entry->path();
-    if (fs::is_symlink(entry->symlink_status())) links.push_back(at);
-  }
-  if (error) throw fs::filesystem_error("could not look for symbolic links", at, error);
-  return links;
-}
+// A repair with the services stopped, in the order of its steps: whatever can fail comes before the
+// catalog is moved, and what fails after that while nothing is done yet moves it back.
+class Repair {
+ public:
+  // `is_resumed` if an earlier repair has left the catalog under its work name.
+  Repair(const StoragePaths& storage, bool is_resumed)
+      : m_storage(storage), m_is_resumed(is_resumed) {}
 
-// What a link leads to cannot be found out any more once it is removed.
-void note(const std::vector<fs::path>& links) {
-  for (const fs::path& link : links) {
-    InfoA("symbolic link " + link.string() + " to " + fs::read_symlink(link).string());
-  }
-  if (!links.empty() && platform::reports_were_lost()) {
-    throw Cr_ErrnoException(EIO, "the symbolic links could not be noted and were not removed");
-  }
-}
+  // Returns the exit status.
+  int run();
 
-// One that stays is walked as what it leads to; nothing is lost by that, but it is not what was asked
-// for.
-void remove_symbolic_links(const fs::path& dir) {
-  platform::print("Cleaning up symbolic links\n");
-  note(symbolic_links(dir));
-  (void)dct::run_in_shell("find " + dct::in_double_quotes(dir.string()) +
-                          " -type l -exec rm {} \\;");
-  for (const fs::path& link : symbolic_links(dir)) {
-    dct::report_error("ERROR: the symbolic link " + link.string() + " could not be removed\n");
-  }
-}
+ private:
+  bool prepare();
+  bool repair();
+  bool put_back_if_untouched();
 
-// A log that cannot be made is no reason to leave aside a catalog that nothing was done to.
-std::unique_ptr<catalog::BaseTraverseCatalog> make_task(const StoragePaths& storage,
-                                                        bool was_set_aside) {
+  const StoragePaths& m_storage;
+  const bool m_is_resumed;
+  std::vector<fs::path> m_links;  // below the catalog
+  std::unique_ptr<catalog::RepairClientNameCase> m_task;
+};
+
+int Repair::run() {
+  if (!prepare()) return k_exit_failure;
+  if (!m_is_resumed) move_catalog(m_storage.catalog, m_storage.work_dir);
+  bool repaired = false;
   try {
-    return std::make_unique<catalog::RepairClientNameCase>(storage.log_dir, storage.work_dir,
-                                                           opt_thread_count(), true);
+    repaired = repair();
   } catch (...) {
-    if (!was_set_aside) move_catalog(storage.work_dir, storage.catalog);
+    (void)put_back_if_untouched();
     throw;
+  }
+  if (!repaired && put_back_if_untouched() && is_interrupted()) return k_exit_failure;
+  if (!repaired) {
+    platform::print("Case-sensitivity repair finished with some errors.\n");
+    return k_exit_failure;
+  }
+  move_catalog(m_storage.work_dir, m_storage.catalog);
+  StartServices(opt_tvr_location);
+  platform::print("Case-sensitivity repair finished successfully.\n");
+  return k_exit_success;
+}
+
+bool Repair::prepare() {
+  const fs::path& now = m_is_resumed ? m_storage.work_dir : m_storage.catalog;
+  if (is_interrupted()) return false;
+  if (!dct::filesystem::exists(now)) {
+    dct::report_error("ERROR: the working directory  (" + m_storage.work_dir.string() +
+                      ") does not exist.\n");
+    return false;
+  }
+  require_walkable(now);
+  m_links = note_symbolic_links(now);
+  if (is_interrupted()) return false;
+  platform::print("Cleaning up symbolic links\n");
+  m_task = std::make_unique<catalog::RepairClientNameCase>(m_storage.log_dir, m_storage.work_dir,
+                                                           thread_count(), true);
+  return true;
+}
+
+bool Repair::repair() {
+  remove_symbolic_links(m_storage.work_dir, m_links);
+  return run_task(*m_task, Summary::after_success);
+}
+
+// Whether the catalog has its name again, as nothing was done to it.
+bool Repair::put_back_if_untouched() {
+  const bool is_touched =
+      m_task->totals().dirs() != 0 || any_link_is_gone(m_storage.work_dir, m_links);
+  if (m_is_resumed || is_touched) return false;
+  move_catalog(m_storage.work_dir, m_storage.catalog);
+  return true;
+}
+
+// What a repair that failed has left, and what an operator would take long to find out.
+void report_what_is_left(const StoragePaths& storage) {
+  if (catalog_is_aside(storage)) {
+    dct::report_error(catalog_aside_text(storage));
+  } else if (opt_force) {
+    dct::report_error("The Tavrin Deduplication services are stopped.\n");
+    print_start_commands(opt_tvr_location);
   }
 }
 
@@ -131,19 +172,18 @@ std::unique_ptr<catalog::BaseTraverseCatalog> make_task(const StoragePaths& stor
 
 int repair_mode(const StoragePaths& storage) {
   if (!location_can_be_run() || !directories_can_be_renamed(storage)) return k_exit_failure;
-  const bool was_set_aside = dct::filesystem::exists(storage.work_dir);
-  if (!StopServices(opt_tvr_location) || interrupted_before_the_repair()) return k_exit_failure;
-  if (!set_catalog_aside(storage)) return k_exit_failure;
-  remove_symbolic_links(storage.work_dir);
-  const auto task = make_task(storage, was_set_aside);
-  // On failure the catalog stays aside and the services stay down, for the operator to look and to
-  // run it again.
-  if (!run_task(*task, Summary::after_success)) {
-    platform::print("Case-sensitivity repair finished with some errors.\n");
+  const bool is_resumed = dct::filesystem::exists(storage.work_dir);
+  if (!StopServices(opt_tvr_location)) {
+    if (is_resumed) dct::report_error(catalog_aside_text(storage, false));
     return k_exit_failure;
   }
-  move_catalog(storage.work_dir, storage.catalog);
-  StartServices(opt_tvr_location);
-  platform::print("Case-sensitivity repair finished successfully.\n");
-  return k_exit_success;
+  int status = k_exit_failure;
+  try {
+    status = Repair(storage, is_resumed).run();
+  } catch (...) {
+    report_what_is_left(storage);
+    throw;
+  }
+  if (status != k_exit_success) report_what_is_left(storage);
+  return status;
 }

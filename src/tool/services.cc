@@ -22,11 +22,15 @@ bool StopServices(const boost::filesystem::path& tvr_location) {
 }
 
 void StartServices(const boost::filesystem::path& tvr_location) {
-  const cr::utils::DedupeEngineProcessControl services(tvr_location);
   if (opt_force) {
-    services.start_all();
+    cr::utils::DedupeEngineProcessControl(tvr_location).start_all();
   } else {
-    platform::print("Please start Tavrin Deduplication services with the following commands:\n" +
-                    services.get_start_services_string());
+    print_start_commands(tvr_location);
   }
+}
+
+void print_start_commands(const boost::filesystem::path& tvr_location) {
+  const cr::utils::DedupeEngineProcessControl services(tvr_location);
+  platform::print("Please start Tavrin Deduplication services with the following commands:\n" +
+                  services.get_start_services_string());
 }

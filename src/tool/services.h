@@ -10,3 +10,6 @@ bool StopServices(const boost::filesystem::path& tvr_location);
 // Starts the services, when --force was given; otherwise tells standard output which commands to
 // type. Whether they ran before is not remembered.
 void StartServices(const boost::filesystem::path& tvr_location);
+
+// Tells standard output which commands start the services.
+void print_start_commands(const boost::filesystem::path& tvr_location);

@@ -132,7 +132,8 @@ TEST(RepairThreads, TwoSpellingsOfOneClientAreRepairedOneAfterTheOther) {
 TEST_P(Repair, FailureLeavesTheCatalogAsideAndCanBeRunAgain) {
   // What is done to the clients' directories before, the error, and what mends it.
   const std::string rows[][3] = {
-      {"mkdir -p HostA/p; echo > HostA/p/po.db", "ERROR(not a path-object database): unable to ",
+      {"mkdir -p HostA/p; yes | head -c 5000 > HostA/p/po.db",
+       "ERROR(not a path-object database): unable to ",
        "rm -r HostA"},
       {"touch HostA", "/HostA/p: Not a directory\n", "rm HostA"},
       {"mkdir -p HostA/p/po.db", "/HostA/p/po.db; it is no regular file\n", "rm -r HostA"},
@@ -142,6 +143,9 @@ TEST_P(Repair, FailureLeavesTheCatalogAsideAndCanBeRunAgain) {
   };
   for (const auto& [damage, error, mend] : rows) {
     const Scene scene;
+    const std::string aside = "The repair is not finished: the catalog is at " +
+                              (scene.root() / k_work).string() +
+                              ", and the services are down. Run the repair again to finish it.\n";
     const auto sh = [&](const std::string& catalog, const std::string& script) {
       support::run({"sh", "-c", "cd " + (scene.root() / catalog / "2").string() + "; " + script});
     };
@@ -151,16 +155,62 @@ TEST_P(Repair, FailureLeavesTheCatalogAsideAndCanBeRunAgain) {
     const Ended ended = scene.repair(GetParam());
     EXPECT_EQ(ended.exit_status, 1);
     EXPECT_TRUE(contains(ended.err, error)) << ended.err;
+    EXPECT_TRUE(ends_with(ended.err, aside)) << ended.err;
     EXPECT_TRUE(contains(scene.logs("repaired_"), error)) << error;
     EXPECT_TRUE(ends_with(ended.out, "\nCase-sensitivity repair finished with some errors.\n"));
     EXPECT_FALSE(contains(ended.out, "Please start")) << "it is left for the operator to look";
     EXPECT_FALSE(fs::exists(scene.root() / "catalog"));
     EXPECT_FALSE(contains(scene.run_log(), "failed 0")) << scene.run_log();
+    const std::string scan = scene.scan(GetParam()).err;
+    EXPECT_TRUE(starts_with(scan, "Aborting with error:  ") && ends_with(scan, "\n" + aside))
+        << scan;
+    EXPECT_TRUE(ends_with(scene.dry_run().err, " does not exist.\n" + aside));
     sh(k_work, mend);
     EXPECT_EQ(scene.pos(k_work), before);
     EXPECT_EQ(scene.repair(GetParam()).exit_status, 0);
     EXPECT_EQ(scene.pos(), repaired(before));
   }
+}
+
+// What can be tried before the catalog is moved is tried then, and a repair that fails before it did
+// anything moves it back.
+TEST(RepairFaults, CatalogIsNotLeftAsideForNothing) {
+  const Scene scene;
+  scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
+  const auto before = scene.snapshot();
+  const std::string client = (scene.root() / "catalog/2/hosta").string();
+  const std::string strace = "ASAN_OPTIONS=detect_leaks=0 exec strace -qq -o /dev/null ";
+  const std::string rows[][2] = {
+      {"-P " + client + " -e inject=getdents64:error=EIO", "Aborting with error:  could not read"},
+      // The third and later ones are the threads, behind two commands.
+      {"-e inject=clone3:error=EAGAIN:when=3+", "Aborting with error:  could not create a worker"},
+  };
+  for (const auto& [fault, error] : rows) {
+    const Ended ended = scene.run_in_shell(strace + fault + " \"$@\"",
+                                           {"--repair_client_name_case", "--num_threads", "2"});
+    EXPECT_EQ(ended.exit_status, 1);
+    EXPECT_TRUE(contains(ended.err, error)) << ended.err;
+    EXPECT_FALSE(contains(ended.err, "The repair is not finished")) << ended.err;
+    EXPECT_EQ(scene.snapshot(), before);
+  }
+}
+
+TEST(RepairFaults, PathsTooLongBelowThePoliciesAreReportedOnceAndDoNotStopIt) {
+  const Scene scene;
+  scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
+  const std::string policy = scene.storage().policy_dir("hosta", "q").string();
+  support::run({"sh", "-c",
+                "mkdir " + policy + "; cd " + policy +
+                    "; name=$(printf %0200d); for i in $(seq 25); do mkdir $name; cd "
+                    "$name; done; ln -s /no/such link; cd " +
+                    policy + "; ln -s /no/such link"});
+  const Ended ended = scene.repair(4);
+  EXPECT_EQ(ended.exit_status, 0) << ended.err;
+  const auto lines = lines_beginning(ended.err, "ERROR: could not look for symbolic links in ");
+  EXPECT_EQ(lines.size(), 1U) << ended.err;
+  EXPECT_FALSE(fs::exists(fs::symlink_status(policy + "/link")));
+  support::run({"rm", "-rf", policy});
+  EXPECT_TRUE(starts_with(scene.pos().at(0), "HostA/p|")) << scene.pos().at(0);
 }
 
 TEST(RepairFaults, FirstFailedDirectoryEndsItAndALogThatCannotBeMadePutsTheCatalogBack) {
@@ -272,6 +322,8 @@ TEST(RepairFaults, DirectoriesThatCannotBeRenamedRefuseIt) {
        "ERROR: the catalog directory ($/catalog) is a symbolic link\n"},
   };
   for (const auto& [script, error] : rows) {
+      {"mv catalog/2 catalog/+02",
+       "ERROR: the DSID directory ($/catalog/+02) is a symbolic link\n"},
     support::run({"sh", "-c", "cd " + scene.root().string() + "; " + script});
     const auto before = scene.snapshot();
     const Ended ended = scene.repair();

@@ -89,7 +89,10 @@ TEST_F(Services, InterruptedCommandInterruptsTheRun) {
                         "mkdir " + (m_scene.root() / "once").string() + " && kill -INT $PPID\n");
   const Ended ended = m_scene.run({"--repair_client_name_case", "--force"});
   EXPECT_EQ(ended.exit_status, 1);
-  EXPECT_TRUE(ends_with(ended.err, "before it began; nothing was changed.\n"));
+  EXPECT_TRUE(ends_with(ended.err,
+                        "before it began; nothing in the catalog was changed.\n"
+                        "The Tavrin Deduplication services are stopped.\n"));
+  EXPECT_EQ(ended.out, support::k_start_services);
   EXPECT_TRUE(fs::exists(m_scene.root() / "catalog"));
 }
 

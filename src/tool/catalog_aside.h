@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+struct StoragePaths;
+
+// Whether a repair that did not finish has left the catalog under its work name.
+bool catalog_is_aside(const StoragePaths& storage);
+
+// Where the catalog is then and how it gets back, as one line. `services_are_down` is said only where
+// it is known.
+std::string catalog_aside_text(const StoragePaths& storage, bool services_are_down = true);

@@ -1,0 +1,100 @@
+#include "tool/symbolic_links.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <string>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "dct/report_error.h"
+#include "dct/run_in_shell.h"
+#include "platform/reports.h"
+#include "platform/run_log.h"
+#include "platform/status.h"
+#include "util/interrupt.h"
+
+namespace fs = boost::filesystem;
+namespace errc = boost::system::errc;
+
+namespace {
+
+using Paths = std::vector<fs::path>;
+
+void report_unreadable(const fs::path& path, const boost::system::error_code& error) {
+  dct::report_error("ERROR: could not look for symbolic links in " + path.string() + ": " +
+                    error.message() + "\n");
+}
+
+// One directory is open at a time, however deep the tree is. What is gone since it was listed has no
+// links.
+void list(const fs::path& dir, Paths& links, Paths& dirs) {
+  boost::system::error_code error;
+  fs::directory_iterator entry(dir, error);
+  for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+    boost::system::error_code unknown;
+    const fs::file_status status = entry->symlink_status(unknown);
+    if (fs::is_symlink(status)) links.push_back(entry->path());
+    if (fs::is_directory(status)) dirs.push_back(entry->path());
+    if (status.type() == fs::status_error) report_unreadable(entry->path(), unknown);
+  }
+  if (error && error != errc::no_such_file_or_directory) report_unreadable(dir, error);
+}
+
+Paths find_links(const fs::path& dir) {
+  Paths links;
+  Paths dirs{dir};
+  while (!dirs.empty() && !util::interrupted()) {
+    const fs::path next = dirs.back();
+    dirs.pop_back();
+    list(next, links, dirs);
+  }
+  return links;
+}
+
+// False, after a report, for one whose path is too long to be used.
+bool note(const fs::path& link) {
+  boost::system::error_code error;
+  const fs::path target = fs::read_symlink(link, error);
+  if (error == errc::filename_too_long) {
+    report_unreadable(link, error);
+    return false;
+  }
+  if (error) throw fs::filesystem_error("could not read a symbolic link", link, error);
+  InfoA("symbolic link " + link.string() + " to " + target.string());
+  return true;
+}
+
+bool is_gone(const fs::path& link) {
+  boost::system::error_code error;
+  return fs::symlink_status(link, error).type() == fs::file_not_found;
+}
+
+}  // namespace
+
+Paths note_symbolic_links(const fs::path& dir) {
+  Paths noted;
+  for (const fs::path& link : find_links(dir)) {
+    if (note(link)) noted.push_back(link.lexically_relative(dir));
+  }
+  if (!noted.empty() && platform::reports_were_lost()) {
+    throw Cr_ErrnoException(EIO, "the symbolic links could not be noted and were not removed");
+  }
+  return noted;
+}
+
+// One that stays is walked as what it leads to; nothing is lost by that, but it is not what was asked
+// for.
+void remove_symbolic_links(const fs::path& dir, const Paths& noted) {
+  (void)dct::run_in_shell("find " + dct::in_double_quotes(dir.string()) +
+                          " -type l -exec rm {} \\;");
+  for (const fs::path& link : noted) {
+    if (is_gone(dir / link)) continue;
+    dct::report_error("ERROR: the symbolic link " + (dir / link).string() +
+                      " could not be removed\n");
+  }
+}
+
+bool any_link_is_gone(const fs::path& dir, const Paths& noted) {
+  return std::any_of(noted.begin(), noted.end(),
+                     [&](const fs::path& link) { return is_gone(dir / link); });
+}
