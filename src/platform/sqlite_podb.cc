@@ -67,12 +67,11 @@ SQLitePODB::SQLitePODB(const std::string& /*catalog_root*/, const std::string& p
 
 SQLitePODB::SQLitePODB(const fs::path& catalog_root, const fs::path& policy_dir)
     : m_access(Access::read_write),
+      m_stores_commits_at_once(true),
       m_creation(std::make_unique<platform::PODBCreation>(catalog_root, policy_dir)) {
   try {
     m_database =
         platform::open_database(platform::podb_file(policy_dir).string(), SQLite::OPEN_READWRITE);
-    // A PO that was moved here is gone from where it was an instant later.
-    platform::store_commits_at_once(*m_database);
   } catch (...) {
     m_creation->undo();  // nothing can be in it yet
     throw;
@@ -205,6 +204,8 @@ cr_status_t SQLitePODB::do_begin_transaction() {
     if (!m_database) return k_status_db_read_only;
     const cr_status_t form = platform::check_file_form(*m_database);
     if (form != k_status_ok) return form;
+    // A PO that was moved here is gone from where it was an instant later.
+    if (m_stores_commits_at_once) platform::store_commits_at_once(*m_database);
     m_database->exec(m_access == Access::read_only ? "BEGIN" : "BEGIN IMMEDIATE");
     m_checked = false;  // another process may have been at it since
     return check();

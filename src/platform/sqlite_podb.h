@@ -82,6 +82,7 @@ class SQLitePODB : public PODB {
   bool holds_nothing();
 
   const Access m_access;
+  const bool m_stores_commits_at_once = false;
   std::unique_ptr<platform::PODBCreation> m_creation;  // null once a transaction was committed
   std::unique_ptr<SQLite::Database> m_database;        // null when there is no file
   bool m_checked = false;

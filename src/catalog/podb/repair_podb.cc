@@ -1,5 +1,6 @@
 #include "catalog/podb/repair_podb.h"
 
+#include <algorithm>
 #include <sstream>
 
 #include "catalog/podb/basename_parts.h"
@@ -52,12 +53,14 @@ RepairPODB::RepairPODB(const fs::path& policy_dir, dct::util::LogFile& log,
 
 int RepairPODB::visit_podb_impl() {
   Names names;
-  cr_status_t status = podb().get_basenames(names, condition_for_other_names(client()), 0, 0);
+  Names no_texts;
+  cr_status_t status = list(names, no_texts);
   if (status != k_status_ok) return write_error(ErrorType::list_source, status, policy_path(), "");
-  if (names.empty()) return k_status_ok;
-  tally().pos = names.size();
+  tally().pos = names.size() + no_texts.size();
+  if (tally().pos == 0) return k_status_ok;
   write_to_log("Client " + client() + " and policy " + policy() +
                " has case sensitivity issues.\n");
+  report_no_texts(no_texts);
   Groups groups;
   group_basenames(names, groups);
   for (auto group = groups.cbegin(); group != groups.cend() && status == k_status_ok; ++group) {
@@ -65,6 +68,25 @@ int RepairPODB::visit_podb_impl() {
   }
   if (status != k_status_ok) return status;
   return m_collision_found ? k_status_handled : k_status_ok;
+}
+
+// Nearly every directory has neither, and one listing tells. Names that are no texts come behind all
+// texts, so that a second one finds them without reading those.
+cr_status_t RepairPODB::list(Names& names, Names& no_texts) const {
+  const std::string others = condition_for_other_names(client());
+  cr_status_t status = podb().get_basenames(names, others, 0, 0);
+  if (status != k_status_ok || names.empty()) return status;
+  status = podb().get_basenames(no_texts, others + " AND basename >= x''", 0, 0);
+  names.resize(names.size() - std::min(names.size(), no_texts.size()));
+  return status;
+}
+
+// One may have the same bytes as a text, which moves; the two are different POs.
+void RepairPODB::report_no_texts(const Names& no_texts) const {
+  for (const std::string& name : no_texts) {
+    if (match_prefix(name, client()) != PrefixMatch::other_case) continue;
+    (void)write_error(ErrorType::get_from_source, k_status_malformed, policy_path(), name);
+  }
 }
 
 // A name of the client's own spelling may be listed where the spelling ends inside a character.

@@ -49,6 +49,8 @@ class RepairPODB : public BaseVisitPODB {
     remove_from_source,
   };
 
+  cr_status_t list(Names& names, Names& no_texts) const;
+  void report_no_texts(const Names& no_texts) const;
   void group_basenames(const Names& names, Groups& groups) const;
   cr_status_t move_basenames_group(Groups::const_iterator group);
   cr_status_t begin_both(SQLitePODB& target, const boost::filesystem::path& target_dir);
