@@ -14,6 +14,8 @@
 #include <boost/program_options/parsers.hpp>
 #include <boost/program_options/value_semantic.hpp>
 
+#include "platform/one_line.h"
+
 namespace {
 
 namespace po = boost::program_options;
@@ -88,6 +90,9 @@ const char* following_value(const OptDescriptor& option, int i, int argc, char**
     throw std::invalid_argument("the required argument for option '" + displayed(option) +
                                 "' is missing");
   }
+  if (argv[i][0] == '\0') {
+    throw std::invalid_argument("the argument for option '" + displayed(option) + "' is empty");
+  }
   return argv[i];
 }
 
@@ -138,7 +143,7 @@ int opt_parse(const OptDescriptor* const* options, int argc, char** argv) {
     parse(options, argc, argv);
     return 0;
   } catch (const std::exception& error) {
-    std::cerr << GetProgramName(argv[0]) + ": " + error.what() + "\n";
+    std::cerr << GetProgramName(argv[0]) + ": " + platform::on_one_line(error.what()) + "\n";
     return -1;
   }
 }

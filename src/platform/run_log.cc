@@ -8,6 +8,7 @@
 #include <spdlog/sinks/base_sink.h>
 
 #include "platform/append_file.h"
+#include "platform/one_line.h"
 #include "platform/reports.h"
 
 namespace {
@@ -36,20 +37,8 @@ std::shared_ptr<spdlog::logger>& run_log() {
   return log;
 }
 
-std::string on_one_line(std::string_view text) {
-  std::string line;
-  for (const char c : text) {
-    if (c == '\n') {
-      line += "\\n";
-    } else {
-      line += c;
-    }
-  }
-  return line;
-}
-
 void write(spdlog::level::level_enum level, std::string_view text) {
-  if (run_log()) run_log()->log(level, on_one_line(text));
+  if (run_log()) run_log()->log(level, platform::on_one_line(text));
 }
 
 }  // namespace
@@ -70,5 +59,6 @@ void WarningA(std::string_view text) {
   write(spdlog::level::warn, text);
 }
 void ErrorA(std::string_view text) {
+  platform::tell_terminal("WARNING: " + platform::on_one_line(text) + "\n");
   write(spdlog::level::err, text);
 }

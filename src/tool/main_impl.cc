@@ -69,10 +69,35 @@ int run_mode(const StoragePaths& storage) {
   if (opt_repair) {
     InfoA("mode: client name case repair");
     return repair_mode(storage);
+// What a run worked on is not known from its arguments: most of it is found.
+void log_mode(const char* mode, const StoragePaths& storage) {
+  InfoA(std::string("mode: ") + mode);
+  struct utsname host {};
+  (void)::uname(&host);  // fails for a bad address alone
+  InfoA("storage root " + storage.root.string() + ", catalog " + storage.catalog.string() +
+        ", host " + host.nodename);
+}
+
+bool options_go_together() {
+  if (opt_scan) return true;
+  if (opt_force && !opt_repair) {
+    dct::report_error(std::string("The --force option requires the --") + o_repair.long_name +
+                      " option\n");
+    return false;
+  }
+  if (opt_repair && opt_dry_run) {
+    dct::report_error(std::string("The --") + o_dry_run.long_name +
+                      " option cannot be used with the --" + o_repair.long_name + " option\n");
+    return false;
+  }
+  return true;
+}
+
   }
   if (opt_catalog_DR) {
-    InfoA(opt_dry_run ? "mode: metadata consistency, dry run"
-                      : "mode: metadata consistency, deletion");
+  if (!options_go_together()) return k_exit_failure;
+    log_mode(opt_dry_run ? "metadata consistency, dry run" : "metadata consistency, deletion",
+             storage);
     return consistency_mode(storage);
   }
   dct::report_error("Unknown options combination\n");

@@ -49,6 +49,8 @@ const OptDescriptor o_catalog_DR{
     &opt_catalog_DR,
     "Force the deduplication metadata to be consistent with the Tavrin catalog"};
 
+}  // namespace
+
 const OptDescriptor o_dry_run{
     &og_catalog_consistency,
     0,
@@ -57,6 +59,8 @@ const OptDescriptor o_dry_run{
     "false",
     &opt_dry_run,
     "Do not actually carry out any changes; print them to screen and log files"};
+
+namespace {
 
 const OptDescriptor o_pendimport_consistency{
     &og_catalog_consistency,

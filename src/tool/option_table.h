@@ -22,6 +22,7 @@ extern const char* opt_tvr_disk_pool;  // null when not given
 extern bool opt_help;
 
 extern const OptDescriptor o_repair;
+extern const OptDescriptor o_dry_run;
 
 // All options, NULL-terminated.
 const OptDescriptor* const* option_table();

@@ -17,6 +17,8 @@ TEST(CommandLine, RejectsWhatIsWrongInOneLineAndShowsTheUsage) {
       {{"--num_threads=1025"}, "('1025') for option '--num_threads'"},
       {{"--catalog_backup_time", "99999999999"}, "('99999999999') for option '--catalog_backup"},
       {{"--tvr_disk_pool", "--dry_run"}, "'--tvr_disk_pool' is missing"},
+      {{"--tvr_location", ""}, "the argument for option '--tvr_location' is empty"},
+      {{"--bo\ngus"}, "'--bo\\ngus'"},
   };
   for (const auto& [arguments, error] : rows) {
     std::vector<std::string> command{MDFIXUP_PROGRAM};
@@ -35,13 +37,21 @@ TEST(CommandLine, RejectsWhatIsWrongInOneLineAndShowsTheUsage) {
 
 TEST(CommandLine, FirstMatchingModeWins) {
   const std::string unknown = "Unknown options combination\n";
+  const std::string repaired_dry =
+      "The --dry_run option cannot be used with the --repair_client_name_case option\n";
   const std::tuple<std::vector<std::string>, int, std::string, std::string> rows[] = {
       {{"--scan_client_name_case", "--repair_client_name_case", "--force"}, 0, "is clean.\n", ""},
       {{"--num_threads", "9", "--num_threads=0", "--scan_client_name_case"}, 0, "is clean.\n", ""},
       {{"--force"}, 1, "", "The --force option requires the --repair_client_name_case option\n"},
       {{"--dry_run"}, 1, "", unknown},
       {{"--cleanup_case_work_space"}, 1, "", unknown},
-      {{"--repair_client_name_case", "--dry_run"}, 0, "repair finished successfully.\n", ""},
+      {{"--repair_client_name_case", "--dry_run"}, 1, "", repaired_dry},
+      {{"--repair_client_name_case", "--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run"},
+       1,
+       "",
+       repaired_dry},
+      {{"--scan_client_name_case", "--repair_client_name_case", "--dry_run"}, 0, "clean.\n", ""},
+      {{"--repair_client_name_case"}, 0, "repair finished successfully.\n", ""},
       {{"--FORCE_DEDUPE_METADATA_CONSISTENCY"}, 0, "finished successfully.\n", ""},
       {{"--dry_run", "--FORCE_DEDUPE_METADATA_CONSISTENCY"}, 0, "finished successfully.\n", ""},
       {{"--scan_client_name_case", "--tvr_location", "/no/such"},
