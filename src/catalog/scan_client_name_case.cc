@@ -34,7 +34,7 @@ int ScanClientNameCase::visit_dir(const fs::path& policy_dir) {
   } catch (const WalkRootChanged&) {
     throw;
   } catch (const Cr_ErrnoException& error) {
-    ErrorA(error.what());
+    ErrorA(error.GetString());
     return report_unreadable(error.GetStatus(), policy_dir);
   } catch (const std::exception& error) {
     ErrorA(error.what());

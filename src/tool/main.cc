@@ -4,6 +4,7 @@
 #include "dct/report_error.h"
 #include "platform/reports.h"
 #include "platform/run_log.h"
+#include "platform/status.h"
 #include "tool/exit_status.h"
 #include "tool/main_impl.h"
 
@@ -23,6 +24,8 @@ int main(int argc, char** argv) {
   int result = k_aborted;
   try {
     result = main_impl(argc, argv);
+  } catch (const Cr_ErrnoException& error) {
+    dct::report_error("Aborting with error:  " + error.GetString() + "\n");
   } catch (const std::exception& error) {
     dct::report_error(std::string("Aborting with error:  ") + error.what() + "\n");
   }

@@ -1,18 +1,21 @@
 #include "tool/main_impl.h"
 
+#include <sys/utsname.h>
 #include <unistd.h>
 
+#include <iomanip>
 #include <memory>
+#include <sstream>
 #include <string>
 
 #include <boost/filesystem/operations.hpp>
 
 #include "cr/config.h"
 #include "dct/child_environment.h"
+#include "dct/descriptor_limit.h"
 #include "dct/filesystem.h"
 #include "dct/report_error.h"
 #include "platform/run_log.h"
-#include "dct/descriptor_limit.h"
 #include "platform/status.h"
 #include "tool/exit_status.h"
 #include "tool/modes.h"
@@ -20,11 +23,11 @@
 #include "tool/usage.h"
 #include "util/file_lock.h"
 #include "util/interrupt.h"
+#include "util/lock_owner.h"
 #include "util/standard_descriptors.h"
 
 namespace fs = boost::filesystem;
 
-#include "util/lock_owner.h"
 namespace {
 
 // Null, after a message, when another run holds the storage.
@@ -35,14 +38,25 @@ std::unique_ptr<util::FileLock> take_lock(const fs::path& path) {
     if (error.GetStatus() == k_status_lock_file_exists) {
       dct::report_error("Refusing to run because the lock file " + dct::filesystem::as_utf8(path) +
                         " already exists.\n");
+      dct::report_error(util::describe_lock_file(path));
     } else if (error.GetStatus() == k_status_lock_held) {
       dct::report_error(
           "\nRefusing to run because we could not obtain an exclusive lock.\nAnother instance of " +
           progname + " is running.\n");
-      dct::report_error(util::describe_lock_file(path));
     }
     return nullptr;
   }
+}
+
+// An argument that does not read as one word stands in quotes, with a backslash before a quote or
+// another backslash.
+std::string as_one_word(const std::string& argument) {
+  const bool is_one =
+      !argument.empty() && argument.find_first_of(" \t\r\n\"\\") == std::string::npos;
+  if (is_one) return argument;
+  std::ostringstream quoted;
+  quoted << std::quoted(argument);
+  return quoted.str();
 }
 
 void set_up_run_log(const fs::path& log_dir, int argc, char** argv) {
@@ -51,24 +65,10 @@ void set_up_run_log(const fs::path& log_dir, int argc, char** argv) {
   fs::create_directories(file.parent_path());
   dctLogSetA(file.c_str(), k_log_flags, 0, progname.c_str());
   std::string arguments;
-  for (int i = 1; i < argc; ++i) arguments += std::string(" ") + argv[i];
+  for (int i = 1; i < argc; ++i) arguments += " " + as_one_word(argv[i]);
   InfoA("start: pid " + std::to_string(::getpid()) + ", arguments" + arguments);
 }
 
-// What the flags ask for; the first that applies wins.
-int run_mode(const StoragePaths& storage) {
-  if (opt_scan) {
-    InfoA("mode: client name case scan");
-    return scan_mode(storage);
-  }
-  if (opt_force && !opt_repair) {
-    dct::report_error(std::string("The --force option requires the --") + o_repair.long_name +
-                      " option\n");
-    return k_exit_failure;
-  }
-  if (opt_repair) {
-    InfoA("mode: client name case repair");
-    return repair_mode(storage);
 // What a run worked on is not known from its arguments: most of it is found.
 void log_mode(const char* mode, const StoragePaths& storage) {
   InfoA(std::string("mode: ") + mode);
@@ -93,9 +93,18 @@ bool options_go_together() {
   return true;
 }
 
+// What the flags ask for; the first that applies wins.
+int run_mode(const StoragePaths& storage) {
+  if (!options_go_together()) return k_exit_failure;
+  if (opt_scan) {
+    log_mode("client name case scan", storage);
+    return scan_mode(storage);
+  }
+  if (opt_repair) {
+    log_mode("client name case repair", storage);
+    return repair_mode(storage);
   }
   if (opt_catalog_DR) {
-  if (!options_go_together()) return k_exit_failure;
     log_mode(opt_dry_run ? "metadata consistency, dry run" : "metadata consistency, deletion",
              storage);
     return consistency_mode(storage);
@@ -130,6 +139,7 @@ int main_impl(int argc, char** argv) {
   util::catch_progress_requests();
   util::open_standard_descriptors();
   dct::fix_child_environment();
+  dct::raise_descriptor_limit();
   progname = GetProgramName(argv[0]);
   if (!parse_options(argc, argv) || argc == 1) {
     Usage();
@@ -142,4 +152,3 @@ int main_impl(int argc, char** argv) {
   const util::SignalGuard signals;
   return run_on_storage(argc, argv);
 }
-  dct::raise_descriptor_limit();

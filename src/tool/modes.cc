@@ -20,10 +20,10 @@
 #include "tool/pending_import_guard.h"
 #include "tool/run_task.h"
 #include "tool/services.h"
+#include "tool/thread_count.h"
 #include "tool/tvr_location.h"
 #include "tvr_utils/disk_pool_label.h"
 
-#include "tool/thread_count.h"
 namespace fs = boost::filesystem;
 
 namespace {
@@ -52,6 +52,13 @@ std::string disk_pool_name(const fs::path& admincmd_dir) {
         "Use the --tvr_disk_pool option to specify the disk pool name.\n");
   }
   return name;
+}
+
+void log_what_is_listed(const std::string& disk_pool) {
+  InfoA("disk pool " + disk_pool +
+        (opt_tvr_disk_pool != nullptr ? ", given by --tvr_disk_pool" : ", found by the host name") +
+        "; the listing reaches back " +
+        std::to_string(catalog::podb::listing_hours_ago(opt_catalog_backup_time)) + " hours");
 }
 
 template <class V>
@@ -103,6 +110,7 @@ int consistency_mode(const StoragePaths& storage) {
   }
   const std::string disk_pool = disk_pool_name(admincmd_dir);
   if (disk_pool.empty()) return k_exit_failure;
+  log_what_is_listed(disk_pool);
   bool done = false;
   if (opt_dry_run) {
     done = compare<catalog::podb::PrintOrphanPOs>(storage, admincmd_dir, disk_pool);
@@ -110,7 +118,6 @@ int consistency_mode(const StoragePaths& storage) {
     if (!StopServices(opt_tvr_location)) return k_exit_failure;
     done = delete_orphans(storage, admincmd_dir, disk_pool);
   }
-  log_what_is_listed(disk_pool);
   if (!done) return k_exit_failure;
   platform::print("mdfixup finished successfully.\n");
   return k_exit_success;

@@ -115,17 +115,25 @@ TEST(CommandLine, ConfigurationFaultsNameFileAndEntry) {
 TEST(CommandLine, RunLogTellsStartModeErrorsSummaryAndEnd) {
   const Scene scene;
   EXPECT_EQ(scene.scan().exit_status, 0);
-  EXPECT_EQ(scene.run({"--force"}).exit_status, 1);
+  EXPECT_EQ(scene.run({"--force", "--tvr_disk_pool", "a --dry_run \"b"}).exit_status, 1);
   const std::string log = scene.run_log();
   for (const char* part :
        {"arguments --tvr_location ", "mode: client name case scan",
         "summary: policy directories 0, failed 0, POs 0,", "no policy directory was found",
-        "end: exit status 0", "error pid=", "The --force option requires", "end: exit status 1"}) {
+        "end: exit status 0", "error pid=", "The --force option requires", "end: exit status 1",
+        " --force --tvr_disk_pool \"a --dry_run \\\"b\"\n"}) {
     EXPECT_TRUE(contains(log, part)) << part << " not in " << log;
   }
   const fs::path file = scene.storage().log_dir() / "mdfixup" / "mdfixup.log";
   const auto mode = fs::status(file).permissions();
   EXPECT_EQ(mode & fs::others_all, fs::no_perms);
+  const std::string root = scene.root().string();
+  EXPECT_TRUE(contains(log, " storage root " + root + ", catalog " + root + "/catalog, host "));
+  const std::string no_file = "is neither a regular file nor a character device";
+  const std::string rows[][2] = {{"mkdir $log", "Is a directory"},
+                                 {"rmdir $log; mkfifo $log", no_file},
+                                 {"exec 9<>$log", no_file},
+                                 {"rm $log; ln -s /dev/null $log", ""}};
   fs::remove(file);
   for (const auto& [script, error] : rows) {
     const std::string begin = "log=" + file.string() + "; " + script + "; \"$@\"";
@@ -157,13 +165,6 @@ TEST(CommandLine, LogsThatCannotGrowKeepWhatTheyHaveAndTheRestGoesToStandardErro
   for (const std::size_t bytes : {2000U, 1000U}) {
     const Scene scene;
     const fs::path log = scene.storage().log_dir() / "mdfixup" / "mdfixup.log";
-  const std::string root = scene.root().string();
-  EXPECT_TRUE(contains(log, " storage root " + root + ", catalog " + root + "/catalog, host "));
-  const std::string no_file = "is neither a regular file nor a character device";
-  const std::string rows[][2] = {{"mkdir $log", "Is a directory"},
-                                 {"rmdir $log; mkfifo $log", no_file},
-                                 {"exec 9<>$log", no_file},
-                                 {"rm $log; ln -s /dev/null $log", ""}};
     const std::string earlier = std::string(bytes, 'x') + "\n";
     support::write_text(log, earlier);
     for (int dsid = 10; dsid < 40; ++dsid) {

@@ -26,7 +26,7 @@ void BasenameTimeAndCopySet::insert(std::string_view basename) {
     m_name.parse(basename, client());
     m_image_copies.insert({m_name.backup_time, m_name.copy_number});
   } catch (const Cr_ErrnoException& error) {
-    if (error.GetStatus() != k_status_handled) report_unparsed(error.what());
+    if (error.GetStatus() != k_status_handled) report_unparsed(error.GetString());
   } catch (const boost::bad_lexical_cast& error) {
     report_unparsed(error.what());
     // The text does not tell which name it was.
@@ -35,8 +35,8 @@ void BasenameTimeAndCopySet::insert(std::string_view basename) {
   }
 }
 
-void BasenameTimeAndCopySet::report_unparsed(const char* text) const {
-  write_to_log(std::string("ERROR: could not parse PO file name; ") + text + "; dirname " +
+void BasenameTimeAndCopySet::report_unparsed(const std::string& text) const {
+  write_to_log("ERROR: could not parse PO file name; " + text + "; dirname " +
                dct::filesystem::as_utf8(policy_path()) + "\n");
 }
 

@@ -34,7 +34,7 @@ class BasenameTimeAndCopySet : public BaseVisitPODB {
 
  private:
   void insert(std::string_view basename);
-  void report_unparsed(const char* text) const;
+  void report_unparsed(const std::string& text) const;
 
   BasenameTimeAndCopy m_name;
   CopySet m_image_copies;
