@@ -1,5 +1,6 @@
 #include "report/concerns.h"
 
+#include <iomanip>
 #include <optional>
 #include <sstream>
 
@@ -11,12 +12,12 @@ namespace {
 
 using About = Concern::About;
 
-// The value of an option as the run log has it, the last one given; none when it was not given. Values
-// that hold blanks cannot be told from arguments, but none of those that are asked for here does.
+// The value of an option as the run log has it, the last one given; none when it was not given. An
+// argument that holds blanks stands in quotes.
 std::optional<std::string> option(const std::string& arguments, const std::string& name) {
   std::optional<std::string> value;
   std::istringstream words(arguments);
-  for (std::string word; words >> word;) {
+  for (std::string word; words >> std::quoted(word);) {
     if (word == name) {
       value.emplace();
     } else if (value && value->empty()) {
@@ -83,6 +84,20 @@ bool nothing_was_found(const Details& details) {
   return summary.copies != 0 && summary.orphan_copies == summary.copies;
 }
 
+// A clean-up of what expired takes a few copies; a mistake takes many.
+void add_share(const ConsistencyDetails& details, std::vector<Concern>& concerns) {
+  constexpr double k_worrying = 0.2;
+  if (!details.run || !details.run->summary || details.run->summary->copies == 0) return;
+  if (nothing_was_found(details)) return;
+  const Summary& summary = *details.run->summary;
+  const double share =
+      static_cast<double>(summary.orphan_copies) / static_cast<double>(summary.copies);
+  if (share < k_worrying) return;
+  concerns.push_back({About::share, percent(share) + " of all copies are orphans: " +
+                                        with_commas(summary.orphan_copies) + " of " +
+                                        with_commas(summary.copies)});
+}
+
 // A log that lists fewer than the run counted was cut, or not all of it could be read.
 void add_counts(const ConsistencyDetails& details, std::vector<Concern>& concerns) {
   if (!details.run || !details.run->summary) return;
@@ -126,10 +141,14 @@ std::vector<Concern> concerns_of(const RepairDetails& details) {
 std::vector<Concern> concerns_of(const ConsistencyDetails& details) {
   const bool gone = details.task == Task::deletion;
   std::vector<Concern> concerns;
+  if (details.run && !details.run->clock_warning.empty()) {
+    concerns.push_back({About::warnings, details.run->clock_warning});
+  }
   if (nothing_was_found(details)) {
     concerns.push_back(
         {About::run, "not one copy was found in the backup catalog: is it the right disk pool?"});
   }
+  add_share(details, concerns);
   add_run(details, concerns);
   if (details.run) add_options(details.run->arguments, concerns);
   if (const std::uint64_t count = details.orphans.groups_losing_everything; count != 0) {

@@ -13,6 +13,7 @@ struct Concern {
     run,
     warnings,
     options,
+    share,
     whole_dirs,
     other_copies,
     failed,

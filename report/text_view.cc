@@ -139,7 +139,9 @@ void show_head(std::ostream& out, const Details& details, const std::vector<Conc
 }
 
 void show(std::ostream& out, const ConsistencyDetails& details) {
-  show_head(out, details, concerns_of(details));
+  const std::vector<Concern> concerns = concerns_of(details);
+  show_head(out, details, concerns);
+  if (concerns.empty()) out << "  " << k_no_concern << " " << k_no_concern_caveat << "\n";
   show_failed(out, details.failed);
   show_notes(out, "Errors", details.errors);
   if (details.orphans_were_read) {

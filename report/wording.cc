@@ -10,6 +10,12 @@
 
 namespace report {
 
+const char* const k_no_concern = "The logs name nothing to look at first.";
+const char* const k_no_concern_caveat =
+    "That does not prove the list right: a wrong disk pool or an incomplete listing leaves no "
+    "trace "
+    "in them.";
+
 std::string name_of(Task task) {
   switch (task) {
     case Task::scan:

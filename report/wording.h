@@ -14,6 +14,10 @@ std::string name_of(Task task);
 // "ended well", "failed (exit status 1)", "no end logged: killed, cut off, or still running", ...
 std::string ending_of(const Run& run);
 
+// What a view says where no concern is named: a headline, and what it does not prove.
+extern const char* const k_no_concern;
+extern const char* const k_no_concern_caveat;
+
 // "Dry run of 2026-11-21 14:25:35", in the host's time.
 std::string title_of(const Details& details);
 std::string title_of(const Run& run);

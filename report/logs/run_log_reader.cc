@@ -113,6 +113,9 @@ bool RunLogReader::take(std::string_view line) {
     (void)take_prefix(rest, " ");
     run.arguments = shortened(rest);
   } else if (entry.level == "warning") {
+    if (rest.find("newer than this host's clock") != std::string_view::npos) {
+      run.clock_warning = shortened(entry.text);
+    }
     // There may be one for each directory; those of the whole run are not to be lost behind them.
     if (rest.find("none of the copies in /") != std::string_view::npos) {
       run.warnings.add(shortened(entry.text), k_most_notes);

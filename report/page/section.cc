@@ -83,6 +83,7 @@ std::string id_of(Concern::About about) {
     case Concern::About::collisions:
       return "-collisions";
     case Concern::About::run:
+    case Concern::About::share:
     case Concern::About::options:
     case Concern::About::counts:
       break;
@@ -93,10 +94,8 @@ std::string id_of(Concern::About about) {
 void write_concerns(const std::vector<Concern>& concerns, const std::string& id,
                     std::ostream& out) {
   if (concerns.empty()) {
-    out << "<p class=\"calm\"><strong>The logs name nothing to look at first.</strong> That does "
-           "not prove the list right: a wrong disk pool or an incomplete listing leaves no trace "
-           "in "
-           "them.</p>\n";
+    out << "<p class=\"calm\"><strong>" << k_no_concern << "</strong> " << k_no_concern_caveat
+        << "</p>\n";
     return;
   }
   out << "<div class=\"alert\"><h3>Look at this first</h3><ul>\n";

@@ -15,6 +15,7 @@ struct DirCounts {
   std::uint64_t other_copies_pos = 0;  // of these, the ones of another copy than the one named
   std::uint64_t moved_pos = 0;
   std::uint64_t collisions = 0;
+  std::uint64_t future_copies = 0;  // newer than the host's clock by more than a day
 };
 
 // What a task counted in a whole run. Directories add to it once they are done, so that workers do
@@ -35,14 +36,16 @@ class RunTotals {
     m_other_copies_pos += counts.other_copies_pos;
     m_moved_pos += counts.moved_pos;
     m_collisions += counts.collisions;
+    m_future_copies += counts.future_copies;
   }
 
   std::uint64_t dirs() const { return m_dirs; }
   std::uint64_t done_dirs() const { return m_done_dirs; }  // those in hand left out
   std::uint64_t failed_dirs() const { return m_failed_dirs; }
   DirCounts counts() const {
-    return {m_pos,       m_copies,           m_orphan_copies, m_missing_copies,
-            m_taken_pos, m_other_copies_pos, m_moved_pos,     m_collisions};
+    return {m_pos,          m_copies,           m_orphan_copies, m_missing_copies,
+            m_taken_pos,    m_other_copies_pos, m_moved_pos,     m_collisions,
+            m_future_copies};
   }
 
  private:
@@ -57,6 +60,7 @@ class RunTotals {
   std::atomic<std::uint64_t> m_other_copies_pos{0};
   std::atomic<std::uint64_t> m_moved_pos{0};
   std::atomic<std::uint64_t> m_collisions{0};
+  std::atomic<std::uint64_t> m_future_copies{0};
 };
 
 // Adds what is counted in a directory when it goes out of scope: something was done in a directory

@@ -89,12 +89,22 @@ void VisitPOsNotInTVRCatalog<V>::compare_dir(const fs::path& policy_dir) {
   V visitor(policy_dir, log(), *m_missing_images_log, m_admincmd_dir, m_disk_pool);
   if (!visitor.has_database()) require_same_root();
   const CountsAdder counted(totals_to_add_to(), visitor.counts());
+  warn_of_clock(visitor.counts().future_copies, policy_dir);
   visitor.set_catalog_backup_time(m_catalog_backup_time);
   compare(visitor);
   visitor.visit_image_copies_not_in_TV_impl();
   m_policy_dirs_log->write(visitor.counts_line());
   const boost::lock_guard<boost::mutex> guard(m_mutex);
   m_visited_pairs.push_back(pair_text(visitor.client(), visitor.policy()));
+}
+
+// Before anything is deleted, while there is time to stop; the totals count them all.
+template <class V>
+void VisitPOsNotInTVRCatalog<V>::warn_of_clock(std::uint64_t future_copies,
+                                               const fs::path& policy_dir) {
+  if (future_copies == 0 || m_warned_of_clock.exchange(true)) return;
+  WarningA(dct::filesystem::as_utf8(policy_dir) + " has copies that are newer than this host's " +
+           "clock by more than a day: a wrong clock makes orphans of live images");
 }
 
 template <class V>

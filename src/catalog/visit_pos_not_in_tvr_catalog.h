@@ -43,6 +43,7 @@ class VisitPOsNotInTVRCatalog : public BaseTraverseCatalog {
 
  private:
   void compare_dir(const boost::filesystem::path& policy_dir);
+  void warn_of_clock(std::uint64_t future_copies, const boost::filesystem::path& policy_dir);
   void report(int status, const boost::filesystem::path& policy_dir, const std::string& text);
   void list_unvisited_pairs();
   std::vector<std::string> visited_pairs();
@@ -52,6 +53,7 @@ class VisitPOsNotInTVRCatalog : public BaseTraverseCatalog {
   const std::int64_t m_catalog_backup_time;
   boost::shared_ptr<dct::util::LogFile> m_missing_images_log;
   boost::shared_ptr<dct::util::LogFile> m_policy_dirs_log;
+  std::atomic<bool> m_warned_of_clock{false};
   std::vector<std::string> m_visited_pairs BOOST_THREAD_GUARDED_BY(m_mutex);
   boost::mutex m_mutex;
 };

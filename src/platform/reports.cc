@@ -48,6 +48,11 @@ void tell_standard_error_at_once(std::string_view text) {
   if (takes_output(STDERR_FILENO)) (void)tell_standard_error(text);
 }
 
+// A terminal that takes nothing now, as one that was stopped, is not waited for.
+void tell_terminal(std::string_view text) {
+  if (::isatty(STDERR_FILENO) == 1) tell_standard_error_at_once(text);
+}
+
 void tell_or_lose(std::string_view text) {
   if (!tell_standard_error(text)) s_lost = true;
 }

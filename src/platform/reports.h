@@ -20,7 +20,10 @@ bool tell_standard_error(std::string_view text);
 // The same, but for a text that would have to be waited for: nobody is reading.
 void tell_standard_error_at_once(std::string_view text);
 
-// As the first for a text that no log took; one that standard error does not take either is lost.
+// Writes to standard error if that is a terminal; does nothing elsewhere.
+void tell_terminal(std::string_view text);
+
+// As tell_standard_error for a text that no log took; one that standard error does not take either is lost.
 void tell_or_lose(std::string_view text);
 
 // Whether a text was lost since the process started.

@@ -55,10 +55,12 @@ void dctLogSetA(const char* path, unsigned flags, int reserved, const char* prog
 void InfoA(std::string_view text) {
   write(spdlog::level::info, text);
 }
+// Whoever sits at a terminal reads no log while the run goes on.
 void WarningA(std::string_view text) {
+  if (!run_log()) return;
   write(spdlog::level::warn, text);
+  platform::tell_terminal("WARNING: " + platform::on_one_line(text) + "\n");
 }
 void ErrorA(std::string_view text) {
-  platform::tell_terminal("WARNING: " + platform::on_one_line(text) + "\n");
   write(spdlog::level::err, text);
 }

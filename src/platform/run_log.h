@@ -11,7 +11,8 @@
 void dctLogSetA(const char* path, unsigned flags, int reserved, const char* program_name);
 
 // One line in the run log; line ends inside the text are written as "\n". A line that cannot be
-// written goes to standard error. Nothing happens before dctLogSetA.
+// written goes to standard error. A warning is also shown on standard error if that is a terminal.
+// Nothing happens before dctLogSetA.
 // Threads: may be called from any thread.
 void InfoA(std::string_view text);
 void WarningA(std::string_view text);

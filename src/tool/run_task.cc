@@ -5,6 +5,7 @@
 #include <string>
 
 #include "catalog/base_traverse_catalog.h"
+#include "platform/reports.h"
 #include "platform/run_log.h"
 #include "tool/progress.h"
 #include "util/interrupt.h"
@@ -19,7 +20,9 @@ std::string with_milliseconds(std::chrono::steady_clock::duration time) {
   return digits.insert(digits.size() - k_decimals, ".");
 }
 
-void log_totals(const catalog::RunTotals& totals, std::chrono::steady_clock::duration time) {
+using Duration = std::chrono::steady_clock::duration;
+
+void log_summary(const catalog::RunTotals& totals, Duration time) {
   const catalog::DirCounts counts = totals.counts();
   InfoA("summary: policy directories " + std::to_string(totals.dirs()) + ", failed " +
         std::to_string(totals.failed_dirs()) + ", POs " + std::to_string(counts.pos) + ", copies " +
@@ -29,7 +32,13 @@ void log_totals(const catalog::RunTotals& totals, std::chrono::steady_clock::dur
         std::to_string(counts.other_copies_pos) + ", POs moved " +
         std::to_string(counts.moved_pos) + ", collisions " + std::to_string(counts.collisions) +
         ", seconds " + with_milliseconds(time));
-  if (totals.dirs() == 0) WarningA("no policy directory was found in the catalog");
+}
+
+void log_warnings(const catalog::BaseTraverseCatalog& task) {
+  const catalog::DirCounts counts = task.totals().counts();
+  if (task.reached_end() && task.totals().dirs() == 0) {
+    WarningA("no policy directory was found in the catalog");
+  }
   if (counts.other_copies_pos != 0) {
     WarningA("the deletion takes POs of other copies than those named; the task's log lists them");
   }
@@ -37,31 +46,48 @@ void log_totals(const catalog::RunTotals& totals, std::chrono::steady_clock::dur
     WarningA(
         "the backup catalog has none of the copies in the metadata: is it the right disk pool?");
   }
+  if (counts.future_copies != 0) {
+    WarningA(std::to_string(counts.future_copies) + " of " + std::to_string(counts.copies) +
+             " copies are newer than this host's clock by more than a day: is the clock right?");
+  }
 }
 
-// Logs the counts when it goes out of scope: a run that throws has done some work too.
-class TotalsLogger {
+// The end of what an operator has watched.
+void show_totals(const catalog::BaseTraverseCatalog& task, Duration time) {
+  const std::string findings = task.findings();
+  platform::tell_terminal("Total: " + std::to_string(task.totals().done_dirs()) +
+                          " policy directories, " + std::to_string(task.totals().failed_dirs()) +
+                          " failed" + (findings.empty() ? "" : ", " + findings) + ", " +
+                          with_milliseconds(time) + " s" +
+                          (util::interrupted() ? "; interrupted" : "") + "\n");
+}
+
+// Tells the counts when it goes out of scope: a run that throws has done some work too.
+class TotalsTeller {
  public:
-  explicit TotalsLogger(const catalog::RunTotals& totals) : m_totals(totals) {}
-  TotalsLogger(const TotalsLogger&) = delete;
-  TotalsLogger& operator=(const TotalsLogger&) = delete;
-  ~TotalsLogger() {
+  explicit TotalsTeller(const catalog::BaseTraverseCatalog& task) : m_task(task) {}
+  TotalsTeller(const TotalsTeller&) = delete;
+  TotalsTeller& operator=(const TotalsTeller&) = delete;
+  ~TotalsTeller() {
     try {
-      log_totals(m_totals, std::chrono::steady_clock::now() - m_start);
+      const Duration time = std::chrono::steady_clock::now() - m_start;
+      log_summary(m_task.totals(), time);
+      log_warnings(m_task);
+      show_totals(m_task, time);
     } catch (const std::exception&) {
       // Without memory for a line of the log, what ended the run is still told.
     }
   }
 
  private:
-  const catalog::RunTotals& m_totals;
+  const catalog::BaseTraverseCatalog& m_task;
   const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
 };
 
 }  // namespace
 
 bool run_task(catalog::BaseTraverseCatalog& task, Summary summary) {
-  const TotalsLogger logger(task.totals());
+  const TotalsTeller teller(task);
   constexpr ProgressIntervals k_intervals{std::chrono::seconds(1), std::chrono::minutes(1)};
   Progress progress(task, k_intervals);
   const bool traversed = task.traverse();

@@ -149,7 +149,7 @@ TEST(Report, RunsOfOneSecondAreToldApart) {
     line("start: pid 7, arguments");
     line(std::string("mode: metadata consistency, ") + mode);
     line(
-        "summary: policy directories 1, failed 0, POs 2, copies 2, orphan copies 1, missing copies "
+        "summary: policy directories 1, failed 0, POs 9, copies 9, orphan copies 1, missing copies "
         "0, POs taken 2, of other copies 0, POs moved 0, collisions 0, seconds 0.001");
     line("end: exit status 0");
   }
@@ -223,7 +223,8 @@ TEST(Report, NamesWhatToLookAtBeforeActing) {
            ", orphan copies 1, missing copies 0, POs taken 2, of other copies 0, POs moved 0, "
            "collisions 0, seconds 0.001";
   };
-  const std::string end = line(101, ended(2)) + line(101, "end: exit status 0");
+  const std::string end = line(101, ended(6)) + line(101, "end: exit status 0");
+  const std::string clock = "2 of 6 copies are newer than this host's clock by more than a day";
   std::string many;
   for (int i = 0; i < 30; ++i) {
     many += line(101, "the backup catalog has none of the copies in /d", "warning");
@@ -233,6 +234,9 @@ TEST(Report, NamesWhatToLookAtBeforeActing) {
     std::string log, concern;
   } rows[] = {
       {end, ""},
+      {line(101, ended(5)) + line(101, "end: exit status 0"),
+       "[\"20.0 % of all copies are orphans: 1 of 5\"]"},
+      {line(101, clock, "warning") + many + end, "[\"" + clock + "\","},
       {line(100, "moved the catalog from ") + end, ""},
       {"", "no end logged"},
       {line(101, ended(2)) + line(101, "end: exit status 1"), "ending: failed (exit status 1)"},
@@ -256,6 +260,8 @@ TEST(Report, NamesWhatToLookAtBeforeActing) {
     const std::string concerns = dry_run["concerns"].dump();
     EXPECT_TRUE(row.concern.empty() ? concerns == "[]" : contains(concerns, row.concern))
         << concerns;
+    EXPECT_EQ(contains(logs.report("--text").out, "does not prove the list right"),
+              row.concern.empty());
   }
   const Logs logs;
   support::write_text(logs.dir() / "repaired_client_names_with_case_sensitivity_issues.100", "");

@@ -79,8 +79,9 @@ TEST(DryRun, ComparesCopyByCopy) {
 
 TEST(DryRun, NamesThatDoNotParseAreReportedAndLeftOut) {
   const Scene scene;
-  scene.put("hosta", "p",
-            {"EVENT_1_C1_F1.img", "hosta_x_C1_F1.img", "hosta_1", "HostA_1_C1_F1.img"});
+  scene.put(
+      "hosta", "p",
+      {"EVENT_1_C1_F1.img", "hosta_x_C1_F1.img", std::string("hosta\0_1", 8), "HostA_1_C1_F1.img"});
   const Ended ended = scene.dry_run();
   EXPECT_EQ(ended.exit_status, 0) << ended.err;
   EXPECT_EQ(lines_beginning(ended.out, "{").size(), 0U);
@@ -88,7 +89,7 @@ TEST(DryRun, NamesThatDoNotParseAreReportedAndLeftOut) {
   const std::string end = "; dirname " + scene.storage().policy_dir("hosta", "p").string() + "\n";
   const std::vector<std::string> expected{
       begin + "bad lexical cast: source type value could not be interpreted as target" + end,
-      begin + "hosta_1 has too few underscores" + end,
+      begin + std::string("hosta\0_1", 8) + " has too few underscores" + end,
       begin + "the client directory name hosta does not match the case of HostA" + end};
   const std::string log = scene.logs("OrphanImages_");
   EXPECT_EQ(lines_beginning(log, begin), expected);
@@ -100,7 +101,12 @@ TEST(DryRun, ListingsReachBackTwoDaysBeforeTheCatalogBackup) {
   const std::int64_t now = std::time(nullptr);
   const std::int64_t recent = now - 86400;
   const std::int64_t old = now - 90 * 86400;
-  scene.put("hosta", "p", {"hosta_" + std::to_string(old) + "_C1_F1.img"});
+  scene.put("hosta", "p",
+            {"hosta_" + std::to_string(old) + "_C1_F1.img",
+             "hosta_" + std::to_string(now + 80000) + "_C1_F1.img",
+             "hosta_" + std::to_string(now + 90000) + "_C1_F1.img"});
+  scene.storage().list_image("hosta", "p", now + 80000, {1});
+  scene.storage().list_image("hosta", "p", now + 90000, {1});
   for (const char* client : {"hosta", "hostb"}) {
     for (const std::int64_t time : {recent, old}) {
       scene.storage().list_image(client, "p", time, {1});
@@ -112,6 +118,13 @@ TEST(DryRun, ListingsReachBackTwoDaysBeforeTheCatalogBackup) {
   const std::string time = std::to_string(recent);
   EXPECT_EQ(missing(scene), (std::vector<std::string>{"hosta_" + time + "|hosta|p|1|\n",
                                                       "hostb_" + time + "|hostb|p|1|\n"}));
+  const std::string log = scene.run_log();
+  EXPECT_TRUE(contains(log, "/hosta/p has copies that are newer than this host's clock")) << log;
+  EXPECT_TRUE(contains(log, " 1 of 3 copies are newer than this host's clock")) << log;
+  EXPECT_TRUE(contains(log,
+                       " disk pool dp_sandbox, found by the host name; the listing reaches "
+                       "back 50 hours\n"))
+      << log;
 }
 
 TEST(DryRun, PendingImportsRefuseTheRun) {

@@ -1,5 +1,7 @@
 #include "catalog/podb/basename_time_and_copy_set.h"
 
+#include <ctime>
+
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 
 #include "dct/filesystem.h"
@@ -12,11 +14,13 @@ BasenameTimeAndCopySet::BasenameTimeAndCopySet(const boost::filesystem::path& po
     : BaseVisitPODB(policy_dir, log, access) {}
 
 int BasenameTimeAndCopySet::visit_podb_impl() {
+  constexpr std::int64_t k_day_seconds = 86400;
   const cr_status_t status =
       podb().get_basenames([this](std::string_view basename) { insert(basename); });
   if (status != k_status_ok) m_image_copies = CopySet();
   m_image_copies.finish();
   tally().copies = m_image_copies.size();
+  tally().future_copies = m_image_copies.count_later_than(std::time(nullptr) + k_day_seconds);
   return status;
 }
 

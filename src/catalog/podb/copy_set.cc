@@ -36,4 +36,11 @@ bool CopySet::erase(const details::numbers& copy) {
   return true;
 }
 
+std::size_t CopySet::count_later_than(std::int64_t backup_time) const {
+  const auto first = std::upper_bound(
+      m_entries.begin(), m_entries.end(), backup_time,
+      [](std::int64_t time, const Entry& entry) { return time < entry.backup_time; });
+  return static_cast<std::size_t>(m_entries.end() - first);
+}
+
 }  // namespace catalog::podb

@@ -40,6 +40,9 @@ class CopySet {
   // Takes the copy out; whether it was there.
   bool erase(const details::numbers& copy);
 
+  // How many were made after that time, whether they were taken out or not.
+  std::size_t count_later_than(std::int64_t backup_time) const;
+
   std::size_t size() const { return m_entries.size() - m_erased; }
 
   // Calls `visit` with each copy, in ascending order.
