@@ -66,10 +66,14 @@ Subject::~Subject() {
   }
 }
 
+Child::Environment Subject::environment() const {
+  return {{"KSREGISTRY", m_storage.registry_file().string()}};
+}
+
 void Subject::stop_services() const {
   if (!m_task.services) return;
-  (void)sandbox::run({(m_storage.product() / k_monitor).string(), "-terminate"});
-  (void)sandbox::run({(m_storage.product() / k_engine).string(), "stop"});
+  (void)sandbox::run({(m_storage.product() / k_monitor).string(), "-terminate"}, environment());
+  (void)sandbox::run({(m_storage.product() / k_engine).string(), "stop"}, environment());
 }
 
 int Subject::services() const {
@@ -88,8 +92,8 @@ void Subject::restore() const {
   fs::remove_all(m_storage.root());
   copy_storage(m_dir / "beginning", m_storage.root());
   if (!m_task.services) return;
-  (void)sandbox::run({(m_storage.product() / k_monitor).string()});
-  (void)sandbox::run({(m_storage.product() / k_engine).string(), "start"});
+  (void)sandbox::run({(m_storage.product() / k_monitor).string()}, environment());
+  (void)sandbox::run({(m_storage.product() / k_engine).string(), "start"}, environment());
   if (services() != k_all_services)
     throw Cr_ErrnoException(EPERM, "the services cannot be started");
 }
@@ -99,11 +103,11 @@ std::unique_ptr<Child> Subject::start(const std::vector<std::string>& prefix) co
   words.insert(words.end(), {m_program, "--tvr_location", m_storage.product().string(),
                              "--num_threads", std::to_string(m_threads)});
   words.insert(words.end(), m_task.arguments.begin(), m_task.arguments.end());
-  Child::Environment environment{{"KSREGISTRY", m_storage.registry_file().string()}};
+  Child::Environment variables = environment();
   // Leaks cannot be looked for in a process that is traced.
   const bool traced = std::find(prefix.begin(), prefix.end(), "strace") != prefix.end();
-  if (traced) environment["ASAN_OPTIONS"] = "detect_leaks=0";
-  return std::make_unique<Child>(words, environment);
+  if (traced) variables["ASAN_OPTIONS"] = "detect_leaks=0";
+  return std::make_unique<Child>(words, variables);
 }
 
 fs::path Subject::catalog() const {

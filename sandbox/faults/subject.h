@@ -82,6 +82,7 @@ class Subject {
 
  private:
   boost::filesystem::path catalog() const;
+  Child::Environment environment() const;
   void stop_services() const;
 
   const boost::filesystem::path m_dir;

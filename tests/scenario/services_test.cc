@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include "sandbox/commands.h"
+
 namespace scenario::services {
 
 // The simulated product's services as real processes, with pid files where the program looks for
@@ -15,8 +17,8 @@ class Services : public testing::Test {
   }
   void TearDown() override {
     if (IsSkipped()) return;
-    support::run({m_tvsvcwatch, "-terminate"});
-    support::run({m_ksde, "stop"});
+    support::run({m_tvsvcwatch, "-terminate"}, m_scene.environment());
+    support::run({m_ksde, "stop"}, m_scene.environment());
     fs::remove(m_poolmgrd);
   }
 
@@ -41,7 +43,7 @@ TEST_F(Services, RunningOnesAreStoppedByForceAloneAndStartedAgain) {
   m_scene.put("hosta", "p", {"HostA_1602000000_C1_F1.img"});
   const auto before = m_scene.pos();
   for (const std::string& service : {m_ksde, m_tvsvcwatch}) {
-    support::run({service});
+    support::run({service}, m_scene.environment());
     for (const Ended& ended : {m_scene.repair(), m_scene.remove_orphans()}) {
       EXPECT_EQ(ended.exit_status, 1);
       EXPECT_EQ(ended.out, "");
@@ -94,6 +96,47 @@ TEST_F(Services, InterruptedCommandInterruptsTheRun) {
                         "The Tavrin Deduplication services are stopped.\n"));
   EXPECT_EQ(ended.out, support::k_start_services);
   EXPECT_TRUE(fs::exists(m_scene.root() / "catalog"));
+}
+
+// KSREGISTRY alone says what mdfixup works on. Another storage than the one that the product answers
+// for must stay as it is.
+TEST(ServicesOfASandbox, CommandsAnswerForTheirOwnStorageAlone) {
+  const Scene asked;
+  const Scene other;
+  for (const Scene* scene : {&asked, &other}) scene->put("hosta", "p", {"HostA_1_C1_F1.img"});
+  const auto asked_before = asked.snapshot();
+  const auto other_before = other.snapshot();
+  const std::string why = ", not this sandbox's etc/ksregistry.cfg: mdfixup would work on another";
+  const std::string consistency = "--FORCE_DEDUPE_METADATA_CONSISTENCY";
+  const std::vector<std::string> rows[] = {
+      {"--repair_client_name_case"},
+      {consistency, "--dry_run", "--tvr_disk_pool", sandbox::k_disk_pool},
+      {consistency, "--dry_run", "--FORCE_CONSISTENCY_ALL_IMAGE"},
+      {consistency, "--FORCE_CONSISTENCY_ALL_IMAGE", "--tvr_disk_pool", sandbox::k_disk_pool},
+      {consistency, "--dry_run", "--FORCE_CONSISTENCY_ALL_IMAGE", "--tvr_disk_pool",
+       sandbox::k_disk_pool},
+  };
+  for (const std::vector<std::string>& row : rows) {
+    const Ended ended = support::run(asked.command(row), other.environment());
+    EXPECT_EQ(ended.exit_status, 1);
+    EXPECT_TRUE(contains(ended.err, why)) << ended.err;
+    EXPECT_EQ(asked.snapshot(), asked_before);
+    EXPECT_EQ(other.snapshot(), other_before);
+  }
+  const auto status_of = [&](const fs::path& command, const std::string& registry) {
+    const std::string stop = command.filename() == "ksde" ? " stop" : " -terminate";
+    const fs::path dir = (asked.storage().product() / command).parent_path();
+    return support::run({"sh", "-c",
+                         "cd " + dir.string() + " && " + registry + " ./" +
+                             command.filename().string() + stop},
+                        other.environment())
+        .exit_status;
+  };
+  for (const sandbox::Command& command : sandbox::commands())
+    EXPECT_EQ(status_of(command.path, "unset KSREGISTRY;"), 143) << command.path;
+  const std::string own = "KSREGISTRY=" + asked.storage().registry_file().string();
+  EXPECT_EQ(status_of("tavrin/bin/tvprocs", own), 0);
+  EXPECT_EQ(status_of("tavrin/bin/admincmd/tvdevinfo", own), 0);
 }
 
 }  // namespace scenario::services
