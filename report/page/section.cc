@@ -68,6 +68,7 @@ void heading(const std::string& id, const std::string& title, std::ostream& out)
 
 std::string id_of(Concern::About about) {
   switch (about) {
+    case Concern::About::share:
     case Concern::About::whole_dirs:
       return "-orphans";
     case Concern::About::other_copies:
@@ -83,7 +84,6 @@ std::string id_of(Concern::About about) {
     case Concern::About::collisions:
       return "-collisions";
     case Concern::About::run:
-    case Concern::About::share:
     case Concern::About::options:
     case Concern::About::counts:
       break;

@@ -145,6 +145,7 @@ bool Repair::prepare() {
 }
 
 bool Repair::repair() {
+  if (util::interrupted()) return false;
   remove_symbolic_links(m_storage.work_dir, m_links);
   return run_task(*m_task, Summary::after_success);
 }

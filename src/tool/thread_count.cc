@@ -11,7 +11,7 @@
 namespace {
 
 // Streams, lock, logs and walks.
-constexpr std::uint64_t k_descriptors_of_run = 40;
+constexpr std::uint64_t k_descriptors_of_run = 30;
 // In a repair: source, reader and target, two journals, and a directory that is synced.
 constexpr std::uint64_t k_descriptors_of_worker = 6;
 

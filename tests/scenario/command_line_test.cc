@@ -155,7 +155,7 @@ TEST(CommandLine, LimitOfOpenFilesIsRaisedForThreadsAndNotForChildren) {
     EXPECT_EQ(scene.run_in_shell(limits, dry_run).err, "");
     EXPECT_EQ(support::read_text(scene.admincmd("tvimagequery.limit")), "90\n");
     EXPECT_EQ(contains(scene.run_log(),
-                       "only 10 of 64 threads are used: the limit of open files is 100\n"),
+                       "only 11 of 64 threads are used: the limit of open files is 100\n"),
               hard == "100");
   }
 }

@@ -133,8 +133,7 @@ TEST_P(Repair, FailureLeavesTheCatalogAsideAndCanBeRunAgain) {
   // What is done to the clients' directories before, the error, and what mends it.
   const std::string rows[][3] = {
       {"mkdir -p HostA/p; yes | head -c 5000 > HostA/p/po.db",
-       "ERROR(not a path-object database): unable to ",
-       "rm -r HostA"},
+       "ERROR(not a path-object database): unable to ", "rm -r HostA"},
       {"touch HostA", "/HostA/p: Not a directory\n", "rm HostA"},
       {"mkdir -p HostA/p/po.db", "/HostA/p/po.db; it is no regular file\n", "rm -r HostA"},
       {"sqlite3 hosta/p/po.db 'PRAGMA user_version=2'",
