@@ -152,6 +152,7 @@ bool Repair::repair() {
 
 // Whether the catalog has its name again, as nothing was done to it.
 bool Repair::put_back_if_untouched() {
+  if (!dct::filesystem::exists(m_storage.work_dir)) return false;  // the storage is gone
   const bool is_touched =
       m_task->totals().dirs() != 0 || any_link_is_gone(m_storage.work_dir, m_links);
   if (m_is_resumed || is_touched) return false;
@@ -165,7 +166,8 @@ void report_what_is_left(const StoragePaths& storage) {
     dct::report_error(catalog_aside_text(storage));
   } else if (opt_force) {
     dct::report_error("The Tavrin Deduplication services are stopped.\n");
-    print_start_commands(opt_tvr_location);
+    // Without a catalog they are better left so.
+    if (dct::filesystem::exists(storage.catalog)) print_start_commands(opt_tvr_location);
   }
 }
 
