@@ -72,6 +72,7 @@ TEST(TVRImageIterator, DeliversImagesWithAcceptedFragments) {
            frag("2", "1", "7"),
        "", one_image + "c p 12 2,2 1,0 7,7\n"},
       {one + image("c", "p", "11"), "", one_image},
+      {one + image("c", "q", "11") + frag("1", "1", "6"), "", one_image},
       {one + "HISTO 1 2\n\n" + frag("1", "2", "3"), "", "c p 10 1,1,1 1,2,0 5,3,5\n"},
       {one + image("c", "p", "11").substr(0, 30), "", one_image + "status 4"},
       {image("c", "p", "12"), "printf 'FRAG 1'", "status 4"},

@@ -57,6 +57,7 @@ TEST(Basename, Parses) {
       {"hA_5_C2_TIR3.map", "hA 5 2 -3 88 map", "hA 5 2"},
       {"hA_5_C2_TIR-2147483648.map", "hA 5 2 -2147483648 88 map", "hA 5 2"},
       {"hA_5_C1_HDR.info", "hA 5 1 77 88 info", "hA 5 1"},
+      {"hA_5_C10_HDR.info", "hA 5 10 77 88 info", "hA 5 10"},
       {"hA_5_C1_F2_S4.img", "hA 5 1 2 4 img", "hA 5 1"},
       {"hA_1_C1_F1.img.a.b", "hA 1 1 1 88 img", "hA 1 1"},
       {"hA-1_C1_F1.img", "hA 1 1 1 88 img", "hA 1 1"},
