@@ -1,7 +1,9 @@
 #include "dct/popen_read.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <new>
 #include <vector>
@@ -43,6 +45,15 @@ TEST(PopenRead, ReadsLinesAndJudgesTheEnd) {
       {"echo x; kill -PIPE $$", {"x", "99 the pipe command did not exit"}},
   };
   for (const auto& [command, expected] : rows) EXPECT_EQ(lines(command), expected) << command;
+}
+
+TEST(PopenRead, FailedReadIsNotTheEnd) {
+  PopenRead::Stream stream = PopenRead::start("true");
+  const int unreadable = ::open("/", O_RDONLY);
+  ASSERT_GE(::dup2(unreadable, ::fileno(stream.get())), 0);
+  ::close(unreadable);
+  PopenRead pipe(k_capacity, std::move(stream));
+  EXPECT_THROW(pipe.read_line(), Cr_ErrnoException);
 }
 
 TEST(PopenRead, ChildCutOffByTheReaderIsNoFailure) {

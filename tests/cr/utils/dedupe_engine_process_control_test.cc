@@ -36,8 +36,10 @@ TEST(ServiceControl, TellsWhatRunsFromTheListerAndThePidFiles) {
     EXPECT_EQ(services.all_are_stopped(), stopped) << script << text;
     EXPECT_EQ(testing::internal::GetCapturedStderr(), error) << script << text;
   }
-  support::write_script(dir.path() / "tavrin/bin/tvprocs", "kill -9 $PPID");
-  EXPECT_THROW(services.all_are_stopped(), Cr_ErrnoException) << "no answer is not an answer";
+  for (const char* end : {"kill -9 $PPID", "kill -TERM $$", "exit 143", "echo a; exit 141"}) {
+    support::write_script(dir.path() / "tavrin/bin/tvprocs", end);
+    EXPECT_THROW(services.all_are_stopped(), Cr_ErrnoException) << "no answer is none: " << end;
+  }
 }
 
 }  // namespace
