@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sched.h>
+#include <signal.h>
 
 #include <atomic>
 #include <functional>
@@ -11,6 +12,7 @@
 #include "catalog/base_traverse_catalog.h"
 #include "platform/status.h"
 #include "tests/support/temp_dir.h"
+#include "util/interrupt.h"
 
 namespace {
 
@@ -93,6 +95,21 @@ TEST_P(Traversal, ExceptionStopsItAndReachesTheCaller) {
   Task task(m_dir.path(), GetParam(), false, fail_once(fail));
   EXPECT_THROW(task.traverse(), Cr_ErrnoException);
   EXPECT_LE(task.visited, std::max(GetParam(), 1U));
+}
+
+TEST_P(Traversal, InterruptStopsIt) {
+  {
+    const util::SignalGuard signals;
+    std::atomic<bool> sent{false};
+    Task task(m_dir.path(), GetParam(), false, [&] {
+      if (!sent.exchange(true)) ::raise(SIGTERM);
+      while (!util::interrupted()) ::sched_yield();
+      return 0;
+    });
+    EXPECT_FALSE(task.traverse());
+    EXPECT_LE(task.visited, std::max(GetParam(), 1U));
+  }
+  const util::SignalGuard forgets_it;
 }
 
 TEST_F(Traversal, ThreadsThatCannotBeCreatedAreNotWaitedFor) {
