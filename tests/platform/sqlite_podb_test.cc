@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -172,6 +173,19 @@ TEST_F(SQLitePODBTest, CreatedDatabaseGoesUnlessSomethingWasCommitted) {
   EXPECT_TRUE(fs::exists(m_file));
   EXPECT_EQ(fs::status(m_policy).permissions(), 02750) << "as the directory around it";
   EXPECT_EQ(fs::status(m_file).permissions(), 0640);
+}
+
+TEST_F(SQLitePODBTest, CreatedOnesBelongToTheOwnerOfTheDirectoryAroundThem) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root gives files away";
+  fs::create_directory(m_dir.path() / "2");
+  ASSERT_EQ(::chown((m_dir.path() / "2").c_str(), 4242, 4343), 0);
+  const SQLitePODB database(m_dir.path(), m_policy);
+  for (const fs::path& made : {m_policy.parent_path(), m_policy, m_file}) {
+    struct stat info {};
+    ASSERT_EQ(::stat(made.c_str(), &info), 0);
+    EXPECT_EQ(info.st_uid, 4242U) << made;
+    EXPECT_EQ(info.st_gid, 4343U) << made;
+  }
 }
 
 TEST_F(SQLitePODBTest, CreationClearsWhatACrashLeftAndRefusesAJournalWithoutItsDatabase) {
