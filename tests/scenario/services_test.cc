@@ -71,11 +71,19 @@ TEST_F(Services, OnesThatDoNotStopRefuseTheRepair) {
   EXPECT_TRUE(fs::exists(m_scene.root() / "catalog"));
 }
 
-TEST_F(Services, OnesThatDoNotStartAreTold) {
-  support::write_script(m_ksde, "[ \"$1\" = stop ] || exit 3");
+TEST_F(Services, CommandsSurroundTheRepairAndOnesThatDoNotStartAreReported) {
+  // Each call, and "catalog" if that is in its place.
+  const std::string calls = (m_scene.root() / "calls").string();
+  const std::string note =
+      "cd " + m_scene.root().string() + "; echo ${0##*/} $* c*g >> " + calls + "\n";
+  support::write_script(m_tvsvcwatch, note);
+  support::write_script(m_ksde, note + "[ \"$1\" = stop ] || exit 3");
   const Ended ended = m_scene.run({"--repair_client_name_case", "--force"});
   EXPECT_EQ(ended.exit_status, 0);
   EXPECT_EQ(ended.err, "ERROR: the services may not run; the command " + m_ksde + " failed\n");
+  EXPECT_EQ(support::read_text(calls),
+            "tvsvcwatch -terminate catalog\nksde stop catalog\n"
+            "tvsvcwatch catalog\nksde catalog\n");
 }
 
 // One command runs before the task, the other behind it.
