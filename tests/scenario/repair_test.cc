@@ -139,6 +139,11 @@ TEST_P(Repair, FailureLeavesTheCatalogAsideAndCanBeRunAgain) {
       {"sqlite3 hosta/p/po.db 'PRAGMA user_version=2'",
        "ERROR(database has a newer version): unable to get the basenames from ",
        "sqlite3 hosta/p/po.db 'PRAGMA user_version=1'"},
+      // The target has a PO of this name, which cannot be read.
+      {"mkdir -p HostA/p; cp hosta/p/po.db HostA/p; sqlite3 HostA/p/po.db \"UPDATE po SET "
+       "record='x'\"",
+       "ERROR(malformed data): unable to get the po for basename HostA_1_C1_F1.img and directory ",
+       "rm -r HostA"},
   };
   for (const auto& [damage, error, mend] : rows) {
     const Scene scene;
@@ -148,7 +153,8 @@ TEST_P(Repair, FailureLeavesTheCatalogAsideAndCanBeRunAgain) {
     const auto sh = [&](const std::string& catalog, const std::string& script) {
       support::run({"sh", "-c", "cd " + (scene.root() / catalog / "2").string() + "; " + script});
     };
-    scene.put("hosta", "p", {"HostA_1_C1_F1.img", "hosta_1_C1_F1.img"});
+    // The second group is sound, and must not move after the first has failed.
+    scene.put("hosta", "p", {"HostA_1_C1_F1.img", "hostA_1_C1_F1.img", "hosta_1_C1_F1.img"});
     const auto before = scene.pos();
     sh("catalog", damage);
     const Ended ended = scene.repair(GetParam());
@@ -192,6 +198,12 @@ TEST(RepairFaults, CatalogIsNotLeftAsideForNothing) {
     EXPECT_FALSE(contains(ended.err, "The repair is not finished")) << ended.err;
     EXPECT_EQ(scene.snapshot(), before);
   }
+  // One that an earlier repair left there may be half repaired.
+  fs::rename(scene.root() / "catalog", scene.root() / k_work);
+  const Ended resumed = scene.run_in_shell(strace + rows[1][0] + " \"$@\"",
+                                           {"--repair_client_name_case", "--num_threads", "2"});
+  EXPECT_TRUE(contains(resumed.err, rows[1][1])) << resumed.err;
+  EXPECT_FALSE(fs::exists(scene.root() / "catalog"));
 }
 
 TEST(RepairFaults, PathsTooLongBelowThePoliciesAreReportedOnceAndDoNotStopIt) {
@@ -230,32 +242,73 @@ TEST(RepairFaults, FirstFailedDirectoryEndsItAndALogThatCannotBeMadePutsTheCatal
   EXPECT_EQ(lines_beginning(ended.err, "ERROR").size(), 1U) << ended.err;
 }
 
+// Leaks cannot be looked for in a process that is traced.
+Ended traced_repair(const Scene& scene, const std::string& options) {
+  return scene.run_in_shell("ASAN_OPTIONS=detect_leaks=0 exec strace " + options + " \"$@\"",
+                            {"--repair_client_name_case"});
+}
+
 // A power failure may take away whatever was not stored: the removal of the source's journal, which
 // commits what was taken from it, comes behind the storing of all that leads to the target's POs.
 TEST(RepairFaults, TargetIsStoredBeforeTheSourceIsCommitted) {
   const Scene scene;
   scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
   const std::string calls = (scene.root() / "calls").string();
-  // Leaks cannot be looked for in a process that is traced.
-  const Ended ended = scene.run_in_shell("ASAN_OPTIONS=detect_leaks=0 exec strace -y -o " + calls +
-                                             " -e fsync,fdatasync,unlink \"$@\"",
-                                         {"--repair_client_name_case"});
+  const Ended ended = traced_repair(scene, "-y -o " + calls + " -e fsync,fdatasync,unlink");
   EXPECT_EQ(ended.exit_status, 0) << ended.err;
   const std::string text = support::read_text(calls);
   const std::string base = (scene.root() / k_work / "2").string();
   const std::string target = base + "/HostA/p";
   std::size_t at = 0;
-  const std::string steps[] = {target + ">",
-                               base + "/HostA>",
-                               base + ">",
-                               target + "/po.db>",
-                               "unlink(\"" + target + "/po.db-journal\")",
-                               target + ">",
-                               "unlink(\"" + base + "/hosta/p/po.db-journal\")"};
+  const std::string steps[] = {
+      target + ">",       base + "/HostA>",
+      base + ">",         "unlink(\"" + target + "/po.db.new\")",
+      target + "/po.db>", "unlink(\"" + target + "/po.db-journal\")",
+      target + ">",       "unlink(\"" + base + "/hosta/p/po.db-journal\")",
+  };
   for (const std::string& step : steps) {
     at = text.find(step, at);
     ASSERT_NE(at, std::string::npos) << step << " in\n" << text;
   }
+}
+
+TEST(RepairFaults, TargetThatCannotBeWrittenKeepsWhatItHasAndSoDoesTheSource) {
+  // The call that fails, the file in the target's directory that it fails on, and the error.
+  const std::string rows[][3] = {
+      {"fsync:error=EIO", "", "could not store the directory "},
+      // SQLite keeps the transaction after this one, and would commit it.
+      {"openat:error=EMFILE", "/po.db-journal", "unable to store the po for basename HostA_1"},
+  };
+  for (const auto& [fault, path, error] : rows) {
+    const Scene scene;
+    scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
+    scene.put("HostA", "p", {"HostA_2_C1_F1.img"});
+    // A crash before the directories were synced leaves this.
+    const fs::path target = scene.po_db("HostA", "p");
+    fs::create_hard_link(target, target.string() + ".new");
+    const auto before = scene.pos();
+    const std::string to = work_dir(scene, "HostA") + path;
+    const Ended ended = traced_repair(scene, "-o /dev/null -P " + to + " -e inject=" + fault);
+    EXPECT_EQ(ended.exit_status, 1);
+    EXPECT_TRUE(contains(ended.err, error)) << ended.err;
+    EXPECT_EQ(scene.pos(k_work), before);
+    EXPECT_EQ(scene.repair().exit_status, 0);
+    EXPECT_EQ(scene.pos(), repaired(before));
+  }
+}
+
+TEST(RepairFaults, LinksThatCannotBeNotedStayAndThoseThatStayAreReported) {
+  const Scene scene;
+  fs::create_symlink("hosta", scene.root() / "catalog/2/hostA");
+  const Ended kept = traced_repair(scene, "-f -o /dev/null -e inject=unlinkat:error=EPERM");
+  EXPECT_TRUE(contains(kept.err, "/2/hostA could not be removed\n")) << kept.err;
+  const fs::path log = scene.storage().log_dir() / "mdfixup/mdfixup.log";
+  fs::remove(log);
+  fs::create_symlink("/dev/full", log);
+  const Ended lost = scene.run_in_shell("\"$@\" 2> /dev/full", {"--repair_client_name_case"});
+  EXPECT_EQ(lost.exit_status, 1);
+  const bool is_aside = fs::exists(scene.root() / k_work);
+  EXPECT_TRUE(fs::is_symlink(scene.root() / (is_aside ? k_work : "catalog") / "2/hostA"));
 }
 
 TEST(RepairFaults, FullDiskLeavesEveryPOInTheSource) {
