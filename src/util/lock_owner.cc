@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstring>
 #include <fstream>
 #include <string_view>
 
@@ -17,15 +18,19 @@ namespace util {
 namespace {
 
 struct LockFile {
-  pid_t pid = 0;  // that it names; 0 for none
+  std::string fault;  // why it could not be read; empty when it was
+  pid_t pid = 0;      // that it names; 0 for none
   bool is_locked = false;
 };
 
-// What is no regular file is not waited for, and says nothing.
+// What is no regular file is not waited for, and names no process.
 LockFile read_lock_file(const std::string& path) {
   LockFile file;
   const int descriptor = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-  if (descriptor < 0) return file;
+  if (descriptor < 0) {
+    if (errno != ELOOP && errno != ENXIO) file.fault = std::strerror(errno);
+    return file;
+  }
   struct stat info {};
   if (::fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode)) {
     std::array<char, 16> text{};
@@ -55,27 +60,27 @@ std::string program_of(const std::string& process) {
 
 }  // namespace
 
-// A process id says nothing of other hosts and containers, but the record lock does.
+// The record lock tells of runs on other hosts and in containers, whose process ids say nothing here;
+// but some network file systems do not pass it on.
 std::string describe_lock_file(const boost::filesystem::path& path) {
   const LockFile file = read_lock_file(path.string());
+  if (!file.fault.empty()) return "It cannot be read: " + file.fault + ".\n";
   const std::string self = program_of("self");
-  const std::string remove = " Remove the file and run this again.\n";
-  std::string text = "It names no process";
-  if (file.pid != 0) text = "It names process " + std::to_string(file.pid);
-  const bool alive = file.pid != 0 && is_alive(file.pid);
-  if (alive && program_of(std::to_string(file.pid)) == self) {
-    return text + ", which is running and is " + self + ". Wait until that run has ended.\n";
+  const std::string remove =
+      " If no " + self +
+      " works on this storage from elsewhere, remove the file and run this again.\n";
+  if (file.pid == 0 && !file.is_locked) return "It names no process." + remove;
+  const std::string process =
+      file.pid == 0 ? "It names no process" : "It names process " + std::to_string(file.pid);
+  const bool is_alive_here = file.pid != 0 && is_alive(file.pid);
+  if (is_alive_here && program_of(std::to_string(file.pid)) == self) {
+    return process + ", which is running and is " + self + ". Wait until that run has ended.\n";
   }
   if (file.is_locked) {
-    return text +
-           ", but a run on another host or in a container holds it. Wait until it has ended.\n";
+    return process + ", but a run elsewhere holds it. Wait until that run has ended.\n";
   }
-  if (alive) {
-    return text + ", which is running but is not " + self + ": the run that made it is gone." +
-           remove;
-  }
-  if (file.pid != 0) return text + ", which is not running: that run was killed." + remove;
-  return text + ". If no " + self + " is running, remove it and run this again.\n";
+  if (is_alive_here) return process + ", which is running but is not " + self + "." + remove;
+  return process + ", which is not running on this host." + remove;
 }
 
 }  // namespace util

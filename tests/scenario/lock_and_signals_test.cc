@@ -6,6 +6,8 @@
 
 #include <chrono>
 
+#include <boost/interprocess/sync/file_lock.hpp>
+
 namespace scenario::lock_and_signals {
 
 // The process that holds a write lock on the file; 0 when none does.
@@ -23,20 +25,18 @@ TEST(Lock, AnythingAtItsPathRefusesTheRun) {
   const std::string path = scene.lock_file().string();
   const std::string message =
       "Refusing to run because the lock file " + path + " already exists.\nIt names ";
-  const std::string nobody =
-      "no process. If no mdfixup is running, remove it and run this again.\n";
+  const std::string remove =
+      " If no mdfixup works on this storage from elsewhere, remove the file and run this again.\n";
+  const std::string nobody = "no process." + remove;
   const std::string own_pid = std::to_string(::getpid());
   const std::string rows[][2] = {
       {"touch ", nobody},
       {"ln -s /no/such ", nobody},
       {"mkdir ", nobody},
       {"mkfifo ", nobody},
-      {"printf 2147483647 > ",
-       "process 2147483647, which is not running: that run was killed. Remove the file and run "
-       "this again.\n"},
+      {"printf 2147483647 > ", "process 2147483647, which is not running on this host." + remove},
       {"printf " + own_pid + " > ",
-       "process " + own_pid + ", which is running but is not mdfixup: the run that made it is " +
-           "gone. Remove the file and run this again.\n"},
+       "process " + own_pid + ", which is running but is not mdfixup." + remove},
   };
   for (const auto& [make, advice] : rows) {
     support::run({"sh", "-c", make + path});
@@ -45,6 +45,16 @@ TEST(Lock, AnythingAtItsPathRefusesTheRun) {
     EXPECT_EQ(ended.err, message + advice);
     EXPECT_TRUE(fs::remove(path)) << "not the refused run's to remove";
   }
+  support::write_text(path, "1");
+  {
+    // As a run on another host holds it.
+    boost::interprocess::file_lock elsewhere(path.c_str());
+    elsewhere.lock();
+    EXPECT_EQ(scene.scan().err, message +
+                                    "process 1, but a run elsewhere holds it. Wait until "
+                                    "that run has ended.\n");
+  }
+  fs::remove(path);
   EXPECT_EQ(scene.scan().exit_status, 0);
 }
 
