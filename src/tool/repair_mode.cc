@@ -10,6 +10,7 @@
 #include "dct/report_error.h"
 #include "platform/reports.h"
 #include "platform/run_log.h"
+#include "platform/status.h"
 #include "tool/catalog_aside.h"
 #include "tool/exit_status.h"
 #include "tool/modes.h"
@@ -75,15 +76,6 @@ bool is_interrupted() {
   return true;
 }
 
-// Opens every directory that the walk of the repair opens.
-// Errors: filesystem_error when one cannot be read.
-void require_walkable(const fs::path& catalog_dir) {
-  using catalog::DirsIterator;
-  DirsIterator dir(catalog_dir, nullptr, catalog::k_policy_dir_depth,
-                   DirsIterator::PassedOver::untold);
-  while (!dir.equal(DirsIterator()) && !util::interrupted()) dir.do_increment(true);
-}
-
 // A repair with the services stopped, in the order of its steps: whatever can fail comes before the
 // catalog is moved, and what fails after that while nothing is done yet moves it back.
 class Repair {
@@ -135,7 +127,6 @@ bool Repair::prepare() {
                       ") does not exist.\n");
     return false;
   }
-  require_walkable(now);
   m_links = note_symbolic_links(now);
   if (is_interrupted()) return false;
   platform::print("Cleaning up symbolic links\n");
@@ -156,37 +147,58 @@ bool Repair::put_back_if_untouched() {
   const bool is_touched =
       m_task->totals().dirs() != 0 || any_link_is_gone(m_storage.work_dir, m_links);
   if (m_is_resumed || is_touched) return false;
-  move_catalog(m_storage.work_dir, m_storage.catalog);
+  try {
+    move_catalog(m_storage.work_dir, m_storage.catalog);
+  } catch (const fs::filesystem_error& error) {
+    dct::report_error(std::string("ERROR: ") + error.what() + "\n");
+    return false;
+  }
   return true;
 }
 
+enum class Services { untouched, stopped };
+
 // What a repair that failed has left, and what an operator would take long to find out.
-void report_what_is_left(const StoragePaths& storage) {
-  if (catalog_is_aside(storage)) {
-    dct::report_error(catalog_aside_text(storage));
-  } else if (opt_force) {
+void report_what_is_left(const StoragePaths& storage, Services services) {
+  const bool was_begun = services == Services::stopped;
+  // What stands at the catalog's place once the repair has begun is another one.
+  if (was_begun ? dct::filesystem::exists(storage.work_dir) : catalog_is_aside(storage)) {
+    dct::report_error(catalog_aside_text(storage, was_begun));
+  } else if (opt_force && was_begun) {
     dct::report_error("The Tavrin Deduplication services are stopped.\n");
     // Without a catalog they are better left so.
     if (dct::filesystem::exists(storage.catalog)) print_start_commands(opt_tvr_location);
   }
 }
 
+// A signal from the terminal ends the query for the services as well.
+bool services_are_stopped() {
+  try {
+    return StopServices(opt_tvr_location);
+  } catch (const Cr_ErrnoException&) {
+    if (!util::interrupted()) throw;
+    return true;  // nothing is done to the catalog
+  }
+}
+
+int run(const StoragePaths& storage, Services& services) {
+  if (!location_can_be_run() || !directories_can_be_renamed(storage)) return k_exit_failure;
+  if (!services_are_stopped()) return k_exit_failure;
+  services = Services::stopped;
+  return Repair(storage, dct::filesystem::exists(storage.work_dir)).run();
+}
+
 }  // namespace
 
 int repair_mode(const StoragePaths& storage) {
-  if (!location_can_be_run() || !directories_can_be_renamed(storage)) return k_exit_failure;
-  const bool is_resumed = dct::filesystem::exists(storage.work_dir);
-  if (!StopServices(opt_tvr_location)) {
-    if (is_resumed) dct::report_error(catalog_aside_text(storage, false));
-    return k_exit_failure;
-  }
+  Services services = Services::untouched;
   int status = k_exit_failure;
   try {
-    status = Repair(storage, is_resumed).run();
+    status = run(storage, services);
   } catch (...) {
-    report_what_is_left(storage);
+    report_what_is_left(storage, services);
     throw;
   }
-  if (status != k_exit_success) report_what_is_left(storage);
+  if (status != k_exit_success) report_what_is_left(storage, services);
   return status;
 }

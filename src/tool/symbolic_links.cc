@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
+#include <iterator>
 #include <string>
 
 #include <boost/filesystem/operations.hpp>
 
+#include "catalog/dirs_iterator.h"
 #include "dct/report_error.h"
 #include "dct/run_in_shell.h"
 #include "platform/reports.h"
@@ -25,9 +28,18 @@ void report_unreadable(const fs::path& path, const boost::system::error_code& er
                     error.message() + "\n");
 }
 
-// One directory is open at a time, however deep the tree is. What is gone since it was listed has no
-// links.
-void list(const fs::path& dir, Paths& links, Paths& dirs) {
+// Whether the walk of the repair opens the directory: the catalog, the DSID that is walked, and its
+// clients.
+bool is_walked(const fs::path& catalog, const fs::path& dir) {
+  if (dir == catalog) return true;
+  const fs::path below = dir.lexically_relative(catalog);
+  const auto depth = std::distance(below.begin(), below.end());
+  return depth < static_cast<std::ptrdiff_t>(catalog::k_policy_dir_depth) &&
+         catalog::is_walked_dsid(below.begin()->string());
+}
+
+// What is gone since it was listed has no links.
+void list(const fs::path& catalog, const fs::path& dir, Paths& links, Paths& dirs) {
   boost::system::error_code error;
   fs::directory_iterator entry(dir, error);
   for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
@@ -37,16 +49,19 @@ void list(const fs::path& dir, Paths& links, Paths& dirs) {
     if (fs::is_directory(status)) dirs.push_back(entry->path());
     if (status.type() == fs::status_error) report_unreadable(entry->path(), unknown);
   }
-  if (error && error != errc::no_such_file_or_directory) report_unreadable(dir, error);
+  if (!error || error == errc::no_such_file_or_directory) return;
+  if (is_walked(catalog, dir)) throw fs::filesystem_error("could not read a directory", dir, error);
+  report_unreadable(dir, error);
 }
 
-Paths find_links(const fs::path& dir) {
+// One directory is open at a time, however deep the tree is.
+Paths find_links(const fs::path& catalog) {
   Paths links;
-  Paths dirs{dir};
+  Paths dirs{catalog};
   while (!dirs.empty() && !util::interrupted()) {
     const fs::path next = dirs.back();
     dirs.pop_back();
-    list(next, links, dirs);
+    list(catalog, next, links, dirs);
   }
   return links;
 }
@@ -71,10 +86,10 @@ bool is_gone(const fs::path& link) {
 
 }  // namespace
 
-Paths note_symbolic_links(const fs::path& dir) {
+Paths note_symbolic_links(const fs::path& catalog) {
   Paths noted;
-  for (const fs::path& link : find_links(dir)) {
-    if (note(link)) noted.push_back(link.lexically_relative(dir));
+  for (const fs::path& link : find_links(catalog)) {
+    if (note(link)) noted.push_back(link.lexically_relative(catalog));
   }
   if (!noted.empty() && platform::reports_were_lost()) {
     throw Cr_ErrnoException(EIO, "the symbolic links could not be noted and were not removed");

@@ -8,12 +8,13 @@
 //
 // Threads: one thread.
 
-// Finds them and writes each with its target to the run log: where it leads cannot be found out any
-// more once it is removed. A part of the tree that cannot be read is reported on standard error and
-// left out; nothing can remove a link there either. Returns their paths below `dir`.
-// Errors: Cr_ErrnoException when what was found could be written nowhere; filesystem_error when a
-//   target cannot be read.
-std::vector<boost::filesystem::path> note_symbolic_links(const boost::filesystem::path& dir);
+// Finds those of a catalog and writes each with its target to the run log: where it leads cannot be
+// found out any more once it is removed. A part of the tree that cannot be read is reported on
+// standard error and left out; nothing can remove a link there either. Returns their paths below
+// `catalog`.
+// Errors: filesystem_error when a directory that the walk opens, or a link's target, cannot be read;
+//   Cr_ErrnoException when what was found could be written nowhere.
+std::vector<boost::filesystem::path> note_symbolic_links(const boost::filesystem::path& catalog);
 
 // Removes all that are below `dir`, and reports on standard error which of `noted` are still there.
 void remove_symbolic_links(const boost::filesystem::path& dir,

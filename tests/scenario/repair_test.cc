@@ -2,6 +2,7 @@
 
 #include <sched.h>
 
+#include <set>
 #include <thread>
 
 #include "catalog/repair_client_name_case.h"
@@ -210,18 +211,37 @@ TEST(RepairFaults, PathsTooLongBelowThePoliciesAreReportedOnceAndDoNotStopIt) {
   const Scene scene;
   scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
   const std::string policy = scene.storage().policy_dir("hosta", "q").string();
+  // Directories down to where no path reaches, and in each a link with a longer name.
   support::run({"sh", "-c",
                 "mkdir " + policy + "; cd " + policy +
-                    "; name=$(printf %0200d); for i in $(seq 25); do mkdir $name; cd "
-                    "$name; done; ln -s /no/such link; cd " +
-                    policy + "; ln -s /no/such link"});
+                    "; dir=$(printf %0200d); link=$(printf %0250d); for i in $(seq 25); "
+                    "do ln -s /no/such $link; mkdir $dir; cd -P $dir; done"});
   const Ended ended = scene.repair(4);
   EXPECT_EQ(ended.exit_status, 0) << ended.err;
   const auto lines = lines_beginning(ended.err, "ERROR: could not look for symbolic links in ");
-  EXPECT_EQ(lines.size(), 1U) << ended.err;
-  EXPECT_FALSE(fs::exists(fs::symlink_status(policy + "/link")));
+  EXPECT_EQ(std::set<std::string>(lines.begin(), lines.end()).size(), lines.size()) << ended.err;
+  EXPECT_GE(lines.size(), 2U) << "a directory and a link";
+  EXPECT_LE(lines.size(), 3U) << ended.err;
+  EXPECT_FALSE(fs::exists(fs::symlink_status(policy + "/" + std::string(250, '0'))));
   support::run({"rm", "-rf", policy});
   EXPECT_TRUE(starts_with(scene.pos().at(0), "HostA/p|")) << scene.pos().at(0);
+}
+
+TEST(RepairFaults, InterruptedBeforeItBeganItChangesNothing) {
+  const Scene scene;
+  scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
+  const auto before = scene.snapshot();
+  support::write_script(scene.storage().product() / "tavrin/bin/tvprocs",
+                        "kill -INT $(cat " + scene.lock_file().string() + ")\n");
+  const Ended ended = scene.repair();
+  EXPECT_EQ(ended.exit_status, 1);
+  EXPECT_EQ(ended.out, "");
+  EXPECT_TRUE(ends_with(ended.err,
+                        "once.\nThe repair was interrupted before it began; nothing in the catalog "
+                        "was changed.\n"))
+      << ended.err;
+  EXPECT_EQ(scene.snapshot().size(), before.size());
+  EXPECT_TRUE(starts_with(scene.pos().at(0), "hosta/p|"));
 }
 
 TEST(RepairFaults, FirstFailedDirectoryEndsItAndALogThatCannotBeMadePutsTheCatalogBack) {

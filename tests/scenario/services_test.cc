@@ -69,6 +69,11 @@ TEST_F(Services, OnesThatDoNotStopRefuseTheRepair) {
   EXPECT_EQ(ended.exit_status, 1);
   EXPECT_EQ(ended.err, "\nCould not stop the Tavrin Deduplication services.\n\n" + m_instructions);
   EXPECT_TRUE(fs::exists(m_scene.root() / "catalog"));
+  const std::string work = (m_scene.root() / "zelp-database-caseconv").string();
+  fs::rename(m_scene.root() / "catalog", work);
+  EXPECT_EQ(m_scene.repair().err, m_instructions +
+                                      "The repair is not finished: the catalog is at " + work +
+                                      ". Run the repair again to finish it.\n");
 }
 
 TEST_F(Services, CommandsSurroundTheRepairAndOnesThatDoNotStartAreReported) {
