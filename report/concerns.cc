@@ -60,7 +60,8 @@ void add_run(const Details& details, std::vector<Concern>& concerns) {
   for (const std::string& later : details.later_runs) concerns.push_back({About::run, later});
   if (run.warnings.count != 0) {
     std::string text = counted(run.warnings.count, "warning", "warnings") + " in the run log";
-    if (!run.warnings.first.empty()) {
+    const Notes& warnings = run.warnings;
+    if (!warnings.first.empty() && warnings.first.front() != run.clock_warning) {
       text += (run.warnings.count == 1 ? ": " : ", the first: ") + run.warnings.first.front();
     }
     concerns.push_back({About::warnings, text});

@@ -62,8 +62,7 @@ struct Run {
   std::string catalog_aside;  // where a repair has left the catalog; empty where it is in its place
   std::optional<Summary> summary;
   std::string progress;  // the last such line; empty without one
-  std::string
-      clock_warning;  // the last one that copies are newer than the clock; among the warnings
+  std::string clock_warning;  // that copies are newer than the clock; the last one of the warnings
   Notes warnings;
   Notes errors;
 

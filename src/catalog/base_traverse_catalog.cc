@@ -31,10 +31,10 @@ std::string BaseTraverseCatalog::findings() const {
 bool BaseTraverseCatalog::traverse() {
   m_root = WalkRoot(m_metadata_dir);
   const bool ran_to_its_end = m_num_threads < 2 ? walk_on_this_thread() : walk_on_workers();
-  m_reached_end = ran_to_its_end && !util::interrupted();
   // What an open directory lists may come to its end without a fault when its storage is gone, and a
   // directory that failed may have failed for that.
   m_root.require_unchanged();
+  m_reached_end = ran_to_its_end && !util::interrupted();
   return m_reached_end && m_totals.failed_dirs() == 0;
 }
 

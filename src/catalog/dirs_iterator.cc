@@ -23,6 +23,13 @@ bool try_dsid(const std::string& name, unsigned long& dsid) {
   return boost::conversion::try_lexical_convert(name, dsid);
 }
 
+// Whether an entry that cannot be looked at is a link that no storage can be behind.
+bool leads_nowhere(const fs::directory_entry& entry, const boost::system::error_code& error) {
+  namespace errc = boost::system::errc;
+  if (error == errc::too_many_symbolic_link_levels) return true;
+  return error == errc::filename_too_long && fs::is_symlink(entry.symlink_status());
+}
+
 }  // namespace
 
 bool is_walked_dsid(const std::string& name) {
@@ -68,9 +75,7 @@ bool DirsIterator::is_directory(const fs::directory_entry& entry) const {
   boost::system::error_code error;
   const fs::file_status status = entry.status(error);
   if (status.type() == fs::file_not_found) m_root.require_unchanged();
-  const bool is_unknown = status.type() == fs::status_error &&
-                          error != boost::system::errc::too_many_symbolic_link_levels;
-  if (is_unknown) {
+  if (status.type() == fs::status_error && !leads_nowhere(entry, error)) {
     throw fs::filesystem_error("could not look at a directory entry", entry.path(), error);
   }
   return fs::is_directory(status);

@@ -15,7 +15,7 @@ namespace catalog {
 // Threads: every member may be called from any thread. The walk itself goes on under the mutex, and
 //   with it the log lines of the DSID filter.
 // Ownership: refers to the log file, which must outlive it.
-// Errors: filesystem_error when a directory cannot be read.
+// Errors: filesystem_error when a directory cannot be read, WalkRootChanged when the root is gone.
 class LockedDirsIterator {
  public:
   LockedDirsIterator(const boost::filesystem::path& root, dct::util::LogFile* log);

@@ -27,8 +27,6 @@ class WalkRoot {
   // Remembers the directory that is there now. One that cannot be looked at has changed.
   explicit WalkRoot(const boost::filesystem::path& path);
 
-  const boost::filesystem::path& path() const { return m_path; }
-
   // Errors: WalkRootChanged unless the path still leads to the same directory.
   void require_unchanged() const;
 

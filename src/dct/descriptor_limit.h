@@ -12,8 +12,8 @@ void raise_descriptor_limit();
 // How many files the process may have open at a time.
 std::uint64_t descriptor_limit();
 
-// `command` with the soft limit given back in front that the process was started with: some programs
-// look at every number up to the limit, and a service keeps it for as long as it lives.
+// `command` after a shell statement that restores the soft limit that the process was started with:
+// some programs look at every number up to the limit, and a service keeps it as long as it lives.
 // Threads: may be called from any thread.
 std::string with_first_descriptor_limit(const std::string& command);
 

@@ -1,6 +1,7 @@
 #include "platform/reports.h"
 
 #include <poll.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -48,9 +49,17 @@ void tell_standard_error_at_once(std::string_view text) {
   if (takes_output(STDERR_FILENO)) (void)tell_standard_error(text);
 }
 
-// A terminal that takes nothing now, as one that was stopped, is not waited for.
+// A terminal that takes nothing now, as one that was stopped, is not waited for; nor may one that stops
+// writers in the background hold up the run.
 void tell_terminal(std::string_view text) {
-  if (::isatty(STDERR_FILENO) == 1) tell_standard_error_at_once(text);
+  if (::isatty(STDERR_FILENO) != 1) return;
+  sigset_t stops_writers;
+  sigset_t before;
+  (void)::sigemptyset(&stops_writers);
+  (void)::sigaddset(&stops_writers, SIGTTOU);
+  (void)::pthread_sigmask(SIG_BLOCK, &stops_writers, &before);
+  tell_standard_error_at_once(text);
+  (void)::pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 void tell_or_lose(std::string_view text) {

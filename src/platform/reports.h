@@ -23,7 +23,8 @@ void tell_standard_error_at_once(std::string_view text);
 // Writes to standard error if that is a terminal; does nothing elsewhere.
 void tell_terminal(std::string_view text);
 
-// As tell_standard_error for a text that no log took; one that standard error does not take either is lost.
+// As tell_standard_error for a text that no log took; one that standard error does not take either is
+// lost.
 void tell_or_lose(std::string_view text);
 
 // Whether a text was lost since the process started.

@@ -37,6 +37,18 @@ std::shared_ptr<spdlog::logger>& run_log() {
   return log;
 }
 
+// ASCII's control characters, and those beyond it in UTF-8.
+std::string without_controls(std::string text) {
+  char before = 0;
+  for (char& c : text) {
+    const bool is_control = static_cast<unsigned char>(c) < 0x20 || c == 0x7f;
+    const bool is_beyond = before == '\xc2' && static_cast<unsigned char>(c) < 0xa0;
+    before = c;
+    if (is_control || is_beyond) c = '?';
+  }
+  return text;
+}
+
 void write(spdlog::level::level_enum level, std::string_view text) {
   if (run_log()) run_log()->log(level, platform::on_one_line(text));
 }
@@ -55,11 +67,12 @@ void dctLogSetA(const char* path, unsigned flags, int reserved, const char* prog
 void InfoA(std::string_view text) {
   write(spdlog::level::info, text);
 }
-// Whoever sits at a terminal reads no log while the run goes on.
+// An operator at a terminal reads no log while the run goes on. Names come from databases that anybody
+// may have written to, and must not control the terminal.
 void WarningA(std::string_view text) {
   if (!run_log()) return;
   write(spdlog::level::warn, text);
-  platform::tell_terminal("WARNING: " + platform::on_one_line(text) + "\n");
+  platform::tell_terminal("WARNING: " + without_controls(platform::on_one_line(text)) + "\n");
 }
 void ErrorA(std::string_view text) {
   write(spdlog::level::err, text);

@@ -36,8 +36,8 @@ class SQLitePODB : public PODB {
              Access access = Access::read_only);
 
   // Opens for reading and writing; creates the policy directory and the database where they do not
-  // exist, but not the catalog root. A crash on the way leaves either no database or a whole one. What was created is taken
-  // away again with the object unless a transaction was committed to it.
+  // exist, but not the catalog root. A crash on the way leaves either no database or a whole one.
+  // What was created is taken away again with the object unless a transaction was committed to it.
   SQLitePODB(const boost::filesystem::path& catalog_root,
              const boost::filesystem::path& policy_dir);
 

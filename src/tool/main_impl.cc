@@ -52,7 +52,7 @@ std::unique_ptr<util::FileLock> take_lock(const fs::path& path) {
 // another backslash.
 std::string as_one_word(const std::string& argument) {
   const bool is_one =
-      !argument.empty() && argument.find_first_of(" \t\r\n\"\\") == std::string::npos;
+      !argument.empty() && argument.find_first_of(" \t\r\n\v\f\"\\") == std::string::npos;
   if (is_one) return argument;
   std::ostringstream quoted;
   quoted << std::quoted(argument);

@@ -62,20 +62,20 @@ void show_totals(const catalog::BaseTraverseCatalog& task, Duration time) {
                           (util::interrupted() ? "; interrupted" : "") + "\n");
 }
 
-// Tells the counts when it goes out of scope: a run that throws has done some work too.
-class TotalsTeller {
+// Reports the counts when it goes out of scope: a run that throws has done some work too.
+class TotalsReporter {
  public:
-  explicit TotalsTeller(const catalog::BaseTraverseCatalog& task) : m_task(task) {}
-  TotalsTeller(const TotalsTeller&) = delete;
-  TotalsTeller& operator=(const TotalsTeller&) = delete;
-  ~TotalsTeller() {
+  explicit TotalsReporter(const catalog::BaseTraverseCatalog& task) : m_task(task) {}
+  TotalsReporter(const TotalsReporter&) = delete;
+  TotalsReporter& operator=(const TotalsReporter&) = delete;
+  ~TotalsReporter() {
     try {
       const Duration time = std::chrono::steady_clock::now() - m_start;
       log_summary(m_task.totals(), time);
       log_warnings(m_task);
       show_totals(m_task, time);
     } catch (const std::exception&) {
-      // Without memory for a line of the log, what ended the run is still told.
+      // Without memory for a line of the log, what ended the run is still reported.
     }
   }
 
@@ -87,7 +87,7 @@ class TotalsTeller {
 }  // namespace
 
 bool run_task(catalog::BaseTraverseCatalog& task, Summary summary) {
-  const TotalsTeller teller(task);
+  const TotalsReporter reporter(task);
   constexpr ProgressIntervals k_intervals{std::chrono::seconds(1), std::chrono::minutes(1)};
   Progress progress(task, k_intervals);
   const bool traversed = task.traverse();

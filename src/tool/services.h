@@ -11,5 +11,5 @@ bool StopServices(const boost::filesystem::path& tvr_location);
 // type. Whether they ran before is not remembered.
 void StartServices(const boost::filesystem::path& tvr_location);
 
-// Tells standard output which commands start the services.
+// Prints the commands that start the services to standard output.
 void print_start_commands(const boost::filesystem::path& tvr_location);

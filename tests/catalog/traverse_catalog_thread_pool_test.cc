@@ -109,6 +109,7 @@ TEST_P(Traversal, InterruptStopsIt) {
     EXPECT_FALSE(task.traverse());
     EXPECT_LE(task.visited, std::max(GetParam(), 1U));
   }
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) ::signal(signal, SIG_DFL);
   const util::SignalGuard forgets_it;
 }
 
