@@ -171,13 +171,17 @@ void report_what_is_left(const StoragePaths& storage, Services services) {
   }
 }
 
-// A signal from the terminal ends the query for the services as well.
 bool services_are_stopped() {
   try {
     return StopServices(opt_tvr_location);
   } catch (const Cr_ErrnoException&) {
-    if (!util::interrupted()) throw;
-    return true;  // nothing is done to the catalog
+    // Ctrl-C ends the query as well, and the repair sees it before it does anything.
+    if (util::interrupted()) return true;
+    if (opt_force) {
+      dct::report_error("The Tavrin Deduplication services may be stopped.\n");
+      print_start_commands(opt_tvr_location);
+    }
+    throw;
   }
 }
 
