@@ -25,6 +25,10 @@ constexpr mode_t k_lock_file_mode = 0600;
   throw std::system_error(errno, std::generic_category(), what + path.string());
 }
 
+bool is_same_file(const struct stat& a, const struct stat& b) {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
 // Marks every descriptor of the file behind `descriptor` to be closed in children: the library
 // opens one that is inherited, and a service that we start would hold on to the file for ever. The
 // lock holds where this fails, too.
@@ -36,7 +40,7 @@ void keep_from_children(int descriptor) {
   for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
     const int open = std::stoi(entry->path().filename().string());
     struct stat other {};
-    if (::fstat(open, &other) == 0 && other.st_dev == file.st_dev && other.st_ino == file.st_ino) {
+    if (::fstat(open, &other) == 0 && is_same_file(other, file)) {
       (void)::fcntl(open, F_SETFD, FD_CLOEXEC);
     }
   }
@@ -47,7 +51,7 @@ bool leads_to(const fs::path& path, int descriptor) {
   struct stat ours {};
   struct stat named {};
   return ::fstat(descriptor, &ours) == 0 && ::lstat(path.c_str(), &named) == 0 &&
-         ours.st_dev == named.st_dev && ours.st_ino == named.st_ino;
+         is_same_file(ours, named);
 }
 
 // A run that failed on its way to the lock must not leave a file behind that refuses the next one, but
@@ -59,12 +63,12 @@ void abandon(const fs::path& path, int descriptor) {
   if (alone && leads_to(path, descriptor)) (void)::unlink(path.c_str());
 }
 
-void warn_of_other_file(const fs::path& path) noexcept {
+void warn_of_missing_file(const fs::path& path) noexcept {
   try {
     WarningA("the lock file " + path.string() +
              " was removed or replaced during the run: another run may have worked on the storage");
   } catch (const std::exception&) {
-    return;  // without memory for a line the file stays all the same
+    return;  // without memory for a line nothing is lost but the warning
   }
 }
 
@@ -83,19 +87,33 @@ std::unique_ptr<FileLock> FileLock::init(const fs::path& path) {
   return lock;
 }
 
-FileLock::FileLock(const fs::path& path) : m_path(path) {}
+FileLock::FileLock(const fs::path& path)
+    : m_path(path),
+      m_directory(::open(path.parent_path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {}
 
 FileLock::~FileLock() {
-  if (!m_stream) return;
-  const int descriptor = ::fileno(m_stream.get());
-  if (!m_obtained) {
-    abandon(m_path, descriptor);
-  } else if (leads_to(m_path, descriptor)) {
-    // A file that cannot be removed blocks the next run, which names it: nothing is lost.
-    (void)::unlink(m_path.c_str());
+  if (m_obtained) {
+    remove();
+  } else if (m_stream) {
+    abandon(m_path, ::fileno(m_stream.get()));
+  }
+  if (m_directory >= 0) (void)::close(m_directory);
+}
+
+// By its directory: a storage that was unmounted during the run would come back with a stale lock.
+void FileLock::remove() noexcept {
+  const std::string& name = m_path.native();
+  const char* const file = name.c_str() + name.rfind('/') + 1;
+  struct stat ours {};
+  struct stat named {};
+  const bool is_ours = ::fstat(::fileno(m_stream.get()), &ours) == 0 &&
+                       ::fstatat(m_directory, file, &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+                       is_same_file(ours, named);
+  if (!is_ours) {
+    warn_of_missing_file(m_path);  // another run may hold the one that is there now
   } else {
-    // Somebody removed ours, and another run may hold the one that is there now.
-    warn_of_other_file(m_path);
+    // A file that cannot be removed blocks the next run, which names it: nothing is lost.
+    (void)::unlinkat(m_directory, file, 0);
   }
 }
 

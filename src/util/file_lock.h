@@ -15,9 +15,9 @@ namespace util {
 // process has on it, so the stream that wrote the id stays open for as long as the lock is held.
 //
 // Threads: one thread.
-// Ownership: owns the file once the lock was obtained; the destructor removes it, unless the path
-//   leads to another file by then, and then releases the lock. One that failed before removes the
-//   file unless another process holds the lock.
+// Ownership: owns the file once the lock was obtained; the destructor removes it, also from a directory
+//   that was renamed or unmounted meanwhile, unless another file has its name by then, and then
+//   releases the lock. One that failed before removes the file unless another process holds the lock.
 class FileLock {
  public:
   // Takes the lock at `path`, without waiting.
@@ -38,12 +38,14 @@ class FileLock {
   void create();
   void lock();
   void write_process_id();
+  void remove() noexcept;
 
   struct CloseStream {
     void operator()(std::FILE* stream) const { (void)std::fclose(stream); }
   };
 
   const boost::filesystem::path m_path;
+  const int m_directory;  // that the file lies in, wherever that is found by then; -1 if unknown
   std::unique_ptr<std::FILE, CloseStream> m_stream;
   boost::scoped_ptr<boost::interprocess::file_lock> m_lock;
   bool m_obtained = false;

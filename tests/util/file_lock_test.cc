@@ -44,4 +44,14 @@ TEST(FileLock, NeverHeldByTwoProcesses) {
   EXPECT_FALSE(boost::filesystem::exists(path)) << "left behind, and in everybody's way";
 }
 
+TEST(FileLock, IsRemovedFromAStorageThatWasRenamed) {
+  const support::TempDir dir;
+  boost::filesystem::create_directory(dir.path() / "storage");
+  {
+    const auto lock = util::FileLock::init(dir.path() / "storage" / "mdfixup.lock");
+    boost::filesystem::rename(dir.path() / "storage", dir.path() / "renamed");
+  }
+  EXPECT_TRUE(boost::filesystem::is_empty(dir.path() / "renamed"));
+}
+
 }  // namespace
