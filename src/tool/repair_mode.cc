@@ -76,13 +76,20 @@ bool is_interrupted() {
   return true;
 }
 
+// What a repair leaves if it ends now.
+struct Left {
+  bool services_stopped = false;
+  bool catalog_aside = false;
+};
+
 // A repair with the services stopped, in the order of its steps: whatever can fail comes before the
 // catalog is moved, and what fails after that while nothing is done yet moves it back.
 class Repair {
  public:
-  // `is_resumed` if an earlier repair has left the catalog under its work name.
-  Repair(const StoragePaths& storage, bool is_resumed)
-      : m_storage(storage), m_is_resumed(is_resumed) {}
+  // `left` says whether an earlier repair has left the catalog under its work name, and what this one
+  // leaves; it must outlive the repair.
+  Repair(const StoragePaths& storage, Left& left)
+      : m_storage(storage), m_is_resumed(left.catalog_aside), m_left(left) {}
 
   // Returns the exit status.
   int run();
@@ -90,17 +97,20 @@ class Repair {
  private:
   bool prepare();
   bool repair();
+  void move_aside();
+  void move_back();
   bool put_back_if_untouched();
 
   const StoragePaths& m_storage;
   const bool m_is_resumed;
+  Left& m_left;
   std::vector<fs::path> m_links;  // below the catalog
   std::unique_ptr<catalog::RepairClientNameCase> m_task;
 };
 
 int Repair::run() {
   if (!prepare()) return k_exit_failure;
-  if (!m_is_resumed) move_catalog(m_storage.catalog, m_storage.work_dir);
+  if (!m_is_resumed) move_aside();
   bool repaired = false;
   try {
     repaired = repair();
@@ -113,7 +123,7 @@ int Repair::run() {
     platform::print("Case-sensitivity repair finished with some errors.\n");
     return k_exit_failure;
   }
-  move_catalog(m_storage.work_dir, m_storage.catalog);
+  move_back();
   StartServices(opt_tvr_location);
   platform::print("Case-sensitivity repair finished successfully.\n");
   return k_exit_success;
@@ -141,6 +151,16 @@ bool Repair::repair() {
   return run_task(*m_task, Summary::after_success);
 }
 
+void Repair::move_aside() {
+  move_catalog(m_storage.catalog, m_storage.work_dir);
+  m_left.catalog_aside = true;
+}
+
+void Repair::move_back() {
+  move_catalog(m_storage.work_dir, m_storage.catalog);
+  m_left.catalog_aside = false;
+}
+
 // Whether the catalog has its name again, as nothing was done to it.
 bool Repair::put_back_if_untouched() {
   if (!dct::filesystem::exists(m_storage.work_dir)) return false;  // the storage is gone
@@ -148,7 +168,7 @@ bool Repair::put_back_if_untouched() {
       m_task->totals().dirs() != 0 || any_link_is_gone(m_storage.work_dir, m_links);
   if (m_is_resumed || is_touched) return false;
   try {
-    move_catalog(m_storage.work_dir, m_storage.catalog);
+    move_back();
   } catch (const fs::filesystem_error& error) {
     dct::report_error(std::string("ERROR: ") + error.what() + "\n");
     return false;
@@ -156,15 +176,12 @@ bool Repair::put_back_if_untouched() {
   return true;
 }
 
-enum class Services { untouched, stopped };
-
-// What a repair that failed has left, and what an operator would take long to find out.
-void report_what_is_left(const StoragePaths& storage, Services services) {
-  const bool was_begun = services == Services::stopped;
-  // What stands at the catalog's place once the repair has begun is another one.
-  if (was_begun ? dct::filesystem::exists(storage.work_dir) : catalog_is_aside(storage)) {
-    dct::report_error(catalog_aside_text(storage, was_begun));
-  } else if (opt_force && was_begun) {
+// What an operator would take long to find out. It is known without a look at the storage, which may be
+// gone or have another catalog by now.
+void report_what_is_left(const StoragePaths& storage, const Left& left) {
+  if (left.catalog_aside) {
+    dct::report_error(catalog_aside_text(storage, left.services_stopped));
+  } else if (opt_force && left.services_stopped) {
     dct::report_error("The Tavrin Deduplication services are stopped.\n");
     // Without a catalog they are better left so.
     if (dct::filesystem::exists(storage.catalog)) print_start_commands(opt_tvr_location);
@@ -185,24 +202,25 @@ bool services_are_stopped() {
   }
 }
 
-int run(const StoragePaths& storage, Services& services) {
+int run(const StoragePaths& storage, Left& left) {
+  left.catalog_aside = catalog_is_aside(storage);
   if (!location_can_be_run() || !directories_can_be_renamed(storage)) return k_exit_failure;
   if (!services_are_stopped()) return k_exit_failure;
-  services = Services::stopped;
-  return Repair(storage, dct::filesystem::exists(storage.work_dir)).run();
+  left.services_stopped = true;
+  return Repair(storage, left).run();
 }
 
 }  // namespace
 
 int repair_mode(const StoragePaths& storage) {
-  Services services = Services::untouched;
+  Left left;
   int status = k_exit_failure;
   try {
-    status = run(storage, services);
+    status = run(storage, left);
   } catch (...) {
-    report_what_is_left(storage, services);
+    report_what_is_left(storage, left);
     throw;
   }
-  if (status != k_exit_success) report_what_is_left(storage, services);
+  if (status != k_exit_success) report_what_is_left(storage, left);
   return status;
 }
