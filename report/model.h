@@ -61,8 +61,8 @@ struct Run {
   bool interrupted = false;
   std::string catalog_aside;  // where a repair has left the catalog; empty where it is in its place
   std::optional<Summary> summary;
-  std::string progress;  // the last such line; empty without one
-  std::string clock_warning;  // that copies are newer than the clock; the last one of the warnings
+  std::string progress;       // the last such line; empty without one
+  std::string clock_warning;  // of copies newer than the clock; also among the warnings
   Notes warnings;
   Notes errors;
 

@@ -70,8 +70,8 @@ int RepairPODB::visit_podb_impl() {
   return m_collision_found ? k_status_handled : k_status_ok;
 }
 
-// Nearly every directory has neither, and one listing tells. Names that are no texts come behind all
-// texts, so that a second one finds them without reading those.
+// Nearly every directory has neither, as the first listing shows. Names that are no texts come after
+// all texts, so the second listing does not read those.
 cr_status_t RepairPODB::list(Names& names, Names& no_texts) const {
   const std::string others = condition_for_other_names(client());
   cr_status_t status = podb().get_basenames(names, others, 0, 0);
