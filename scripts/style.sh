@@ -28,17 +28,18 @@ unlisted() {
   done
 }
 
-# Databases belong to src/platform, but for what it is measured against; includes point from the tool
-# down to the platform.
+# Databases belong to src/platform and src/record, but for what they are measured against; includes
+# point from the tool down to the platform.
 includes() {
-  sources | grep -vE '^(src/platform|bench/limits)/' |
+  sources | grep -vE '^(src/(platform|record)|bench/limits)/' |
     xargs grep -nE '#include [<"](sqlite3|SQLiteCpp)'
-  below platform 'tool|catalog|tvr_utils|cr|dct|util|mtstrm'
-  below util 'tool|catalog|tvr_utils|cr|dct|mtstrm'
-  below mtstrm 'tool|catalog|tvr_utils|cr|dct|util'
-  below dct 'tool|catalog|tvr_utils|cr|mtstrm'
-  below tvr_utils 'tool|catalog|cr|mtstrm'
-  below cr 'tool|catalog|tvr_utils|mtstrm'
+  below record 'tool|catalog|tvr_utils|cr|dct|util|mtstrm'
+  below platform 'tool|catalog|tvr_utils|cr|dct|util|mtstrm|record'
+  below util 'tool|catalog|tvr_utils|cr|dct|mtstrm|record'
+  below mtstrm 'tool|catalog|tvr_utils|cr|dct|util|record'
+  below dct 'tool|catalog|tvr_utils|cr|mtstrm|record'
+  below tvr_utils 'tool|catalog|cr|mtstrm|record'
+  below cr 'tool|catalog|tvr_utils|mtstrm|record'
   below catalog 'tool'
   below . 'report|sandbox|tests'
 }

@@ -37,6 +37,8 @@ std::shared_ptr<spdlog::logger>& run_log() {
   return log;
 }
 
+MessageListener s_listener = nullptr;
+
 // ASCII's control characters, and those beyond it in UTF-8.
 std::string without_controls(std::string text) {
   char before = 0;
@@ -51,6 +53,9 @@ std::string without_controls(std::string text) {
 
 void write(spdlog::level::level_enum level, std::string_view text) {
   if (run_log()) run_log()->log(level, platform::on_one_line(text));
+  if (s_listener != nullptr && level != spdlog::level::info) {
+    s_listener(level == spdlog::level::warn, text);
+  }
 }
 
 }  // namespace
@@ -62,6 +67,10 @@ void dctLogSetA(const char* path, unsigned flags, int reserved, const char* prog
   auto log = std::make_shared<spdlog::logger>(program_name, std::move(sink));
   log->set_pattern("%Y-%m-%d %H:%M:%S.%e %l pid=%P thread=%t %v");
   run_log() = std::move(log);
+}
+
+void listen_to_run_log(MessageListener listener) {
+  s_listener = listener;
 }
 
 void InfoA(std::string_view text) {

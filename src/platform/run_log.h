@@ -17,3 +17,7 @@ void dctLogSetA(const char* path, unsigned flags, int reserved, const char* prog
 void InfoA(std::string_view text);
 void WarningA(std::string_view text);
 void ErrorA(std::string_view text);
+
+// Hands each later warning (or else error) of the run log on as well; from any thread.
+using MessageListener = void (*)(bool is_warning, std::string_view text);
+void listen_to_run_log(MessageListener listener);

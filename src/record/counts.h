@@ -1,0 +1,48 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+namespace record {
+
+// What was counted in one policy directory, or in a whole run.
+struct DirCounts {
+  std::uint64_t pos = 0;
+  std::uint64_t copies = 0;
+  std::uint64_t orphan_copies = 0;
+  std::uint64_t missing_copies = 0;
+  std::uint64_t taken_pos = 0;    // by the deletion; in a dry run, those that it would take
+  std::uint64_t taken_bytes = 0;  // their sizes
+  std::uint64_t other_copies_pos =
+      0;  // of the taken ones, those of another copy than the one named
+  std::uint64_t moved_pos = 0;
+  std::uint64_t collisions = 0;
+  std::uint64_t future_copies = 0;  // newer than the host's clock by more than a day
+};
+
+// A count: where it is kept, its name in records and JSON, and the words for one and for more.
+struct Count {
+  std::uint64_t DirCounts::*value;
+  const char* name;
+  const char* one;
+  const char* many;
+  bool in_summary_line;
+};
+
+// The one list of counts. Totals, summary line, progress, records, reports and JSON are made from it.
+inline constexpr std::array<Count, 10> k_counts{{
+    {&DirCounts::pos, "pos", "PO", "POs", true},
+    {&DirCounts::copies, "copies", "copy", "copies", true},
+    {&DirCounts::orphan_copies, "orphan_copies", "orphan copy", "orphan copies", true},
+    {&DirCounts::missing_copies, "missing_copies", "missing copy", "missing copies", true},
+    {&DirCounts::taken_pos, "taken_pos", "PO taken", "POs taken", true},
+    {&DirCounts::taken_bytes, "taken_bytes", "byte taken", "bytes taken", false},
+    {&DirCounts::other_copies_pos, "other_copies_pos", "of another copy", "of other copies", true},
+    {&DirCounts::moved_pos, "moved_pos", "PO moved", "POs moved", true},
+    {&DirCounts::collisions, "collisions", "collision", "collisions", true},
+    {&DirCounts::future_copies, "future_copies", "copy of the future", "copies of the future",
+     false},
+}};
+static_assert(sizeof(DirCounts) == k_counts.size() * sizeof(std::uint64_t), "each is listed");
+
+}  // namespace record

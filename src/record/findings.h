@@ -1,0 +1,100 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "record/counts.h"
+
+// What a run finds, as plain values: one struct for each kind of finding. Names are bytes, as they
+// stand in directories and databases; times are seconds since the epoch, unless said otherwise.
+namespace record {
+
+enum class Task { none, scan, repair, dry_run, deletion };
+
+// A policy directory in hand. Belongs to one thread.
+struct Directory {
+  std::string dsid;  // the name of the directory above the client's
+  std::string client;
+  std::string policy;
+  DirCounts counts;
+  std::int64_t id = 0;  // in the record; 0 until something of the directory is stored
+};
+
+// A copy that the metadata holds and the backup catalog does not.
+struct Orphan {
+  std::int64_t backup_time = 0;
+  std::uint32_t copy_number = 0;
+  std::uint64_t pos = 0;                  // that its deletion takes
+  std::uint64_t bytes = 0;                // the sum of their sizes
+  std::vector<std::string> other_copies;  // basenames of the taken POs of other copies
+  bool deleted = false;
+};
+
+// A copy that the backup catalog holds and the metadata does not.
+struct MissingCopy {
+  std::string client;
+  std::string policy;
+  std::int64_t backup_time = 0;
+  std::uint32_t copy_number = 0;
+};
+
+// POs that went to the directory of `target_client` with the same DSID and policy.
+struct Moved {
+  std::string target_client;
+  std::vector<std::vector<std::string>::const_iterator> basenames;
+};
+
+// A PO that stayed because `target_client` has another one of its name.
+struct Collision {
+  std::string target_client;
+  std::string basename;
+};
+
+// A PO that was left out of the comparison.
+struct UnparsedName {
+  std::string basename;
+  std::string reason;
+};
+
+// A symbolic link below the catalog.
+struct Link {
+  std::string path;
+  std::string target;
+  bool removed = false;
+};
+
+enum class Severity { warning, error };
+
+enum class Ending { none, orderly, signal, exception };
+
+// How a run ended. A run that was killed has `none`.
+struct RunEnd {
+  Ending ending = Ending::none;
+  std::string text;  // of the exception
+  int exit_status = 0;
+};
+
+// A run as a whole.
+struct Run {
+  Task task = Task::none;
+  std::vector<std::string> arguments;
+  std::string version;
+  std::string host;
+  std::int64_t pid = 0;
+  std::string storage_root;
+  std::string catalog;
+  std::string disk_pool;
+  std::optional<std::int64_t> listing_hours;  // that a listing of the backup catalog reaches back
+  std::int64_t threads = 0;
+  std::int64_t start_nanoseconds = 0;
+  std::int64_t end_nanoseconds = 0;  // 0 for a run without an end
+  RunEnd end;
+  std::string catalog_aside;  // where a repair left the catalog; empty when it is in its place
+  std::uint64_t dirs = 0;
+  std::uint64_t failed_dirs = 0;
+  DirCounts counts;
+};
+
+}  // namespace record

@@ -1,0 +1,129 @@
+#include "record/run_record.h"
+
+#include <chrono>
+#include <exception>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "platform/reports.h"
+#include "platform/run_log.h"
+#include "record/names.h"
+#include "record/record_database.h"
+
+namespace fs = boost::filesystem;
+
+namespace record {
+
+RunRecord& run_record() {
+  static RunRecord record;
+  return record;
+}
+
+RunRecord::RunRecord() = default;
+RunRecord::~RunRecord() = default;
+
+void RunRecord::begin(const boost::filesystem::path& log_dir, const Run& run) {
+  constexpr std::int64_t k_second_nanoseconds = 1000000000;
+  const fs::path dir = log_dir / "mdfixup" / "runs";
+  std::string fault;
+  {
+    const boost::lock_guard<boost::mutex> guard(m_mutex);
+    m_file = (dir / (std::to_string(run.start_nanoseconds / k_second_nanoseconds) + "-" +
+                     std::to_string(run.pid) + ".db"))
+                 .string();
+    try {
+      fs::create_directories(dir);
+      m_database = std::make_unique<RecordDatabase>(m_file, run);
+    } catch (const std::exception& error) {
+      fault = error.what();
+    }
+  }
+  if (!fault.empty()) report_failure(fault);
+}
+
+template <class Store>
+void RunRecord::store(Store what) {
+  std::string fault;
+  {
+    const boost::lock_guard<boost::mutex> guard(m_mutex);
+    if (!m_database) return;
+    try {
+      m_database->begin();
+      what(*m_database);
+      m_database->commit_if_due();
+    } catch (const std::exception& error) {
+      fault = error.what();
+      m_database.reset();  // what was committed stays
+    }
+  }
+  if (!fault.empty()) report_failure(fault);
+}
+
+void RunRecord::report_failure(const std::string& why) {
+  const std::string text =
+      "the record of this run, " + m_file + ", could not be written: " + why + "; the run goes on";
+  platform::note_lost_report();
+  (void)platform::tell_standard_error("ERROR: " + text + "\n");  // its loss is noted already
+  ErrorA(text);
+}
+
+void RunRecord::note(const std::function<void(Run&)>& change) {
+  store([&](RecordDatabase& record) { record.change_run(change); });
+}
+
+void RunRecord::add(Directory& directory) {
+  store([&](RecordDatabase& record) { record.store(directory); });
+}
+
+template <class Finding>
+void RunRecord::add(Directory& directory, const Finding& finding) {
+  store([&](RecordDatabase& record) { record.store(directory, finding); });
+}
+template void RunRecord::add(Directory& directory, const Orphan& finding);
+template void RunRecord::add(Directory& directory, const Moved& finding);
+template void RunRecord::add(Directory& directory, const Collision& finding);
+template void RunRecord::add(Directory& directory, const UnparsedName& finding);
+
+void RunRecord::done(const Directory& directory) {
+  if (directory.id == 0) return;
+  store([&](RecordDatabase& record) { record.store_state(directory, k_done, ""); });
+}
+
+void RunRecord::failed(Directory& directory, const std::string& reason) {
+  store([&](RecordDatabase& record) {
+    record.store(directory);
+    record.store_state(directory, k_failed, reason);
+  });
+}
+
+void RunRecord::add(const MissingCopy& copy) {
+  store([&](RecordDatabase& record) { record.store(copy); });
+}
+
+void RunRecord::add(const Link& link) {
+  store([&](RecordDatabase& record) { record.store(link); });
+}
+
+void RunRecord::add(Severity severity, const std::string& text) {
+  store([&](RecordDatabase& record) { record.store(severity, text); });
+}
+
+void RunRecord::commit() {
+  store([](RecordDatabase& record) { record.commit(); });
+}
+
+void RunRecord::end(const RunEnd& end) {
+  using std::chrono::nanoseconds;
+  using std::chrono::system_clock;
+  const auto now = std::chrono::duration_cast<nanoseconds>(system_clock::now().time_since_epoch());
+  note([&](Run& run) {
+    run.end = end;
+    run.end_nanoseconds = now.count();
+  });
+  commit();
+  const boost::lock_guard<boost::mutex> guard(m_mutex);
+  if (m_database) m_database->close();
+  m_database.reset();
+}
+
+}  // namespace record

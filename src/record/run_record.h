@@ -1,0 +1,75 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include <boost/filesystem/path.hpp>
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include "record/findings.h"
+
+namespace record {
+
+class RecordDatabase;
+
+// Stores what a run finds in one SQLite database, `<log directory>/mdfixup/runs/<start, seconds>-<process
+// id>.db`: with a write-ahead log during the run, as a single file after its end.
+//
+// Findings are committed about once a second and at the end. A kill loses what came after the last
+// commit; what is in the database is whole. Before `begin`, and after a failure, nothing is stored.
+// Threads: every member but begin and end may be called from any thread; one directory belongs to one
+//   thread at a time. SQL runs under the mutex: rows go into memory, a commit writes without a sync.
+// Errors: none. A failure to write is reported once, on standard error and in the run log; it counts
+//   as a lost report, and the run goes on.
+class RunRecord {
+ public:
+  RunRecord();
+  ~RunRecord();
+  RunRecord(const RunRecord&) = delete;
+  RunRecord& operator=(const RunRecord&) = delete;
+
+  // Makes the record. Of `run`, pid and start name it.
+  void begin(const boost::filesystem::path& log_dir, const Run& run);
+
+  // Changes what is known of the run as a whole.
+  void note(const std::function<void(Run&)>& change);
+
+  // Stores the directory, without counts and state, unless it is there already.
+  void add(Directory& directory);
+
+  // Stores an Orphan, Moved, Collision or UnparsedName of a directory, and the directory with the first.
+  template <class Finding>
+  void add(Directory& directory, const Finding& finding);
+
+  // Stores counts and state of a directory that is done, if it is in the record.
+  void done(const Directory& directory);
+  // The same of one that failed, which is stored in any case.
+  void failed(Directory& directory, const std::string& reason);
+
+  void add(const MissingCopy& copy);
+  void add(Severity severity, const std::string& text);
+  // Stores the link, or that the link of this path was removed.
+  void add(const Link& link);
+
+  // Commits what was stored until now, for what must not be lost by a kill.
+  void commit();
+
+  // Stores how the run ended, syncs and closes the record.
+  void end(const RunEnd& end);
+
+ private:
+  template <class Store>
+  void store(Store what);
+  void report_failure(const std::string& why);
+
+  boost::mutex m_mutex;
+  std::string m_file;
+  std::unique_ptr<RecordDatabase> m_database BOOST_THREAD_GUARDED_BY(m_mutex);
+};
+
+// The record of this process's run.
+RunRecord& run_record();
+
+}  // namespace record
