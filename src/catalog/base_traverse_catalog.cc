@@ -5,8 +5,8 @@
 #include "catalog/dirs_iterator.h"
 #include "catalog/traverse_catalog_thread_pool.h"
 #include "dct/log_file.h"
-#include "dct/report_error.h"
 #include "platform/reports.h"
+#include "record/run_record.h"
 #include "util/interrupt.h"
 
 namespace fs = boost::filesystem;
@@ -64,22 +64,19 @@ int BaseTraverseCatalog::visit_and_count(const fs::path& policy_dir) {
   return status;
 }
 
-void BaseTraverseCatalog::init_log_file(const fs::path& dir, const std::string& file_name) {
+dct::util::LogFile& BaseTraverseCatalog::init_log_file(const fs::path& dir,
+                                                       const std::string& file_name) {
   fs::create_directories(dir);
   dct::util::make_LogFile(dir / file_name, m_log);
   platform::print("Log file: " + m_log->path() + "\n");
   write_to_log("Number of threads:           " + std::to_string(m_num_threads) + "\n" +
                "Deduplication metadata dir:  " + m_metadata_dir.string() + "\n");
+  record::run_record().note([this](record::Run& run) { run.threads = m_num_threads; });
+  return *m_log;
 }
 
 void BaseTraverseCatalog::write_to_log(const std::string& text) const {
   m_log->write(text);
-}
-
-void BaseTraverseCatalog::report_failed_dir(const std::string& report) {
-  note_failed_dir();
-  write_to_log(report);
-  dct::report_error(report);
 }
 
 }  // namespace catalog

@@ -63,17 +63,12 @@ class BaseTraverseCatalog {
   const boost::filesystem::path& log_dir() const { return m_log_dir; }
 
   // Opens the task's log `dir`/`file_name`, makes the directory if need be, and tells standard
-  // output where the log is. To be called in the derived class's constructor.
+  // output where the log is. To be called in the derived class's constructor. Returns the log.
   // Errors: filesystem_error, Cr_ErrnoException.
-  void init_log_file(const boost::filesystem::path& dir, const std::string& file_name);
+  dct::util::LogFile& init_log_file(const boost::filesystem::path& dir,
+                                    const std::string& file_name);
 
   void write_to_log(const std::string& text) const;
-
-  // Tells the task's log and standard error why a directory could not be processed, and notes that.
-  void report_failed_dir(const std::string& report);
-
-  // Notes a directory that could not be processed, of which everything has been told.
-  void note_failed_dir() { m_totals.add_failed_dir(); }
 
   // To be called when a listed directory has no database, before that is taken for an empty one.
   // Errors: WalkRootChanged, which visit_dir is to pass on, as it ends the walk.

@@ -1,12 +1,12 @@
 #include "catalog/repair_client_name_case.h"
 
 #include <ctime>
+#include <memory>
 
 #include <boost/algorithm/string/case_conv.hpp>
 
 #include "catalog/podb/repair_podb.h"
 #include "dct/log_file.h"
-#include "dct/report_error.h"
 
 namespace fs = boost::filesystem;
 
@@ -31,49 +31,48 @@ RepairClientNameCase::RepairClientNameCase(const fs::path& log_directory,
   dct::util::make_LogFile(
       log_dir() / ("dedupe_client_name_repair_collisions." + std::to_string(std::time(nullptr))),
       m_collision_log);
+  m_findings = std::make_unique<RepairFindings>(log(), *m_collision_log, totals_to_add_to());
 }
 
 int RepairClientNameCase::visit_dir(const fs::path& policy_dir) {
+  record::Directory directory = directory_of(policy_dir);
+  const auto fail = [&](int status, const std::string& why) {
+    m_findings->unrepaired(directory, policy_dir, why);
+    return status == k_status_ok ? k_status_malformed : status;
+  };
   try {
-    const int status = repair(policy_dir);
-    if (status == k_status_handled) {
-      m_collisions_found = true;
-      return k_status_ok;
-    }
-    if (status != k_status_ok) note_failed_dir();
-    return status;
+    return repair(policy_dir, directory);
   } catch (const WalkRootChanged&) {
     throw;
   } catch (const Cr_ErrnoException& error) {
-    return report_unrepaired(error.GetStatus(), policy_dir, error.GetString());
+    return fail(error.GetStatus(), error.GetString());
   } catch (const std::exception& error) {
-    return report_unrepaired(k_status_malformed, policy_dir, error.what());
+    return fail(k_status_malformed, error.what());
   }
 }
 
-int RepairClientNameCase::repair(const fs::path& policy_dir) {
+// A collision is no failure.
+int RepairClientNameCase::repair(const fs::path& policy_dir, record::Directory& directory) {
   const util::KeyLock alone(m_spellings_locks, lock_name(podb::PolicyLocation(policy_dir)));
-  podb::RepairPODB visitor(policy_dir, log(), *m_collision_log);
+  podb::RepairPODB visitor(policy_dir, *m_findings, directory);
   if (!visitor.has_database()) require_same_root();
-  const CountsAdder counted(totals_to_add_to(), visitor.counts());
-  return visitor.visit_podb_impl();
-}
-
-int RepairClientNameCase::report_unrepaired(int status, const fs::path& policy_dir,
-                                            const std::string& text) {
-  report_failed_dir("ERROR: could not repair " + policy_dir.string() + "; " + text + "\n");
-  return status == k_status_ok ? k_status_malformed : status;
+  const int status = visitor.visit_podb_impl();
+  if (status == k_status_ok || status == k_status_handled) {
+    m_findings->done(directory);
+    return k_status_ok;
+  }
+  m_findings->failed(directory, visitor.last_error());
+  return status;
 }
 
 std::string RepairClientNameCase::findings() const {
-  const DirCounts counts = totals().counts();
-  return std::to_string(counts.moved_pos) + " POs moved, " + std::to_string(counts.collisions) +
-         " collisions";
+  const record::DirCounts counts = totals().counts();
+  return number_of(counts, &record::DirCounts::moved_pos) + ", " +
+         number_of(counts, &record::DirCounts::collisions);
 }
 
 void RepairClientNameCase::summarize_impl() {
-  if (!m_collisions_found) return;
-  dct::report_error("Metadata collisions were encountered.\nSee " + m_collision_log->path() + "\n");
+  m_findings->tell_collisions();
 }
 
 }  // namespace catalog

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <atomic>
+#include <memory>
 #include <string>
 
 #include "catalog/base_traverse_catalog.h"
+#include "catalog/findings/repair_findings.h"
 #include "util/key_locks.h"
 
 namespace catalog {
@@ -31,12 +32,10 @@ class RepairClientNameCase : public BaseTraverseCatalog {
   std::string findings() const override;
 
  private:
-  int repair(const boost::filesystem::path& policy_dir);
-  int report_unrepaired(int status, const boost::filesystem::path& policy_dir,
-                        const std::string& text);
+  int repair(const boost::filesystem::path& policy_dir, record::Directory& directory);
 
   boost::shared_ptr<dct::util::LogFile> m_collision_log;
-  std::atomic<bool> m_collisions_found{false};
+  std::unique_ptr<RepairFindings> m_findings;
   util::KeyLocks m_spellings_locks;
 };
 

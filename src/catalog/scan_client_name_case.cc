@@ -21,49 +21,45 @@ const std::string ScanClientNameCase::found_case_sensitivity_issues_msg =
 
 ScanClientNameCase::ScanClientNameCase(const fs::path& log_directory, const fs::path& catalog_dir,
                                        unsigned num_threads, bool stop_on_error)
-    : BaseTraverseCatalog(log_directory, catalog_dir, num_threads, stop_on_error) {
-  init_log_file(log_dir(),
-                "client_names_with_case_sensitivity_issues." + std::to_string(std::time(nullptr)));
-}
+    : BaseTraverseCatalog(log_directory, catalog_dir, num_threads, stop_on_error),
+      m_findings(init_log_file(log_dir(), "client_names_with_case_sensitivity_issues." +
+                                              std::to_string(std::time(nullptr))),
+                 totals_to_add_to()) {}
 
 int ScanClientNameCase::visit_dir(const fs::path& policy_dir) {
+  record::Directory directory = directory_of(policy_dir);
+  const auto fail = [&](int status, const std::string& why) {
+    if (!why.empty()) ErrorA(why);
+    m_findings.unreadable(directory, policy_dir, status, why);
+    return status;
+  };
   try {
-    const int status = scan(policy_dir);
-    if (status != k_status_ok && status != k_status_handled) report_unreadable(status, policy_dir);
+    const int status = scan(policy_dir, directory);
+    if (status != k_status_ok && status != k_status_handled) return fail(status, "");
+    m_findings.done(directory);
     return status;
   } catch (const WalkRootChanged&) {
     throw;
   } catch (const Cr_ErrnoException& error) {
-    ErrorA(error.GetString());
-    return report_unreadable(error.GetStatus(), policy_dir);
+    return fail(error.GetStatus(), error.GetString());
   } catch (const std::exception& error) {
-    ErrorA(error.what());
-    return report_unreadable(k_status_malformed, policy_dir);
+    return fail(k_status_malformed, error.what());
   }
 }
 
-int ScanClientNameCase::scan(const fs::path& policy_dir) {
-  podb::ScanPODB visitor(policy_dir, log());
+int ScanClientNameCase::scan(const fs::path& policy_dir, record::Directory& directory) {
+  podb::ScanPODB visitor(policy_dir, m_findings, directory);
   if (!visitor.has_database()) require_same_root();
-  const CountsAdder counted(totals_to_add_to(), visitor.counts());
-  const int status = visitor.visit_podb_impl();
-  if (status != k_status_ok && visitor.found_issue()) ++m_dirs_with_issues;
-  return status;
-}
-
-int ScanClientNameCase::report_unreadable(int status, const fs::path& policy_dir) {
-  report_failed_dir("ERROR (" + CRStatusToStringA(status) +
-                    "): could not read the deduplication metadata for " + policy_dir.string() +
-                    "\n");
-  return status;
+  return visitor.visit_podb_impl();
 }
 
 std::string ScanClientNameCase::findings() const {
-  return std::to_string(m_dirs_with_issues) + " directories with issues";
+  return m_findings.text();
 }
 
 void ScanClientNameCase::summarize_impl() {
-  platform::print((m_dirs_with_issues != 0 ? found_case_sensitivity_issues_msg : clean_msg) + "\n");
+  platform::print(
+      (m_findings.dirs_with_issues() != 0 ? found_case_sensitivity_issues_msg : clean_msg) + "\n");
   if (totals().failed_dirs() != 0) {
     dct::report_error("The scan is incomplete: " + std::to_string(totals().failed_dirs()) +
                       " policy directories could not be read.\n");

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <atomic>
-#include <cstdint>
 #include <string>
 
 #include "catalog/base_traverse_catalog.h"
+#include "catalog/findings/scan_findings.h"
 
 namespace catalog {
 
@@ -29,10 +28,9 @@ class ScanClientNameCase : public BaseTraverseCatalog {
   static const std::string clean_msg;
   static const std::string found_case_sensitivity_issues_msg;
 
-  int scan(const boost::filesystem::path& policy_dir);
-  int report_unreadable(int status, const boost::filesystem::path& policy_dir);
+  int scan(const boost::filesystem::path& policy_dir, record::Directory& directory);
 
-  std::atomic<std::uint64_t> m_dirs_with_issues{0};
+  ScanFindings m_findings;
 };
 
 }  // namespace catalog

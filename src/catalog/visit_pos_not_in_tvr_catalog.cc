@@ -4,11 +4,11 @@
 
 #include "catalog/podb/delete_orphan_pos.h"
 #include "catalog/podb/print_orphan_pos.h"
-#include "dct/filesystem.h"
 #include "dct/log_file.h"
 #include "platform/reports.h"
 #include "platform/run_log.h"
 #include "platform/status.h"
+#include "record/run_record.h"
 #include "tvr_utils/tvr_image_iterator.h"
 #include "util/interrupt.h"
 
@@ -20,10 +20,6 @@ namespace {
 
 std::string pair_text(const std::string& client, const std::string& policy) {
   return client + " " + policy;
-}
-
-std::string with_one_line_end(const std::string& text) {
-  return text.substr(0, text.find_last_not_of('\n') + 1) + "\n";
 }
 
 void compare(podb::BaseCompareWithTVR& visitor) {
@@ -62,58 +58,40 @@ VisitPOsNotInTVRCatalog<V>::VisitPOsNotInTVRCatalog(const fs::path& log_director
   dct::util::make_LogFile(dir / V::missing_images_fname(), m_missing_images_log);
   // The name is asked for anew, so it may be a second late; scripts know that.
   platform::print("Missing images file: " + (dir / V::missing_images_fname()).string() + "\n");
-  m_missing_images_log->write("backupid|client_name|policy_name|copy_num|\n");
-  dct::util::make_LogFile(dir / V::policy_dirs_fname(), m_policy_dirs_log);
-  m_policy_dirs_log->write(
-      "client_name|policy_name|pos|copies|orphan_copies|missing_copies|taken_pos|"
-      "other_copies_pos|\n");
+  m_findings = std::make_unique<ConsistencyFindings>(log(), *m_missing_images_log,
+                                                     totals_to_add_to(), V::effect);
+  m_findings->begin_missing();
   platform::print(V::initial_string());
 }
 
 template <class V>
 int VisitPOsNotInTVRCatalog<V>::visit_dir(const fs::path& policy_dir) {
+  record::Directory directory = directory_of(policy_dir);
   try {
-    compare_dir(policy_dir);
+    compare_dir(policy_dir, directory);
+    m_findings->done(directory);
   } catch (const WalkRootChanged&) {
     throw;
   } catch (const Cr_ErrnoException& error) {
-    report(error.GetStatus(), policy_dir, error.GetString());
+    m_findings->not_compared(directory, policy_dir, error.GetStatus(), error.GetString());
   } catch (const std::exception& error) {
-    report(k_status_malformed, policy_dir, error.what());
+    m_findings->not_compared(directory, policy_dir, k_status_malformed, error.what());
   }
   return k_status_ok;
 }
 
 template <class V>
-void VisitPOsNotInTVRCatalog<V>::compare_dir(const fs::path& policy_dir) {
-  V visitor(policy_dir, log(), *m_missing_images_log, m_admincmd_dir, m_disk_pool);
+void VisitPOsNotInTVRCatalog<V>::compare_dir(const fs::path& policy_dir,
+                                             record::Directory& directory) {
+  V visitor(policy_dir, *m_findings, directory, m_admincmd_dir, m_disk_pool);
   if (!visitor.has_database()) require_same_root();
-  const CountsAdder counted(totals_to_add_to(), visitor.counts());
-  warn_of_clock(visitor.counts().future_copies, policy_dir);
+  // Before anything is deleted, while there is time to stop; the totals count them all.
+  if (directory.counts.future_copies != 0) m_findings->future_copies(policy_dir);
   visitor.set_catalog_backup_time(m_catalog_backup_time);
   compare(visitor);
   visitor.visit_image_copies_not_in_TV_impl();
-  m_policy_dirs_log->write(visitor.counts_line());
   const boost::lock_guard<boost::mutex> guard(m_mutex);
   m_visited_pairs.push_back(pair_text(visitor.client(), visitor.policy()));
-}
-
-// Before anything is deleted, while there is time to stop; the totals count them all.
-template <class V>
-void VisitPOsNotInTVRCatalog<V>::warn_of_clock(std::uint64_t future_copies,
-                                               const fs::path& policy_dir) {
-  if (future_copies == 0 || m_warned_of_clock.exchange(true)) return;
-  WarningA(dct::filesystem::as_utf8(policy_dir) + " has copies that are newer than this host's " +
-           "clock by more than a day: a wrong clock makes orphans of live images");
-}
-
-template <class V>
-void VisitPOsNotInTVRCatalog<V>::report(int status, const fs::path& policy_dir,
-                                        const std::string& text) {
-  report_failed_dir(
-      with_one_line_end("ERROR (" + CRStatusToStringA(status) +
-                        ") : could not compare the Tavrin catalog and deduplication metadata for " +
-                        dct::filesystem::as_utf8(policy_dir) + "; " + text));
 }
 
 template <class V>
@@ -124,11 +102,12 @@ std::vector<std::string> VisitPOsNotInTVRCatalog<V>::visited_pairs() {
 
 template <class V>
 std::string VisitPOsNotInTVRCatalog<V>::findings() const {
-  return V::findings(totals().counts());
+  return V::text_of(totals().counts());
 }
 
 template <class V>
 void VisitPOsNotInTVRCatalog<V>::summarize_impl() {
+  record::run_record().commit();  // the listing may take long
   if (!util::interrupted()) list_unvisited_pairs();
   if (util::interrupted()) InfoA("the listing of missing images was left out or cut short");
   BaseTraverseCatalog::summarize_impl();
@@ -138,26 +117,26 @@ template <class V>
 void VisitPOsNotInTVRCatalog<V>::list_unvisited_pairs() {
   const std::vector<std::string> pairs = visited_pairs();
   const std::set<std::string> visited(pairs.begin(), pairs.end());
-  DirCounts counts;
+  record::DirCounts counts;
   const CountsAdder counted(totals_to_add_to(), counts);
-  std::string client;
-  std::string policy;
+  record::MissingCopy missing;
   bool is_visited = false;
   const TVRImageIterator end;
   TVRImageIterator image(m_admincmd_dir, m_disk_pool,
                          podb::listing_hours_ago(m_catalog_backup_time));
   for (; image != end && !util::interrupted(); ++image) {
     // Images of one pair mostly stand together.
-    if (image->client_name != client || image->policy_name != policy) {
-      client = image->client_name;
-      policy = image->policy_name;
-      is_visited = visited.count(pair_text(client, policy)) != 0;
+    if (image->client_name != missing.client || image->policy_name != missing.policy) {
+      missing.client = image->client_name;
+      missing.policy = image->policy_name;
+      is_visited = visited.count(pair_text(missing.client, missing.policy)) != 0;
     }
     if (is_visited) continue;
+    missing.backup_time = image->backup_time;
     for (const std::uint32_t copy_number : distinct(image->copy_numbers)) {
       ++counts.missing_copies;
-      m_missing_images_log->write(podb::missing_image_line(image->client_name, image->policy_name,
-                                                           image->backup_time, copy_number));
+      missing.copy_number = copy_number;
+      m_findings->missing(missing);
     }
   }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -8,6 +9,7 @@
 #include <boost/thread/mutex.hpp>
 
 #include "catalog/base_traverse_catalog.h"
+#include "catalog/findings/consistency_findings.h"
 
 namespace catalog {
 
@@ -42,9 +44,7 @@ class VisitPOsNotInTVRCatalog : public BaseTraverseCatalog {
   std::string findings() const override;
 
  private:
-  void compare_dir(const boost::filesystem::path& policy_dir);
-  void warn_of_clock(std::uint64_t future_copies, const boost::filesystem::path& policy_dir);
-  void report(int status, const boost::filesystem::path& policy_dir, const std::string& text);
+  void compare_dir(const boost::filesystem::path& policy_dir, record::Directory& directory);
   void list_unvisited_pairs();
   std::vector<std::string> visited_pairs();
 
@@ -52,8 +52,7 @@ class VisitPOsNotInTVRCatalog : public BaseTraverseCatalog {
   const std::string m_disk_pool;
   const std::int64_t m_catalog_backup_time;
   boost::shared_ptr<dct::util::LogFile> m_missing_images_log;
-  boost::shared_ptr<dct::util::LogFile> m_policy_dirs_log;
-  std::atomic<bool> m_warned_of_clock{false};
+  std::unique_ptr<ConsistencyFindings> m_findings;
   std::vector<std::string> m_visited_pairs BOOST_THREAD_GUARDED_BY(m_mutex);
   boost::mutex m_mutex;
 };

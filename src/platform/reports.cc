@@ -63,11 +63,7 @@ void tell_terminal(std::string_view text) {
 }
 
 void tell_or_lose(std::string_view text) {
-  if (!tell_standard_error(text)) note_lost_report();
-}
-
-void note_lost_report() {
-  s_lost = true;
+  if (!tell_standard_error(text)) s_lost = true;
 }
 
 bool reports_were_lost() {

@@ -27,9 +27,6 @@ void tell_terminal(std::string_view text);
 // lost.
 void tell_or_lose(std::string_view text);
 
-// Counts a report that could not be stored as lost.
-void note_lost_report();
-
 // Whether a text was lost since the process started.
 bool reports_were_lost();
 

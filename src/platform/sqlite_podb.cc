@@ -1,5 +1,7 @@
 #include "platform/sqlite_podb.h"
 
+#include <algorithm>
+
 #include <SQLiteCpp/SQLiteCpp.h>
 
 #include "platform/basename_range.h"
@@ -116,17 +118,20 @@ cr_status_t SQLitePODB::get_basenames_without(std::string_view prefix,
   });
 }
 
-cr_status_t SQLitePODB::get_basenames_in(const std::vector<platform::BasenameRange>& ranges,
-                                         const BasenameVisitor& visitor) {
+cr_status_t SQLitePODB::get_sizes_in(const std::vector<platform::BasenameRange>& ranges,
+                                     const SizeVisitor& visitor) {
   return in_one_lock_cycle([&] {
-    SQLite::Statement names(
+    SQLite::Statement pos(
         *m_database,
-        "SELECT basename FROM po WHERE basename >= ? AND basename < ? ORDER BY basename");
+        "SELECT basename, size FROM po WHERE basename >= ? AND basename < ? ORDER BY basename");
     for (const platform::BasenameRange& range : ranges) {
-      names.bindNoCopy(1, range.from);
-      bind_end(names, 2, range.to);
-      step_through(names, &visitor);
-      names.reset();
+      pos.bindNoCopy(1, range.from);
+      bind_end(pos, 2, range.to);
+      while (pos.executeStep()) {
+        const std::int64_t bytes = std::max<std::int64_t>(0, pos.getColumn(1).getInt64());
+        visitor(text_of(pos.getColumn(0)), static_cast<std::uint64_t>(bytes));
+      }
+      pos.reset();
     }
   });
 }

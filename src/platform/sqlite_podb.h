@@ -56,10 +56,11 @@ class SQLitePODB : public PODB {
                             unsigned offset, unsigned limit) override;
   cr_status_t get(const std::string& basename, PO& po) override;
 
-  // Hands the basenames in one range after the other to `visitor`, as get_basenames does. Those that
-  // are no texts are left out.
-  cr_status_t get_basenames_in(const std::vector<platform::BasenameRange>& ranges,
-                               const BasenameVisitor& visitor);
+  // Hands the basenames in one range after the other to `visitor`, with the sizes of their POs. Those
+  // that are no texts are left out; a size that is no count is 0.
+  using SizeVisitor = std::function<void(std::string_view basename, std::uint64_t bytes)>;
+  cr_status_t get_sizes_in(const std::vector<platform::BasenameRange>& ranges,
+                           const SizeVisitor& visitor);
   cr_status_t put(const PO* po) override;
   cr_status_t remove(const std::string& basename) override;
   cr_status_t do_begin_transaction() override;

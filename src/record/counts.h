@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <string>
 
 namespace record {
 
@@ -44,5 +45,11 @@ inline constexpr std::array<Count, 10> k_counts{{
      false},
 }};
 static_assert(sizeof(DirCounts) == k_counts.size() * sizeof(std::uint64_t), "each is listed");
+
+// "3 orphan copies"; always in the plural, as scripts know it.
+std::string number_of(const DirCounts& counts, std::uint64_t DirCounts::*which);
+
+// ", POs 5, copies 4, ..." of the counts in the summary line of the run log.
+std::string summary_of(const DirCounts& counts);
 
 }  // namespace record

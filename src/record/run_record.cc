@@ -62,8 +62,8 @@ void RunRecord::store(Store what) {
 void RunRecord::report_failure(const std::string& why) {
   const std::string text =
       "the record of this run, " + m_file + ", could not be written: " + why + "; the run goes on";
-  platform::note_lost_report();
-  (void)platform::tell_standard_error("ERROR: " + text + "\n");  // its loss is noted already
+  m_failed = true;
+  (void)platform::tell_standard_error("ERROR: " + text + "\n");  // the run log has it as well
   ErrorA(text);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
@@ -21,8 +22,8 @@ class RecordDatabase;
 // commit; what is in the database is whole. Before `begin`, and after a failure, nothing is stored.
 // Threads: every member but begin and end may be called from any thread; one directory belongs to one
 //   thread at a time. SQL runs under the mutex: rows go into memory, a commit writes without a sync.
-// Errors: none. A failure to write is reported once, on standard error and in the run log; it counts
-//   as a lost report, and the run goes on.
+// Errors: none. A failure to write is reported once, on standard error and in the run log, and the run
+//   goes on.
 class RunRecord {
  public:
   RunRecord();
@@ -59,6 +60,9 @@ class RunRecord {
   // Stores how the run ended, syncs and closes the record.
   void end(const RunEnd& end);
 
+  // Whether something could not be written.
+  bool failed() const { return m_failed; }
+
  private:
   template <class Store>
   void store(Store what);
@@ -66,6 +70,7 @@ class RunRecord {
 
   boost::mutex m_mutex;
   std::string m_file;
+  std::atomic<bool> m_failed{false};
   std::unique_ptr<RecordDatabase> m_database BOOST_THREAD_GUARDED_BY(m_mutex);
 };
 

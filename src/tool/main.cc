@@ -5,15 +5,26 @@
 #include "platform/reports.h"
 #include "platform/run_log.h"
 #include "platform/status.h"
+#include "record/run_record.h"
 #include "tool/exit_status.h"
 #include "tool/main_impl.h"
+#include "util/interrupt.h"
 
 namespace {
 
-bool everything_was_reported() {
-  if (platform::standard_output_is_whole() && !platform::reports_were_lost()) return true;
+// A run that went well and could not report all has failed.
+int with_reports(int result) {
+  if (result != k_exit_success) return result;
+  const bool all_written = platform::standard_output_is_whole() && !platform::reports_were_lost() &&
+                           !record::run_record().failed();
+  if (all_written) return result;
   dct::report_error("The run ended well, but not all that it reports could be written.\n");
-  return false;
+  return k_exit_failure;
+}
+
+record::RunEnd aborted(const std::string& text) {
+  dct::report_error("Aborting with error:  " + text + "\n");
+  return {record::Ending::exception, text, 0};
 }
 
 }  // namespace
@@ -22,14 +33,19 @@ int main(int argc, char** argv) {
   constexpr int k_aborted = 1;
   constexpr int k_exit_status_bits = 0xff;
   int result = k_aborted;
+  record::RunEnd end;
   try {
     result = main_impl(argc, argv);
+    end.ending = util::interrupted() ? record::Ending::signal : record::Ending::orderly;
   } catch (const Cr_ErrnoException& error) {
-    dct::report_error("Aborting with error:  " + error.GetString() + "\n");
+    end = aborted(error.GetString());
   } catch (const std::exception& error) {
-    dct::report_error(std::string("Aborting with error:  ") + error.what() + "\n");
+    end = aborted(error.what());
   }
-  if (result == k_exit_success && !everything_was_reported()) result = k_exit_failure;
+  result = with_reports(result);
+  end.exit_status = result & k_exit_status_bits;
+  record::run_record().end(end);
+  result = with_reports(result);  // the record may be what could not be written
   InfoA("end: exit status " + std::to_string(result & k_exit_status_bits));
   // That line may be the one that found no place.
   return result == k_exit_success && platform::reports_were_lost() ? k_exit_failure : result;

@@ -3,6 +3,7 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <iomanip>
 #include <memory>
 #include <sstream>
@@ -17,6 +18,7 @@
 #include "dct/report_error.h"
 #include "platform/run_log.h"
 #include "platform/status.h"
+#include "record/run_record.h"
 #include "tool/exit_status.h"
 #include "tool/modes.h"
 #include "tool/option_table.h"
@@ -69,13 +71,37 @@ void set_up_run_log(const fs::path& log_dir, int argc, char** argv) {
   InfoA("start: pid " + std::to_string(::getpid()) + ", arguments" + arguments);
 }
 
-// What a run worked on is not known from its arguments: most of it is found.
-void log_mode(const char* mode, const StoragePaths& storage) {
-  InfoA(std::string("mode: ") + mode);
+std::string host_name() {
   struct utsname host {};
   (void)::uname(&host);  // fails for a bad address alone
+  return host.nodename;
+}
+
+void begin_record(const StoragePaths& storage, int argc, char** argv) {
+  using std::chrono::nanoseconds;
+  using std::chrono::system_clock;
+  const auto now = std::chrono::duration_cast<nanoseconds>(system_clock::now().time_since_epoch());
+  record::Run run;
+  run.arguments.assign(argv + 1, argv + argc);
+  run.version = MDFIXUP_VERSION;
+  run.host = host_name();
+  run.pid = ::getpid();
+  run.storage_root = storage.root.string();
+  run.catalog = storage.catalog.string();
+  run.start_nanoseconds = now.count();
+  listen_to_run_log([](bool is_warning, std::string_view text) {
+    const auto severity = is_warning ? record::Severity::warning : record::Severity::error;
+    record::run_record().add(severity, std::string(text));
+  });
+  record::run_record().begin(storage.log_dir, run);
+}
+
+// What a run worked on is not known from its arguments: most of it is found.
+void log_mode(const char* mode, record::Task task, const StoragePaths& storage) {
+  InfoA(std::string("mode: ") + mode);
   InfoA("storage root " + storage.root.string() + ", catalog " + storage.catalog.string() +
-        ", host " + host.nodename);
+        ", host " + host_name());
+  record::run_record().note([task](record::Run& run) { run.task = task; });
 }
 
 bool options_go_together() {
@@ -97,16 +123,19 @@ bool options_go_together() {
 int run_mode(const StoragePaths& storage) {
   if (!options_go_together()) return k_exit_failure;
   if (opt_scan) {
-    log_mode("client name case scan", storage);
+    log_mode("client name case scan", record::Task::scan, storage);
     return scan_mode(storage);
   }
   if (opt_repair) {
-    log_mode("client name case repair", storage);
+    log_mode("client name case repair", record::Task::repair, storage);
     return repair_mode(storage);
   }
   if (opt_catalog_DR) {
-    log_mode(opt_dry_run ? "metadata consistency, dry run" : "metadata consistency, deletion",
-             storage);
+    if (opt_dry_run) {
+      log_mode("metadata consistency, dry run", record::Task::dry_run, storage);
+    } else {
+      log_mode("metadata consistency, deletion", record::Task::deletion, storage);
+    }
     return consistency_mode(storage);
   }
   dct::report_error("Unknown options combination\n");
@@ -124,6 +153,7 @@ int run_on_storage(int argc, char** argv) {
   storage.log_dir = cr::get_log_dir(config);
   if (storage.log_dir.empty()) return k_exit_failure;
   set_up_run_log(storage.log_dir, argc, argv);
+  begin_record(storage, argc, argv);
   const fs::path location = opt_tvr_location;
   if (!dct::filesystem::exists(location)) {
     dct::report_error("The provided Tavrin install location ( " + location.string() +

@@ -14,6 +14,7 @@
 #include "dct/report_error.h"
 #include "platform/reports.h"
 #include "platform/run_log.h"
+#include "record/run_record.h"
 #include "tool/catalog_aside.h"
 #include "tool/exit_status.h"
 #include "tool/option_table.h"
@@ -55,10 +56,14 @@ std::string disk_pool_name(const fs::path& admincmd_dir) {
 }
 
 void log_what_is_listed(const std::string& disk_pool) {
+  const unsigned long hours = catalog::podb::listing_hours_ago(opt_catalog_backup_time);
   InfoA("disk pool " + disk_pool +
         (opt_tvr_disk_pool != nullptr ? ", given by --tvr_disk_pool" : ", found by the host name") +
-        "; the listing reaches back " +
-        std::to_string(catalog::podb::listing_hours_ago(opt_catalog_backup_time)) + " hours");
+        "; the listing reaches back " + std::to_string(hours) + " hours");
+  record::run_record().note([&](record::Run& run) {
+    run.disk_pool = disk_pool;
+    run.listing_hours = static_cast<std::int64_t>(hours);
+  });
 }
 
 template <class V>

@@ -11,6 +11,7 @@
 #include "platform/reports.h"
 #include "platform/run_log.h"
 #include "platform/status.h"
+#include "record/run_record.h"
 #include "tool/catalog_aside.h"
 #include "tool/exit_status.h"
 #include "tool/modes.h"
@@ -74,6 +75,11 @@ bool is_interrupted() {
   dct::report_error(
       "The repair was interrupted before it began; nothing in the catalog was changed.\n");
   return true;
+}
+
+void note_catalog_aside(const std::string& where) {
+  record::run_record().note([&](record::Run& run) { run.catalog_aside = where; });
+  record::run_record().commit();
 }
 
 // What a repair leaves if it ends now.
@@ -154,11 +160,13 @@ bool Repair::repair() {
 void Repair::move_aside() {
   move_catalog(m_storage.catalog, m_storage.work_dir);
   m_left.catalog_aside = true;
+  note_catalog_aside(m_storage.work_dir.string());
 }
 
 void Repair::move_back() {
   move_catalog(m_storage.work_dir, m_storage.catalog);
   m_left.catalog_aside = false;
+  note_catalog_aside("");
 }
 
 // Whether the catalog has its name again, as nothing was done to it.
@@ -204,6 +212,7 @@ bool services_are_stopped() {
 
 int run(const StoragePaths& storage, Left& left) {
   left.catalog_aside = catalog_is_aside(storage);
+  if (left.catalog_aside) note_catalog_aside(storage.work_dir.string());
   if (!location_can_be_run() || !directories_can_be_renamed(storage)) return k_exit_failure;
   if (!services_are_stopped()) return k_exit_failure;
   left.services_stopped = true;

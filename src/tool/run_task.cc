@@ -5,6 +5,7 @@
 #include <string>
 
 #include "catalog/base_traverse_catalog.h"
+#include "catalog/findings/findings.h"
 #include "platform/reports.h"
 #include "platform/run_log.h"
 #include "tool/progress.h"
@@ -23,19 +24,13 @@ std::string with_milliseconds(std::chrono::steady_clock::duration time) {
 using Duration = std::chrono::steady_clock::duration;
 
 void log_summary(const catalog::RunTotals& totals, Duration time) {
-  const catalog::DirCounts counts = totals.counts();
   InfoA("summary: policy directories " + std::to_string(totals.dirs()) + ", failed " +
-        std::to_string(totals.failed_dirs()) + ", POs " + std::to_string(counts.pos) + ", copies " +
-        std::to_string(counts.copies) + ", orphan copies " + std::to_string(counts.orphan_copies) +
-        ", missing copies " + std::to_string(counts.missing_copies) + ", POs taken " +
-        std::to_string(counts.taken_pos) + ", of other copies " +
-        std::to_string(counts.other_copies_pos) + ", POs moved " +
-        std::to_string(counts.moved_pos) + ", collisions " + std::to_string(counts.collisions) +
-        ", seconds " + with_milliseconds(time));
+        std::to_string(totals.failed_dirs()) + record::summary_of(totals.counts()) + ", seconds " +
+        with_milliseconds(time));
 }
 
 void log_warnings(const catalog::BaseTraverseCatalog& task) {
-  const catalog::DirCounts counts = task.totals().counts();
+  const record::DirCounts counts = task.totals().counts();
   if (task.reached_end() && task.totals().dirs() == 0) {
     WarningA("no policy directory was found in the catalog");
   }
@@ -72,6 +67,7 @@ class TotalsReporter {
     try {
       const Duration time = std::chrono::steady_clock::now() - m_start;
       log_summary(m_task.totals(), time);
+      catalog::store_totals(m_task.totals());
       log_warnings(m_task);
       show_totals(m_task, time);
     } catch (const std::exception&) {

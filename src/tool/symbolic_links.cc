@@ -14,6 +14,7 @@
 #include "platform/reports.h"
 #include "platform/run_log.h"
 #include "platform/status.h"
+#include "record/run_record.h"
 #include "util/interrupt.h"
 
 namespace fs = boost::filesystem;
@@ -67,7 +68,7 @@ Paths find_links(const fs::path& catalog) {
 }
 
 // False, after a report, for one whose path is too long to be used.
-bool note(const fs::path& link) {
+bool note(const fs::path& catalog, const fs::path& link) {
   boost::system::error_code error;
   const fs::path target = fs::read_symlink(link, error);
   if (error == errc::filename_too_long) {
@@ -76,6 +77,8 @@ bool note(const fs::path& link) {
   }
   if (error) throw fs::filesystem_error("could not read a symbolic link", link, error);
   InfoA("symbolic link " + link.string() + " to " + target.string());
+  record::run_record().add(
+      record::Link{link.lexically_relative(catalog).string(), target.string(), false});
   return true;
 }
 
@@ -89,8 +92,9 @@ bool is_gone(const fs::path& link) {
 Paths note_symbolic_links(const fs::path& catalog) {
   Paths noted;
   for (const fs::path& link : find_links(catalog)) {
-    if (note(link)) noted.push_back(link.lexically_relative(catalog));
+    if (note(catalog, link)) noted.push_back(link.lexically_relative(catalog));
   }
+  record::run_record().commit();
   if (!noted.empty() && platform::reports_were_lost()) {
     throw Cr_ErrnoException(EIO, "the symbolic links could not be noted and were not removed");
   }
@@ -103,10 +107,14 @@ void remove_symbolic_links(const fs::path& dir, const Paths& noted) {
   (void)dct::run_in_shell("find " + dct::in_double_quotes(dir.string()) +
                           " -type l -exec rm {} \\;");
   for (const fs::path& link : noted) {
-    if (is_gone(dir / link)) continue;
-    dct::report_error("ERROR: the symbolic link " + (dir / link).string() +
-                      " could not be removed\n");
+    if (is_gone(dir / link)) {
+      record::run_record().add(record::Link{link.string(), "", true});
+    } else {
+      dct::report_error("ERROR: the symbolic link " + (dir / link).string() +
+                        " could not be removed\n");
+    }
   }
+  record::run_record().commit();
 }
 
 bool any_link_is_gone(const fs::path& dir, const Paths& noted) {

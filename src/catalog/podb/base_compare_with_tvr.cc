@@ -5,8 +5,6 @@
 #include <vector>
 
 #include "dct/filesystem.h"
-#include "dct/log_file.h"
-#include "platform/run_log.h"
 #include "platform/status.h"
 #include "tvr_utils/tvr_image_iterator.h"
 
@@ -22,33 +20,17 @@ unsigned long listing_hours_ago(std::int64_t catalog_backup_time) {
   return static_cast<unsigned long>((std::time(nullptr) - start) / k_hour_seconds + 1);
 }
 
-std::string missing_image_line(const std::string& client, const std::string& policy,
-                               std::int64_t backup_time, std::uint32_t copy_number) {
-  return client + "_" + std::to_string(backup_time) + "|" + client + "|" + policy + "|" +
-         std::to_string(copy_number) + "|\n";
-}
-
-std::string BaseCompareWithTVR::counts_line() const {
-  const DirCounts& c = counts();
-  std::string line = client() + "|" + policy() + "|";
-  for (const std::uint64_t count :
-       {c.pos, c.copies, c.orphan_copies, c.missing_copies, c.taken_pos, c.other_copies_pos}) {
-    line += std::to_string(count) + "|";
-  }
-  return line + "\n";
-}
-
 BaseCompareWithTVR::BaseCompareWithTVR(const boost::filesystem::path& policy_dir,
-                                       dct::util::LogFile& log,
-                                       dct::util::LogFile& missing_images_log,
+                                       ConsistencyFindings& findings, record::Directory& directory,
                                        const boost::filesystem::path& admincmd_dir,
                                        const std::string& disk_pool, SQLitePODB::Access access)
-    : BasenameTimeAndCopySet(policy_dir, log, access),
+    : BasenameTimeAndCopySet(policy_dir, findings, directory, access),
       m_admincmd_dir(admincmd_dir),
-      m_disk_pool(disk_pool),
-      m_missing_images_log(missing_images_log) {
+      m_disk_pool(disk_pool) {
   const std::string& dir = dct::filesystem::as_utf8(policy_dir);
-  write_to_log("Started processing policy dir " + dir + "\n");
+  findings.started(directory, policy_dir);
+  m_missing.client = client();
+  m_missing.policy = policy();
   const int status = BasenameTimeAndCopySet::visit_podb_impl();
   if (status != k_status_ok) {
     throw Cr_ErrnoException(status, "ERROR (" + CRStatusToStringA(status) +
@@ -79,7 +61,9 @@ void BaseCompareWithTVR::compare_image(std::int64_t backup_time,
   for (const auto& [copy_number, in_metadata] : copies) {
     if (in_metadata) continue;
     ++tally().missing_copies;
-    m_missing_images_log.write(missing_image_line(client(), policy(), backup_time, copy_number));
+    m_missing.backup_time = backup_time;
+    m_missing.copy_number = copy_number;
+    findings().missing(m_missing);
   }
 }
 
@@ -91,21 +75,14 @@ std::string BaseCompareWithTVR::missing_images_fname() {
   return "MissingImages_" + std::to_string(std::time(nullptr)) + ".log";
 }
 
-std::string BaseCompareWithTVR::policy_dirs_fname() {
-  return "PolicyDirs_" + std::to_string(std::time(nullptr)) + ".log";
-}
-
-std::string BaseCompareWithTVR::findings(const DirCounts& counts) {
-  return std::to_string(counts.orphan_copies) + " orphan copies, " +
-         std::to_string(counts.missing_copies) + " missing copies";
+std::string BaseCompareWithTVR::text_of(const record::DirCounts& counts) {
+  return number_of(counts, &record::DirCounts::orphan_copies) + ", " +
+         number_of(counts, &record::DirCounts::missing_copies);
 }
 
 void BaseCompareWithTVR::visit_image_copies_not_in_TV_impl() {
   if (image_copies().size() == 0) return;
-  if (image_copies().size() == tally().copies) {
-    WarningA("the backup catalog has none of the copies in " +
-             dct::filesystem::as_utf8(policy_path()));
-  }
+  if (image_copies().size() == tally().copies) findings().none_listed(policy_path());
   find_takings();
   image_copies().for_each([this](const details::numbers& orphan) {
     ++tally().orphan_copies;
@@ -114,14 +91,14 @@ void BaseCompareWithTVR::visit_image_copies_not_in_TV_impl() {
 }
 
 void BaseCompareWithTVR::find_takings() {
-  // To go to a place in the index costs as much as to read several names on the way.
-  constexpr std::size_t k_names_as_cheap_as_a_range = 10;
+  // To go to a place in the index costs as much as to read several POs on the way.
+  constexpr std::size_t k_pos_as_cheap_as_a_range = 3;
   m_takings = DeletionTakings(client(), image_copies());
-  const bool few = image_copies().size() * k_names_as_cheap_as_a_range < tally().pos;
+  const bool few = image_copies().size() * k_pos_as_cheap_as_a_range < tally().pos;
   const std::vector<platform::BasenameRange> all{{"", ""}};
-  const cr_status_t status =
-      podb().get_basenames_in(few ? m_takings.ranges() : all, [this](std::string_view basename) {
-        m_takings.add(basename);  // LIKE holds for texts alone, which these are
+  const cr_status_t status = podb().get_sizes_in(
+      few ? m_takings.ranges() : all, [this](std::string_view basename, std::uint64_t bytes) {
+        m_takings.add(basename, bytes);  // LIKE holds for texts alone, which these are
       });
   if (status != k_status_ok) {
     throw Cr_ErrnoException(status, "could not look up what the deletion takes",
@@ -129,16 +106,15 @@ void BaseCompareWithTVR::find_takings() {
   }
 }
 
-const Taking& BaseCompareWithTVR::taking(std::int64_t backup_time,
-                                         std::uint32_t copy_number) const {
+const record::Orphan& BaseCompareWithTVR::orphan(std::int64_t backup_time,
+                                                 std::uint32_t copy_number) const {
   return m_takings.of({backup_time, copy_number});
 }
 
-std::string BaseCompareWithTVR::image_copy_text(std::int64_t backup_time,
-                                                std::uint32_t copy_number) const {
-  return "{client: " + client() + ", policy: " + policy() +
-         ", backup_time: " + std::to_string(backup_time) +
-         ", copy_number: " + std::to_string(copy_number) + "}.\n";
+void BaseCompareWithTVR::count_taken(const record::Orphan& orphan) const {
+  tally().taken_pos += orphan.pos;
+  tally().taken_bytes += orphan.bytes;
+  tally().other_copies_pos += orphan.other_copies.size();
 }
 
 }  // namespace catalog::podb

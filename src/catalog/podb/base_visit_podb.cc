@@ -5,11 +5,12 @@
 namespace catalog::podb {
 
 BaseVisitPODB::BaseVisitPODB(const boost::filesystem::path& policy_dir, dct::util::LogFile& log,
-                             SQLitePODB::Access access)
+                             record::Directory& directory, SQLitePODB::Access access)
     : m_policy_dir(policy_dir),
       m_location(policy_dir),
       m_podb(new SQLitePODB(m_location.catalog_root.string(), policy_dir.string(), access)),
-      m_log(log) {}
+      m_log(log),
+      m_directory(directory) {}
 
 BaseVisitPODB::~BaseVisitPODB() = default;
 

@@ -6,8 +6,8 @@
 #include <boost/shared_ptr.hpp>
 
 #include "catalog/podb/policy_location.h"
-#include "catalog/run_totals.h"
 #include "platform/sqlite_podb.h"
+#include "record/findings.h"
 
 namespace dct::util {
 class LogFile;
@@ -18,14 +18,15 @@ namespace catalog::podb {
 // Works on the path-object database of one policy directory.
 //
 // Threads: one thread; visitors of different directories may work side by side.
-// Ownership: owns the open database; refers to the log, which must outlive it.
+// Ownership: owns the open database; refers to the log and to the directory whose counts it adds to,
+//   which must outlive it.
 // Errors: the constructor throws boost::bad_lexical_cast for a DSID that is no number and
 //   Cr_ErrnoException for a database that cannot be opened.
 class BaseVisitPODB {
  public:
   // `access` is what the visitor's work needs of the database.
   BaseVisitPODB(const boost::filesystem::path& policy_dir, dct::util::LogFile& log,
-                SQLitePODB::Access access);
+                record::Directory& directory, SQLitePODB::Access access);
   virtual ~BaseVisitPODB();
   BaseVisitPODB(const BaseVisitPODB&) = delete;
   BaseVisitPODB& operator=(const BaseVisitPODB&) = delete;
@@ -36,21 +37,21 @@ class BaseVisitPODB {
   const boost::filesystem::path& policy_path() const { return m_policy_dir; }
   const std::string& client() const { return m_location.client; }
   const std::string& policy() const { return m_location.policy; }
-  const DirCounts& counts() const { return m_counts; }
   bool has_database() const { return m_podb->is_there(); }
 
  protected:
   void write_to_log(const std::string& text) const;
   const PolicyLocation& location() const { return m_location; }
   SQLitePODB& podb() const { return *m_podb; }
-  DirCounts& tally() { return m_counts; }
+  record::Directory& directory() const { return m_directory; }
+  record::DirCounts& tally() const { return m_directory.counts; }
 
  private:
   boost::filesystem::path m_policy_dir;
   PolicyLocation m_location;
   boost::shared_ptr<SQLitePODB> m_podb;
   dct::util::LogFile& m_log;
-  DirCounts m_counts;
+  record::Directory& m_directory;
 };
 
 }  // namespace catalog::podb

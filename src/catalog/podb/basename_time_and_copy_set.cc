@@ -4,14 +4,13 @@
 
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 
-#include "dct/filesystem.h"
-#include "platform/run_log.h"
-
 namespace catalog::podb {
 
 BasenameTimeAndCopySet::BasenameTimeAndCopySet(const boost::filesystem::path& policy_dir,
-                                               dct::util::LogFile& log, SQLitePODB::Access access)
-    : BaseVisitPODB(policy_dir, log, access) {}
+                                               ConsistencyFindings& findings,
+                                               record::Directory& directory,
+                                               SQLitePODB::Access access)
+    : BaseVisitPODB(policy_dir, findings.log(), directory, access), m_findings(findings) {}
 
 int BasenameTimeAndCopySet::visit_podb_impl() {
   constexpr std::int64_t k_day_seconds = 86400;
@@ -30,18 +29,11 @@ void BasenameTimeAndCopySet::insert(std::string_view basename) {
     m_name.parse(basename, client());
     m_image_copies.insert({m_name.backup_time, m_name.copy_number});
   } catch (const Cr_ErrnoException& error) {
-    if (error.GetStatus() != k_status_handled) report_unparsed(error.GetString());
+    if (error.GetStatus() == k_status_handled) return;
+    m_findings.unparsed(directory(), policy_path(), {std::string(basename), error.GetString()});
   } catch (const boost::bad_lexical_cast& error) {
-    report_unparsed(error.what());
-    // The text does not tell which name it was.
-    WarningA("not a number in the PO file name " + std::string(basename) + "; dirname " +
-             dct::filesystem::as_utf8(policy_path()));
+    m_findings.unparsed_number(directory(), policy_path(), {std::string(basename), error.what()});
   }
-}
-
-void BasenameTimeAndCopySet::report_unparsed(const std::string& text) const {
-  write_to_log("ERROR: could not parse PO file name; " + text + "; dirname " +
-               dct::filesystem::as_utf8(policy_path()) + "\n");
 }
 
 void BasenameTimeAndCopySet::set_in_tvr_cat(std::int64_t backup_time,

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "catalog/findings/consistency_findings.h"
 #include "catalog/podb/base_visit_podb.h"
 #include "catalog/podb/basename_time_and_copy.h"
 #include "catalog/podb/copy_set.h"
@@ -17,10 +18,10 @@ namespace catalog::podb {
 // image of the backup catalog matched.
 class BasenameTimeAndCopySet : public BaseVisitPODB {
  public:
-  BasenameTimeAndCopySet(const boost::filesystem::path& policy_dir, dct::util::LogFile& log,
-                         SQLitePODB::Access access);
+  BasenameTimeAndCopySet(const boost::filesystem::path& policy_dir, ConsistencyFindings& findings,
+                         record::Directory& directory, SQLitePODB::Access access);
 
-  // Fills the set. A basename that does not parse is reported in the log and left out; one that is
+  // Fills the set. A basename that does not parse is passed on and left out; one that is
   // not handled on purpose is left out silently. Returns 0, or the status of a database that could
   // not be read; the set is empty then.
   int visit_podb_impl() override;
@@ -31,11 +32,12 @@ class BasenameTimeAndCopySet : public BaseVisitPODB {
 
  protected:
   const CopySet& image_copies() const { return m_image_copies; }
+  ConsistencyFindings& findings() const { return m_findings; }
 
  private:
   void insert(std::string_view basename);
-  void report_unparsed(const std::string& text) const;
 
+  ConsistencyFindings& m_findings;
   BasenameTimeAndCopy m_name;
   CopySet m_image_copies;
 };

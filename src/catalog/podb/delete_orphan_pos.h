@@ -13,9 +13,11 @@ namespace catalog::podb {
 //   log; what was deleted before stays deleted.
 class DeleteOrphanPOs : public BaseCompareWithTVR {
  public:
-  DeleteOrphanPOs(const boost::filesystem::path& policy_dir, dct::util::LogFile& log,
-                  dct::util::LogFile& missing_images_log,
-                  const boost::filesystem::path& admincmd_dir, const std::string& disk_pool);
+  DeleteOrphanPOs(const boost::filesystem::path& policy_dir, ConsistencyFindings& findings,
+                  record::Directory& directory, const boost::filesystem::path& admincmd_dir,
+                  const std::string& disk_pool);
+
+  static constexpr Findings::Effect effect = Findings::Effect::changes;
 
   void visit_one_image_copy(std::int64_t backup_time, std::uint32_t copy_number) override;
 
@@ -23,7 +25,7 @@ class DeleteOrphanPOs : public BaseCompareWithTVR {
   static std::string initial_string();
 
   // With the POs that were deleted.
-  static std::string findings(const DirCounts& counts);
+  static std::string text_of(const record::DirCounts& counts);
 };
 
 }  // namespace catalog::podb

@@ -1,6 +1,7 @@
 #include "catalog/podb/deletion_takings.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "catalog/podb/basename_parts.h"
 #include "catalog/podb/basename_time_and_copy.h"
@@ -48,16 +49,13 @@ std::string deletion_statement(const std::string& client, const details::numbers
   return "DELETE FROM po WHERE basename LIKE '" + deletion_pattern(client, copy) + "';";
 }
 
-std::string taking_text(const std::string& verb, const Taking& taking) {
-  std::string text = verb + " " + std::to_string(taking.pos) + " POs.\n";
-  for (const std::string& basename : taking.other_copies) text += "also takes " + basename + "\n";
-  return text;
-}
-
 DeletionTakings::DeletionTakings(const std::string& client, const CopySet& orphans)
     : m_client(client), m_characters_before_time(count_characters(client) + 1) {
   orphans.for_each([this](const details::numbers& orphan) {
-    m_takings.emplace_hint(m_takings.end(), orphan, Taking());
+    record::Orphan found;
+    found.backup_time = orphan.backup_time;
+    found.copy_number = orphan.copy_number;
+    m_takings.emplace_hint(m_takings.end(), orphan, std::move(found));
   });
 }
 
@@ -82,10 +80,11 @@ std::vector<platform::BasenameRange> DeletionTakings::ranges() const {
   return result;
 }
 
-void DeletionTakings::add(std::string_view basename) {
+void DeletionTakings::add(std::string_view basename, std::uint64_t bytes) {
   const auto taker = first_taker(basename);
   if (taker == m_takings.end()) return;
   ++taker->second.pos;
+  taker->second.bytes += bytes;
   if (!names_copy(basename, taker->first)) taker->second.other_copies.emplace_back(basename);
 }
 

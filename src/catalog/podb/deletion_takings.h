@@ -8,6 +8,7 @@
 
 #include "catalog/podb/copy_set.h"
 #include "platform/basename_range.h"
+#include "record/findings.h"
 
 namespace catalog::podb {
 
@@ -16,16 +17,6 @@ namespace catalog::podb {
 // character. Storages have been cleaned by this statement for years; it stays, and what else it
 // takes is told.
 std::string deletion_statement(const std::string& client, const details::numbers& copy);
-
-// What one deletion statement takes.
-struct Taking {
-  std::uint64_t pos = 0;
-  std::vector<std::string> other_copies;  // basenames of POs of another copy than the one named
-};
-
-// The line with the number of POs behind `verb` ("Would delete") and a line for each PO of another
-// copy.
-std::string taking_text(const std::string& verb, const Taking& taking);
 
 // What the deletion statements of a directory's orphans take, run one behind the other in ascending
 // order, found without running them.
@@ -39,14 +30,14 @@ class DeletionTakings {
   // Where the basenames stand that a statement may take: in ascending order, none twice.
   std::vector<platform::BasenameRange> ranges() const;
 
-  // Counts a PO of the directory to the first statement that takes it, if one does.
-  void add(std::string_view basename);
+  // Counts a PO of the directory, of that size, to the first statement that takes it, if one does.
+  void add(std::string_view basename, std::uint64_t bytes);
 
   // Of one of the orphans.
-  const Taking& of(const details::numbers& orphan) const { return m_takings.at(orphan); }
+  const record::Orphan& of(const details::numbers& orphan) const { return m_takings.at(orphan); }
 
  private:
-  using Takings = std::map<details::numbers, Taking>;
+  using Takings = std::map<details::numbers, record::Orphan>;
 
   std::string_view from_time_on(std::string_view basename) const;
   Takings::iterator first_taker(std::string_view basename);

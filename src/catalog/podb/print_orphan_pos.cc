@@ -1,14 +1,12 @@
 #include "catalog/podb/print_orphan_pos.h"
 
-#include "platform/reports.h"
-
 namespace catalog::podb {
 
-PrintOrphanPOs::PrintOrphanPOs(const boost::filesystem::path& policy_dir, dct::util::LogFile& log,
-                               dct::util::LogFile& missing_images_log,
+PrintOrphanPOs::PrintOrphanPOs(const boost::filesystem::path& policy_dir,
+                               ConsistencyFindings& findings, record::Directory& directory,
                                const boost::filesystem::path& admincmd_dir,
                                const std::string& disk_pool)
-    : BaseCompareWithTVR(policy_dir, log, missing_images_log, admincmd_dir, disk_pool,
+    : BaseCompareWithTVR(policy_dir, findings, directory, admincmd_dir, disk_pool,
                          SQLitePODB::Access::read_only) {}
 
 std::string PrintOrphanPOs::initial_string() {
@@ -16,13 +14,9 @@ std::string PrintOrphanPOs::initial_string() {
 }
 
 void PrintOrphanPOs::visit_one_image_copy(std::int64_t backup_time, std::uint32_t copy_number) {
-  const std::string text = image_copy_text(backup_time, copy_number);
-  const Taking& found = taking(backup_time, copy_number);
-  tally().taken_pos += found.pos;
-  tally().other_copies_pos += found.other_copies.size();
-  platform::print(text);
-  write_to_log("Would have deleted the POs for the image: " + text +
-               taking_text("Would delete", found));
+  const record::Orphan& found = orphan(backup_time, copy_number);
+  count_taken(found);
+  findings().would_delete(directory(), found);
 }
 
 }  // namespace catalog::podb

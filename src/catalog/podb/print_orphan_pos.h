@@ -9,9 +9,11 @@ namespace catalog::podb {
 // Tells which image copies a deletion would take, and how many POs with them. Only reads.
 class PrintOrphanPOs : public BaseCompareWithTVR {
  public:
-  PrintOrphanPOs(const boost::filesystem::path& policy_dir, dct::util::LogFile& log,
-                 dct::util::LogFile& missing_images_log,
-                 const boost::filesystem::path& admincmd_dir, const std::string& disk_pool);
+  PrintOrphanPOs(const boost::filesystem::path& policy_dir, ConsistencyFindings& findings,
+                 record::Directory& directory, const boost::filesystem::path& admincmd_dir,
+                 const std::string& disk_pool);
+
+  static constexpr Findings::Effect effect = Findings::Effect::none;
 
   void visit_one_image_copy(std::int64_t backup_time, std::uint32_t copy_number) override;
 

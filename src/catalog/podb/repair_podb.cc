@@ -1,12 +1,9 @@
 #include "catalog/podb/repair_podb.h"
 
 #include <algorithm>
-#include <sstream>
 
 #include "catalog/podb/basename_parts.h"
 #include "catalog/podb/file_po.h"
-#include "dct/log_file.h"
-#include "dct/report_error.h"
 
 namespace fs = boost::filesystem;
 
@@ -46,10 +43,10 @@ class RolledBackAtEnd {
 
 }  // namespace
 
-RepairPODB::RepairPODB(const fs::path& policy_dir, dct::util::LogFile& log,
-                       dct::util::LogFile& collision_log)
-    : BaseVisitPODB(policy_dir, log, SQLitePODB::Access::read_write),
-      m_collision_log(collision_log) {}
+RepairPODB::RepairPODB(const fs::path& policy_dir, RepairFindings& findings,
+                       record::Directory& directory)
+    : BaseVisitPODB(policy_dir, findings.log(), directory, SQLitePODB::Access::read_write),
+      m_findings(findings) {}
 
 int RepairPODB::visit_podb_impl() {
   Names names;
@@ -58,8 +55,7 @@ int RepairPODB::visit_podb_impl() {
   if (status != k_status_ok) return write_error(ErrorType::list_source, status, policy_path(), "");
   tally().pos = names.size() + no_texts.size();
   if (tally().pos == 0) return k_status_ok;
-  write_to_log("Client " + client() + " and policy " + policy() +
-               " has case sensitivity issues.\n");
+  m_findings.case_issues(directory());
   report_no_texts(no_texts);
   Groups groups;
   group_basenames(names, groups);
@@ -82,7 +78,7 @@ cr_status_t RepairPODB::list(Names& names, Names& no_texts) const {
 }
 
 // One may have the same bytes as a text, which moves; the two are different POs.
-void RepairPODB::report_no_texts(const Names& no_texts) const {
+void RepairPODB::report_no_texts(const Names& no_texts) {
   for (const std::string& name : no_texts) {
     if (match_prefix(name, client()) != PrefixMatch::other_case) continue;
     (void)write_error(ErrorType::get_from_source, k_status_malformed, policy_path(), name);
@@ -112,18 +108,18 @@ cr_status_t RepairPODB::move_basenames_group(Groups::const_iterator group) {
   SQLitePODB target(location().catalog_root, target_dir);
   cr_status_t status = begin_both(target, target_dir);
   if (status != k_status_ok) return status;
-  ChosenNames moved;
-  status = copy_to_target(group, target, target_dir, moved);
-  if (status == k_status_ok) status = remove_from_source(moved);
-  if (status == k_status_ok && !moved.empty()) {
+  record::Moved moved;
+  moved.target_client = group->first;
+  status = copy_to_target(group, target, target_dir, moved.basenames);
+  if (status == k_status_ok) status = remove_from_source(moved.basenames);
+  if (status == k_status_ok && !moved.basenames.empty()) {
     status = commit_both(target, target_dir);
   }
   roll_back(target);
   roll_back(podb());
   if (status != k_status_ok) return status;
-  tally().moved_pos += moved.size();
-  write_to_log("Moved " + std::to_string(moved.size()) + " POs from " + policy_path().string() +
-               " to " + target_dir.string() + "\n");
+  tally().moved_pos += moved.basenames.size();
+  m_findings.moved(directory(), moved, policy_path(), target_dir);
   return k_status_ok;
 }
 
@@ -202,50 +198,23 @@ cr_status_t RepairPODB::found_collision(FilePO& po, SQLitePODB& target, const st
     return write_error(ErrorType::get_from_target, status, target_dir, basename);
   }
   if (POGetHashRef(existing) == POGetHashRef(po)) return k_status_ok;  // a move cut short before
-  report_collision(po, basename);
+  report_collision(po, basename, target_dir);
   return k_status_handled;
 }
 
-void RepairPODB::report_collision(const FilePO& po, const std::string& basename) {
+void RepairPODB::report_collision(const FilePO& po, const std::string& basename,
+                                  const fs::path& target_dir) {
   m_collision_found = true;
   ++tally().collisions;
-  std::ostringstream warning;
-  warning << "Warning: a PO with the name " << basename
-          << " but a different POID already exists for the client " << client() << " and policy "
-          << policy() << "; not moving " << basename << " from " << policy_path() << "\n.";
-  write_to_log(warning.str());
   std::string text;
   po.to_string(text);
-  m_collision_log.write(policy_path().string() + "|" + basename + "|" + text + "|\n");
+  const std::string target_client = target_dir.parent_path().filename().string();
+  m_findings.collision(directory(), {target_client, basename}, policy_path(), text);
 }
 
 cr_status_t RepairPODB::write_error(ErrorType type, cr_status_t status, const fs::path& dir,
-                                    const std::string& basename) const {
-  const auto action = [&]() -> std::string {
-    const std::string po = "the po for basename " + basename + " and directory " + dir.string();
-    switch (type) {
-      case ErrorType::begin_target:
-      case ErrorType::begin_source:
-        return "begin a transaction for " + dir.string();
-      case ErrorType::commit_target:
-      case ErrorType::commit_source:
-        return "commit a transaction for " + dir.string();
-      case ErrorType::get_from_target:
-      case ErrorType::get_from_source:
-        return "get " + po;
-      case ErrorType::put_to_target:
-        return "store " + po;
-      case ErrorType::remove_from_source:
-        return "remove " + po;
-      case ErrorType::list_source:
-        return "get the basenames from " + dir.string();
-    }
-    return "";
-  };
-  const std::string line =
-      "ERROR(" + CRStatusToStringA(status) + "): unable to " + action() + ".\n";
-  write_to_log(line);
-  dct::report_error(line);
+                                    const std::string& basename) {
+  m_last_error = m_findings.database_error(type, status, dir, basename);
   return status;
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "catalog/findings/repair_findings.h"
 #include "catalog/podb/base_visit_podb.h"
 #include "platform/status.h"
 
@@ -17,9 +18,8 @@ class FilePO;
 //
 // Threads: as the base. Two visitors of one client in any spelling and of one policy must not work
 //   at once: each writes the other's database.
-// Ownership: refers to both logs, which must outlive it.
-// Errors: as the base. A failure in a database is told to the log and to standard error, and is the
-//   visitor's status. Throws Cr_ErrnoException when a target cannot be opened or created. At every
+// Ownership: refers to findings and directory, which must outlive it.
+// Errors: as the base. A failure in a database is passed on, and is the visitor's status. Throws Cr_ErrnoException when a target cannot be opened or created. At every
 //   instant each PO is in at least one database.
 class RepairPODB : public BaseVisitPODB {
  public:
@@ -28,29 +28,21 @@ class RepairPODB : public BaseVisitPODB {
   // The spelling at the start of the basenames -> the basenames.
   using Groups = std::map<std::string, ChosenNames>;
 
-  RepairPODB(const boost::filesystem::path& policy_dir, dct::util::LogFile& log,
-             dct::util::LogFile& collision_log);
+  RepairPODB(const boost::filesystem::path& policy_dir, RepairFindings& findings,
+             record::Directory& directory);
 
   // Returns 0, k_status_handled when a PO stayed because its target has another one of its name, or
   // the status of what failed. Groups moved before a failure stay moved.
   int visit_podb_impl() override;
 
+  // What was reported last of the failures in a database.
+  const std::string& last_error() const { return m_last_error; }
+
  private:
-  // What could not be done; the source is the directory at hand.
-  enum class ErrorType {
-    begin_target,
-    commit_target,
-    get_from_target,
-    put_to_target,
-    list_source,
-    get_from_source,
-    begin_source,
-    commit_source,
-    remove_from_source,
-  };
+  using ErrorType = RepairFindings::ErrorType;
 
   cr_status_t list(Names& names, Names& no_texts) const;
-  void report_no_texts(const Names& no_texts) const;
+  void report_no_texts(const Names& no_texts);
   void group_basenames(const Names& names, Groups& groups) const;
   cr_status_t move_basenames_group(Groups::const_iterator group);
   cr_status_t begin_both(SQLitePODB& target, const boost::filesystem::path& target_dir);
@@ -62,11 +54,13 @@ class RepairPODB : public BaseVisitPODB {
   cr_status_t commit_both(SQLitePODB& target, const boost::filesystem::path& target_dir);
   cr_status_t found_collision(FilePO& po, SQLitePODB& target, const std::string& basename,
                               const boost::filesystem::path& target_dir);
-  void report_collision(const FilePO& po, const std::string& basename);
+  void report_collision(const FilePO& po, const std::string& basename,
+                        const boost::filesystem::path& target_dir);
   cr_status_t write_error(ErrorType type, cr_status_t status, const boost::filesystem::path& dir,
-                          const std::string& basename) const;
+                          const std::string& basename);
 
-  dct::util::LogFile& m_collision_log;
+  RepairFindings& m_findings;
+  std::string m_last_error;
   std::unique_ptr<SQLitePODB> m_reader;  // of the source; made for the first group
   bool m_collision_found = false;
 };

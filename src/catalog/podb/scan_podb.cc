@@ -1,12 +1,14 @@
 #include "catalog/podb/scan_podb.h"
 
+#include "catalog/findings/scan_findings.h"
 #include "catalog/podb/basename_parts.h"
-#include "platform/reports.h"
 
 namespace catalog::podb {
 
-ScanPODB::ScanPODB(const boost::filesystem::path& policy_dir, dct::util::LogFile& log)
-    : BaseVisitPODB(policy_dir, log, SQLitePODB::Access::read_only) {}
+ScanPODB::ScanPODB(const boost::filesystem::path& policy_dir, ScanFindings& findings,
+                   record::Directory& directory)
+    : BaseVisitPODB(policy_dir, findings.log(), directory, SQLitePODB::Access::read_only),
+      m_findings(findings) {}
 
 int ScanPODB::visit_podb_impl() {
   bool found = false;
@@ -17,9 +19,7 @@ int ScanPODB::visit_podb_impl() {
   });
   if (status != k_status_ok) return status;
   if (!found) return k_status_ok;
-  const std::string text = "Client " + client() + " has name case-sensitivity issues.\n";
-  write_to_log(text);
-  platform::print(text);
+  m_findings.case_issue(directory());
   m_found_issue = true;
   return k_status_handled;
 }

@@ -2,15 +2,22 @@
 
 #include "catalog/podb/base_visit_podb.h"
 
+namespace catalog {
+class ScanFindings;
+}
+
 namespace catalog::podb {
 
 // Looks in one policy directory for POs that begin with the client's name in another letter case.
 // Only reads.
+//
+// Ownership: refers to findings and directory, which must outlive it.
 class ScanPODB : public BaseVisitPODB {
  public:
-  ScanPODB(const boost::filesystem::path& policy_dir, dct::util::LogFile& log);
+  ScanPODB(const boost::filesystem::path& policy_dir, ScanFindings& findings,
+           record::Directory& directory);
 
-  // Reports a client that has such POs in one line on standard output and in the log. Returns 0,
+  // Passes on that there are such POs. Returns 0,
   // k_status_handled when it has, or the status of a database that could not be read; nothing is
   // reported then.
   int visit_podb_impl() override;
@@ -18,6 +25,7 @@ class ScanPODB : public BaseVisitPODB {
   bool found_issue() const { return m_found_issue; }
 
  private:
+  ScanFindings& m_findings;
   bool m_found_issue = false;
 };
 

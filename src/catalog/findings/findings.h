@@ -1,0 +1,58 @@
+#pragma once
+
+#include <string>
+
+#include <boost/filesystem/path.hpp>
+
+#include "catalog/run_totals.h"
+#include "dct/log_file.h"
+#include "record/findings.h"
+
+namespace catalog {
+
+// Takes what a task finds. For each task a derived class words the findings for the task's log and the
+// standard streams, and stores them in the record of the run; whoever finds something does neither.
+//
+// Threads: every member may be called from any thread; a directory belongs to one at a time.
+// Ownership: refers to log and totals, which must outlive it.
+class Findings {
+ public:
+  // What becomes of the metadata: findings on what was changed are committed with each directory, so
+  // that a kill does not lose them.
+  enum class Effect { none, changes };
+
+  Findings(dct::util::LogFile& log, RunTotals& totals, Effect effect)
+      : m_log(log), m_totals(totals), m_effect(effect) {}
+  Findings(const Findings&) = delete;
+  Findings& operator=(const Findings&) = delete;
+
+  dct::util::LogFile& log() const { return m_log; }
+
+  // To be called once for each directory, last: adds its counts to the totals, and stores it.
+  void done(const record::Directory& directory);
+  void failed(record::Directory& directory, const std::string& reason);
+
+ protected:
+  ~Findings() = default;
+
+  void write_to_log(const std::string& text) const { m_log.write(text); }
+
+  // Reports on log and standard error why the directory failed, and ends it.
+  void report_failed(record::Directory& directory, const std::string& report,
+                     const std::string& reason);
+
+ private:
+  void end(const record::Directory& directory);
+
+  dct::util::LogFile& m_log;
+  RunTotals& m_totals;
+  const Effect m_effect;
+};
+
+// The directory of a path, with nothing found.
+record::Directory directory_of(const boost::filesystem::path& policy_dir);
+
+// Stores the totals in the record.
+void store_totals(const RunTotals& totals);
+
+}  // namespace catalog
