@@ -55,6 +55,12 @@ class Binder {
   int m_index = 0;
 };
 
+std::string insert_moved(std::size_t rows) {
+  std::string sql = "INSERT INTO moved (directory, target, basename) VALUES (?1, ?2, ?3)";
+  for (std::size_t i = 1; i < rows; ++i) sql += ", (?1, ?2, ?" + std::to_string(3 + i) + ")";
+  return sql;
+}
+
 // An empty file that was not there.
 void make_file(const std::string& path) {
   constexpr mode_t k_mode = 0640;
@@ -164,7 +170,8 @@ void RecordDatabase::store_run(const Run& run) {
     for (std::size_t i = 0; i < k_counts.size() + k_others; ++i) text += ", ?";
     return text + ")";
   }();
-  SQLite::Statement statement(*m_database, sql);
+  SQLite::Statement& statement = bound(sql.c_str());
+  statement.clearBindings();
   Binder values(statement);
   values.add(run.counts);
   values.add(task);
@@ -185,6 +192,7 @@ void RecordDatabase::store_run(const Run& run) {
   values.add(run.dirs);
   values.add(run.failed_dirs);
   statement.exec();
+  statement.reset();
 }
 
 std::int64_t RecordDatabase::id_of(const std::string& client, const std::string& policy) {
@@ -219,12 +227,23 @@ void RecordDatabase::store(Directory& directory, const Orphan& orphan) {
   }
 }
 
+// Several rows at a time take a third of the time of single ones, and a repair moves most of what it
+// reads.
 void RecordDatabase::store(Directory& directory, const Moved& moved) {
+  constexpr std::size_t k_rows = 25;
+  static const std::string one = insert_moved(1);
+  static const std::string several = insert_moved(k_rows);
   store(directory);
   const std::int64_t target = id_of(moved.target_client, directory.policy);
-  for (const auto& basename : moved.basenames) {
-    execute("INSERT INTO moved (directory, target, basename) VALUES (?, ?, ?)", directory.id,
-            target, *basename);
+  for (std::size_t at = 0; at < moved.basenames.size();) {
+    const std::size_t rows = moved.basenames.size() - at < k_rows ? 1 : k_rows;
+    SQLite::Statement& insert =
+        bound(rows == 1 ? one.c_str() : several.c_str(), directory.id, target);
+    for (int index = 1; index <= static_cast<int>(rows); ++index) {
+      bind(insert, 2 + index, *moved.basenames[at++]);
+    }
+    insert.exec();
+    insert.reset();
   }
 }
 
