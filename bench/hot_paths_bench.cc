@@ -10,6 +10,7 @@
 #include "catalog/podb/po_filename.h"
 #include "catalog/podb/repair_podb.h"
 #include "dct/log_file.h"
+#include "record/run_record.h"
 #include "sandbox/storage_builder.h"
 #include "tvr_utils/tvr_image_iterator.h"
 
@@ -111,8 +112,11 @@ void MoveOfAGroup(benchmark::State& state) {
   const fs::path source = directory.policy_dir(other);
   const fs::path target = directory.policy_dir();
   dct::util::LogFile log(directory.policy_dir("log").parent_path().parent_path() / "bench.log");
+  catalog::RunTotals totals;
+  catalog::RepairFindings findings(log, log, totals);
   for (auto _ : state) {
-    const int status = catalog::podb::RepairPODB(source, log, log).visit_podb_impl();
+    record::Directory found = catalog::directory_of(source);
+    const int status = catalog::podb::RepairPODB(source, findings, found).visit_podb_impl();
     state.PauseTiming();
     if (status != k_status_ok) state.SkipWithError("the group could not be moved");
     fs::remove_all(source);
@@ -159,11 +163,36 @@ void TakingsOfAllOrphans(benchmark::State& state) {
   }
   for (auto _ : state) {
     catalog::podb::DeletionTakings takings(k_client, orphans);
-    for (const std::string& name : names) takings.add(name);
+    for (const std::string& name : names) takings.add(name, 0);
     benchmark::DoNotOptimize(takings);
   }
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 BENCHMARK(TakingsOfAllOrphans)->Arg(1000)->Arg(100000);
+
+// What the record of a run takes for each of as many orphans, until its end.
+void RecordOfOrphans(benchmark::State& state) {
+  const fs::path dir = fs::temp_directory_path() / fs::unique_path();
+  for (auto _ : state) {
+    record::RunRecord record;
+    record.begin(dir, record::Run());
+    record::Directory directory{"2", k_client, k_policy, {}, 0};
+    record::Orphan orphan;
+    orphan.copy_number = 1;
+    for (std::int64_t i = 0; i < state.range(0); ++i) {
+      orphan.backup_time = k_first_time + i;
+      record.add(directory, orphan);
+    }
+    record.done(directory);
+    record.end({record::Ending::orderly, "", 0});
+    state.PauseTiming();
+    if (record.failed()) state.SkipWithError("the record could not be written");
+    state.counters["bytes"] = static_cast<double>(fs::file_size(dir / "mdfixup/runs/0-0.db"));
+    fs::remove_all(dir);
+    state.ResumeTiming();
+  }
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(RecordOfOrphans)->Arg(1)->Arg(1000)->Arg(100000)->UseRealTime();
 
 }  // namespace

@@ -19,9 +19,6 @@ RunRecord& run_record() {
   return record;
 }
 
-RunRecord::RunRecord() = default;
-RunRecord::~RunRecord() = default;
-
 void RunRecord::begin(const boost::filesystem::path& log_dir, const Run& run) {
   constexpr std::int64_t k_second_nanoseconds = 1000000000;
   const fs::path dir = log_dir / "mdfixup" / "runs";
@@ -41,8 +38,7 @@ void RunRecord::begin(const boost::filesystem::path& log_dir, const Run& run) {
   if (!fault.empty()) report_failure(fault);
 }
 
-template <class Store>
-void RunRecord::store(Store what) {
+void RunRecord::store(const std::function<void(RecordDatabase&)>& what) {
   std::string fault;
   {
     const boost::lock_guard<boost::mutex> guard(m_mutex);
@@ -71,19 +67,6 @@ void RunRecord::note(const std::function<void(Run&)>& change) {
   store([&](RecordDatabase& record) { record.change_run(change); });
 }
 
-void RunRecord::add(Directory& directory) {
-  store([&](RecordDatabase& record) { record.store(directory); });
-}
-
-template <class Finding>
-void RunRecord::add(Directory& directory, const Finding& finding) {
-  store([&](RecordDatabase& record) { record.store(directory, finding); });
-}
-template void RunRecord::add(Directory& directory, const Orphan& finding);
-template void RunRecord::add(Directory& directory, const Moved& finding);
-template void RunRecord::add(Directory& directory, const Collision& finding);
-template void RunRecord::add(Directory& directory, const UnparsedName& finding);
-
 void RunRecord::done(const Directory& directory) {
   if (directory.id == 0) return;
   store([&](RecordDatabase& record) { record.store_state(directory, k_done, ""); });
@@ -94,18 +77,6 @@ void RunRecord::failed(Directory& directory, const std::string& reason) {
     record.store(directory);
     record.store_state(directory, k_failed, reason);
   });
-}
-
-void RunRecord::add(const MissingCopy& copy) {
-  store([&](RecordDatabase& record) { record.store(copy); });
-}
-
-void RunRecord::add(const Link& link) {
-  store([&](RecordDatabase& record) { record.store(link); });
-}
-
-void RunRecord::add(Severity severity, const std::string& text) {
-  store([&](RecordDatabase& record) { record.store(severity, text); });
 }
 
 void RunRecord::commit() {

@@ -9,11 +9,9 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
-#include "record/findings.h"
+#include "record/record_database.h"
 
 namespace record {
-
-class RecordDatabase;
 
 // Stores what a run finds in one SQLite database, `<log directory>/mdfixup/runs/<start, seconds>-<process
 // id>.db`: with a write-ahead log during the run, as a single file after its end.
@@ -26,8 +24,7 @@ class RecordDatabase;
 //   goes on.
 class RunRecord {
  public:
-  RunRecord();
-  ~RunRecord();
+  RunRecord() = default;
   RunRecord(const RunRecord&) = delete;
   RunRecord& operator=(const RunRecord&) = delete;
 
@@ -37,22 +34,16 @@ class RunRecord {
   // Changes what is known of the run as a whole.
   void note(const std::function<void(Run&)>& change);
 
-  // Stores the directory, without counts and state, unless it is there already.
-  void add(Directory& directory);
-
-  // Stores an Orphan, Moved, Collision or UnparsedName of a directory, and the directory with the first.
-  template <class Finding>
-  void add(Directory& directory, const Finding& finding);
+  // Stores a finding, as RecordDatabase::store does.
+  template <class... Finding>
+  void add(Finding&&... finding) {
+    store([&](RecordDatabase& record) { record.store(finding...); });
+  }
 
   // Stores counts and state of a directory that is done, if it is in the record.
   void done(const Directory& directory);
   // The same of one that failed, which is stored in any case.
   void failed(Directory& directory, const std::string& reason);
-
-  void add(const MissingCopy& copy);
-  void add(Severity severity, const std::string& text);
-  // Stores the link, or that the link of this path was removed.
-  void add(const Link& link);
 
   // Commits what was stored until now, for what must not be lost by a kill.
   void commit();
@@ -64,8 +55,7 @@ class RunRecord {
   bool failed() const { return m_failed; }
 
  private:
-  template <class Store>
-  void store(Store what);
+  void store(const std::function<void(RecordDatabase&)>& what);
   void report_failure(const std::string& why);
 
   boost::mutex m_mutex;
