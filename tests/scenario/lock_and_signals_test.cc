@@ -27,64 +27,39 @@ TEST(Lock, AnythingAtItsPathRefusesTheRun) {
       "Refusing to run because the lock file " + path + " already exists.\nIt names ";
   const std::string remove =
       " If no mdfixup works on this storage from elsewhere, remove the file and run this again.\n";
-  const std::string nobody = "no process." + remove;
   const std::string own_pid = std::to_string(::getpid());
   const std::string rows[][2] = {
-      {"touch ", nobody},
-      {"ln -s /no/such ", nobody},
-      {"mkdir ", nobody},
-      {"mkfifo ", nobody},
-      {"printf 2147483647 > ", "process 2147483647, which is not running on this host." + remove},
+      {"touch ", "no process."},
+      {"ln -s /no/such ", "no process."},
+      {"mkdir ", "no process."},
+      {"mkfifo ", "no process."},
+      {"printf 2147483647 > ", "process 2147483647, which is not running on this host."},
       {"printf " + own_pid + " > ",
-       "process " + own_pid + ", which is running but is not mdfixup." + remove},
+       "process " + own_pid + ", which is running but is not mdfixup."},
   };
   for (const auto& [make, advice] : rows) {
-    support::run({"sh", "-c", make + path});
+    scene.sh(make + "mdfixup.lock");
     const Ended ended = scene.scan();
     EXPECT_EQ(ended.exit_status, 1) << make;
-    EXPECT_EQ(ended.err, message + advice);
+    EXPECT_EQ(ended.err, message + advice + remove);
     EXPECT_TRUE(fs::remove(path)) << "not the refused run's to remove";
   }
   support::write_text(path, "1");
-  {
-    // As a run on another host holds it.
-    boost::interprocess::file_lock elsewhere(path.c_str());
-    elsewhere.lock();
-    EXPECT_EQ(scene.scan().err, message +
-                                    "process 1, but a run elsewhere holds it. Wait until "
-                                    "that run has ended.\n");
-  }
-  fs::remove(path);
-  EXPECT_EQ(scene.scan().exit_status, 0);
+  // As a run on another host holds it.
+  boost::interprocess::file_lock elsewhere(path.c_str());
+  elsewhere.lock();
+  EXPECT_EQ(scene.scan().err, message +
+                                  "process 1, but a run elsewhere holds it. Wait until "
+                                  "that run has ended.\n");
 }
 
-TEST(Lock, RunThatFailsOnItsWayToTheLockLeavesNoFile) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "the sanitizers need descriptors of their own, and end the process without them";
-#endif
-  const Scene scene;
-  for (int descriptors = 4; descriptors < 12; ++descriptors) {
-    const std::string limit = "ulimit -n " + std::to_string(descriptors) + "; \"$@\"";
-    (void)scene.run_in_shell(limit, {"--scan_client_name_case"});
-    EXPECT_FALSE(fs::exists(scene.lock_file())) << descriptors;
-  }
-  EXPECT_EQ(scene.scan().exit_status, 0);
-}
-
-TEST(Lock, IsHeldThroughTheRunWithThePidReadable) {
+TEST(Lock, IsHeldThroughTheRunWithThePidReadableAndAnotherRunsStays) {
   PausedRun run;
   const fs::path lock = run.scene().lock_file();
   EXPECT_EQ(lock_holder(lock), run.child().pid());
   EXPECT_EQ(support::read_text(lock), std::to_string(run.child().pid()));
   EXPECT_EQ(fs::status(lock).permissions(), fs::owner_read | fs::owner_write);
   EXPECT_TRUE(contains(run.scene().scan().err, ", which is running and is mdfixup. Wait until"));
-  EXPECT_EQ(run.go_on().exit_status, 0);
-  EXPECT_FALSE(fs::exists(lock));
-}
-
-TEST(Lock, FileOfAnotherRunIsLeftInPlace) {
-  PausedRun run;
-  const fs::path lock = run.scene().lock_file();
   fs::remove(lock);
   support::write_text(lock, "another run's");
   EXPECT_EQ(run.go_on().exit_status, 0);
@@ -136,8 +111,7 @@ TEST(Signals, IgnoredOnesStayIgnored) {
   scene.put("hosta", "p", {});
   const std::string pid = "$(cat " + scene.lock_file().string() + ")";
   scene.script("tvimagequery", "kill -INT " + pid + "; kill -HUP " + pid + "; exit 227\n");
-  const Ended ended = scene.run_in_shell("trap '' INT HUP; \"$@\"",
-                                         {"--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run"});
+  const Ended ended = scene.run_in_shell("trap '' INT HUP; \"$@\"", support::k_dry_run);
   EXPECT_EQ(ended.exit_status, 0);
   EXPECT_EQ(ended.err, "");
 }

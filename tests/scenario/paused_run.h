@@ -34,12 +34,14 @@ class PausingScene : public Scene {
   std::string fifo(const std::string& name) const { return (root() / name).string(); }
 };
 
+inline Words dry_run(const std::string& threads) {
+  return {support::k_dry_run[0], support::k_dry_run[1], "--num_threads", threads};
+}
+
 // Such a run, paused.
 class PausedRun {
  public:
-  explicit PausedRun(const char* threads = "1")
-      : m_child(m_scene.start(
-            {"--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run", "--num_threads", threads})) {
+  explicit PausedRun(const char* threads = "1") : m_child(m_scene.start(dry_run(threads))) {
     m_scene.await_pause();
   }
 

@@ -17,5 +17,6 @@ using boost::algorithm::starts_with;
 using support::Ended;
 using support::lines_beginning;
 using support::Scene;
+using support::Words;
 
 }  // namespace scenario
