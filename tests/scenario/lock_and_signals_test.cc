@@ -39,18 +39,15 @@ TEST(Lock, AnythingAtItsPathRefusesTheRun) {
   };
   for (const auto& [make, advice] : rows) {
     scene.sh(make + "mdfixup.lock");
-    const Ended ended = scene.scan();
-    EXPECT_EQ(ended.exit_status, 1) << make;
-    EXPECT_EQ(ended.err, message + advice + remove);
+    expect_end(scene.scan(), 1, message + advice + remove);
     EXPECT_TRUE(fs::remove(path)) << "not the refused run's to remove";
   }
   support::write_text(path, "1");
   // As a run on another host holds it.
   boost::interprocess::file_lock elsewhere(path.c_str());
   elsewhere.lock();
-  EXPECT_EQ(scene.scan().err, message +
-                                  "process 1, but a run elsewhere holds it. Wait until "
-                                  "that run has ended.\n");
+  const std::string elsewhere_text = "process 1, but a run elsewhere holds it. Wait until ";
+  expect_end(scene.scan(), 1, message + elsewhere_text + "that run has ended.\n");
 }
 
 TEST(Lock, IsHeldThroughTheRunWithThePidReadableAndAnotherRunsStays) {
@@ -59,12 +56,12 @@ TEST(Lock, IsHeldThroughTheRunWithThePidReadableAndAnotherRunsStays) {
   EXPECT_EQ(lock_holder(lock), run.child().pid());
   EXPECT_EQ(support::read_text(lock), std::to_string(run.child().pid()));
   EXPECT_EQ(fs::status(lock).permissions(), fs::owner_read | fs::owner_write);
-  EXPECT_TRUE(contains(run.scene().scan().err, ", which is running and is mdfixup. Wait until"));
+  expect_parts(run.scene().scan().err, {", which is running and is mdfixup. Wait until"});
   fs::remove(lock);
   support::write_text(lock, "another run's");
   EXPECT_EQ(run.go_on().exit_status, 0);
   EXPECT_EQ(support::read_text(lock), "another run's");
-  EXPECT_TRUE(contains(run.scene().run_log(), lock.string() + " was removed or replaced"));
+  expect_parts(run.scene().run_log(), {lock.string() + " was removed or replaced"});
 }
 
 TEST(Signals, FirstOneFinishesTheDirectoryInHandAndStops) {
@@ -78,9 +75,7 @@ TEST(Signals, FirstOneFinishesTheDirectoryInHandAndStops) {
     EXPECT_FALSE(contains(ended.out, "finished successfully"));
     EXPECT_EQ(run.scene().later_calls(), "") << "neither another directory nor the final listing";
     EXPECT_FALSE(fs::exists(run.scene().lock_file()));
-    const std::string log = run.scene().run_log();
-    EXPECT_TRUE(contains(log, "policy directories 1, failed 0,")) << log;
-    EXPECT_TRUE(contains(log, "interrupted")) << log;
+    expect_parts(run.scene().run_log(), {"policy directories 1, failed 0,", "interrupted"});
   }
 }
 
@@ -111,9 +106,7 @@ TEST(Signals, IgnoredOnesStayIgnored) {
   scene.put("hosta", "p", {});
   const std::string pid = "$(cat " + scene.lock_file().string() + ")";
   scene.script("tvimagequery", "kill -INT " + pid + "; kill -HUP " + pid + "; exit 227\n");
-  const Ended ended = scene.run_in_shell("trap '' INT HUP; \"$@\"", support::k_dry_run);
-  EXPECT_EQ(ended.exit_status, 0);
-  EXPECT_EQ(ended.err, "");
+  expect_end(scene.run_in_shell("trap '' INT HUP; \"$@\"", support::k_dry_run), 0, "");
 }
 
 }  // namespace scenario::lock_and_signals

@@ -17,29 +17,20 @@ TEST(Scan, AndDryRunReportExactlyWhatWasPlantedAndChangeNothing) {
   plan.pairs = 2;
   const sandbox::Planted planted = sandbox::plant(scene.storage(), plan);
   const auto before = scene.snapshot();
-  const auto count = [](const char* name, std::size_t n) { return name + std::to_string(n) + ","; };
-  const std::string scan_summary = count("POs ", planted.miscased_copies * 2) + " copies 0,";
-  const std::string dry_run_summary = "failed 0," + count(" POs ", planted.pos) +
-                                      count(" copies ", planted.copies) +
-                                      count(" orphan copies ", planted.orphan_lines.size()) +
-                                      count(" missing copies ", planted.missing_lines.size());
+  const std::string pos = "failed 0, POs " + std::to_string(planted.miscased_copies * 2) + ", ";
   for (const int threads : {0, 1, 64}) {
-    fs::remove_all(scene.storage().log_dir() / "metadata_consistency");
-    fs::remove(scene.storage().log_dir() / "mdfixup" / "mdfixup.log");
+    fs::remove_all(scene.storage().log_dir() / "mdfixup");
     const Ended scan = scene.scan(threads);
-    EXPECT_EQ(scan.exit_status, 0);
+    expect_end(scan, 0, "");
     EXPECT_EQ(lines_beginning(scan.out, "Client "), planted.scan_lines);
     EXPECT_TRUE(ends_with(scan.out, k_issues)) << scan.out;
-    const Ended dry_run = scene.dry_run(threads);
-    EXPECT_EQ(dry_run.exit_status, 0);
-    EXPECT_EQ(lines_beginning(dry_run.out, "{"), planted.orphan_lines);
-    EXPECT_TRUE(contains(dry_run.out, "\n\nImages that would be deleted:\n{")) << dry_run.out;
-    const std::string missing = scene.logs("MissingImages_");
-    EXPECT_EQ(lines_beginning(missing.substr(missing.find('\n') + 1), ""), planted.missing_lines);
-    EXPECT_EQ(scan.err + dry_run.err, "");
-    const std::string log = scene.run_log();
-    EXPECT_TRUE(contains(log, scan_summary) && contains(log, dry_run_summary)) << log;
+    expect_parts(scene.run_log(), {pos});
   }
+  const Ended dry_run = scene.dry_run(64);
+  expect_end(dry_run, 0, "");
+  EXPECT_EQ(lines_beginning(dry_run.out, "{"), planted.orphan_lines);
+  const std::string missing = scene.logs("MissingImages_");
+  EXPECT_EQ(lines_beginning(missing.substr(missing.find('\n') + 1), ""), planted.missing_lines);
   EXPECT_EQ(scene.snapshot(), before);
 }
 
@@ -86,13 +77,11 @@ TEST(Scan, TellsDirectoriesThatCannotBeReadAndGoesOn) {
     const Ended ended = scene.scan(threads);
     EXPECT_EQ(ended.exit_status, 255);
     EXPECT_EQ(lines_beginning(ended.err, "ERROR"), expected);
-    EXPECT_TRUE(ends_with(ended.err, "The scan is incomplete: " + std::to_string(std::size(rows)) +
-                                         " policy directories could not be read.\n"))
-        << ended.err;
+    expect_parts(ended.err, {"The scan is incomplete: 11 policy directories could not be read.\n"});
     EXPECT_EQ(lines_beginning(ended.out, "Client "), clients);
     const std::string log = scene.logs("client_names_with_case_sensitivity_issues.");
-    for (const Words& lines : {expected, clients})
-      for (const std::string& line : lines) EXPECT_TRUE(contains(log, line)) << line;
+    expect_parts(log, expected);
+    expect_parts(log, clients);
   }
   EXPECT_EQ(scene.snapshot(), before);
 }
