@@ -113,15 +113,22 @@ TEST(CommandLine, RunLogTellsStartModeErrorsSummaryAndEnd) {
   }
 }
 
-TEST(CommandLine, LimitOfOpenFilesIsRaisedForThreadsAndNotForChildren) {
+TEST(CommandLine, ChildrenGetAFixedEnvironmentNoDescriptorsAndTheFirstLimitOfOpenFiles) {
   const Scene scene;
   scene.put("hosta", "p", {});
-  scene.script("tvimagequery", "ulimit -S -n > $0.limit; exit 227\n");
+  scene.script("tvimagequery",
+               "echo $PATH $LC_ALL $(ulimit -S -n) > $0.env; readlink /proc/$$/fd/* > $0.fd\n"
+               "exit 227\n");
   for (const std::string hard : {"1000", "100"}) {
     const Ended ended = scene.run_in_shell(
-        "ulimit -n " + hard + "; ulimit -S -n 90; \"$@\" --num_threads 64", support::k_dry_run);
-    EXPECT_EQ(ended.err, "");
-    EXPECT_EQ(support::read_text(scene.admincmd("tvimagequery.limit")), "90\n");
+        "ulimit -n " + hard + "; ulimit -S -n 90; exec \"$@\" --num_threads 64 2>&-",
+        support::k_dry_run);
+    EXPECT_EQ(ended.exit_status, 0);
+    EXPECT_EQ(support::read_text(scene.admincmd("tvimagequery.env")),
+              "/usr/sbin:/usr/bin:/sbin:/bin C 90\n");
+    const std::string descriptors = support::read_text(scene.admincmd("tvimagequery.fd"));
+    EXPECT_TRUE(contains(descriptors, "/dev/null\n")) << "for the closed one";
+    EXPECT_FALSE(contains(descriptors, "mdfixup.lock")) << descriptors;
     EXPECT_EQ(contains(scene.run_log(),
                        "only 11 of 64 threads are used: the limit of open files is 100\n"),
               hard == "100");

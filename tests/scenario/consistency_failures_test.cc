@@ -76,15 +76,4 @@ TEST(ConsistencyFailures, QueriesThatDieAreNoAnswer) {
   }
 }
 
-TEST(ConsistencyFailures, ChildrenGetAFixedEnvironmentAndNoDescriptors) {
-  const Scene scene;
-  scene.script("tvlifecycle", "echo \"$PATH $LC_ALL\" > $0.env; readlink /proc/$$/fd/* > $0.fd\n");
-  scene.run_in_shell("exec \"$@\" 2>&-", support::k_dry_run);
-  EXPECT_EQ(support::read_text(scene.admincmd("tvlifecycle.env")),
-            "/usr/sbin:/usr/bin:/sbin:/bin C\n");
-  const std::string descriptors = support::read_text(scene.admincmd("tvlifecycle.fd"));
-  EXPECT_TRUE(contains(descriptors, "/dev/null\n")) << "for the closed one";
-  EXPECT_FALSE(contains(descriptors, "mdfixup.lock")) << descriptors;
-}
-
 }  // namespace scenario::consistency_failures

@@ -3,7 +3,6 @@
 #include <ctime>
 
 #include "platform/spadb.h"
-#include "sandbox/planter.h"
 
 namespace scenario::dry_run {
 
@@ -154,16 +153,6 @@ TEST(DryRun, RefusesToStartWithoutWhatItNeeds) {
     scene.sh(script);
     expect_end(scene.dry_run(), 1, error);
   }
-}
-
-// The reader goes away at once; what the program prints meets a broken pipe.
-TEST(DryRun, ClosedStandardOutputDoesNotEndTheRun) {
-  const Scene scene;
-  sandbox::plant(scene.storage(), sandbox::Plan());
-  const Ended ended =
-      scene.run_in_shell("mkfifo pipe; true < pipe & \"$@\" > pipe", support::k_dry_run);
-  EXPECT_EQ(ended.exit_status, 0);
-  expect_parts(scene.run_log(), {"policy directories 6, failed 0"});
 }
 
 }  // namespace scenario::dry_run

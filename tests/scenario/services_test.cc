@@ -107,7 +107,8 @@ TEST(ServicesOfASandbox, CommandsAnswerForTheirOwnStorageAlone) {
   const std::string all = " --FORCE_CONSISTENCY_ALL_IMAGE";
   const std::string pool = " --tvr_disk_pool " + sandbox::k_disk_pool;
   // Each leaves out another query.
-  for (const std::string& more : {all + pool, " --dry_run" + pool, " --dry_run" + all}) {
+  for (const std::string& more :
+       {all + pool, " --dry_run" + pool, " --dry_run" + all, " --dry_run" + all + pool}) {
     const Ended ended = asked.run_in_shell(
         "KSREGISTRY=" + other.storage().registry_file().string() + "; \"$@\"" + more,
         support::k_deletion);
