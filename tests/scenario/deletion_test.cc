@@ -191,7 +191,8 @@ TEST(DeletionFaults, ServicesAreAskedForAgainWhateverFails) {
 // The first query finds the storage mounted, and the last one does not.
 TEST_P(Deletion, StorageThatDisappearsIsNotTakenForAnEmptyOne) {
   const Scene scene;
-  for (const std::string client : {"hosta", "hostb", "hostc", "hostd", "hoste", "hostf"}) {
+  for (int i = 0; i < 12; ++i) {
+    const std::string client = "host" + std::to_string(i);
     scene.put(client, "p", {client + "_1000_C1_F1.img", client + "_2000_C1_F1.img"});
     scene.storage().list_image(client, "p", 1000, {1});
   }

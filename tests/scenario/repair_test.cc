@@ -1,7 +1,11 @@
 #include "tests/scenario/scenario.h"
 
-#include <set>
+#include <sched.h>
 
+#include <set>
+#include <thread>
+
+#include "catalog/repair_client_name_case.h"
 #include "sandbox/planter.h"
 
 namespace scenario::repair {
@@ -60,8 +64,7 @@ TEST_P(Repair, MovesEachSpellingToItsOwnDirectory) {
   expect_parts(scene.run_log(), {"POs moved 3, collisions 1,", "/2/hostA to hosta\n"});
 }
 
-// Each client's own, and many whose directories have POs of each other: two workers that moved POs
-// between the same two directories would wait for each other's databases.
+// Each client's own, and many whose directories have POs of each other.
 TEST_P(Repair, NamesMeanThemselvesAndASecondRepairChangesNothing) {
   const Scene scene;
   sandbox::Plan plan;
@@ -79,6 +82,34 @@ TEST_P(Repair, NamesMeanThemselvesAndASecondRepairChangesNothing) {
     EXPECT_EQ(scene.pos(), expected);
   }
   EXPECT_EQ(lines_beginning(scene.logs("repaired_"), "Client ").size(), 407U) << "of the first run";
+}
+
+// One worker has begun a move between two directories and waits for a database that another process
+// holds. The worker of the other directory must wait outside, without a lock on either; that of
+// any other client must not wait.
+TEST(RepairThreads, TwoSpellingsOfOneClientAreRepairedOneAfterTheOther) {
+  const Scene scene;
+  for (const std::string client : {"host", "HOST", "other"})
+    scene.put(client, "p", {"host_1_C1_F1.img", "HOST_1_C1_F1.img", "OTHER_1_C1_F1.img"});
+  catalog::RepairClientNameCase task(scene.storage().log_dir(), scene.root() / "catalog", 2, true);
+  const auto visit = [&](const std::string& client) {
+    EXPECT_EQ(task.visit_dir(scene.storage().policy_dir(client, "p")), 0) << client;
+  };
+  const auto log_has = [&](const std::string& client) {
+    return contains(scene.logs("repaired_"), "Client " + client + " and");
+  };
+  SQLitePODB held("/", scene.storage().policy_dir("host", "p").string(),
+                  SQLitePODB::Access::read_write);
+  ASSERT_EQ(held.do_begin_transaction(), 0);
+  std::thread first(visit, "host");
+  while (!log_has("host")) ::sched_yield();
+  std::thread second(visit, "HOST");
+  visit("other");
+  EXPECT_FALSE(log_has("HOST"));
+  EXPECT_EQ(held.do_rollback_transaction(), 0);
+  first.join();
+  second.join();
+  EXPECT_TRUE(log_has("HOST"));
 }
 
 TEST_P(Repair, FailureLeavesTheCatalogAsideAndCanBeRunAgain) {
