@@ -19,27 +19,26 @@ class PausingScene : public Scene {
  public:
   PausingScene() {
     for (const char* client : {"hosta", "hostb", "hostc"}) put(client, "p", {});
-    support::run({"mkfifo", fifo("ready"), fifo("go")});
+    sh("mkfifo ready go");
     // The first call reports itself and waits; any other one leaves its arguments behind.
-    script("tvimagequery", "if mkdir " + fifo("first") + " 2>/dev/null; then echo > " +
-                               fifo("ready") + "; read line < " + fifo("go") +
-                               "; else echo \"$*\" >> " + fifo("calls") + "; fi\nexit 227\n");
+    script("tvimagequery", "cd " + root().string() +
+                               "; if mkdir first 2>/dev/null; then echo > ready; read line < go; "
+                               "else echo \"$*\" >> calls; fi\nexit 227\n");
   }
 
-  void await_pause() const { support::read_text(fifo("ready")); }
-  void go_on() const { support::write_text(fifo("go"), "\n"); }
-  std::string later_calls() const { return support::read_text(fifo("calls")); }
-
- private:
-  std::string fifo(const std::string& name) const { return (root() / name).string(); }
+  void await_pause() const { support::read_text(root() / "ready"); }
+  void go_on() const { support::write_text(root() / "go", "\n"); }
+  std::string later_calls() const { return support::read_text(root() / "calls"); }
 };
+
+inline Words dry_run(const std::string& threads) {
+  return {support::k_dry_run[0], support::k_dry_run[1], "--num_threads", threads};
+}
 
 // Such a run, paused.
 class PausedRun {
  public:
-  explicit PausedRun(const char* threads = "1")
-      : m_child(m_scene.start(
-            {"--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run", "--num_threads", threads})) {
+  explicit PausedRun(const char* threads = "1") : m_child(m_scene.start(dry_run(threads))) {
     m_scene.await_pause();
   }
 

@@ -13,9 +13,22 @@ namespace scenario {
 namespace fs = boost::filesystem;
 using boost::algorithm::contains;
 using boost::algorithm::ends_with;
+using boost::algorithm::replace_all_copy;
 using boost::algorithm::starts_with;
 using support::Ended;
 using support::lines_beginning;
 using support::Scene;
+using support::Words;
+
+inline void expect_parts(const std::string& text, const Words& parts) {
+  for (const std::string& part : parts)
+    EXPECT_TRUE(contains(text, part)) << part << "\nin " << text;
+}
+
+// How a run ended, and all that it wrote to standard error.
+inline void expect_end(const Ended& ended, int exit_status, const std::string& err) {
+  EXPECT_EQ(ended.exit_status, exit_status) << err;
+  EXPECT_EQ(ended.err, err);
+}
 
 }  // namespace scenario

@@ -41,72 +41,57 @@ class Services : public testing::Test {
 
 TEST_F(Services, RunningOnesAreStoppedByForceAloneAndStartedAgain) {
   m_scene.put("hosta", "p", {"HostA_1602000000_C1_F1.img"});
-  const auto before = m_scene.pos();
+  const Words before = m_scene.pos();
   for (const std::string& service : {m_ksde, m_tvsvcwatch}) {
     support::run({service}, m_scene.environment());
     for (const Ended& ended : {m_scene.repair(), m_scene.remove_orphans()}) {
-      EXPECT_EQ(ended.exit_status, 1);
+      expect_end(ended, 1, m_instructions);
       EXPECT_EQ(ended.out, "");
-      EXPECT_EQ(ended.err, m_instructions);
     }
     EXPECT_EQ(m_scene.pos(), before);
   }
-  const std::string pids_before = pids();
-  const Ended forced = m_scene.run({"--repair_client_name_case", "--force"});
+  const std::string pids_before = "\n" + pids();
+  const Ended forced = m_scene.run(support::k_forced_repair);
   EXPECT_EQ(forced.exit_status, 0) << forced.err;
   EXPECT_FALSE(contains(forced.out, "Please start")) << forced.out;
-  EXPECT_EQ(lines_beginning(pids(), "").size(), 3U);
-  for (const std::string& pid : lines_beginning(pids(), ""))
-    EXPECT_FALSE(contains("\n" + pids_before, "\n" + pid)) << "a process of before";
-  EXPECT_TRUE(contains(m_scene.run_log(), "running " + m_ksde + "\n")) << "without an argument";
+  const Words pids_now = lines_beginning(pids(), "");
+  EXPECT_EQ(pids_now.size(), 3U);
+  for (const std::string& pid : pids_now)
+    EXPECT_FALSE(contains(pids_before, "\n" + pid)) << "a process of before";
   EXPECT_EQ(m_scene.repair().err, m_instructions) << "they run again";
 }
 
 TEST_F(Services, OnesThatDoNotStopRefuseTheRepair) {
   support::write_script(m_ksde, "");
   support::write_text(m_poolmgrd, std::to_string(::getpid()));
-  const Ended ended = m_scene.run({"--repair_client_name_case", "--force"});
-  EXPECT_EQ(ended.exit_status, 1);
-  EXPECT_EQ(ended.err, "\nCould not stop the Tavrin Deduplication services.\n\n" + m_instructions);
-  EXPECT_TRUE(fs::exists(m_scene.root() / "catalog"));
+  expect_end(m_scene.run(support::k_forced_repair), 1,
+             "\nCould not stop the Tavrin Deduplication services.\n\n" + m_instructions);
   const std::string work = (m_scene.root() / "zelp-database-caseconv").string();
   fs::rename(m_scene.root() / "catalog", work);
-  EXPECT_EQ(m_scene.repair().err, m_instructions +
-                                      "The repair is not finished: the catalog is at " + work +
-                                      ". Run the repair again to finish it.\n");
+  expect_parts(m_scene.repair().err,
+               {m_instructions + "The repair is not finished: the catalog is at " + work +
+                ". Run the repair again to finish it.\n"});
 }
 
+// Each call is noted, with "catalog" if that is in its place. Neither before the task nor behind it
+// is there progress to tell of.
 TEST_F(Services, CommandsSurroundTheRepairAndOnesThatDoNotStartAreReported) {
-  // Each call, and "catalog" if that is in its place.
-  const std::string calls = (m_scene.root() / "calls").string();
-  const std::string note =
-      "cd " + m_scene.root().string() + "; echo ${0##*/} $* c*g >> " + calls + "\n";
+  const std::string note = "cd " + m_scene.root().string() +
+                           "; echo ${0##*/} $* c*g >> calls; kill -USR1 $(cat mdfixup.lock)\n";
   support::write_script(m_tvsvcwatch, note);
   support::write_script(m_ksde, note + "[ \"$1\" = stop ] || exit 3");
-  const Ended ended = m_scene.run({"--repair_client_name_case", "--force"});
-  EXPECT_EQ(ended.exit_status, 0);
-  EXPECT_EQ(ended.err, "ERROR: the services may not run; the command " + m_ksde + " failed\n");
-  EXPECT_EQ(support::read_text(calls),
-            "tvsvcwatch -terminate catalog\nksde stop catalog\n"
-            "tvsvcwatch catalog\nksde catalog\n");
-}
-
-// One command runs before the task, the other behind it.
-TEST_F(Services, AskingForProgressBesideTheTaskDoesNothing) {
-  support::write_script(m_tvsvcwatch, "kill -USR1 $(cat " + m_scene.lock_file().string() + ")\n");
-  const Ended ended = m_scene.run({"--repair_client_name_case", "--force"});
-  EXPECT_EQ(ended.exit_status, 0);
-  EXPECT_EQ(ended.err, "");
+  expect_end(m_scene.run(support::k_forced_repair), 0,
+             "ERROR: the services may not run; the command " + m_ksde + " failed\n");
+  EXPECT_EQ(support::read_text(m_scene.root() / "calls"),
+            "tvsvcwatch -terminate catalog\nksde stop catalog\ntvsvcwatch catalog\nksde catalog\n");
 }
 
 TEST_F(Services, InterruptedCommandInterruptsTheRun) {
   support::write_script(m_tvsvcwatch,
                         "mkdir " + (m_scene.root() / "once").string() + " && kill -INT $PPID\n");
-  const Ended ended = m_scene.run({"--repair_client_name_case", "--force"});
+  const Ended ended = m_scene.run(support::k_forced_repair);
   EXPECT_EQ(ended.exit_status, 1);
-  EXPECT_TRUE(ends_with(ended.err,
-                        "before it began; nothing in the catalog was changed.\n"
-                        "The Tavrin Deduplication services are stopped.\n"));
+  expect_parts(ended.err, {"changed.\nThe Tavrin Deduplication services are stopped.\n"});
   EXPECT_EQ(ended.out, support::k_start_services);
   EXPECT_TRUE(fs::exists(m_scene.root() / "catalog"));
 }
@@ -116,40 +101,27 @@ TEST_F(Services, InterruptedCommandInterruptsTheRun) {
 TEST(ServicesOfASandbox, CommandsAnswerForTheirOwnStorageAlone) {
   const Scene asked;
   const Scene other;
-  for (const Scene* scene : {&asked, &other}) scene->put("hosta", "p", {"HostA_1_C1_F1.img"});
+  for (const Scene* scene : {&asked, &other}) scene->put("hosta", "p", {"hosta_1_C1_F1.img"});
   const auto asked_before = asked.snapshot();
   const auto other_before = other.snapshot();
-  const std::string why = ", not this sandbox's etc/ksregistry.cfg: mdfixup would work on another";
-  const std::string consistency = "--FORCE_DEDUPE_METADATA_CONSISTENCY";
-  const std::vector<std::string> rows[] = {
-      {"--repair_client_name_case"},
-      {consistency, "--dry_run", "--tvr_disk_pool", sandbox::k_disk_pool},
-      {consistency, "--dry_run", "--FORCE_CONSISTENCY_ALL_IMAGE"},
-      {consistency, "--FORCE_CONSISTENCY_ALL_IMAGE", "--tvr_disk_pool", sandbox::k_disk_pool},
-      {consistency, "--dry_run", "--FORCE_CONSISTENCY_ALL_IMAGE", "--tvr_disk_pool",
-       sandbox::k_disk_pool},
-  };
-  for (const std::vector<std::string>& row : rows) {
-    const Ended ended = support::run(asked.command(row), other.environment());
+  const std::string all = " --FORCE_CONSISTENCY_ALL_IMAGE";
+  const std::string pool = " --tvr_disk_pool " + sandbox::k_disk_pool;
+  // Each leaves out another query.
+  for (const std::string& more :
+       {all + pool, " --dry_run" + pool, " --dry_run" + all, " --dry_run" + all + pool}) {
+    const Ended ended = asked.run_in_shell(
+        "KSREGISTRY=" + other.storage().registry_file().string() + "; \"$@\"" + more,
+        support::k_deletion);
     EXPECT_EQ(ended.exit_status, 1);
-    EXPECT_TRUE(contains(ended.err, why)) << ended.err;
+    expect_parts(ended.err, {", not this sandbox's etc/ksregistry.cfg: mdfixup would work on "});
     EXPECT_EQ(asked.snapshot(), asked_before);
     EXPECT_EQ(other.snapshot(), other_before);
   }
-  const auto status_of = [&](const fs::path& command, const std::string& registry) {
-    const std::string stop = command.filename() == "ksde" ? " stop" : " -terminate";
-    const fs::path dir = (asked.storage().product() / command).parent_path();
-    return support::run({"sh", "-c",
-                         "cd " + dir.string() + " && " + registry + " ./" +
-                             command.filename().string() + stop},
-                        other.environment())
-        .exit_status;
-  };
-  for (const sandbox::Command& command : sandbox::commands())
-    EXPECT_EQ(status_of(command.path, "unset KSREGISTRY;"), 143) << command.path;
-  const std::string own = "KSREGISTRY=" + asked.storage().registry_file().string();
-  EXPECT_EQ(status_of("tavrin/bin/tvprocs", own), 0);
-  EXPECT_EQ(status_of("tavrin/bin/admincmd/tvdevinfo", own), 0);
+  for (const sandbox::Command& command : sandbox::commands()) {
+    const std::string program = (asked.storage().product() / command.path).string();
+    EXPECT_EQ(support::run({"env", "-u", "KSREGISTRY", program, "-terminate"}).exit_status, 143)
+        << program;
+  }
 }
 
 }  // namespace scenario::services

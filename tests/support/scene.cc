@@ -24,7 +24,7 @@ fs::path Scene::po_db(const std::string& client, const std::string& policy) cons
 }
 
 void Scene::put(const std::string& client, const std::string& policy,
-                const std::vector<std::string>& basenames) const {
+                const Words& basenames) const {
   sandbox::PolicyDirWriter dir(m_storage.policy_dir(client, policy), 16, 1);
   for (const std::string& basename : basenames) dir.put(basename);
   dir.finish();
@@ -34,8 +34,12 @@ void Scene::script(const std::string& name, const std::string& text) const {
   write_script(admincmd(name), text);
 }
 
-std::vector<std::string> Scene::command(const std::vector<std::string>& arguments) const {
-  std::vector<std::string> words{MDFIXUP_PROGRAM, "--tvr_location", m_storage.product().string()};
+void Scene::sh(const std::string& script) const {
+  support::run({"sh", "-c", "cd " + root().string() + "; " + script});
+}
+
+Words Scene::command(const Words& arguments) const {
+  Words words{MDFIXUP_PROGRAM, "--tvr_location", m_storage.product().string()};
   words.insert(words.end(), arguments.begin(), arguments.end());
   return words;
 }
@@ -44,37 +48,28 @@ Child::Environment Scene::environment() const {
   return {{"KSREGISTRY", m_storage.registry_file().string()}};
 }
 
-std::unique_ptr<Child> Scene::start_behind(std::vector<std::string> prefix,
-                                           const std::vector<std::string>& arguments) const {
-  const std::vector<std::string> words = command(arguments);
-  prefix.insert(prefix.end(), words.begin(), words.end());
-  return std::make_unique<Child>(prefix, environment());
+std::unique_ptr<Child> Scene::start(const Words& arguments) const {
+  return std::make_unique<Child>(command(arguments), environment());
 }
 
-std::unique_ptr<Child> Scene::start(const std::vector<std::string>& arguments) const {
-  return start_behind({}, arguments);
+Ended Scene::run_in_shell(const std::string& script, const Words& arguments) const {
+  Words words = command(arguments);
+  words.insert(words.begin(), {"sh", "-c", "cd " + root().string() + "; " + script, "sh"});
+  return support::run(words, environment());
 }
 
-Ended Scene::run(const std::vector<std::string>& arguments) const {
-  return start(arguments)->wait();
+Ended Scene::run_task(const Words& task, int threads, const Words& more) const {
+  Words words{"--num_threads", std::to_string(threads)};
+  words.insert(words.end(), task.begin(), task.end());
+  words.insert(words.end(), more.begin(), more.end());
+  return run(words);
 }
 
-Ended Scene::run_in_shell(const std::string& script,
-                          const std::vector<std::string>& arguments) const {
-  return start_behind({"sh", "-c", script, "sh"}, arguments)->wait();
+Ended Scene::dry_run(int threads, const Words& more) const {
+  return run_task(k_dry_run, threads, more);
 }
 
-Ended Scene::run_task(const char* mode, int threads, std::vector<std::string> more) const {
-  more.insert(more.begin(), {mode, "--num_threads", std::to_string(threads)});
-  return run(more);
-}
-
-Ended Scene::dry_run(int threads, std::vector<std::string> more) const {
-  more.emplace_back("--dry_run");
-  return run_task(k_consistency, threads, more);
-}
-
-std::vector<std::string> Scene::pos(const std::string& catalog) const {
+Words Scene::pos(const std::string& catalog) const {
   return sandbox::list_pos(root() / catalog);
 }
 
@@ -96,9 +91,9 @@ std::map<std::string, std::string> Scene::snapshot() const {
   return files;
 }
 
-std::vector<std::string> lines_beginning(const std::string& text, const std::string& prefix) {
+Words lines_beginning(const std::string& text, const std::string& prefix) {
   std::istringstream stream(text);
-  std::vector<std::string> lines;
+  Words lines;
   for (std::string line; std::getline(stream, line);) {
     if (starts_with(line, prefix)) lines.push_back(line + "\n");
   }

@@ -79,25 +79,21 @@ int OnTerminal::wait() {
 
 std::string OnTerminal::screen() const {
   static const std::string k_erase_rest = "\033[K";
-  std::string above;
-  std::string line;
-  std::size_t column = 0;
+  std::string shown;
+  std::size_t at = 0;
   for (std::size_t i = 0; i < m_written.size(); ++i) {
     if (m_written.compare(i, k_erase_rest.size(), k_erase_rest) == 0) {
-      line.resize(column);
+      shown.resize(at);
       i += k_erase_rest.size() - 1;
     } else if (m_written[i] == '\r') {
-      column = 0;
+      at = shown.rfind('\n') + 1;  // of the whole text where there is none
     } else if (m_written[i] == '\n') {
-      above += line + "\n";
-      line.clear();
-      column = 0;
+      at = (shown += '\n').size();
     } else {
-      line.replace(column, 1, 1, m_written[i]);
-      ++column;
+      shown.replace(at++, 1, 1, m_written[i]);
     }
   }
-  return above + line;
+  return shown;
 }
 
 }  // namespace support
