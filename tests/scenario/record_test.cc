@@ -1,0 +1,174 @@
+#include <signal.h>
+
+#include <set>
+
+#include "sandbox/planter.h"
+#include "tests/scenario/paused_run.h"
+
+// The record of a run, looked at with another program than the one that reports.
+namespace scenario::records {
+
+fs::path runs_dir(const Scene& scene) {
+  return scene.storage().log_dir() / "mdfixup" / "runs";
+}
+
+// What a query gives on the record of the task's newest run, sorted.
+Words rows(const Scene& scene, const std::string& task, const std::string& query) {
+  std::set<fs::path> files;
+  for (const auto& entry : fs::directory_iterator(runs_dir(scene))) files.insert(entry.path());
+  std::string out;
+  for (const fs::path& file : files) {
+    if (support::sqlite(file, "SELECT task FROM run") == task + "\n") {
+      out = support::sqlite(file, "SELECT " + query);
+    }
+  }
+  return lines_beginning(out, "");
+}
+
+const std::string k_orphans =
+    " FROM orphan JOIN directory d ON d.id = directory JOIN client_policy p ON p.id = "
+    "client_policy";
+const std::string k_image =
+    "'{client: ' || client || ', policy: ' || policy || ', backup_time: ' || backup_time || "
+    "', copy_number: ' || copy || '}.'";
+
+// The summary line of the run log, but for the seconds.
+std::string summary(const Scene& scene, const std::string& task) {
+  return rows(scene, task,
+              "'policy directories ' || dirs || ', failed ' || failed_dirs || ', POs ' || pos || "
+              "', copies ' || copies || ', orphan copies ' || orphan_copies || ', missing copies ' "
+              "|| missing_copies || ', POs taken ' || taken_pos || ', of other copies ' || "
+              "other_copies_pos || ', POs moved ' || moved_pos || ', collisions ' || collisions || "
+              "',' FROM run")
+      .at(0);
+}
+
+std::uint64_t total_bytes(const Words& pos) {
+  std::uint64_t bytes = 0;
+  for (const std::string& po : pos) bytes += std::stoull(po.substr(po.find(" size=") + 6));
+  return bytes;
+}
+
+TEST(Record, SaysWhatTheLogsSay) {
+  const Scene scene;
+  sandbox::Plan plan;
+  plan.clients = 2;
+  plan.images = 40;
+  sandbox::plant(scene.storage(), plan);
+  scene.put("hosta\xff", "p", {"HostA\xff_1_C1_F1.img", "HostA\xff_2_C1_F1.img"});
+  scene.put("HostA\xff", "p", {"HostA\xff_1_C10_F1.img", "HostA\xff_1_C1_F1.img"});
+  support::sqlite(scene.po_db("HostA\xff", "p"),
+                  "UPDATE po SET poid = 'other' WHERE basename LIKE '%C1!_%' ESCAPE '!'");
+  scene.sh("ln -s /nowhere catalog/2/link");
+  EXPECT_EQ(scene.scan().exit_status, 0);
+  EXPECT_EQ(rows(scene, "scan",
+                 "'Client ' || client || ' has name case-sensitivity issues.'"
+                 " FROM directory JOIN client_policy p ON p.id = client_policy"),
+            lines_beginning(scene.logs("client_names"), "Client "));
+  EXPECT_EQ(scene.repair(4).exit_status, 0);
+  EXPECT_EQ(rows(scene, "repair",
+                 "'Moved ' || count(*) || ' POs from " + scene.root().string() +
+                     "/zelp-database-caseconv/' || dsid || '/' || p.client || '/' || p.policy || "
+                     "' to " +
+                     scene.root().string() +
+                     "/zelp-database-caseconv/2/' || t.client || '/' || t.policy FROM moved JOIN "
+                     "directory d ON d.id = directory JOIN client_policy p ON p.id = client_policy "
+                     "JOIN client_policy t ON t.id = target GROUP BY directory, target"),
+            lines_beginning(scene.logs("repaired"), "Moved "));
+  EXPECT_EQ(rows(scene, "repair", "basename, catalog_aside FROM collision, run"),
+            Words{"HostA\xff_1_C1_F1.img|\n"});
+  EXPECT_EQ(rows(scene, "repair", "path, target, removed FROM link"), Words{"2/link|/nowhere|1\n"});
+
+  scene.put("hostb", "broken", {});
+  support::write_text(scene.po_db("hostb", "broken"), "no database");
+  const Words before = scene.pos();
+  const Words printed = lines_beginning(scene.dry_run(4).out, "{");
+  EXPECT_EQ(rows(scene, "dry_run", k_image + k_orphans + " WHERE deleted = 0"), printed);
+  EXPECT_EQ(scene.remove_orphans(2).exit_status, 1);
+  EXPECT_EQ(rows(scene, "deletion", k_image + k_orphans + " WHERE deleted = 1"), printed);
+  const Words after = scene.pos();
+  EXPECT_EQ(rows(scene, "deletion", "sum(o.pos), sum(bytes), r.taken_bytes FROM orphan o, run r"),
+            Words{std::to_string(before.size() - after.size()) + "|" +
+                  std::to_string(total_bytes(before) - total_bytes(after)) + "|" +
+                  std::to_string(total_bytes(before) - total_bytes(after)) + "\n"});
+  const std::string log = scene.logs("OrphanImages_");
+  Words collateral;
+  Words missing;
+  for (const char* task : {"dry_run", "deletion"}) {
+    for (const std::string& row : rows(scene, task, "'also takes ' || basename FROM collateral")) {
+      collateral.push_back(row);
+    }
+    for (const std::string& row :
+         rows(scene, task,
+              "client || '_' || backup_time || '|' || client || '|' || policy || '|' || copy || '|'"
+              " FROM missing JOIN client_policy p ON p.id = client_policy")) {
+      missing.push_back(row);
+    }
+    EXPECT_EQ(rows(scene, task, "reason FROM directory WHERE state = 'failed'").size(), 1U);
+    EXPECT_EQ(rows(scene, task, "'ERROR: could not parse PO file name; ' || reason FROM unparsed")
+                      .size() *
+                  2,
+              lines_beginning(log, "ERROR: could not parse PO").size());
+    // What is counted is what is listed.
+    EXPECT_EQ(
+        rows(scene, task, "orphan_copies, taken_pos, other_copies_pos FROM run"),
+        rows(scene, task, "count(*), sum(pos), (SELECT count(*) FROM collateral) FROM orphan"));
+  }
+  std::sort(collateral.begin(), collateral.end());
+  EXPECT_EQ(collateral, lines_beginning(log, "also takes "));
+  std::sort(missing.begin(), missing.end());
+  Words reported = lines_beginning(scene.logs("MissingImages_"), "");
+  reported.erase(
+      std::remove(reported.begin(), reported.end(), "backupid|client_name|policy_name|copy_num|\n"),
+      reported.end());
+  EXPECT_EQ(missing, reported);
+  for (const char* task : {"scan", "repair", "dry_run", "deletion"}) {
+    std::string line = summary(scene, task);
+    line.pop_back();
+    EXPECT_TRUE(contains(scene.run_log(), line)) << line;
+  }
+}
+
+TEST(Record, IsOneFileAfterTheEndAndSaysHowTheRunEnded) {
+  PausedRun paused;
+  const Scene& scene = paused.scene();
+  paused.send_and_await_line(SIGTERM);
+  EXPECT_EQ(paused.go_on().exit_status, 1);
+  EXPECT_EQ(
+      rows(scene, "dry_run", "ending, exit_status, threads, disk_pool, ended > started FROM run"),
+      Words{"signal|1|1|dp_sandbox|1\n"});
+  EXPECT_EQ(rows(scene, "dry_run", "group_concat(text, ' ') FROM argument"),
+            Words{"--tvr_location " + scene.storage().product().string() +
+                  " --FORCE_DEDUPE_METADATA_CONSISTENCY --dry_run --num_threads 1\n"});
+  EXPECT_EQ(scene.run_in_shell("umask 077; \"$@\"", support::k_repair).exit_status, 0);
+  EXPECT_EQ(rows(scene, "repair", "ending, exit_status FROM run"), Words{"orderly|0\n"});
+  fs::remove_all(scene.root() / "catalog");
+  EXPECT_EQ(scene.scan().exit_status, 1);
+  const Words aborted = rows(scene, "scan", "ending, exit_status, ending_text FROM run");
+  EXPECT_TRUE(starts_with(aborted.at(0), "exception|1|")) << aborted[0];
+  EXPECT_TRUE(contains(aborted[0], (scene.root() / "catalog").string())) << aborted[0];
+  std::multiset<int> modes;
+  for (const auto& entry : fs::directory_iterator(runs_dir(scene))) {
+    EXPECT_EQ(entry.path().extension(), ".db");
+    modes.insert(entry.status().permissions());
+  }
+  EXPECT_EQ(modes, (std::multiset<int>{0600, 0640, 0640}));
+}
+
+TEST(Record, ThatCannotBeWrittenLeavesTheRunAsItIs) {
+  const Scene scene;
+  scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
+  scene.sh("ln -s /nowhere catalog/2/link; mkdir -p log/mdfixup; touch log/mdfixup/runs");
+  const Ended ended = scene.repair();
+  EXPECT_EQ(ended.exit_status, 1);
+  const Words errors = lines_beginning(ended.err, "");
+  ASSERT_EQ(errors.size(), 2U) << ended.err;
+  EXPECT_TRUE(starts_with(errors[0], "ERROR: the record of this run, " + runs_dir(scene).string()));
+  EXPECT_TRUE(ends_with(errors[0], "; the run goes on\n")) << errors[0];
+  EXPECT_EQ(errors[1], "The run ended well, but not all that it reports could be written.\n");
+  expect_parts(ended.out, {"Case-sensitivity repair finished successfully.\n"});
+  expect_parts(scene.logs("repaired"), {"Moved 1 POs from "});
+  expect_parts(scene.run_log(), {" error ", "; the run goes on\n", "POs moved 1,"});
+}
+
+}  // namespace scenario::records
