@@ -15,25 +15,22 @@
 
 #include "sandbox/faults/series.h"
 #include "sandbox/faults/subject.h"
-#include "sandbox/faults/task.h"
 #include "sandbox/faults/verdict.h"
-
-namespace {
 
 namespace fs = boost::filesystem;
 namespace po = boost::program_options;
-using sandbox::faults::Fault;
-using sandbox::faults::Intent;
-using sandbox::faults::Settings;
-using sandbox::faults::Subject;
-using sandbox::faults::Task;
-using sandbox::faults::Undisturbed;
+
+namespace sandbox::faults {
+
+namespace {
 
 constexpr const char* k_usage =
     "Usage: mdfixup-faults PROGRAM [OPTION]...\n"
     "Runs PROGRAM, an mdfixup, on small storages again and again, lets one step of each run fail,\n"
     "and holds what it leaves behind against what is promised. Exit status 1 when it breaks a\n"
-    "promise, or when no run met the fault.\n";
+    "promise, or when no run met the fault. All tasks, faults and moments are tried, one moment "
+    "for\n"
+    "signals, but for those that options choose; forced, with services, for signals alone.\n";
 
 // The tasks or faults of those names; all when none are given.
 // Errors: std::invalid_argument for a name that none has.
@@ -61,10 +58,10 @@ fs::path place_for_storages() {
 bool try_task(const Settings& settings, const Task& task, const fs::path& dir) {
   fs::create_directories(dir);
   const Subject subject(dir, settings, task);
-  if (task.resumed) sandbox::faults::stop_half_way(subject);
+  if (task.resumed) stop_half_way(subject);
   const Undisturbed undisturbed = run_undisturbed(subject);
   bool all_well = true;
-  for (const Fault& fault : choose(sandbox::faults::all_faults(), settings.faults)) {
+  for (const Fault& fault : choose(all_faults(), settings.faults)) {
     // Where services are not asked for, they are of interest to signals alone.
     if (task.services && settings.tasks.empty() && fault.intent != Intent::interrupt) continue;
     all_well = run_series(subject, undisturbed, fault) && all_well;
@@ -74,7 +71,7 @@ bool try_task(const Settings& settings, const Task& task, const fs::path& dir) {
 
 bool try_tasks(const Settings& settings, const fs::path& dir, bool with_services) {
   bool all_well = true;
-  for (const Task& task : choose(sandbox::faults::all_tasks(), settings.tasks)) {
+  for (const Task& task : choose(all_tasks(), settings.tasks)) {
     if (task.services && !with_services) {
       std::cout << task.name << ": left out, for /var/run cannot be set apart\n";
       all_well = all_well && settings.tasks.empty();
@@ -99,13 +96,10 @@ po::options_description describe(Settings& settings) {
   auto add = options.add_options();
   add("program", po::value(&settings.program), "the same as the first word");
   add("fault", po::value(&settings.faults),
-      "kill, EIO, ENOSPC, EIO+, ENOSPC+ (from then on) or signal; all when not given");
-  add("task", po::value(&settings.tasks),
-      "scan, dry_run, deletion, repair, resumed or forced (with services); all when not given");
-  add("points", po::value(&settings.points),
-      "that many moments of each run, drawn at random; all when not given, but one for signals");
-  add("calls", po::value(&settings.calls),
-      "these system calls, as strace wants them; all that matter to the fault when not given");
+      "kill, EIO, ENOSPC, EIO+, ENOSPC+ (from then on), signal");
+  add("task", po::value(&settings.tasks), "scan, dry_run, deletion, repair, resumed, forced");
+  add("points", po::value(&settings.points), "that many moments of each run, drawn at random");
+  add("calls", po::value(&settings.calls), "system calls; else all that matter to the fault");
   add("at", po::value(&settings.at), "one moment alone, as pwrite64:7");
   add("seed", po::value(&settings.seed), "seed of what is drawn");
   add("scale", po::value(&settings.scale), "multiplies the directories");
@@ -131,11 +125,13 @@ bool run(int argc, char** argv, const fs::path& dir) {
 
 }  // namespace
 
+}  // namespace sandbox::faults
+
 int main(int argc, char** argv) {
-  const fs::path dir = place_for_storages();
+  const fs::path dir = sandbox::faults::place_for_storages();
   bool all_well = false;
   try {
-    all_well = run(argc, argv, dir);
+    all_well = sandbox::faults::run(argc, argv, dir);
   } catch (const std::exception& error) {
     std::cerr << std::string("mdfixup-faults: ") + error.what() + "\n";
   }

@@ -81,16 +81,17 @@ Ended run_with(const Subject& subject, const Point& point, const Fault& fault) {
   return subject.run(words);
 }
 
-class Series {
- public:
-  Series(const Subject& subject, const Undisturbed& undisturbed, const Fault& fault)
-      : m_settings(subject.settings()),
-        m_subject(subject),
-        m_undisturbed(undisturbed),
-        m_fault(fault),
-        m_name(subject.task().name + " --fault " + fault.name),
-        // Other moments for each task and fault.
-        m_random(static_cast<unsigned>(std::hash<std::string>()(m_name)) + m_settings.seed) {}
+struct Series {
+  const Subject& m_subject;
+  const Undisturbed& m_undisturbed;
+  const Fault& m_fault;
+  const Settings& m_settings = m_subject.settings();
+  const std::string m_name = m_subject.task().name + " --fault " + m_fault.name;
+  // Other moments for each task and fault.
+  std::mt19937 m_random{static_cast<unsigned>(std::hash<std::string>()(m_name)) + m_settings.seed};
+  unsigned m_runs = 0;
+  unsigned m_struck = 0;
+  unsigned m_failures = 0;
 
   bool run() {
     const bool is_signal = m_fault.intent == Intent::interrupt;
@@ -106,7 +107,6 @@ class Series {
     return m_failures == 0 && met;
   }
 
- private:
   std::vector<Point> draw_points() {
     const std::string& at = m_settings.at;
     if (!at.empty()) return {{at.substr(0, at.find(':')), std::stoul(at.substr(at.find(':') + 1))}};
@@ -170,16 +170,6 @@ class Series {
               << wrong << "  standard error: " << ended.err.substr(0, ended.err.find('\n'))
               << std::endl;
   }
-
-  const Settings& m_settings;
-  const Subject& m_subject;
-  const Undisturbed& m_undisturbed;
-  const Fault& m_fault;
-  const std::string m_name;
-  std::mt19937 m_random;
-  unsigned m_runs = 0;
-  unsigned m_struck = 0;
-  unsigned m_failures = 0;
 };
 
 }  // namespace
@@ -205,7 +195,7 @@ void stop_half_way(const Subject& subject) {
 }
 
 bool run_series(const Subject& subject, const Undisturbed& undisturbed, const Fault& fault) {
-  return Series(subject, undisturbed, fault).run();
+  return Series{subject, undisturbed, fault}.run();
 }
 
 }  // namespace sandbox::faults

@@ -8,7 +8,6 @@
 #include <boost/filesystem/path.hpp>
 
 #include "sandbox/child.h"
-#include "sandbox/faults/task.h"
 #include "sandbox/storage_builder.h"
 
 namespace sandbox::faults {
@@ -25,6 +24,23 @@ struct Settings {
   unsigned scale = 1;
   unsigned threads = 1;
 };
+
+// What a task does to the metadata when nothing goes wrong, and so what may be found when it did.
+enum class Effect { none, moves, deletes };
+
+// A task of the program that faults are tried on.
+struct Task {
+  std::string name;
+  std::vector<std::string> arguments;
+  Effect effect = Effect::none;
+  int failed_exit_status = 1;
+  bool resumed = false;   // it goes on where one that was killed half-way stopped
+  bool services = false;  // the simulated services run when it starts
+};
+
+// Scan, dry run, deletion, repair, a repair after one that was killed half-way, and one that stops
+// the services itself.
+const std::vector<Task>& all_tasks();
 
 using Lines = std::multiset<std::string>;
 

@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <regex>
 
-#include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/predicate.hpp>
 
 #include "platform/status.h"
@@ -43,14 +43,10 @@ Lines difference(const Lines& first, const Lines& second) {
   return together(lacking(first, second), lacking(second, first));
 }
 
-// The texts that stand between the two, wherever they do.
-Lines named_between(const std::string& text, const std::string& begin, const std::string& end) {
-  Lines names;
-  for (std::size_t at = text.find(begin); at != std::string::npos; at = text.find(begin, at)) {
-    at += begin.size();
-    names.insert(text.substr(at, text.find(end, at) - at));
-  }
-  return names;
+// The part of each match that stands in brackets in the pattern.
+Lines named_in(const std::string& text, const std::regex& pattern) {
+  return {std::sregex_token_iterator(text.begin(), text.end(), pattern, 1),
+          std::sregex_token_iterator()};
 }
 
 // A link is named by its whole path, of which a file's name is the end.
@@ -62,28 +58,20 @@ bool is_named(const std::string& line, const Lines& names) {
 
 Lines without_digits(const Lines& lines) {
   Lines result;
-  for (std::string line : lines) {
-    line.erase(std::remove_if(line.begin(), line.end(), boost::algorithm::is_digit()), line.end());
-    result.insert(line);
+  for (const std::string& line : lines) {
+    result.insert(std::regex_replace(line, std::regex("[0-9]"), ""));
   }
   return result;
 }
 
-bool any_begins(const Lines& lines, const char* begin) {
-  return std::any_of(lines.begin(), lines.end(),
-                     [&](const std::string& line) { return starts_with(line, begin); });
-}
-
-class Judge {
- public:
-  Judge(const Subject& subject, const Undisturbed& undisturbed, const Ended& ended,
-        const Disturbance& disturbance)
-      : m_subject(subject),
-        m_undisturbed(undisturbed),
-        m_ended(ended),
-        m_done(disturbance),
-        m_reports(subject.reports(ended)),
-        m_succeeded(ended.exit_status == 0) {}
+struct Judge {
+  const Subject& m_subject;
+  const Undisturbed& m_undisturbed;
+  const Ended& m_ended;
+  const Disturbance& m_done;
+  const Reports m_reports = m_subject.reports(m_ended);
+  const bool m_succeeded = m_ended.exit_status == 0;
+  std::string m_wrong = {};
 
   std::string judge() {
     const State now = m_subject.state();
@@ -99,7 +87,6 @@ class Judge {
     return m_wrong;
   }
 
- private:
   void expect(bool right, const std::string& text) {
     if (!right) m_wrong += "  " + text + "\n";
   }
@@ -123,33 +110,26 @@ class Judge {
     expect(!m_ended.err.empty() || m_done.mutes, status + ", and does not say why");
     if (m_done.intent != Intent::interrupt) return;
     expect(m_ended.exit_status == m_subject.task().failed_exit_status, status);
-    const Lines notices = named_between(m_ended.err, "Interrupted: ", "\n");
+    const Lines notices = named_in(m_ended.err, std::regex("(Interrupted: )"));
     expect(notices.size() == 1, "does not say once that it was interrupted");
   }
 
   void judge_metadata(const State& now) {
     const State& before = m_undisturbed.before;
     expect_none(lacking(anywhere(now.pos), anywhere(before.pos)), "holds a PO that was not there");
-    switch (m_subject.task().effect) {
-      case Effect::none:
-        expect_none(difference(before.pos, now.pos), "changes a PO");
-        expect_none(difference(before.files, now.files), "makes or removes a file");
-        break;
-      case Effect::moves:
-        expect_none(lacking(anywhere(before.pos), anywhere(now.pos)), "loses a PO");
-        break;
-      case Effect::deletes:
-        expect_none(lacking(m_undisturbed.after.pos, now.pos), "deletes what is no orphan");
-        break;
-    }
+    expect_none(lacking(anywhere(m_undisturbed.after.pos), anywhere(now.pos)), "loses a PO");
+    if (m_subject.task().effect != Effect::none) return;
+    expect_none(difference(before.pos, now.pos), "changes a PO");
+    expect_none(difference(before.files, now.files), "makes or removes a file");
   }
 
   // What is told and left behind, which does not fail the repair, is all that may be undone.
   Lines unmoved() const {
-    return named_between(m_ended.err, "unable to get the po for basename ", " and directory");
+    return named_in(m_ended.err,
+                    std::regex("unable to get the po for basename (.*) and directory"));
   }
   Lines kept_links() const {
-    return named_between(m_ended.err, "the symbolic link ", " could not be removed");
+    return named_in(m_ended.err, std::regex("the symbolic link (.*) could not be removed"));
   }
 
   void judge_work(const State& now) {
@@ -206,7 +186,7 @@ class Judge {
   // not through. A deletion asks for them even where it failed before its first line.
   void judge_request_for_services() {
     const bool deletes = m_subject.task().effect == Effect::deletes;
-    const bool told = any_begins(m_reports.out, "Please start");
+    const bool told = contains("\n" + m_ended.out, "\nPlease start");
     const bool must_tell = m_succeeded || (deletes && !m_reports.task_logs.empty());
     const bool lost_output = contains(m_ended.err, "not all that it reports");
     expect(told || !must_tell || lost_output, "does not ask for the services");
@@ -224,14 +204,6 @@ class Judge {
     expect_none(difference(now.pos, m_undisturbed.after.pos), "the next run ends with other POs");
     expect_none(difference(now.files, m_undisturbed.after.files), "and with other files");
   }
-
-  const Subject& m_subject;
-  const Undisturbed& m_undisturbed;
-  const Ended& m_ended;
-  const Disturbance& m_done;
-  const Reports m_reports;
-  const bool m_succeeded;
-  std::string m_wrong;
 };
 
 }  // namespace
@@ -241,14 +213,12 @@ Undisturbed run_undisturbed(const Subject& subject) {
   subject.restore();
   undisturbed.before = subject.state();
   const Ended ended = subject.run({});
-  if (ended.exit_status != 0) {
-    throw Cr_ErrnoException(EINVAL, "the undisturbed run fails", ended.err);
-  }
   undisturbed.after = subject.state();
   undisturbed.reports = subject.reports(ended);
   const bool changes = undisturbed.after.pos != undisturbed.before.pos;
-  if (undisturbed.reports.run_log.empty() || changes != (subject.task().effect != Effect::none)) {
-    throw Cr_ErrnoException(EINVAL, "the undisturbed run does not do its task");
+  const bool does_its_task = changes == (subject.task().effect != Effect::none);
+  if (ended.exit_status != 0 || undisturbed.reports.run_log.empty() || !does_its_task) {
+    throw Cr_ErrnoException(EINVAL, "the undisturbed run does not do its task", ended.err);
   }
   return undisturbed;
 }
@@ -256,7 +226,7 @@ Undisturbed run_undisturbed(const Subject& subject) {
 std::string judge(const Subject& subject, const Undisturbed& undisturbed, const Ended& ended,
                   const Disturbance& disturbance) {
   try {
-    return Judge(subject, undisturbed, ended, disturbance).judge();
+    return Judge{subject, undisturbed, ended, disturbance}.judge();
   } catch (const std::exception& error) {
     return "  " + std::string(error.what()) + "\n";
   }
