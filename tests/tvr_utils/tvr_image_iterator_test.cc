@@ -77,12 +77,4 @@ TEST(TVRImageIterator, DeliversImagesWithAcceptedFragments) {
   }
 }
 
-TEST(TVRImageIterator, AbandonedListingClosesQuietly) {
-  const support::TempDir dir;
-  support::write_script(dir.path() / "tvimagequery", "echo '" + image("c", "p", "1") +
-                                                         frag("1", "1", "5") + "'; yes '" +
-                                                         image("c", "p", "2") + "'; exit 25\n");
-  { const TVRImageIterator abandoned(dir.path(), "pool", 1); }
-}
-
 }  // namespace

@@ -58,6 +58,12 @@ TEST(Basename, Parses) {
       {"hA_1_C1_F1__img", "bad cast", "hA 1 1"},
       {"hA_1__F1.img", "bad cast", "bad cast"},
       {"hA_9223372036854775808_C1_F1.img", "bad cast", "bad cast"},
+      {"hA_9223372036854775807_C4294967295_F-2147483648.img",
+       "hA 9223372036854775807 4294967295 -2147483648 88 img", "hA 9223372036854775807 4294967295"},
+      {"hA_1234567890123456_C12345678_F12345678.img",
+       "hA 1234567890123456 12345678 12345678 88 img", "hA 1234567890123456 12345678"},
+      {"hA_1_C4294967296_F1.img", "bad cast", "bad cast"},
+      {"hA_1_C1_F2147483648.img", "bad cast", "hA 1 1"},
       {"hA", "4 $ does not match the prefix of $", "4 $ does not match the prefix of $"},
       {"", "4 hA does not match the prefix of ", "4 hA does not match the prefix of "},
   };
