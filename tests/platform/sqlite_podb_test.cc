@@ -145,9 +145,11 @@ TEST_F(SQLitePODBTest, WhatIsCreatedIsLikeTheDirectoryAroundItAndGoesUnlessCommi
   EXPECT_TRUE(fs::exists(m_file));
 }
 
-// The faults that kill a repair leave the rest of what creation meets.
-TEST_F(SQLitePODBTest, JournalsAreKeptAndNoStorageIsMadeAgain) {
+TEST_F(SQLitePODBTest, WhatACreationThatDiedLeftIsClearedJournalsAreKeptAndNoStorageIsMade) {
+  for (const char* left : {".new", ".new-journal"})
+    support::write_text(m_file.string() + left, "half a database");
   create({"a"});
+  EXPECT_EQ(std::distance(fs::directory_iterator(m_policy), fs::directory_iterator()), 1);
   // What a writer that died leaves beside its database: nobody holds a lock, and it is not empty.
   const std::string journal = m_file.string() + "-journal";
   support::write_text(journal, "the pages as they were");
