@@ -5,28 +5,27 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 
 namespace fuzz {
 
 namespace {
 
-std::unique_ptr<MemoryFile> s_output;
+std::string s_output;
 int s_wait_status = 0;
 
 }  // namespace
 
-MemoryFile::MemoryFile(const std::uint8_t* data, std::size_t size)
-    : m_descriptor(::memfd_create("input", MFD_CLOEXEC)) {
-  if (::write(m_descriptor, data, size) != static_cast<ssize_t>(size)) std::abort();
+std::string memory_file(const std::string& text) {
+  static const int descriptor = ::memfd_create("input", MFD_CLOEXEC);
+  const bool written =
+      ::ftruncate(descriptor, 0) == 0 &&
+      ::pwrite(descriptor, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size());
+  if (!written) std::abort();
+  return "/proc/self/fd/" + std::to_string(descriptor);
 }
 
-MemoryFile::~MemoryFile() {
-  (void)::close(m_descriptor);
-}
-
-void set_command(const std::uint8_t* output, std::size_t size, int wait_status) {
-  s_output = std::make_unique<MemoryFile>(output, size);
+void set_command(const std::string& output, int wait_status) {
+  s_output = output;
   s_wait_status = wait_status;
 }
 
@@ -36,7 +35,7 @@ void set_command(const std::uint8_t* output, std::size_t size, int wait_status) 
 extern "C" {
 
 FILE* __wrap_popen(const char* /*command*/, const char* /*mode*/) {
-  return std::fopen(fuzz::s_output->path().c_str(), "re");
+  return std::fopen(fuzz::memory_file(fuzz::s_output).c_str(), "re");
 }
 
 int __wrap_pclose(FILE* stream) {

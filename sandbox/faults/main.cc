@@ -13,40 +13,24 @@
 #include <boost/filesystem/operations.hpp>
 #include <boost/program_options.hpp>
 
-#include "sandbox/faults/fault.h"
-#include "sandbox/faults/injection.h"
 #include "sandbox/faults/series.h"
 #include "sandbox/faults/subject.h"
-#include "sandbox/faults/task.h"
 #include "sandbox/faults/verdict.h"
-
-namespace {
 
 namespace fs = boost::filesystem;
 namespace po = boost::program_options;
-using sandbox::faults::Fault;
-using sandbox::faults::Intent;
-using sandbox::faults::Moments;
-using sandbox::faults::Point;
-using sandbox::faults::Series;
-using sandbox::faults::Subject;
-using sandbox::faults::Task;
-using sandbox::faults::Undisturbed;
+
+namespace sandbox::faults {
+
+namespace {
 
 constexpr const char* k_usage =
     "Usage: mdfixup-faults PROGRAM [OPTION]...\n"
     "Runs PROGRAM, an mdfixup, on small storages again and again, lets one step of each run fail,\n"
     "and holds what it leaves behind against what is promised. Exit status 1 when it breaks a\n"
-    "promise, or when no run met the fault.\n";
-
-struct Settings {
-  std::string program;
-  std::vector<std::string> faults;
-  std::vector<std::string> tasks;
-  Moments moments;
-  unsigned scale = 1;
-  unsigned threads = 1;
-};
+    "promise, or when no run met the fault. All tasks, faults and moments are tried, one moment "
+    "for\n"
+    "signals, but for those that options choose; forced, with services, for signals alone.\n";
 
 // The tasks or faults of those names; all when none are given.
 // Errors: std::invalid_argument for a name that none has.
@@ -63,64 +47,36 @@ std::vector<Named> choose(const std::vector<Named>& all, const std::vector<std::
   return chosen;
 }
 
-// A directory for the storages, in memory if possible: the calls are the same there, and thousands of
-// runs wait for no disk.
-class WorkDir {
- public:
-  WorkDir() : m_path(place() / fs::unique_path("mdfixup-faults.%%%%%%")) {}
-  ~WorkDir() {
-    boost::system::error_code ignored;
-    fs::remove_all(m_path, ignored);
-  }
-  WorkDir(const WorkDir&) = delete;
-  WorkDir& operator=(const WorkDir&) = delete;
-
-  const fs::path& path() const { return m_path; }
-
- private:
-  static fs::path place() {
-    const fs::path memory = "/dev/shm";
-    const bool chosen = std::getenv("TMPDIR") != nullptr;
-    return !chosen && ::access(memory.c_str(), W_OK) == 0 ? memory : fs::temp_directory_path();
-  }
-
-  const fs::path m_path;
-};
-
-// Kills a repair half-way, and makes what it left the beginning.
-void stop_half_way(const Subject& subject, bool all_threads) {
-  const std::vector<Point> points = points_of(subject, "pwrite64", all_threads);
-  subject.restore();
-  const Point& middle = points.at(points.size() / 2);
-  (void)subject.run(inject(middle, "signal=KILL", false, all_threads, "/dev/null"));
-  if (!subject.is_locked()) throw std::runtime_error("the repair could not be killed half-way");
-  subject.remove_lock();
-  subject.keep();
+// In memory if possible: the calls are the same there, and thousands of runs wait for no disk.
+fs::path place_for_storages() {
+  const char* memory = "/dev/shm";
+  const bool is_chosen = std::getenv("TMPDIR") != nullptr || ::access(memory, W_OK) != 0;
+  return (is_chosen ? fs::temp_directory_path() : memory) /
+         fs::unique_path("mdfixup-faults.%%%%%%");
 }
 
 bool try_task(const Settings& settings, const Task& task, const fs::path& dir) {
   fs::create_directories(dir);
-  const Subject subject(dir, settings.program, task, settings.scale, settings.threads);
-  if (task.resumed) stop_half_way(subject, settings.moments.all_threads);
+  const Subject subject(dir, settings, task);
+  if (task.resumed) stop_half_way(subject);
   const Undisturbed undisturbed = run_undisturbed(subject);
   bool all_well = true;
-  for (const Fault& fault : choose(sandbox::faults::all_faults(), settings.faults)) {
+  for (const Fault& fault : choose(all_faults(), settings.faults)) {
     // Where services are not asked for, they are of interest to signals alone.
     if (task.services && settings.tasks.empty() && fault.intent != Intent::interrupt) continue;
-    all_well = Series(settings.moments, subject, undisturbed, fault).run() && all_well;
+    all_well = run_series(subject, undisturbed, fault) && all_well;
   }
   return all_well;
 }
 
-bool try_tasks(const Settings& settings, bool with_services) {
-  const WorkDir dir;
+bool try_tasks(const Settings& settings, const fs::path& dir, bool with_services) {
   bool all_well = true;
-  for (const Task& task : choose(sandbox::faults::all_tasks(), settings.tasks)) {
+  for (const Task& task : choose(all_tasks(), settings.tasks)) {
     if (task.services && !with_services) {
       std::cout << task.name << ": left out, for /var/run cannot be set apart\n";
       all_well = all_well && settings.tasks.empty();
     } else {
-      all_well = try_task(settings, task, dir.path() / task.name) && all_well;
+      all_well = try_task(settings, task, dir / task.name) && all_well;
     }
   }
   return all_well;
@@ -138,57 +94,48 @@ bool isolate_pid_files() {
 po::options_description describe(Settings& settings) {
   po::options_description options("Options");
   auto add = options.add_options();
+  add("program", po::value(&settings.program), "the same as the first word");
   add("fault", po::value(&settings.faults),
-      "kill, EIO, ENOSPC, EIO+, ENOSPC+ (from then on) or signal; all when not given");
-  add("task", po::value(&settings.tasks),
-      "scan, dry_run, deletion, repair, resumed or forced (with services); all when not given");
-  add("points", po::value(&settings.moments.points),
-      "that many moments of each run, drawn at random; all when not given, but one for signals");
-  add("calls", po::value(&settings.moments.calls),
-      "these system calls, as strace wants them; all that matter to the fault when not given");
-  add("at", po::value(&settings.moments.at), "one moment alone, as pwrite64:7");
-  add("seed", po::value(&settings.moments.seed), "seed of what is drawn");
+      "kill, EIO, ENOSPC, EIO+, ENOSPC+ (from then on), signal");
+  add("task", po::value(&settings.tasks), "scan, dry_run, deletion, repair, resumed, forced");
+  add("points", po::value(&settings.points), "that many moments of each run, drawn at random");
+  add("calls", po::value(&settings.calls), "system calls; else all that matter to the fault");
+  add("at", po::value(&settings.at), "one moment alone, as pwrite64:7");
+  add("seed", po::value(&settings.seed), "seed of what is drawn");
   add("scale", po::value(&settings.scale), "multiplies the directories");
   add("threads", po::value(&settings.threads), "threads of the program");
   add("help", "show this help");
   return options;
 }
 
-void check(const Settings& settings) {
-  constexpr unsigned k_most = 100000;  // below what a negative number wraps to
-  for (const unsigned count : {settings.moments.points, settings.scale, settings.threads}) {
-    if (count > k_most) throw std::invalid_argument("a count must be from 0 to 100000");
-  }
-}
-
-int run(int argc, char** argv) {
+bool run(int argc, char** argv, const fs::path& dir) {
   Settings settings;
-  const po::options_description visible = describe(settings);
-  po::options_description all;
-  all.add(visible).add_options()("program", po::value(&settings.program)->required());
+  const po::options_description options = describe(settings);
   po::positional_options_description words;
   words.add("program", 1);
   po::variables_map given;
-  po::store(po::command_line_parser(argc, argv).options(all).positional(words).run(), given);
-  if (argc < 2 || given.count("help") != 0) {
-    (argc < 2 ? std::cerr : std::cout) << k_usage << visible;
-    return argc < 2 ? 1 : 0;
-  }
+  po::store(po::command_line_parser(argc, argv).options(options).positional(words).run(), given);
   po::notify(given);
-  check(settings);
-  settings.moments.all_threads = settings.threads > 1;
-  settings.moments.options = " --threads " + std::to_string(settings.threads) + " --scale " +
-                             std::to_string(settings.scale);
-  return try_tasks(settings, isolate_pid_files()) ? 0 : 1;
+  if (given.count("help") != 0 || settings.program.empty()) {
+    std::cout << k_usage << options;
+    return given.count("help") != 0;
+  }
+  return try_tasks(settings, dir, isolate_pid_files());
 }
 
 }  // namespace
 
+}  // namespace sandbox::faults
+
 int main(int argc, char** argv) {
+  const fs::path dir = sandbox::faults::place_for_storages();
+  bool all_well = false;
   try {
-    return run(argc, argv);
+    all_well = sandbox::faults::run(argc, argv, dir);
   } catch (const std::exception& error) {
     std::cerr << std::string("mdfixup-faults: ") + error.what() + "\n";
-    return 1;
   }
+  boost::system::error_code ignored;
+  fs::remove_all(dir, ignored);
+  return all_well ? 0 : 1;
 }

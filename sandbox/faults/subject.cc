@@ -2,7 +2,6 @@
 
 #include <signal.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <sstream>
 
@@ -11,6 +10,7 @@
 
 #include "platform/status.h"
 #include "sandbox/list_pos.h"
+#include "sandbox/planter.h"
 #include "sandbox/text_file.h"
 
 namespace fs = boost::filesystem;
@@ -21,59 +21,92 @@ using boost::algorithm::starts_with;
 
 namespace {
 
-const char* const k_monitor = "tavrin/bin/tvsvcwatch";
-const char* const k_engine = "ksde/ksconfigure/ksde";
-
-void add_lines(const std::string& text, std::vector<std::string>& lines) {
+void add_lines(const std::string& text, Lines& lines) {
   std::istringstream stream(text);
   for (std::string line; std::getline(stream, line);) {
     // A full stop stands behind the line end of a collision's warning.
     line.erase(0, line.find_first_not_of('.'));
     const bool names_log = starts_with(line, "Log file: ") || starts_with(line, "Missing images f");
-    if (!names_log) lines.push_back(line);
+    if (!names_log) lines.insert(line);
   }
 }
 
 void copy_storage(const fs::path& from, const fs::path& to) {
+  fs::remove_all(to);
   const Ended ended = sandbox::run({"cp", "-a", from.string(), to.string()});
   if (ended.exit_status != 0) throw Cr_ErrnoException(EIO, "could not copy a storage", ended.err);
 }
 
+// Fills a storage with something to do for each of them: POs out of place, directories with POs of
+// each other, a name that stands in two directories with different contents, orphans, missing
+// images, and a symbolic link. `scale` multiplies the directories.
+void plant_for_all_tasks(const StorageBuilder& storage, unsigned scale) {
+  Plan plan;
+  plan.clients = scale;
+  plan.images = 8;
+  plan.pairs = scale;
+  plan.miscased_share = 0.2;
+  plan.orphan_share = 0.3;
+  (void)plant(storage, plan);
+  constexpr std::size_t k_record_bytes = 16;
+  std::uint64_t seed = 0;
+  // Two of the three names collide.
+  for (const std::string client : {"both", "Both"}) {
+    PolicyDirWriter dir(storage.policy_dir(client, "policy"), k_record_bytes, ++seed);
+    for (const std::string image : {"1600000000", "1600000001"}) {
+      dir.put("Both_" + image + "_C1_F1.img");
+    }
+    if (client == "both") dir.put("Both_1600000002_C1_F1.img");
+    dir.finish();
+  }
+  fs::create_symlink("both", storage.policy_dir("BOTH", "policy").parent_path());
+}
+
 }  // namespace
 
-Subject::Subject(const fs::path& dir, std::string program, const Task& task, unsigned scale,
-                 unsigned threads)
+const std::vector<Task>& all_tasks() {
+  const std::string consistency = "--FORCE_DEDUPE_METADATA_CONSISTENCY";
+  const std::string repair = "--repair_client_name_case";
+  constexpr int k_failed_scan = 255;
+  static const std::vector<Task> tasks{
+      {"scan", {"--scan_client_name_case"}, Effect::none, k_failed_scan},
+      {"dry_run", {consistency, "--dry_run"}, Effect::none},
+      {"deletion", {consistency}, Effect::deletes},
+      {"repair", {repair}, Effect::moves},
+      {"resumed", {repair}, Effect::moves, 1, true},
+      {"forced", {repair, "--force"}, Effect::moves, 1, false, true},
+  };
+  return tasks;
+}
+
+Subject::Subject(const fs::path& dir, const Settings& settings, const Task& task)
     : m_dir(dir),
-      m_program(std::move(program)),
+      m_settings(settings),
       m_task(task),
-      m_threads(threads),
-      m_storage(dir / "storage") {
-  plant_for_all_tasks(m_storage, scale);
+      m_storage(dir / "storage"),
+      m_environment{{"KSREGISTRY", m_storage.registry_file().string()}} {
+  plant_for_all_tasks(m_storage, settings.scale);
   keep();
 }
 
 void Subject::keep() const {
   for (const auto& log : fs::directory_iterator(m_storage.log_dir())) fs::remove_all(log);
-  fs::remove_all(m_dir / "beginning");
   copy_storage(m_storage.root(), m_dir / "beginning");
 }
 
 Subject::~Subject() {
   try {
-    stop_services();
+    call_services("-terminate", "stop");
   } catch (const std::exception&) {
     return;  // what could not be stopped sleeps
   }
 }
 
-Child::Environment Subject::environment() const {
-  return {{"KSREGISTRY", m_storage.registry_file().string()}};
-}
-
-void Subject::stop_services() const {
+void Subject::call_services(const char* monitor_argument, const char* engine_argument) const {
   if (!m_task.services) return;
-  (void)sandbox::run({(m_storage.product() / k_monitor).string(), "-terminate"}, environment());
-  (void)sandbox::run({(m_storage.product() / k_engine).string(), "stop"}, environment());
+  const std::string product = m_storage.product().string();
+  (void)sandbox::run({product + "/tavrin/bin/tvsvcwatch", monitor_argument}, m_environment);
+  (void)sandbox::run({product + "/ksde/ksconfigure/ksde", engine_argument}, m_environment);
 }
 
 int Subject::services() const {
@@ -88,26 +121,22 @@ int Subject::services() const {
 }
 
 void Subject::restore() const {
-  stop_services();
-  fs::remove_all(m_storage.root());
+  call_services("-terminate", "stop");
   copy_storage(m_dir / "beginning", m_storage.root());
-  if (!m_task.services) return;
-  (void)sandbox::run({(m_storage.product() / k_monitor).string()}, environment());
-  (void)sandbox::run({(m_storage.product() / k_engine).string(), "start"}, environment());
-  if (services() != k_all_services)
+  call_services("", "start");
+  if (m_task.services && services() != k_all_services)
     throw Cr_ErrnoException(EPERM, "the services cannot be started");
 }
 
 std::unique_ptr<Child> Subject::start(const std::vector<std::string>& prefix) const {
   std::vector<std::string> words = prefix;
-  words.insert(words.end(), {m_program, "--tvr_location", m_storage.product().string(),
-                             "--num_threads", std::to_string(m_threads)});
+  words.insert(words.end(), {m_settings.program, "--tvr_location", m_storage.product().string(),
+                             "--num_threads", std::to_string(m_settings.threads)});
   words.insert(words.end(), m_task.arguments.begin(), m_task.arguments.end());
-  Child::Environment variables = environment();
+  Child::Environment environment = m_environment;
   // Leaks cannot be looked for in a process that is traced.
-  const bool traced = std::find(prefix.begin(), prefix.end(), "strace") != prefix.end();
-  if (traced) variables["ASAN_OPTIONS"] = "detect_leaks=0";
-  return std::make_unique<Child>(words, variables);
+  if (!prefix.empty()) environment["ASAN_OPTIONS"] = "detect_leaks=0";
+  return std::make_unique<Child>(words, environment);
 }
 
 fs::path Subject::catalog() const {
@@ -123,17 +152,14 @@ State Subject::state() const {
   State state;
   for (const auto& entry : fs::recursive_directory_iterator(m_storage.root())) {
     const std::string file = entry.path().string().substr(m_storage.root().size() + 1);
-    const bool is_product = starts_with(file, "quorv/");
-    const bool is_log = starts_with(file, "log/");
-    if (!is_product && !is_log && file != "mdfixup.lock") state.files.push_back(file);
+    const bool is_other = starts_with(file, "quorv/") || starts_with(file, "log/");
+    if (!is_other && file != "mdfixup.lock") state.files.insert(file);
   }
   // In a copy: what a run left half done is for the next run to find.
   const fs::path look = m_dir / "look";
-  fs::remove_all(look);
   copy_storage(catalog(), look);
   check_databases(look);
-  state.pos = list_pos(look);
-  std::sort(state.files.begin(), state.files.end());
+  for (const std::string& po : list_pos(look)) state.pos.insert(po);
   return state;
 }
 

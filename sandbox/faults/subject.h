@@ -1,31 +1,63 @@
 #pragma once
 
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
 #include <boost/filesystem/path.hpp>
 
 #include "sandbox/child.h"
-#include "sandbox/faults/task.h"
 #include "sandbox/storage_builder.h"
 
 namespace sandbox::faults {
 
-// What is to be found in a storage: every PO in the form of list_pos, and the names of all files but
-// logs, lock and those of the product, both in byte order.
-struct State {
-  std::vector<std::string> pos;
-  std::vector<std::string> files;
+// What is tried, as the options of mdfixup-faults say.
+struct Settings {
+  std::string program;
+  std::vector<std::string> faults;  // names; all when there are none, as with tasks
+  std::vector<std::string> tasks;
+  std::string calls;    // system calls, as strace names them; the fault's own when empty
+  std::string at;       // one moment alone, "call:n"; all when empty
+  unsigned points = 0;  // so many, drawn at random; 0 for all, but for one signal
+  unsigned seed = 1;
+  unsigned scale = 1;
+  unsigned threads = 1;
 };
 
-// What a run told, in lines: on standard output, in its task's logs, in the run log and on standard
-// error. Lines that name a log, whose names hold the time, are left out.
+// What a task does to the metadata when nothing goes wrong, and so what may be found when it did.
+enum class Effect { none, moves, deletes };
+
+// A task of the program that faults are tried on.
+struct Task {
+  std::string name;
+  std::vector<std::string> arguments;
+  Effect effect = Effect::none;
+  int failed_exit_status = 1;
+  bool resumed = false;   // it goes on where one that was killed half-way stopped
+  bool services = false;  // the simulated services run when it starts
+};
+
+// Scan, dry run, deletion, repair, a repair after one that was killed half-way, and one that stops
+// the services itself.
+const std::vector<Task>& all_tasks();
+
+using Lines = std::multiset<std::string>;
+
+// What is to be found in a storage: every PO in the form of list_pos, and the names of all files but
+// logs, lock and those of the product.
+struct State {
+  Lines pos;
+  Lines files;
+};
+
+// What a run told: on standard output, in its task's logs, in the run log and on standard error.
+// Lines that name a log, whose names hold the time, are left out.
 struct Reports {
-  std::vector<std::string> out;
-  std::vector<std::string> task_logs;
-  std::vector<std::string> run_log;
-  std::vector<std::string> err;
+  Lines out;
+  Lines task_logs;
+  Lines run_log;
+  Lines err;
 };
 
 constexpr int k_all_services = 3;
@@ -37,14 +69,14 @@ constexpr int k_longest_run_seconds = 100;
 // beginning.
 //
 // Threads: one thread.
+// Ownership: refers to the settings and the task, which must outlive it.
 // Errors: Cr_ErrnoException, filesystem_error or system_error, when the storage cannot be made,
 //   brought back or read.
 class Subject {
  public:
   // Makes the storage in the empty directory `dir`. A task with services needs the right to write
   // /var/run, and none of them there.
-  Subject(const boost::filesystem::path& dir, std::string program, const Task& task, unsigned scale,
-          unsigned threads);
+  Subject(const boost::filesystem::path& dir, const Settings& settings, const Task& task);
   ~Subject();
   Subject(const Subject&) = delete;
   Subject& operator=(const Subject&) = delete;
@@ -69,27 +101,27 @@ class Subject {
   // Makes what is now the beginning; the logs are none of it.
   void keep() const;
 
-  // Where the storage lies, and other things may.
-  const boost::filesystem::path& dir() const { return m_dir; }
-
   bool is_locked() const;
   void remove_lock() const;
 
   // How many of the three services run.
   int services() const;
 
+  // Beside the storage, for whoever traces a run.
+  boost::filesystem::path trace_file() const { return m_dir / "trace"; }
+
+  const Settings& settings() const { return m_settings; }
   const Task& task() const { return m_task; }
 
  private:
   boost::filesystem::path catalog() const;
-  Child::Environment environment() const;
-  void stop_services() const;
+  void call_services(const char* monitor_argument, const char* engine_argument) const;
 
   const boost::filesystem::path m_dir;
-  const std::string m_program;
-  const Task m_task;
-  const unsigned m_threads;
+  const Settings& m_settings;
+  const Task& m_task;
   const StorageBuilder m_storage;
+  const Child::Environment m_environment;
 };
 
 }  // namespace sandbox::faults

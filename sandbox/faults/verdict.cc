@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <regex>
 
-#include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/predicate.hpp>
 
 #include "platform/status.h"
@@ -14,41 +14,28 @@ namespace sandbox::faults {
 
 namespace {
 
-using Lines = std::vector<std::string>;
 using boost::algorithm::contains;
 using boost::algorithm::ends_with;
 using boost::algorithm::starts_with;
 
-constexpr const char* k_interrupted = "Interrupted: ";
-
-Lines sorted(Lines lines) {
-  std::sort(lines.begin(), lines.end());
-  return lines;
-}
-
 // The lines of `wanted`, each as often as it stands there, that `given` lacks.
 Lines lacking(const Lines& wanted, const Lines& given) {
-  const Lines left = sorted(wanted);
-  const Lines right = sorted(given);
   Lines result;
-  std::set_difference(left.begin(), left.end(), right.begin(), right.end(),
-                      std::back_inserter(result));
+  std::set_difference(wanted.begin(), wanted.end(), given.begin(), given.end(),
+                      std::inserter(result, result.end()));
   return result;
 }
 
 // Without the directories that they are in, each once: a move that was cut short leaves two.
 Lines anywhere(const Lines& pos) {
-  Lines lines;
-  for (const std::string& line : pos) lines.push_back(line.substr(line.find('|') + 1));
-  lines = sorted(lines);
-  lines.erase(std::unique(lines.begin(), lines.end()), lines.end());
-  return lines;
+  std::set<std::string> lines;
+  for (const std::string& line : pos) lines.insert(line.substr(line.find('|') + 1));
+  return {lines.begin(), lines.end()};
 }
 
-Lines together(const Lines& first, const Lines& second) {
-  Lines lines = first;
-  lines.insert(lines.end(), second.begin(), second.end());
-  return lines;
+Lines together(Lines first, const Lines& second) {
+  first.insert(second.begin(), second.end());
+  return first;
 }
 
 // What is in one of them and not in the other.
@@ -56,14 +43,10 @@ Lines difference(const Lines& first, const Lines& second) {
   return together(lacking(first, second), lacking(second, first));
 }
 
-// The texts that stand between the two, wherever they do.
-Lines named_between(const std::string& text, const std::string& begin, const std::string& end) {
-  Lines names;
-  for (std::size_t at = text.find(begin); at != std::string::npos; at = text.find(begin, at)) {
-    at += begin.size();
-    names.push_back(text.substr(at, text.find(end, at) - at));
-  }
-  return names;
+// The part of each match that stands in brackets in the pattern.
+Lines named_in(const std::string& text, const std::regex& pattern) {
+  return {std::sregex_token_iterator(text.begin(), text.end(), pattern, 1),
+          std::sregex_token_iterator()};
 }
 
 // A link is named by its whole path, of which a file's name is the end.
@@ -73,173 +56,155 @@ bool is_named(const std::string& line, const Lines& names) {
   });
 }
 
-Lines without_digits(Lines lines) {
-  for (std::string& line : lines) {
-    line.erase(std::remove_if(line.begin(), line.end(), boost::algorithm::is_digit()), line.end());
+Lines without_digits(const Lines& lines) {
+  Lines result;
+  for (const std::string& line : lines) {
+    result.insert(std::regex_replace(line, std::regex("[0-9]"), ""));
   }
-  return lines;
+  return result;
 }
 
-class Judge {
- public:
-  Judge(const Subject& subject, const Undisturbed& undisturbed, const Ended& ended,
-        const Disturbance& disturbance)
-      : m_subject(subject),
-        m_undisturbed(undisturbed),
-        m_ended(ended),
-        m_done(disturbance),
-        m_reports(subject.reports(ended)) {}
+struct Judge {
+  const Subject& m_subject;
+  const Undisturbed& m_undisturbed;
+  const Ended& m_ended;
+  const Disturbance& m_done;
+  const Reports m_reports = m_subject.reports(m_ended);
+  const bool m_succeeded = m_ended.exit_status == 0;
+  std::string m_wrong = {};
 
   std::string judge() {
     const State now = m_subject.state();
     judge_end();
     judge_metadata(now);
-    if (m_ended.exit_status == 0) judge_success(now);
     judge_run_log();
+    if (m_succeeded) {
+      judge_work(now);
+      judge_logs();
+    }
     judge_services();
     judge_next_run();
     return m_wrong;
   }
 
- private:
   void expect(bool right, const std::string& text) {
     if (!right) m_wrong += "  " + text + "\n";
   }
   void expect_none(const Lines& lines, const std::string& text) {
-    expect(lines.empty(), text + (lines.empty() ? "" : ": " + lines.front()));
+    for (const std::string& line : lines) expect(false, text + ": " + line);
   }
 
-  void judge_end();
-  void judge_metadata(const State& now);
-  void judge_success(const State& now);
-  void judge_run_log();
-  void judge_services();
-  void judge_next_run();
-
-  const Subject& m_subject;
-  const Undisturbed& m_undisturbed;
-  const Ended& m_ended;
-  const Disturbance& m_done;
-  const Reports m_reports;
-  std::string m_wrong;
-};
-
-void Judge::judge_end() {
-  if (m_ended.timed_out) {
-    expect(false, "hangs");
-    return;
+  void judge_end() {
+    const bool is_locked = m_subject.is_locked();
+    expect(!m_ended.timed_out, "hangs");
+    if (m_ended.signal != 0) {
+      const bool was_meant = (m_done.intent == Intent::kill && m_ended.signal == SIGKILL) ||
+                             // Before its handlers are there and after they are gone.
+                             (m_ended.signal == m_done.signal && !is_locked);
+      expect(was_meant, "crashed by signal " + std::to_string(m_ended.signal));
+      return;
+    }
+    expect(!is_locked || m_done.keeps_lock, "leaves its lock");
+    if (m_succeeded) return;
+    const std::string status = "exit status " + std::to_string(m_ended.exit_status);
+    expect(!m_ended.err.empty() || m_done.mutes, status + ", and does not say why");
+    if (m_done.intent != Intent::interrupt) return;
+    expect(m_ended.exit_status == m_subject.task().failed_exit_status, status);
+    const Lines notices = named_in(m_ended.err, std::regex("(Interrupted: )"));
+    expect(notices.size() == 1, "does not say once that it was interrupted");
   }
-  if (m_ended.signal != 0) {
-    const bool was_meant = (m_done.intent == Intent::kill && m_ended.signal == SIGKILL) ||
-                           // Before its handlers are there and after they are gone.
-                           (m_ended.signal == m_done.signal && !m_subject.is_locked());
-    expect(was_meant, "crashed by signal " + std::to_string(m_ended.signal));
-    return;
-  }
-  expect(!m_subject.is_locked() || m_done.keeps_lock, "leaves its lock");
-  if (m_ended.exit_status == 0) return;
-  expect(!m_ended.err.empty() || m_done.mutes,
-         "fails with " + std::to_string(m_ended.exit_status) + " and does not say why");
-  if (m_done.intent != Intent::interrupt) return;
-  expect(m_ended.exit_status == m_subject.task().failed_exit_status,
-         "exit status " + std::to_string(m_ended.exit_status));
-  const auto notices =
-      std::count_if(m_reports.err.begin(), m_reports.err.end(),
-                    [](const auto& line) { return starts_with(line, k_interrupted); });
-  expect(notices == 1, "does not say once that it was interrupted");
-}
 
-void Judge::judge_metadata(const State& now) {
-  const Lines before = anywhere(m_undisturbed.before.pos);
-  expect_none(lacking(anywhere(now.pos), before), "holds a PO that was not there");
-  switch (m_subject.task().effect) {
-    case Effect::none:
-      expect(now.pos == m_undisturbed.before.pos, "changes POs");
-      expect(now.files == m_undisturbed.before.files, "makes or removes files");
-      break;
-    case Effect::moves:
-      expect_none(lacking(before, anywhere(now.pos)), "loses a PO");
-      break;
-    case Effect::deletes:
-      expect_none(lacking(m_undisturbed.after.pos, now.pos), "deletes what is no orphan");
-      break;
+  void judge_metadata(const State& now) {
+    const State& before = m_undisturbed.before;
+    expect_none(lacking(anywhere(now.pos), anywhere(before.pos)), "holds a PO that was not there");
+    expect_none(lacking(anywhere(m_undisturbed.after.pos), anywhere(now.pos)), "loses a PO");
+    if (m_subject.task().effect != Effect::none) return;
+    expect_none(difference(before.pos, now.pos), "changes a PO");
+    expect_none(difference(before.files, now.files), "makes or removes a file");
   }
-}
 
-void Judge::judge_success(const State& now) {
   // What is told and left behind, which does not fail the repair, is all that may be undone.
-  const Lines pos =
-      named_between(m_ended.err, "unable to get the po for basename ", " and directory");
-  const Lines links = named_between(m_ended.err, "the symbolic link ", " could not be removed");
-  const State& whole = m_undisturbed.after;
-  for (const std::string& line : difference(whole.pos, now.pos)) {
-    expect(is_named(line, pos), "ends well with work undone: " + line);
+  Lines unmoved() const {
+    return named_in(m_ended.err,
+                    std::regex("unable to get the po for basename (.*) and directory"));
   }
-  for (const std::string& file : difference(whole.files, now.files)) {
-    // The directory of a target that took nothing is not there either.
-    expect(!pos.empty() || is_named(file, links), "ends well and leaves other files: " + file);
+  Lines kept_links() const {
+    return named_in(m_ended.err, std::regex("the symbolic link (.*) could not be removed"));
   }
-  const Reports& told = m_undisturbed.reports;
-  expect_none(lacking(told.out, m_reports.out), "ends well and does not print");
-  for (const std::string& line :
-       lacking(told.task_logs, together(m_reports.task_logs, m_reports.err))) {
-    // Moves go by the path that a link leads along, too.
-    const bool excused =
-        !(pos.empty() && links.empty()) &&
-        (starts_with(line, "Moved ") || starts_with(line, "Client ") || is_named(line, pos));
-    expect(excused, "ends well and does not log: " + line);
-  }
-}
 
-// No line of it lacks its beginning, and a run that ends well has told all that an undisturbed one
-// does, numbers apart.
-void Judge::judge_run_log() {
-  for (const std::string& line : m_reports.run_log) {
-    expect(line.size() > 30 && line[4] == '-' && line[10] == ' ' && line[23] == ' ',
-           "tears a line of its log: " + line);
+  void judge_work(const State& now) {
+    const State& whole = m_undisturbed.after;
+    for (const std::string& line : difference(whole.pos, now.pos)) {
+      expect(is_named(line, unmoved()), "ends well with work undone: " + line);
+    }
+    for (const std::string& file : difference(whole.files, now.files)) {
+      // The directory of a target that took nothing is not there either.
+      expect(!unmoved().empty() || is_named(file, kept_links()),
+             "ends well and leaves other files: " + file);
+    }
   }
-  if (m_ended.exit_status != 0) return;
-  const Lines lines = together(m_reports.run_log, m_reports.err);
-  expect_none(lacking(without_digits(m_undisturbed.reports.run_log), without_digits(lines)),
-              "ends well and does not log");
-}
 
-// Whoever has been told to stop the services is told to start them again, but for a repair that is
-// not through.
-void Judge::judge_services() {
-  const Task& task = m_subject.task();
-  if (task.effect == Effect::none || m_ended.exit_status < 0 || m_done.mutes) return;
-  if (task.services) {
+  // A run that ends well has told all that an undisturbed one does; in its run log, numbers apart.
+  void judge_logs() {
+    const Reports& told = m_undisturbed.reports;
+    expect_none(lacking(told.out, m_reports.out), "ends well and does not print");
+    const Lines pos = unmoved();
+    const bool left_some = !pos.empty() || !kept_links().empty();
+    for (const std::string& line :
+         lacking(told.task_logs, together(m_reports.task_logs, m_reports.err))) {
+      // Moves go by the path that a link leads along, too.
+      const bool excused = left_some && (starts_with(line, "Moved ") ||
+                                         starts_with(line, "Client ") || is_named(line, pos));
+      expect(excused, "ends well and does not log: " + line);
+    }
+    const Lines run_log = together(m_reports.run_log, m_reports.err);
+    expect_none(lacking(without_digits(told.run_log), without_digits(run_log)),
+                "ends well and does not log");
+  }
+
+  // No line of it lacks its beginning.
+  void judge_run_log() {
+    for (const std::string& line : m_reports.run_log) {
+      expect(line.size() > 30 && line[4] == '-' && line[10] == ' ' && line[23] == ' ',
+             "tears a line of its log: " + line);
+    }
+  }
+
+  void judge_services() {
+    const Task& task = m_subject.task();
+    if (task.effect == Effect::none || m_ended.exit_status < 0 || m_done.mutes) return;
+    if (!task.services) return judge_request_for_services();
+    if (!m_succeeded && m_done.intent != Intent::interrupt) return;
     // The commands may have met the fault as well, some half-way, which is told then.
     const bool told =
         contains(m_ended.err, "Could not stop") || contains(m_ended.err, "services may not run");
-    if (m_ended.exit_status != 0 && m_done.intent != Intent::interrupt) return;
-    const int expected = m_ended.exit_status == 0 ? k_all_services : 0;
+    const int expected = m_succeeded ? k_all_services : 0;
     expect(m_subject.services() == expected || told, "leaves other services");
-    return;
   }
-  const bool told = std::any_of(m_reports.out.begin(), m_reports.out.end(),
-                                [](const auto& line) { return starts_with(line, "Please start"); });
-  const bool must_tell =
-      m_ended.exit_status == 0 || (task.effect == Effect::deletes && !m_reports.task_logs.empty());
-  const bool lost_output = contains(m_ended.err, "not all that it reports");
-  expect(told || !must_tell || lost_output, "does not ask for the services");
-  // A deletion asks for them even where it failed before its first line.
-  const bool may_tell = must_tell || lost_output || task.effect == Effect::deletes;
-  expect(!told || may_tell, "asks for the services though it is not through");
-}
 
-void Judge::judge_next_run() {
-  // By hand, as an operator does after a kill; whatever else left it was told of above.
-  m_subject.remove_lock();
-  const Ended again = m_subject.run({});
-  expect(again.exit_status == 0,
-         "the next run ends with " + std::to_string(again.exit_status) + ": " + again.err);
-  const State now = m_subject.state();
-  expect(now.pos == m_undisturbed.after.pos, "the next run ends with other POs");
-  expect_none(lacking(now.files, m_undisturbed.after.files), "the next run leaves a file");
-  expect_none(lacking(m_undisturbed.after.files, now.files), "the next run lacks a file");
-}
+  // Whoever has been told to stop the services is told to start them again, but for a repair that is
+  // not through. A deletion asks for them even where it failed before its first line.
+  void judge_request_for_services() {
+    const bool deletes = m_subject.task().effect == Effect::deletes;
+    const bool told = contains("\n" + m_ended.out, "\nPlease start");
+    const bool must_tell = m_succeeded || (deletes && !m_reports.task_logs.empty());
+    const bool lost_output = contains(m_ended.err, "not all that it reports");
+    expect(told || !must_tell || lost_output, "does not ask for the services");
+    expect(!told || must_tell || lost_output || deletes,
+           "asks for the services though it is not through");
+  }
+
+  void judge_next_run() {
+    // By hand, as an operator does after a kill; whatever else left it was told of above.
+    m_subject.remove_lock();
+    const Ended again = m_subject.run({});
+    expect(again.exit_status == 0,
+           "the next run ends with " + std::to_string(again.exit_status) + ": " + again.err);
+    const State now = m_subject.state();
+    expect_none(difference(now.pos, m_undisturbed.after.pos), "the next run ends with other POs");
+    expect_none(difference(now.files, m_undisturbed.after.files), "and with other files");
+  }
+};
 
 }  // namespace
 
@@ -248,15 +213,12 @@ Undisturbed run_undisturbed(const Subject& subject) {
   subject.restore();
   undisturbed.before = subject.state();
   const Ended ended = subject.run({});
-  if (ended.exit_status != 0) {
-    const std::string status = std::to_string(ended.exit_status);
-    throw Cr_ErrnoException(EINVAL, "the undisturbed run ends with " + status, ended.err);
-  }
   undisturbed.after = subject.state();
   undisturbed.reports = subject.reports(ended);
   const bool changes = undisturbed.after.pos != undisturbed.before.pos;
-  if (undisturbed.reports.run_log.empty() || changes != (subject.task().effect != Effect::none)) {
-    throw Cr_ErrnoException(EINVAL, "the undisturbed run does not do its task");
+  const bool does_its_task = changes == (subject.task().effect != Effect::none);
+  if (ended.exit_status != 0 || undisturbed.reports.run_log.empty() || !does_its_task) {
+    throw Cr_ErrnoException(EINVAL, "the undisturbed run does not do its task", ended.err);
   }
   return undisturbed;
 }
@@ -264,7 +226,7 @@ Undisturbed run_undisturbed(const Subject& subject) {
 std::string judge(const Subject& subject, const Undisturbed& undisturbed, const Ended& ended,
                   const Disturbance& disturbance) {
   try {
-    return Judge(subject, undisturbed, ended, disturbance).judge();
+    return Judge{subject, undisturbed, ended, disturbance}.judge();
   } catch (const std::exception& error) {
     return "  " + std::string(error.what()) + "\n";
   }

@@ -14,105 +14,83 @@
 namespace {
 
 namespace fs = boost::filesystem;
+using Lines = std::vector<std::string>;
 
-struct Walked {
-  std::vector<std::string> dirs;  // below the root, sorted
-  std::vector<std::string> log;   // lines, sorted, the root left out
+class DirsIterator : public testing::Test {
+ protected:
+  // Runs a script in a catalog that is empty at first.
+  void make(const std::string& script) const {
+    const std::string in_catalog = "rm -rf ../catalog*; mkdir ../catalog; cd ../catalog; ";
+    fs::create_directories(m_root);
+    support::run({"sh", "-c", "cd " + m_root.string() + "; " + in_catalog + script});
+  }
+
+  // The directories that are yielded, below the root, and the lines of the log without it; sorted.
+  std::pair<Lines, Lines> walk() const {
+    const std::string log_file = m_root.string() + ".log";
+    dct::util::LogFile log(log_file);
+    catalog::LockedDirsIterator source(m_root, &log);
+    Lines dirs;
+    for (std::string dir = source.get_next_path(); !dir.empty(); dir = source.get_next_path())
+      dirs.push_back(dir.substr(m_root.size() + 1));
+    EXPECT_EQ(source.get_next_path(), "");
+    std::sort(dirs.begin(), dirs.end());
+    std::string text = support::read_text(log_file);
+    boost::algorithm::erase_all(text, m_root.string() + "/");
+    return {dirs, support::lines_beginning(text, "")};
+  }
+
+  const support::TempDir m_dir;
+  const fs::path m_root = m_dir.path() / "catalog";
 };
 
-Walked walk(const fs::path& root) {
-  const fs::path log_file = root.string() + ".log";
-  fs::remove(log_file);
-  dct::util::LogFile log(log_file);
-  Walked walked;
-  catalog::LockedDirsIterator source(root, &log);
-  for (std::string dir = source.get_next_path(); !dir.empty(); dir = source.get_next_path()) {
-    walked.dirs.push_back(dir.substr(root.string().size() + 1));
-  }
-  EXPECT_EQ(source.get_next_path(), "");
-  std::sort(walked.dirs.begin(), walked.dirs.end());
-  for (std::string line : support::lines_beginning(support::read_text(log_file), "")) {
-    walked.log.push_back(line.erase(line.find(root.string()), root.string().size() + 1));
-  }
-  return walked;
-}
-
-TEST(DirsIterator, YieldsPolicyDirectoriesOfTheDsidAlone) {
-  const std::vector<std::string> rows[][3] = {
-      {{}, {}, {}},
-      {{"2"}, {}, {}},
-      {{"2/a", "2/b/p/deeper", "2/b/q"}, {"2/b/p", "2/b/q"}, {}},
-      {{"02/a/p", "+2/a/p"}, {"+2/a/p", "02/a/p"}, {}},
-      {{"-18446744073709551614/a/p"}, {"-18446744073709551614/a/p"}, {}},
-      {{"3/a/p", "-2/a/p", "2a/a/p", "abc/a/p", "18446744073709551616/a/p"},
+TEST_F(DirsIterator, YieldsPolicyDirectoriesOfTheDsidAlone) {
+  const std::tuple<std::string, Lines, Lines> rows[] = {
+      {"mkdir 2", {}, {}},
+      {"mkdir -p 2/a 2/b/p/deeper 2/b/q", {"2/b/p", "2/b/q"}, {}},
+      {"mkdir -p 02/a/p +2/a/p", {"+2/a/p", "02/a/p"}, {}},
+      {"mkdir -p ./-18446744073709551614/a/p", {"-18446744073709551614/a/p"}, {}},
+      {"mkdir -p 3/a/p ./-2/a/p 2a/a/p 18446744073709551616/a/p",
        {},
-       {"Invalid DSID: 18446744073709551616\n", "Invalid DSID: 2a\n", "Invalid DSID: abc\n",
-        "Skip DSID: -2\n", "Skip DSID: 3\n"}},
-      {{"1/a/p", "2/a/p", "9/a/p"}, {"2/a/p"}, {"Skip DSID: 1\n", "Skip DSID: 9\n"}},
+       {"Invalid DSID: 18446744073709551616\n", "Invalid DSID: 2a\n", "Skip DSID: -2\n",
+        "Skip DSID: 3\n"}},
+      {"mkdir -p 1/a/p 2/a/p 9/a/p", {"2/a/p"}, {"Skip DSID: 1\n", "Skip DSID: 9\n"}},
+      // Links are followed, and what is no directory is passed over.
+      {"mkdir -p 2/a/p ../catalog.elsewhere/q; ln -s ../../catalog.elsewhere 2/linked;"
+       "for i in . 2 2/a; do ln -s /no/such $i/dangling; ln -s itself $i/itself; done;"
+       "rm dangling; touch 2/file 2/a/file",
+       {"2/a/p", "2/linked/q"},
+       {"Invalid DSID: itself\n"}},
   };
-  for (const auto& [dirs, yielded, log] : rows) {
-    const support::TempDir dir;
-    const fs::path root = dir.path() / "catalog";
-    fs::create_directories(root);
-    for (const std::string& made : dirs) fs::create_directories(root / made);
-    const Walked walked = walk(root);
-    EXPECT_EQ(walked.dirs, yielded);
-    EXPECT_EQ(walked.log, log);
+  for (const auto& [script, dirs, log] : rows) {
+    make(script);
+    EXPECT_EQ(walk(), std::make_pair(dirs, log)) << script;
   }
-}
-
-TEST(DirsIterator, FollowsLinksAndPassesOverWhatIsNoDirectory) {
-  const support::TempDir dir;
-  const fs::path root = dir.path() / "catalog";
-  fs::create_directories(root / "2" / "a" / "p");
-  fs::create_directories(dir.path() / "elsewhere" / "q");
-  fs::create_directory_symlink(dir.path() / "elsewhere", root / "2" / "linked");
-  fs::create_symlink("/no/such", root / "2" / "dangling");
-  fs::create_symlink("/no/such", root / "2" / "a" / "dangling");
-  for (const fs::path& level : {root, root / "2", root / "2" / "a"})
-    fs::create_symlink("itself", level / "itself");
-  support::write_text(root / "2" / "file", "");
-  support::write_text(root / "2" / "a" / "file", "");
-  const Walked walked = walk(root);
-  EXPECT_EQ(walked.dirs, (std::vector<std::string>{"2/a/p", "2/linked/q"}));
-  EXPECT_EQ(walked.log, std::vector<std::string>{"Invalid DSID: itself\n"});
 }
 
 // A directory that is gone is empty; a storage that is gone is out of reach.
-TEST(DirsIterator, WhatIsGoneIsEmptyOnlyWhileTheRootIsTheSame) {
-  for (const char* script :
-       {"rm -r $root/2/*", "mv $root $root.aside", "mv $root $root.aside; mkdir $root"}) {
-    const support::TempDir dir;
-    const fs::path root = dir.path() / "catalog";
-    for (const char* client : {"a", "b", "c"}) fs::create_directories(root / "2" / client / "p");
-    dct::util::LogFile log(root.string() + ".log");
-    catalog::LockedDirsIterator source(root, &log);
+TEST_F(DirsIterator, WhatIsGoneIsEmptyOnlyWhileTheRootIsTheSame) {
+  for (const std::string script :
+       {"rm -r 2/*", "mv $PWD ../catalog.aside", "mv $PWD ../catalog.aside; mkdir ../catalog"}) {
+    make("mkdir -p 2/a/p 2/b/p 2/c/p");
+    dct::util::LogFile log(m_root.string() + ".log");
+    catalog::LockedDirsIterator source(m_root, &log);
     EXPECT_NE(source.get_next_path(), "");
-    support::run({"sh", "-c", "root=" + root.string() + "; " + script});
-    if (fs::exists(root / "2")) {
-      EXPECT_EQ(source.get_next_path(), "");
-    } else {
+    support::run({"sh", "-c", "cd " + m_root.string() + "; " + script});
+    if (!fs::exists(m_root / "2")) {
       EXPECT_THROW(source.get_next_path(), catalog::WalkRootChanged) << script;
-      EXPECT_EQ(source.get_next_path(), "") << script;
     }
+    EXPECT_EQ(source.get_next_path(), "") << script;
   }
 }
 
-TEST(DirsIterator, FileNamedLikeTheDsidLetsTheNextDirectoryThrough) {
-  const support::TempDir dir;
-  const fs::path root = dir.path() / "catalog";
-  for (int dsid = 10; dsid < 40; ++dsid) {
-    fs::create_directories(root / std::to_string(dsid) / "a" / "p");
-  }
-  support::write_text(root / "2", "");
-  std::vector<std::string> behind;  // what the file system lists behind the file
-  for (const auto& entry : fs::directory_iterator(root)) {
-    const std::string name = entry.path().filename().string();
-    if (name == "2" || !behind.empty()) behind.push_back(name + "/a/p");
-  }
-  const bool is_last = behind.size() == 1;
-  EXPECT_EQ(walk(root).dirs,
-            is_last ? std::vector<std::string>{} : std::vector<std::string>{behind.at(1)});
+TEST_F(DirsIterator, FileNamedLikeTheDsidLetsTheNextDirectoryThrough) {
+  make("for i in $(seq 10 40); do mkdir -p $i/a/p; done; touch 2");
+  Lines listed;  // as the file system does
+  for (const auto& entry : fs::directory_iterator(m_root))
+    listed.push_back(entry.path().filename().string());
+  const auto next = std::find(listed.begin(), listed.end(), "2") + 1;
+  EXPECT_EQ(walk().first, next == listed.end() ? Lines{} : Lines{*next + "/a/p"});
 }
 
 }  // namespace

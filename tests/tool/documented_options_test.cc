@@ -24,6 +24,13 @@ std::vector<std::smatch> matches(const std::string& text, const char* pattern) {
   return {std::sregex_iterator(text.begin(), text.end(), regex), std::sregex_iterator()};
 }
 
+// The first groups of all matches.
+Words all(const std::string& text, const char* pattern) {
+  Words words;
+  for (const std::smatch& match : matches(text, pattern)) words.push_back(match[1]);
+  return words;
+}
+
 Options options_of_the_table() {
   const std::string shown = support::run({MDFIXUP_PROGRAM, "--help"}).out;
   Options options;
@@ -72,28 +79,20 @@ Words offered_by_bash(const Words& words) {
   command.insert(command.end(), words.begin(), words.end());
   const support::Ended ended = support::run(command);
   EXPECT_EQ(ended.err, "");
-  Words offered;
-  for (const auto& line : matches(ended.out, "[^\n]+")) offered.push_back(line.str());
-  return offered;
+  return all(ended.out, "([^\n]+)");
 }
 
-std::set<std::string> options_of_zsh(const std::string& function) {
+Words options_of_zsh(const std::string& function) {
   const std::string text = read("packaging/completion/_mdfixup");
   const std::size_t begin = text.find("\n" + function + "() {");
-  const std::string body = text.substr(begin, text.find("\n}", begin) - begin);
-  std::set<std::string> options;
-  for (const auto& option : matches(body, "(--\\w+)=?\\[")) options.insert(option[1]);
-  return options;
+  return all(text.substr(begin, text.find("\n}", begin) - begin), "(--\\w+)=?\\[");
 }
 
 TEST(DocumentedOptions, AreThoseOfTheProgram) {
   const Options sandbox = options_of_the_help(MDFIXUP_SANDBOX_PROGRAM);
   const Options report = options_of_the_help(MDFIXUP_REPORT_PROGRAM);
-  const struct {
-    std::string page, zsh_function;
-    Options options;
-    Words words;  // the program, and what its options may follow
-  } programs[] = {
+  // The manual's page, the function of zsh, the options, and what they may follow in bash.
+  const std::tuple<std::string, std::string, Options, Words> programs[] = {
       {"mdfixup.8", "_mdfixup_tasks", options_of_the_table(), {"mdfixup"}},
       {"mdfixup-sandbox.1", "_mdfixup_sandbox", sandbox, {"mdfixup-sandbox", "create", "dir"}},
       {"mdfixup-report.1", "_mdfixup_report", report, {"mdfixup-report"}},
@@ -101,17 +100,17 @@ TEST(DocumentedOptions, AreThoseOfTheProgram) {
   for (auto [page, zsh_function, options, words] : programs) {
     EXPECT_EQ(options_of_the_manual(page), options) << page;
     std::set<std::string> names;
+    words.emplace_back();
     for (const auto& [name, what] : options) {
       if (name.rfind("--", 0) == 0) names.insert(name);
       if (what.rfind("flag", 0) == 0) continue;
       Words with_value = words;
-      with_value.insert(with_value.end(), {name, ""});
+      with_value.insert(with_value.end() - 1, name);
       for (const auto& word : offered_by_bash(with_value)) EXPECT_EQ(word[0], '<') << name;
     }
-    words.emplace_back("--");
-    const Words offered = offered_by_bash(words);
-    EXPECT_EQ(std::set<std::string>(offered.begin(), offered.end()), names) << page;
-    EXPECT_EQ(options_of_zsh(zsh_function), names) << page;
+    words.back() = "--";
+    for (const Words& offered : {offered_by_bash(words), options_of_zsh(zsh_function)})
+      EXPECT_EQ(std::set<std::string>(offered.begin(), offered.end()), names) << page;
   }
 }
 
@@ -121,21 +120,13 @@ TEST(DocumentedOptions, CompletionWritesNoDeletionByItselfAndNarrowsToTheTask) {
   EXPECT_EQ(of_empty_word.at(0), "--scan_client_name_case");
   EXPECT_NE(of_empty_word.back(), deletion);
   EXPECT_EQ(offered_by_bash({"mdfixup", deletion, ""}).at(0), "--dry_run");
-  const std::pair<Words, Words> rows[] = {
-      {{"mdfixup", "--F"}, {"--FORCE_CONSISTENCY_ALL_IMAGE", deletion}},
-      {{"mdfixup", "--scan_client_name_case", ""}, {"--num_threads", "--tvr_location"}},
-      {{"mdfixup", "--repair_client_name_case", "--F"}, {}},
-      {{"mdfixup", "--num_threads", "4", "--dry_run", "--n"}, {}},
-      {{"mdfixup", "--tvr_location", "=", "/u"}, {"<dirnames>"}},
-      {{"mdfixup", "--num_threads", "="}, {}},
-      {{"mdfixup-sandbox", ""}, {"create", "list"}},
-      {{"mdfixup-sandbox", "--clients", "3", "create", ""}, {"<dirnames>"}},
-      {{"mdfixup-report", "--html", ""}, {"<default>"}},
-      {{"mdfixup-report", "--json", "--"}, {}},
-  };
-  for (const auto& [words, offered] : rows) {
-    EXPECT_EQ(offered_by_bash(words), offered) << words[0] << " ... " << words.back();
-  }
+  EXPECT_EQ(offered_by_bash({"mdfixup", "--F"}),
+            (Words{"--FORCE_CONSISTENCY_ALL_IMAGE", deletion}));
+  EXPECT_EQ(offered_by_bash({"mdfixup", "--scan_client_name_case", ""}),
+            (Words{"--num_threads", "--tvr_location"}));
+  EXPECT_EQ(offered_by_bash({"mdfixup", "--tvr_location", "=", "/u"}), Words{"<dirnames>"});
+  EXPECT_EQ(offered_by_bash({"mdfixup-sandbox", "--clients", "3", "create", ""}),
+            Words{"<dirnames>"});
 }
 
 }  // namespace

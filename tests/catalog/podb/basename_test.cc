@@ -13,37 +13,23 @@ const std::string k_client = "hA";
 
 // What parsing gave, in words: the fields; or the status and text, with "$" for the basename; or
 // "bad cast".
-template <class Parse>
-std::string outcome(const std::string& basename, Parse parse) {
+template <class Name>
+std::string outcome(Name& name, const std::string& basename) {
   try {
-    return parse();
+    name.parse(basename, k_client);
+    std::string fields = name.client_name + " " + std::to_string(name.backup_time) + " " +
+                         std::to_string(name.copy_number);
+    if constexpr (std::is_same_v<Name, catalog::podb::POFilename>) {
+      fields += " " + std::to_string(name.fragment_number) + " " +
+                std::to_string(name.extra_number) + " " + name.suffix;
+    }
+    return fields;
   } catch (const Cr_ErrnoException& error) {
     const std::string text = std::to_string(error.GetStatus()) + " " + error.GetString();
     return basename.empty() ? text : boost::replace_all_copy(text, basename, "$");
-  } catch (const boost::bad_lexical_cast& error) {
-    EXPECT_NE(std::string(error.source_type().name()).find("iterator_range"), std::string::npos);
+  } catch (const boost::bad_lexical_cast&) {
     return "bad cast";
   }
-}
-
-std::string full(const std::string& basename) {
-  return outcome(basename, [&] {
-    catalog::podb::POFilename name;
-    name.fragment_number = 77;
-    name.extra_number = 88;
-    name.parse(basename, k_client);
-    return name.client_name + " " + std::to_string(name.backup_time) + " " +
-           std::to_string(name.copy_number) + " " + std::to_string(name.fragment_number) + " " +
-           std::to_string(name.extra_number) + " " + name.suffix;
-  });
-}
-
-std::string light(const std::string& basename, catalog::podb::BasenameTimeAndCopy name = {}) {
-  return outcome(basename, [&] {
-    name.parse(basename, k_client);
-    return name.client_name + " " + std::to_string(name.backup_time) + " " +
-           std::to_string(name.copy_number);
-  });
 }
 
 TEST(Basename, Parses) {
@@ -55,9 +41,7 @@ TEST(Basename, Parses) {
   const std::string rows[][3] = {
       {"hA_1602000000_C1_F1.img", "hA 1602000000 1 1 88 img", "hA 1602000000 1"},
       {"hA_5_C2_TIR3.map", "hA 5 2 -3 88 map", "hA 5 2"},
-      {"hA_5_C2_TIR-2147483648.map", "hA 5 2 -2147483648 88 map", "hA 5 2"},
       {"hA_5_C1_HDR.info", "hA 5 1 77 88 info", "hA 5 1"},
-      {"hA_5_C10_HDR.info", "hA 5 10 77 88 info", "hA 5 10"},
       {"hA_5_C1_F2_S4.img", "hA 5 1 2 4 img", "hA 5 1"},
       {"hA_1_C1_F1.img.a.b", "hA 1 1 1 88 img", "hA 1 1"},
       {"hA-1_C1_F1.img", "hA 1 1 1 88 img", "hA 1 1"},
@@ -70,22 +54,28 @@ TEST(Basename, Parses) {
       {"hA_1_C1", few, few},
       {"hA_1_C1_F1_x_y_z_w", many, "hA 1 1"},
       {"hA_1_C1_1_2_3_4_5_6", many, many},
-      {"hA_1_C1_X1.img", unknown, "hA 1 1"},
       {"hA_1_C1_HDRx.img", unknown, "hA 1 1"},
-      {"hA_1_C1_TIR.img", "bad cast", "hA 1 1"},
       {"hA_1_C1_F1__img", "bad cast", "hA 1 1"},
       {"hA_1__F1.img", "bad cast", "bad cast"},
       {"hA_9223372036854775808_C1_F1.img", "bad cast", "bad cast"},
+      {"hA_9223372036854775807_C4294967295_F-2147483648.img",
+       "hA 9223372036854775807 4294967295 -2147483648 88 img", "hA 9223372036854775807 4294967295"},
+      {"hA_1234567890123456_C12345678_F12345678.img",
+       "hA 1234567890123456 12345678 12345678 88 img", "hA 1234567890123456 12345678"},
+      {"hA_1_C4294967296_F1.img", "bad cast", "bad cast"},
+      {"hA_1_C1_F2147483648.img", "bad cast", "hA 1 1"},
       {"hA", "4 $ does not match the prefix of $", "4 $ does not match the prefix of $"},
       {"", "4 hA does not match the prefix of ", "4 hA does not match the prefix of "},
   };
   for (const auto& [basename, full_outcome, light_outcome] : rows) {
-    EXPECT_EQ(full(basename), full_outcome) << basename;
-    EXPECT_EQ(light(basename), light_outcome) << basename;
+    catalog::podb::POFilename full;
+    full.fragment_number = 77;
+    full.extra_number = 88;
+    EXPECT_EQ(outcome(full, basename), full_outcome) << basename;
     for (const auto& before : rows) {
       catalog::podb::BasenameTimeAndCopy used;
-      (void)outcome(before[0], [&] { return used.parse(before[0], k_client), ""; });
-      EXPECT_EQ(light(basename, used), light_outcome) << basename << " behind " << before[0];
+      (void)outcome(used, before[0]);
+      EXPECT_EQ(outcome(used, basename), light_outcome) << basename << " behind " << before[0];
     }
   }
 }

@@ -1,9 +1,8 @@
 #include <cstdlib>
 
-#include <boost/lexical_cast.hpp>
-
+#include "dct/check_pend_imp_list_is_existing.h"
+#include "dct/get_disk_pool_name.h"
 #include "fuzz/memory_file.h"
-#include "platform/status.h"
 #include "tvr_utils/tvr_image_iterator.h"
 
 namespace {
@@ -20,26 +19,27 @@ void check(const TVRImage& image, bool filtered) {
 
 void read_to_its_end(bool filtered) {
   const TVRImageIterator end;
-  const std::string pool = "pool";
   TVRImageIterator image =
-      filtered ? TVRImageIterator("/", pool, "c", "p", 1) : TVRImageIterator("/", pool, 1);
+      filtered ? TVRImageIterator("/", "pool", "c", "p", 1) : TVRImageIterator("/", "pool", 1);
   for (; image != end; ++image) check(*image, filtered);
 }
 
 }  // namespace
 
-// The first byte tells how the command ends, the rest is what it lists.
+// What the product's commands print. The first byte tells how the command ends and what it was asked
+// for: a listing of one directory or of all, the disk pool, or whether imports are pending.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return -1;
   const std::size_t end = data[0] / 2 % std::size(k_wait_statuses);
-  fuzz::set_command(data + 1, size - 1, k_wait_statuses[end]);
-  try {
-    read_to_its_end(data[0] % 2 == 0);
-  } catch (const Cr_ErrnoException&) {
-    return 0;
-  } catch (const boost::bad_lexical_cast&) {
-    return 0;
-  }
-  if (end > 1) std::abort();  // a failed command passed for one that did well
+  const int question = data[0] / 10 % 3;
+  fuzz::set_command(fuzz::text_of(data + 1, size - 1), k_wait_statuses[end]);
+  const auto ask = [&] {
+    if (question == 0) read_to_its_end(data[0] % 2 == 0);
+    if (question == 1) (void)dct::GetDiskPoolName("/", "media1").name();
+    if (question == 2 && dct::CheckPendImpListIsExisting("/").exists() != (size > 1)) std::abort();
+  };
+  const bool ended_well = fuzz::succeeds(ask, question == 0);
+  // A failed command passed for one that did well.
+  if (ended_well && question == 0 && end > 1) std::abort();
   return 0;
 }
