@@ -70,10 +70,14 @@ TEST(DeletionTakings, AreFoundInTheRangesThatTheyName) {
     SQLitePODB database("", policy.string());
     DeletionTakings expected("c_d", orphans);
     DeletionTakings found("c_d", orphans);
-    ASSERT_EQ(database.get_basenames_in({{"", ""}}, [&](auto name) { expected.add(name); }), 0);
-    ASSERT_EQ(database.get_basenames_in(found.ranges(), [&](auto name) { found.add(name); }), 0);
+    const auto to = [](DeletionTakings& takings) {
+      return [&](auto name, auto bytes) { takings.add(name, bytes); };
+    };
+    ASSERT_EQ(database.get_sizes_in({{"", ""}}, to(expected)), 0);
+    ASSERT_EQ(database.get_sizes_in(found.ranges(), to(found)), 0);
     for (const numbers& copy : copies) {
       EXPECT_EQ(found.of(copy).pos, expected.of(copy).pos) << round << " " << copy.backup_time;
+      EXPECT_EQ(found.of(copy).bytes, expected.of(copy).bytes);
       EXPECT_EQ(found.of(copy).other_copies, expected.of(copy).other_copies) << round;
       if (copy.copy_number == 0) {
         EXPECT_EQ(found.of(copy).pos, 1U);
