@@ -9,6 +9,7 @@
 #include <boost/filesystem/operations.hpp>
 
 #include "platform/status.h"
+#include "record/run_reader.h"
 #include "sandbox/list_pos.h"
 #include "sandbox/planter.h"
 #include "sandbox/text_file.h"
@@ -168,11 +169,25 @@ Reports Subject::reports(const Ended& ended) const {
   add_lines(ended.out, reports.out);
   add_lines(ended.err, reports.err);
   for (const auto& entry : fs::recursive_directory_iterator(m_storage.log_dir())) {
-    if (!fs::is_regular_file(entry.path())) continue;
+    if (!fs::is_regular_file(entry.path()) || entry.path().parent_path() == runs_dir()) continue;
     const bool is_run_log = entry.path().filename() == "mdfixup.log";
     add_lines(read_text(entry.path()), is_run_log ? reports.run_log : reports.task_logs);
   }
   return reports;
+}
+
+fs::path Subject::runs_dir() const {
+  return m_storage.log_dir() / "mdfixup" / "runs";
+}
+
+std::vector<record::Run> Subject::records() const {
+  std::vector<record::Run> runs;
+  if (!fs::exists(runs_dir())) return runs;
+  for (const auto& entry : fs::directory_iterator(runs_dir())) {
+    if (entry.path().extension() != ".db") continue;
+    runs.push_back(record::RunReader(entry.path().string()).run());
+  }
+  return runs;
 }
 
 bool Subject::is_locked() const {

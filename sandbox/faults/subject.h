@@ -7,6 +7,7 @@
 
 #include <boost/filesystem/path.hpp>
 
+#include "record/findings.h"
 #include "sandbox/child.h"
 #include "sandbox/storage_builder.h"
 
@@ -98,6 +99,10 @@ class Subject {
 
   Reports reports(const Ended& ended) const;
 
+  // What the records say of the runs since the beginning. Errors: Cr_ErrnoException for one that cannot
+  // be read.
+  std::vector<record::Run> records() const;
+
   // Makes what is now the beginning; the logs are none of it.
   void keep() const;
 
@@ -115,6 +120,7 @@ class Subject {
 
  private:
   boost::filesystem::path catalog() const;
+  boost::filesystem::path runs_dir() const;
   void call_services(const char* monitor_argument, const char* engine_argument) const;
 
   const boost::filesystem::path m_dir;

@@ -78,6 +78,7 @@ struct Judge {
     judge_end();
     judge_metadata(now);
     judge_run_log();
+    judge_record();
     if (m_succeeded) {
       judge_work(now);
       judge_logs();
@@ -170,6 +171,24 @@ struct Judge {
     }
   }
 
+  // A killed run leaves a record that opens, or none. Any other one has a whole record, or says that it
+  // could not be written.
+  void judge_record() {
+    const std::vector<record::Run> runs = m_subject.records();
+    expect(runs.size() <= 1, "leaves several records");
+    if (m_ended.signal != 0 || contains(m_ended.err, "the record of this run, ")) return;
+    // One that failed early has no record, and nowhere to say that one could not be made.
+    if (runs.empty()) return expect(!m_succeeded, "ends well without a record");
+    const record::RunEnd& end = runs[0].end;
+    expect(end.ending != record::Ending::none || m_done.mutes, "leaves a record without an end");
+    expect((end.exit_status == m_ended.exit_status) || m_done.mutes, "records another exit status");
+    if (!m_succeeded || !unmoved().empty() || !kept_links().empty()) return;
+    for (const record::Count& count : record::k_counts) {
+      expect(runs[0].counts.*count.value == m_undisturbed.record.counts.*count.value,
+             std::string("ends well and does not record ") + count.many);
+    }
+  }
+
   void judge_services() {
     const Task& task = m_subject.task();
     if (task.effect == Effect::none || m_ended.exit_status < 0 || m_done.mutes) return;
@@ -215,6 +234,7 @@ Undisturbed run_undisturbed(const Subject& subject) {
   const Ended ended = subject.run({});
   undisturbed.after = subject.state();
   undisturbed.reports = subject.reports(ended);
+  undisturbed.record = subject.records().at(0);
   const bool changes = undisturbed.after.pos != undisturbed.before.pos;
   const bool does_its_task = changes == (subject.task().effect != Effect::none);
   if (ended.exit_status != 0 || undisturbed.reports.run_log.empty() || !does_its_task) {

@@ -11,6 +11,7 @@ struct Undisturbed {
   State before;
   State after;
   Reports reports;
+  record::Run record;
 };
 
 // Restores the subject and runs it.
@@ -33,7 +34,8 @@ struct Disturbance {
 //
 // Promised is: the databases are sound; no PO is lost or changed, but for those that the undisturbed
 // deletion takes; a run that ends with 0 has done everything but what it tells on standard error, and
-// told everything; one that does not says why, has not crashed or hung and has taken its lock away, but
+// told everything; its record can be read, and unless it was killed says how the run ended, or the run
+// says why not; one that does not end with 0 says why, has not crashed or hung and has taken its lock away, but
 // for one that was killed; and the next run ends where an undisturbed one does.
 std::string judge(const Subject& subject, const Undisturbed& undisturbed, const Ended& ended,
                   const Disturbance& disturbance);

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <type_traits>
 #include <utility>
 
 #include <SQLiteCpp/SQLiteCpp.h>
@@ -23,31 +24,23 @@ namespace record {
 
 namespace {
 
-void bind(SQLite::Statement& statement, int index, const std::string& text) {
-  statement.bindNoCopy(index, text);
-}
-void bind(SQLite::Statement& statement, int index, std::uint64_t number) {
-  statement.bind(index, static_cast<std::int64_t>(number));
-}
-template <class Number>
-void bind(SQLite::Statement& statement, int index, Number number) {
-  statement.bind(index, number);
-}
-
-// Binds values one after the other.
+// Binds values to a statement, one after the other. Texts must outlive its use.
 class Binder {
  public:
   explicit Binder(SQLite::Statement& statement) : m_statement(statement) {}
-  template <class Value>
-  void add(const Value& value) {
-    bind(m_statement, ++m_index, value);
-  }
-  void add_unless(bool unknown, std::int64_t value) {
-    ++m_index;
-    if (!unknown) m_statement.bind(m_index, value);  // what is not bound is NULL
-  }
+  void add(const std::string& text) { m_statement.bindNoCopy(++m_index, text); }
+  void add(std::uint64_t number) { add(static_cast<std::int64_t>(number)); }
   void add(const DirCounts& counts) {
     for (const Count& count : k_counts) add(counts.*count.value);
+  }
+  void add(const std::optional<std::int64_t>& number) {
+    ++m_index;
+    if (number) m_statement.bind(m_index, *number);
+    if (!number) m_statement.bind(m_index);
+  }
+  template <class Number, class = std::enable_if_t<std::is_arithmetic_v<Number>>>
+  void add(Number number) {
+    m_statement.bind(++m_index, number);
   }
 
  private:
@@ -55,10 +48,10 @@ class Binder {
   int m_index = 0;
 };
 
-std::string insert_moved(std::size_t rows) {
-  std::string sql = "INSERT INTO moved (directory, target, basename) VALUES (?1, ?2, ?3)";
-  for (std::size_t i = 1; i < rows; ++i) sql += ", (?1, ?2, ?" + std::to_string(3 + i) + ")";
-  return sql;
+std::string repeated(const std::string& text, std::size_t times) {
+  std::string result;
+  for (; times != 0; --times) result += text;
+  return result;
 }
 
 // An empty file that was not there.
@@ -133,7 +126,7 @@ void RecordDatabase::create(const std::string& file) {
   for (const std::string& statement : schema()) m_database->exec(statement);
   m_run_changed = true;
   for (const std::string& argument : m_run.arguments) {
-    execute("INSERT INTO argument (text) VALUES (?)", argument);
+    execute("INSERT INTO argument VALUES (NULL, ?)", argument);
   }
   commit();
   m_statements.clear();
@@ -162,37 +155,17 @@ void RecordDatabase::commit_if_due() {
 }
 
 void RecordDatabase::store_run(const Run& run) {
-  const std::string task = name_of(k_task_names, run.task);
-  const std::string ending = name_of(k_ending_names, run.end.ending);
-  static const std::string sql = [] {
-    std::string text = "INSERT OR REPLACE INTO run VALUES (1";
-    constexpr std::size_t k_others = 17;
-    for (std::size_t i = 0; i < k_counts.size() + k_others; ++i) text += ", ?";
-    return text + ")";
-  }();
-  SQLite::Statement& statement = bound(sql.c_str());
-  statement.clearBindings();
-  Binder values(statement);
-  values.add(run.counts);
-  values.add(task);
-  values.add(run.version);
-  values.add(run.host);
-  values.add(run.pid);
-  values.add(run.storage_root);
-  values.add(run.catalog);
-  values.add(run.disk_pool);
-  values.add_unless(!run.listing_hours, run.listing_hours.value_or(0));
-  values.add(run.threads);
-  values.add(run.start_nanoseconds);
-  values.add_unless(run.end_nanoseconds == 0, run.end_nanoseconds);
-  values.add(ending);
-  values.add(run.end.text);
-  values.add_unless(run.end.ending == Ending::none, run.end.exit_status);
-  values.add(run.catalog_aside);
-  values.add(run.dirs);
-  values.add(run.failed_dirs);
-  statement.exec();
-  statement.reset();
+  constexpr std::size_t k_other_columns = 17;
+  static const std::string sql = "INSERT OR REPLACE INTO run VALUES (1" +
+                                 repeated(", ?", k_counts.size() + k_other_columns) + ")";
+  using Optional = std::optional<std::int64_t>;
+  execute(sql.c_str(), run.counts, name_of(k_task_names, run.task), run.version, run.host, run.pid,
+          run.storage_root, run.catalog, run.disk_pool, run.listing_hours, run.threads,
+          run.start_nanoseconds,
+          run.end_nanoseconds == 0 ? Optional() : Optional(run.end_nanoseconds),
+          name_of(k_ending_names, run.end.ending), run.end.text,
+          run.end.ending == Ending::none ? Optional() : Optional(run.end.exit_status),
+          run.catalog_aside, run.dirs, run.failed_dirs);
 }
 
 std::int64_t RecordDatabase::id_of(const std::string& client, const std::string& policy) {
@@ -201,8 +174,7 @@ std::int64_t RecordDatabase::id_of(const std::string& client, const std::string&
   const auto known =
       find("SELECT id FROM client_policy WHERE client = ? AND policy = ?", client, policy);
   m_last_pair_id =
-      known ? *known
-            : execute("INSERT INTO client_policy (client, policy) VALUES (?, ?)", client, policy);
+      known ? *known : execute("INSERT INTO client_policy VALUES (NULL, ?, ?)", client, policy);
   m_last_client = client;
   m_last_policy = policy;
   return m_last_pair_id;
@@ -217,13 +189,11 @@ void RecordDatabase::store(Directory& directory) {
 
 void RecordDatabase::store(Directory& directory, const Orphan& orphan) {
   store(directory);
-  const std::int64_t id = execute(
-      "INSERT INTO orphan (directory, backup_time, copy, pos, bytes, deleted) "
-      "VALUES (?, ?, ?, ?, ?, ?)",
-      directory.id, orphan.backup_time, orphan.copy_number, orphan.pos, orphan.bytes,
-      static_cast<int>(orphan.deleted));
+  const std::int64_t id =
+      execute("INSERT INTO orphan VALUES (NULL, ?, ?, ?, ?, ?, ?)", directory.id,
+              orphan.backup_time, orphan.copy_number, orphan.pos, orphan.bytes, orphan.deleted);
   for (const std::string& basename : orphan.other_copies) {
-    execute("INSERT INTO collateral (orphan, basename) VALUES (?, ?)", id, basename);
+    execute("INSERT INTO collateral VALUES (NULL, ?, ?)", id, basename);
   }
 }
 
@@ -231,8 +201,8 @@ void RecordDatabase::store(Directory& directory, const Orphan& orphan) {
 // reads.
 void RecordDatabase::store(Directory& directory, const Moved& moved) {
   constexpr std::size_t k_rows = 25;
-  static const std::string one = insert_moved(1);
-  static const std::string several = insert_moved(k_rows);
+  static const std::string one = "INSERT INTO moved VALUES (NULL, ?1, ?2, ?)";
+  static const std::string several = one + repeated(", (NULL, ?1, ?2, ?)", k_rows - 1);
   store(directory);
   const std::int64_t target = id_of(moved.target_client, directory.policy);
   for (std::size_t at = 0; at < moved.basenames.size();) {
@@ -240,7 +210,7 @@ void RecordDatabase::store(Directory& directory, const Moved& moved) {
     SQLite::Statement& insert =
         bound(rows == 1 ? one.c_str() : several.c_str(), directory.id, target);
     for (int index = 1; index <= static_cast<int>(rows); ++index) {
-      bind(insert, 2 + index, *moved.basenames[at++]);
+      insert.bindNoCopy(2 + index, *moved.basenames[at++]);
     }
     insert.exec();
     insert.reset();
@@ -249,31 +219,29 @@ void RecordDatabase::store(Directory& directory, const Moved& moved) {
 
 void RecordDatabase::store(Directory& directory, const Collision& collision) {
   store(directory);
-  execute("INSERT INTO collision (directory, target, basename) VALUES (?, ?, ?)", directory.id,
+  execute("INSERT INTO collision VALUES (NULL, ?, ?, ?)", directory.id,
           id_of(collision.target_client, directory.policy), collision.basename);
 }
 
 void RecordDatabase::store(Directory& directory, const UnparsedName& name) {
   store(directory);
-  execute("INSERT INTO unparsed (directory, basename, reason) VALUES (?, ?, ?)", directory.id,
-          name.basename, name.reason);
+  execute("INSERT INTO unparsed VALUES (NULL, ?, ?, ?)", directory.id, name.basename, name.reason);
 }
 
 void RecordDatabase::store(const MissingCopy& copy) {
-  execute("INSERT INTO missing (client_policy, backup_time, copy) VALUES (?, ?, ?)",
-          id_of(copy.client, copy.policy), copy.backup_time, copy.copy_number);
+  execute("INSERT INTO missing VALUES (NULL, ?, ?, ?)", id_of(copy.client, copy.policy),
+          copy.backup_time, copy.copy_number);
 }
 
 void RecordDatabase::store(Severity severity, const std::string& text) {
-  execute("INSERT INTO message (severity, text) VALUES (?, ?)", name_of(k_severity_names, severity),
-          text);
+  execute("INSERT INTO message VALUES (NULL, ?, ?)", name_of(k_severity_names, severity), text);
 }
 
 void RecordDatabase::store(const Link& link) {
   if (link.removed) {
     execute("UPDATE link SET removed = 1 WHERE path = ?", link.path);
   } else {
-    execute("INSERT INTO link (path, target, removed) VALUES (?, ?, 0)", link.path, link.target);
+    execute("INSERT INTO link VALUES (NULL, ?, ?, 0)", link.path, link.target);
   }
 }
 
@@ -286,15 +254,7 @@ void RecordDatabase::store_state(const Directory& directory, std::string_view st
                                  const std::string& reason) {
   static const std::string sql =
       "UPDATE directory SET " + count_columns(" = ?") + "state = ?, reason = ? WHERE id = ?";
-  SQLite::Statement& statement = bound(sql.c_str());
-  Binder values(statement);
-  values.add(directory.counts);
-  const std::string state_text(state);
-  values.add(state_text);
-  values.add(reason);
-  values.add(directory.id);
-  statement.exec();
-  statement.reset();
+  execute(sql.c_str(), directory.counts, std::string(state), reason, directory.id);
 }
 
 // The switch changes some bytes of one sector. It needs no journal, which a reader could not roll back.
