@@ -87,9 +87,7 @@ std::unique_ptr<FileLock> FileLock::init(const fs::path& path) {
   return lock;
 }
 
-FileLock::FileLock(const fs::path& path)
-    : m_path(path),
-      m_directory(::open(path.parent_path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {}
+FileLock::FileLock(const fs::path& path) : m_path(path) {}
 
 FileLock::~FileLock() {
   if (m_obtained) {
@@ -119,6 +117,8 @@ void FileLock::remove() noexcept {
 
 // Not truncated here: a run that comes second must not wipe out the winner's process id.
 void FileLock::create() {
+  m_directory = ::open(m_path.parent_path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+  if (m_directory < 0) fail("could not create the lock file ", m_path);
   const int descriptor =
       ::open(m_path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, k_lock_file_mode);
   if (descriptor < 0) fail("could not create the lock file ", m_path);

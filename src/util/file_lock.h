@@ -45,7 +45,7 @@ class FileLock {
   };
 
   const boost::filesystem::path m_path;
-  const int m_directory;  // that the file lies in, wherever that is found by then; -1 if unknown
+  int m_directory = -1;  // that the file lies in, wherever that is found by then
   std::unique_ptr<std::FILE, CloseStream> m_stream;
   boost::scoped_ptr<boost::interprocess::file_lock> m_lock;
   bool m_obtained = false;
