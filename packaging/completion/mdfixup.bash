@@ -85,10 +85,13 @@ _mdfixup_report() {
     compopt -o default
     return
   fi
-  case " ${COMP_WORDS[*]::COMP_CWORD} " in
-    *' --text '* | *' --json '* | *' --html '*) ;;
-    *) _mdfixup_offer "$2" --text --json --html --help ;;
-  esac
+  local line=" ${COMP_WORDS[*]::COMP_CWORD} " options=()
+  [[ $line == *' --'@(text|json|html)' '* ]] || options+=(--text --json)
+  [[ $line == *' --'@(text|json|html|images)' '* ]] || options+=(--html)
+  [[ $line == *' --'@(runs|images)' '* ]] || options+=(--runs)
+  [[ $line == *' --'@(html|runs|images)' '* ]] || options+=(--images)
+  [[ $COMP_CWORD != 1 ]] || options+=(--help)
+  _mdfixup_offer "$2" "${options[@]}"
 }
 
 complete -F _mdfixup mdfixup

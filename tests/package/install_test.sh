@@ -6,7 +6,7 @@ deb=$(realpath "$1")
 cd "$(dirname "$0")/../.."
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-root=$work/root storage=$work/kestrel
+root=$work/root storage=$work/kestrel log=$work/'the logs'
 
 expect() { # WHAT COMMAND...: the command must succeed
   "${@:2}" || { echo "install_test: expected: $1" >&2 && exit 1; }
@@ -53,8 +53,10 @@ expect "every file compiled with the checks of the C library" [ -z "$(
   grep '"command"' "${deb%/*}/compile_commands.json" | grep -v -- -D_FORTIFY_SOURCE=2)" ]
 
 "$root/usr/bin/mdfixup-sandbox" create "$storage" >/dev/null
+mkdir "$log"
 for file in ksregistry storage; do # the examples are what is run with
-  sed "s!/srv/kestrel!$storage!" "$root/$share/doc/mdfixup/examples/$file.cfg" >"$storage/etc/$file.cfg"
+  sed "s!/srv/kestrel/log!$log!; s!/srv/kestrel!$storage!" \
+    "$root/$share/doc/mdfixup/examples/$file.cfg" >"$storage/etc/$file.cfg"
 done
 list() { "$root/usr/bin/mdfixup-sandbox" list "$storage/catalog"; }
 check() { # STATUS LINE...: with these lines behind the settings of the sandbox
@@ -65,12 +67,24 @@ check() { # STATUS LINE...: with these lines behind the settings of the sandbox
   expect "exit status $1 with the settings ${*:2}, not $status: $(cat "$work/err")" [ $status = "$1" ]
 }
 list >"$work/before"
-check 0 '# as it is meant' '' 'NUM_THREADS=2'
+runs=$log/mdfixup/runs
+# Kept: what a process that exists may still write, what is newer in part, what is no file of a record.
+kept=("1-$$.db" 2-0.db{,-wal} 2-0.db.old notes.db)
+mkdir -p "$runs/3-0.db"
+ln -s "$storage/planted" "$runs/4-0.db"
+touch "$runs"/{5-0.db{,-wal},6-0.db.new} "${kept[@]/#/$runs/}"
+touch -hd '8 days ago' "$runs"/*
+touch -d '6 days ago' "$runs/2-0.db-wal"
+check 0 '# as it is meant' '' 'NUM_THREADS=2' 'KEEP_DAYS=7'
+expect "two records removed" grep -q "^Records older than 7 days removed from $runs: 2$" "$work/out"
+expect "nothing else removed" diff <(printf '%s\n' 3-0.db 4-0.db "${kept[@]}" | LC_ALL=C sort) \
+  <(find "$runs" -mindepth 1 ! -name '??????????-*' -printf '%f\n' | LC_ALL=C sort)
 expect "the planted lines and no others" diff <(grep -E '^(Client |\{)' "$work/out" | LC_ALL=C sort) \
   <(LC_ALL=C sort "$storage"/planted/{scan,orphans}.txt)
 for line in --repair_client_name_case 'OPTIONS=--repair_client_name_case' 'NUM_THREADS="2"' \
   'NUM_THREADS=2 --repair_client_name_case' \
-  "LD_PRELOAD=$work/evil.so" "touch $work/done" 'TVR_DISK_POOL=dp_sandbox ' 'TVR_DISK_POOL=dp # mine' 'TVR_DISK_POOL='; do
+  "LD_PRELOAD=$work/evil.so" "touch $work/done" 'TVR_DISK_POOL=dp_sandbox ' \
+  'TVR_DISK_POOL=dp # mine' 'TVR_DISK_POOL=' KEEP_DAYS= KEEP_DAYS=0 KEEP_DAYS=7d; do
   check 2 "$line"
 done
 for line in "TVR_LOCATION=\$(touch $work/done)" \
@@ -101,7 +115,7 @@ expect "a stopped check fails, but not before its run has ended" \
   [ $status = 1 -a ! -e "$storage/mdfixup.lock" ]
 expect "nothing changed" diff <(list) "$work/before"
 expect "nothing executed" [ ! -e "$work/done" ]
-expect "scans and dry runs alone" [ "$(grep -o ' mode: .*' "$storage/log/mdfixup/mdfixup.log" |
+expect "scans and dry runs alone" [ "$(grep -o ' mode: .*' "$log/mdfixup/mdfixup.log" |
   sort -u)" = $' mode: client name case scan\n mode: metadata consistency, dry run' ]
 
 units=$root/lib/systemd/system
