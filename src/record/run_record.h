@@ -25,6 +25,7 @@ namespace record {
 class RunRecord {
  public:
   RunRecord() = default;
+  ~RunRecord() = default;
   RunRecord(const RunRecord&) = delete;
   RunRecord& operator=(const RunRecord&) = delete;
 

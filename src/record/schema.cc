@@ -10,49 +10,50 @@ std::string count_columns(const std::string& suffix) {
   return columns;
 }
 
+namespace {
+
+std::string table(const char* name, const std::string& columns) {
+  return std::string("CREATE TABLE ") + name + " (id INTEGER PRIMARY KEY, " + columns + ")";
+}
+
+constexpr const char* k_run_columns =
+    "task TEXT NOT NULL, version TEXT NOT NULL, host TEXT NOT NULL, pid INTEGER NOT NULL, "
+    "storage_root TEXT NOT NULL, catalog TEXT NOT NULL, disk_pool TEXT NOT NULL, listing_hours "
+    "INTEGER, threads INTEGER NOT NULL, started INTEGER NOT NULL, ended INTEGER, ending TEXT NOT "
+    "NULL, ending_text TEXT NOT NULL, exit_status INTEGER, catalog_aside TEXT NOT NULL, dirs "
+    "INTEGER "
+    "NOT NULL, failed_dirs INTEGER NOT NULL";
+constexpr const char* k_orphan_columns =
+    "directory INTEGER NOT NULL, backup_time INTEGER NOT NULL, copy INTEGER NOT NULL, pos INTEGER "
+    "NOT NULL, bytes INTEGER NOT NULL, deleted INTEGER NOT NULL";
+constexpr const char* k_missing_columns =
+    "client_policy INTEGER NOT NULL, backup_time INTEGER NOT NULL, copy INTEGER NOT NULL";
+// The target is a client and policy; it has the directory's DSID.
+constexpr const char* k_moved_columns =
+    "directory INTEGER NOT NULL, target INTEGER NOT NULL, basename TEXT NOT NULL";
+
+}  // namespace
+
 // Clients with their policies are stored once, under a number of their own: an orphan or a missing
 // copy takes about 25 bytes. Rows are appended in the order of their numbers, and readers go through
 // whole tables, so that there is no index but the one that finds the number of a client and policy.
 const std::vector<std::string>& schema() {
   static const std::string counts = count_columns(" INTEGER NOT NULL DEFAULT 0");
   static const std::vector<std::string> statements{
-      "CREATE TABLE run (id INTEGER PRIMARY KEY, " + counts +
-          "task TEXT NOT NULL, version TEXT NOT NULL, host TEXT NOT NULL, pid INTEGER NOT NULL, "
-          "storage_root TEXT NOT NULL, catalog TEXT NOT NULL, disk_pool TEXT NOT NULL, "
-          "listing_hours INTEGER, threads INTEGER NOT NULL, started INTEGER NOT NULL, ended "
-          "INTEGER, "
-          "ending TEXT NOT NULL, ending_text TEXT NOT NULL, exit_status INTEGER, catalog_aside "
-          "TEXT "
-          "NOT NULL, dirs INTEGER NOT NULL, failed_dirs INTEGER NOT NULL)",
-      "CREATE TABLE argument (position INTEGER PRIMARY KEY, text TEXT NOT NULL)",
-      "CREATE TABLE client_policy (id INTEGER PRIMARY KEY, client TEXT NOT NULL, policy TEXT NOT "
-      "NULL, UNIQUE (client, policy))",
+      table("run", counts + k_run_columns),
+      table("argument", "text TEXT NOT NULL"),
+      table("client_policy", "client TEXT NOT NULL, policy TEXT NOT NULL, UNIQUE (client, policy)"),
       // The state is NULL, done or failed.
-      "CREATE TABLE directory (id INTEGER PRIMARY KEY, dsid TEXT NOT NULL, client_policy INTEGER "
-      "NOT "
-      "NULL REFERENCES client_policy, " +
-          counts + "state TEXT, reason TEXT)",
-      "CREATE TABLE orphan (id INTEGER PRIMARY KEY, directory INTEGER NOT NULL REFERENCES "
-      "directory, "
-      "backup_time INTEGER NOT NULL, copy INTEGER NOT NULL, pos INTEGER NOT NULL, bytes INTEGER "
-      "NOT "
-      "NULL, deleted INTEGER NOT NULL)",
-      "CREATE TABLE collateral (id INTEGER PRIMARY KEY, orphan INTEGER NOT NULL REFERENCES orphan, "
-      "basename TEXT NOT NULL)",
-      "CREATE TABLE missing (id INTEGER PRIMARY KEY, client_policy INTEGER NOT NULL REFERENCES "
-      "client_policy, backup_time INTEGER NOT NULL, copy INTEGER NOT NULL)",
-      // The target has the directory's DSID and policy.
-      "CREATE TABLE moved (id INTEGER PRIMARY KEY, directory INTEGER NOT NULL REFERENCES "
-      "directory, "
-      "target INTEGER NOT NULL REFERENCES client_policy, basename TEXT NOT NULL)",
-      "CREATE TABLE collision (id INTEGER PRIMARY KEY, directory INTEGER NOT NULL REFERENCES "
-      "directory, target INTEGER NOT NULL REFERENCES client_policy, basename TEXT NOT NULL)",
-      "CREATE TABLE link (id INTEGER PRIMARY KEY, path TEXT NOT NULL, target TEXT NOT NULL, "
-      "removed "
-      "INTEGER NOT NULL)",
-      "CREATE TABLE unparsed (id INTEGER PRIMARY KEY, directory INTEGER NOT NULL REFERENCES "
-      "directory, basename TEXT NOT NULL, reason TEXT NOT NULL)",
-      "CREATE TABLE message (id INTEGER PRIMARY KEY, severity TEXT NOT NULL, text TEXT NOT NULL)",
+      table("directory", "dsid TEXT NOT NULL, client_policy INTEGER NOT NULL, " + counts +
+                             "state TEXT, reason TEXT"),
+      table("orphan", k_orphan_columns),
+      table("collateral", "orphan INTEGER NOT NULL, basename TEXT NOT NULL"),
+      table("missing", k_missing_columns),
+      table("moved", k_moved_columns),
+      table("collision", k_moved_columns),
+      table("link", "path TEXT NOT NULL, target TEXT NOT NULL, removed INTEGER NOT NULL"),
+      table("unparsed", "directory INTEGER NOT NULL, basename TEXT NOT NULL, reason TEXT NOT NULL"),
+      table("message", "severity TEXT NOT NULL, text TEXT NOT NULL"),
   };
   return statements;
 }

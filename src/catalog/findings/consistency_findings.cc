@@ -92,7 +92,7 @@ void ConsistencyFindings::deleted(record::Directory& directory, const record::Or
 std::string ConsistencyFindings::not_deleted(record::Directory& directory,
                                              const record::Orphan& orphan) {
   run_record().add(directory, orphan);
-  const std::string error =
+  std::string error =
       "ERROR: could not delete the POs for the image: " + text_of(directory, orphan);
   write_to_log(error);
   return error;

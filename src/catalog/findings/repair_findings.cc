@@ -65,8 +65,8 @@ void RepairFindings::collision(record::Directory& directory, const record::Colli
 
 std::string RepairFindings::database_error(ErrorType type, int status, const fs::path& dir,
                                            const std::string& basename) const {
-  const std::string text = "ERROR(" + CRStatusToStringA(status) + "): unable to " +
-                           action(type, dir.string(), basename) + ".";
+  std::string text = "ERROR(" + CRStatusToStringA(status) + "): unable to " +
+                     action(type, dir.string(), basename) + ".";
   write_to_log(text + "\n");
   dct::report_error(text + "\n");
   return text;
