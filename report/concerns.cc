@@ -1,8 +1,7 @@
 #include "report/concerns.h"
 
-#include <iomanip>
+#include <algorithm>
 #include <optional>
-#include <sstream>
 
 #include "report/wording.h"
 
@@ -10,165 +9,155 @@ namespace report {
 
 namespace {
 
-using About = Concern::About;
+using record::Task;
+using Concerns = std::vector<Concern>;
 
-// The value of an option as the run log has it, the last one given; none when it was not given. An
-// argument that holds blanks stands in quotes.
-std::optional<std::string> option(const std::string& arguments, const std::string& name) {
+// The value of an option, the last one given; none when it was not given.
+std::optional<std::string> option(const Texts& arguments, const std::string& name) {
   std::optional<std::string> value;
-  std::istringstream words(arguments);
-  for (std::string word; words >> std::quoted(word);) {
-    if (word == name) {
-      value.emplace();
-    } else if (value && value->empty()) {
-      value = word;
-    } else if (word.rfind(name + "=", 0) == 0) {
-      value = word.substr(name.size() + 1);
-    }
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    if (arguments[i] == name) value = i + 1 < arguments.size() ? arguments[i + 1] : "";
+    if (arguments[i].rfind(name + "=", 0) == 0) value = arguments[i].substr(name.size() + 1);
   }
   return value;
 }
 
-void add_options(const std::string& arguments, std::vector<Concern>& concerns) {
+void add_options(const Texts& arguments, Concerns& concerns) {
   const auto horizon = option(arguments, "--catalog_backup_time");
   if (horizon && horizon->find_first_not_of('0') != std::string::npos) {
-    concerns.push_back({About::options,
-                        "--catalog_backup_time is not 0: images older than that were not listed, "
-                        "and count as orphans though the backup catalog may have them"});
+    concerns.push_back(
+        {"--catalog_backup_time is not 0: images older than that were not listed, and count as "
+         "orphans though the backup catalog may have them"});
   }
   if (option(arguments, "--FORCE_CONSISTENCY_ALL_IMAGE")) {
-    concerns.push_back({About::options,
-                        "--FORCE_CONSISTENCY_ALL_IMAGE: nobody looked for images that wait to be "
-                        "imported, and those count as orphans"});
+    concerns.push_back(
+        {"--FORCE_CONSISTENCY_ALL_IMAGE: nobody looked for images that wait to be imported, and "
+         "those count as orphans"});
   }
 }
 
-void add_run(const Details& details, std::vector<Concern>& concerns) {
-  if (!details.run) {
-    concerns.push_back({About::run,
-                        "the run log does not tell of this run: how it ended, its options and its "
-                        "warnings are not known"});
-    return;
-  }
-  const Run& run = *details.run;
-  if (!run.ended_well()) concerns.push_back({About::run, "ending: " + ending_of(run)});
-  if (!run.catalog_aside.empty()) {
-    concerns.push_back({About::run, "the catalog lies aside, at " + run.catalog_aside +
-                                        ": start no service before it has its name back, and run "
-                                        "the repair again"});
-  }
-  for (const std::string& later : details.later_runs) concerns.push_back({About::run, later});
-  if (run.warnings.count != 0) {
-    std::string text = counted(run.warnings.count, "warning", "warnings") + " in the run log";
-    const Notes& warnings = run.warnings;
-    if (!warnings.first.empty() && warnings.first.front() != run.clock_warning) {
-      text += (run.warnings.count == 1 ? ": " : ", the first: ") + run.warnings.first.front();
-    }
-    concerns.push_back({About::warnings, text});
-  }
+bool changes_storage(const RunFile& file) {
+  return file.run.task == Task::repair || file.run.task == Task::deletion;
 }
 
-void add_failures(const Details& details, std::vector<Concern>& concerns) {
-  if (details.failed.count != 0) {
-    concerns.push_back({About::failed, counted(details.failed.count, "directory", "directories") +
-                                           " failed: not all of what is there was seen"});
+// A run of the same task that did nothing, and one that changed what this one saw, even if it was
+// killed or still goes on.
+void add_later_runs(const RunFile& file, const std::vector<RunFile>& all, Concerns& concerns) {
+  const auto self = std::find_if(all.begin(), all.end(),
+                                 [&](const RunFile& other) { return other.file == file.file; });
+  int most = 3;
+  for (auto later = self; later != all.begin() && most != 0;) {
+    --later;
+    const bool is_refused = later->was_refused && later->run.task == file.run.task;
+    const bool changed = !later->was_refused && changes_storage(*later) && !changes_storage(file);
+    if (later->dir != file.dir || (!is_refused && !changed)) continue;
+    --most;
+    concerns.push_back({is_refused ? "A later one was refused or aborted: " + title_of(*later) +
+                                         ", " + outcome_of(*later)
+                                   : "This is how it was before a later run: " + title_of(*later)});
   }
-  if (details.errors.count != 0) {
-    concerns.push_back({About::errors, counted(details.errors.count, "error", "errors") +
-                                           " in the log of the task"});
-  }
-}
-
-bool nothing_was_found(const Details& details) {
-  if (!details.run || !details.run->summary) return false;
-  const Summary& summary = *details.run->summary;
-  return summary.copies != 0 && summary.orphan_copies == summary.copies;
 }
 
 // A clean-up of what expired takes a few copies; a mistake takes many.
-void add_share(const ConsistencyDetails& details, std::vector<Concern>& concerns) {
+void add_shares(const record::DirCounts& counts, Concerns& concerns) {
   constexpr double k_worrying = 0.2;
-  if (!details.run || !details.run->summary || details.run->summary->copies == 0) return;
-  if (nothing_was_found(details)) return;
-  const Summary& summary = *details.run->summary;
+  const std::string all = with_commas(counts.copies);
+  if (counts.future_copies != 0) {
+    concerns.push_back({with_commas(counts.future_copies) + " of " + all +
+                            " copies are newer than the host's clock by more than a day: is the "
+                            "clock right?",
+                        "warnings"});
+  }
   const double share =
-      static_cast<double>(summary.orphan_copies) / static_cast<double>(summary.copies);
-  if (share < k_worrying) return;
-  concerns.push_back({About::share, percent(share) + " of all copies are orphans: " +
-                                        with_commas(summary.orphan_copies) + " of " +
-                                        with_commas(summary.copies)});
+      static_cast<double>(counts.orphan_copies) / static_cast<double>(counts.copies);
+  if (counts.copies != 0 && counts.orphan_copies == counts.copies) {
+    concerns.push_back(
+        {"Not one copy was found in the backup catalog: is it the right disk pool?"});
+  } else if (counts.copies != 0 && share >= k_worrying) {
+    concerns.push_back({percent(share) + " of all copies are orphans: " +
+                            with_commas(counts.orphan_copies) + " of " + all,
+                        "orphans"});
+  }
 }
 
-// A log that lists fewer than the run counted was cut, or not all of it could be read.
-void add_counts(const ConsistencyDetails& details, std::vector<Concern>& concerns) {
-  if (!details.run || !details.run->summary) return;
-  const Summary& summary = *details.run->summary;
-  const auto compare = [&](std::uint64_t run, std::uint64_t logs, const char* what) {
-    if (run == logs) return;
-    concerns.push_back({About::counts, "the run counted " + with_commas(run) + " " + what +
-                                           ", its logs list " + with_commas(logs)});
-  };
-  if (details.orphans_were_read) {
-    compare(summary.orphan_copies, details.orphans.copies, "orphan copies");
-    compare(summary.taken_pos, details.orphans.taken_pos, "POs taken");
+void add_run(const RunFile& file, const std::vector<RunFile>& all, Concerns& concerns) {
+  if (!file.ended_well()) concerns.push_back({"Ending: " + ending_of(file)});
+  if (!file.run.catalog_aside.empty()) {
+    concerns.push_back({"The catalog lies aside, at " + file.run.catalog_aside +
+                        ": start no service before it has its name back, and run the repair "
+                        "again"});
   }
-  if (details.missing_were_read) {
-    compare(summary.missing_copies, details.missing.copies, "missing copies");
+  add_later_runs(file, all, concerns);
+  if (file.warnings == 0) return;
+  std::string text = counted(file.warnings, "warning", "warnings");
+  if (file.run.counts.future_copies == 0) {
+    text += (file.warnings == 1 ? ": " : ", the first: ") + file.first_warning;
+  }
+  concerns.push_back({text, "warnings"});
+}
+
+// What is worth a concern as soon as there is one of it.
+void add_findings(const RunFile& file, const Contents& contents, Concerns& concerns) {
+  const bool gone = file.run.task == Task::deletion;
+  const std::uint64_t failed = contents.failed_dirs;
+  const struct {
+    std::uint64_t count;
+    const char* one;
+    const char* many;
+    const char* text;
+    const char* about;
+  } rows[] = {
+      {contents.orphans.losing_everything, "directory", "directories",
+       gone ? " lost every copy" : " would lose every copy", "orphans"},
+      {contents.listed.other_copies_pos, "PO", "POs",
+       gone ? " of other copies went with the orphans"
+            : " of other copies would go with the orphans",
+       "other_copies"},
+      {contents.kept_copies, "orphan copy", "orphan copies", " could not be deleted", "orphans"},
+      {failed, "directory", "directories", " failed: not all of what is there was seen",
+       "failed_directories"},
+      {file.has_end() ? 0 : contents.open_dirs, "directory", "directories",
+       " in hand when the run stopped", "unfinished_directories"},
+      // Each failed directory is among the errors.
+      {file.errors > failed ? file.errors - failed : 0, "error", "errors",
+       failed == 0 ? "" : " other than of failed directories", "errors"},
+      {contents.listed.collisions, "PO", "POs",
+       " stayed because of another one: settle that before a deletion, which may take them",
+       "collisions"},
+      {contents.names_left_out, "PO was", "POs were",
+       " left out of the comparison, mostly for another spelling of the client's name: scan and "
+       "repair first",
+       "names_left_out"},
+  };
+  for (const auto& row : rows) {
+    if (row.count == 0) continue;
+    concerns.push_back({counted(row.count, row.one, row.many) + row.text, row.about});
+  }
+}
+
+// A record that lists other numbers than the run counted was damaged, or changed. What a directory
+// found before it failed need not be counted.
+void add_counts(const RunFile& file, const Contents& contents, Concerns& concerns) {
+  if (file.run.end.ending != record::Ending::orderly || file.run.failed_dirs != 0) return;
+  for (const record::Count& count : record::k_counts) {
+    const std::uint64_t run = file.run.counts.*count.value;
+    const std::uint64_t listed = contents.listed.*count.value;
+    if (run == listed || !is_listed(count) || contents.kept_copies != 0) continue;
+    concerns.push_back({"The run counted " + counted(run, count.one, count.many) +
+                        ", its record lists " + with_commas(listed)});
   }
 }
 
 }  // namespace
 
-std::vector<Concern> concerns_of(const ScanDetails& details) {
-  std::vector<Concern> concerns;
-  add_run(details, concerns);
-  add_failures(details, concerns);
-  return concerns;
-}
-
-std::vector<Concern> concerns_of(const RepairDetails& details) {
-  std::vector<Concern> concerns;
-  add_run(details, concerns);
-  add_failures(details, concerns);
-  if (details.collisions.count != 0) {
-    concerns.push_back({About::collisions,
-                        counted(details.collisions.count, "PO", "POs") +
-                            " stayed because of another one: settle that before a deletion, which "
-                            "may take them"});
-  }
-  return concerns;
-}
-
-std::vector<Concern> concerns_of(const ConsistencyDetails& details) {
-  const bool gone = details.task == Task::deletion;
-  std::vector<Concern> concerns;
-  if (details.run && !details.run->clock_warning.empty()) {
-    concerns.push_back({About::warnings, details.run->clock_warning});
-  }
-  if (nothing_was_found(details)) {
-    concerns.push_back(
-        {About::run, "not one copy was found in the backup catalog: is it the right disk pool?"});
-  }
-  add_share(details, concerns);
-  add_run(details, concerns);
-  if (details.run) add_options(details.run->arguments, concerns);
-  if (const std::uint64_t count = details.orphans.groups_losing_everything; count != 0) {
-    concerns.push_back({About::whole_dirs, counted(count, "directory", "directories") +
-                                               (gone ? " lost" : " would lose") + " every copy"});
-  }
-  if (const std::uint64_t count = details.orphans.other_copies_pos; count != 0) {
-    concerns.push_back({About::other_copies, counted(count, "PO", "POs") + " of other copies " +
-                                                 (gone ? "went" : "would go") +
-                                                 " with the orphans"});
-  }
-  add_failures(details, concerns);
-  if (const std::uint64_t count = details.unparsed_names.count; count != 0) {
-    concerns.push_back(
-        {About::names, counted(count, "PO was", "POs were") +
-                           " left out of the comparison, mostly for another spelling of the "
-                           "client's name: scan and repair first"});
-  }
-  add_counts(details, concerns);
+Concerns concerns_of(const RunFile& file, const Contents& contents,
+                     const std::vector<RunFile>& all) {
+  Concerns concerns;
+  add_shares(file.run.counts, concerns);
+  add_run(file, all, concerns);
+  add_options(file.run.arguments, concerns);
+  add_findings(file, contents, concerns);
+  add_counts(file, contents, concerns);
   return concerns;
 }
 

@@ -1,35 +1,16 @@
 #pragma once
 
-#include <string>
 #include <vector>
 
-#include "report/model.h"
+#include "report/contents.h"
+#include "report/run_file.h"
 
 namespace report {
 
-// Something that an operator has to look at before acting on what a run says.
-struct Concern {
-  enum class About {
-    run,
-    warnings,
-    options,
-    share,
-    whole_dirs,
-    other_copies,
-    failed,
-    errors,
-    names,
-    counts,
-    collisions
-  };
-  About about = About::run;
-  std::string text;  // may hold bytes of a log
-};
-
-// The gravest first. None means only that the logs name nothing: a listing that was incomplete, or
-// the wrong disk pool, leaves no trace in them.
-std::vector<Concern> concerns_of(const ConsistencyDetails& details);
-std::vector<Concern> concerns_of(const RepairDetails& details);
-std::vector<Concern> concerns_of(const ScanDetails& details);
+// What to look at before acting on the run, the gravest first. None means only that the record names
+// nothing: a listing that was incomplete, or the wrong disk pool, leaves no trace in it. `all` holds the
+// run and all others, newest first.
+std::vector<Concern> concerns_of(const RunFile& file, const Contents& contents,
+                                 const std::vector<RunFile>& all);
 
 }  // namespace report

@@ -1,5 +1,7 @@
 #include "report/escape.h"
 
+#include <algorithm>
+
 #include <boost/format.hpp>
 #include <boost/locale/utf.hpp>
 
@@ -32,73 +34,61 @@ std::string byte_escape(unsigned value) {
   return (boost::format("\\x%02x") % value).str();
 }
 
-bool within(code_point character, code_point first, code_point last) {
-  return character >= first && character <= last;
-}
-
 // Controls, what changes the direction of writing, and what takes no room.
 bool cannot_be_seen(code_point character) {
-  return character < 0x20 || within(character, 0x7f, 0x9f) || character == 0xad ||
-         character == 0x61c || within(character, 0x200b, 0x200f) ||
-         within(character, 0x2028, 0x202e) || within(character, 0x2060, 0x206f) ||
-         character == 0xfeff || within(character, 0xfff9, 0xfffb) ||
-         within(character, 0xe0000, 0xe0fff);
+  constexpr code_point k_ranges[][2] = {
+      {0, 0x1f},        {0x7f, 0x9f},     {0xad, 0xad},     {0x61c, 0x61c},   {0x200b, 0x200f},
+      {0x2028, 0x202e}, {0x2060, 0x206f}, {0xfeff, 0xfeff}, {0xfff9, 0xfffb}, {0xe0000, 0xe0fff}};
+  return std::any_of(std::begin(k_ranges), std::end(k_ranges), [&](const auto& range) {
+    return character >= range[0] && character <= range[1];
+  });
 }
 
 std::string escape_of(code_point character) {
+  if (character == '\\') return "\\\\";
   if (character == '\n') return "\\n";
   if (character == '\t') return "\\t";
   if (character < 0x80) return byte_escape(character);
   return (boost::format("\\u{%x}") % character).str();
 }
 
+// Most names.
+bool is_plain(std::string_view text) {
+  return std::all_of(text.begin(), text.end(),
+                     [](char c) { return c >= ' ' && c <= '~' && c != '\\'; });
+}
+
 }  // namespace
 
 std::string printable(std::string_view text) {
+  if (is_plain(text)) return std::string(text);
   std::string result;
-  const auto character = [&](code_point decoded, std::string_view bytes) {
-    if (decoded == '\\') {
-      result += "\\\\";
-    } else if (cannot_be_seen(decoded)) {
-      result += escape_of(decoded);
-    } else {
-      result += bytes;
-    }
-  };
-  for_each_character(text, character, [&](unsigned value) { result += byte_escape(value); });
+  for_each_character(
+      text,
+      [&](code_point character, std::string_view bytes) {
+        const bool is_escaped = character == '\\' || cannot_be_seen(character);
+        is_escaped ? result += escape_of(character) : result += bytes;
+      },
+      [&](unsigned value) { result += byte_escape(value); });
   return result;
 }
 
 std::string valid_utf8(std::string_view text) {
+  if (is_plain(text)) return std::string(text);
   std::string result;
   for_each_character(
-      text, [&](code_point /*decoded*/, std::string_view bytes) { result += bytes; },
+      text, [&](code_point /*character*/, std::string_view bytes) { result += bytes; },
       [&](unsigned value) { result += byte_escape(value); });
   return result;
 }
 
 std::string html(std::string_view text) {
+  constexpr std::string_view k_special = "&<>\"'";
+  constexpr const char* k_entities[] = {"&amp;", "&lt;", "&gt;", "&quot;", "&#39;"};
   std::string result;
   for (const char c : printable(text)) {
-    switch (c) {
-      case '&':
-        result += "&amp;";
-        break;
-      case '<':
-        result += "&lt;";
-        break;
-      case '>':
-        result += "&gt;";
-        break;
-      case '"':
-        result += "&quot;";
-        break;
-      case '\'':
-        result += "&#39;";
-        break;
-      default:
-        result += c;
-    }
+    const std::size_t at = k_special.find(c);
+    at == std::string_view::npos ? result += c : result += k_entities[at];
   }
   return result;
 }

@@ -1,197 +1,114 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
+#include <functional>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "report/timeline.h"
 
-// What the logs of one or more runs say, as plain values: made by the readers, shown by the views.
-// Texts are the bytes that stand in the logs; a view escapes what it shows. Times are seconds since
-// the epoch. What could fill memory has a bound, and what went beyond it is counted.
+// What a report says, as values with headings. It is made once, of the records; the views only lay it
+// out. Texts are the bytes that stand in the records: a view escapes what it shows.
 namespace report {
 
-enum class Task {
-  unknown,  // refused before a task was chosen
-  scan,
-  repair,
-  dry_run,
-  deletion,
-  consistency,  // a dry run or a deletion; no log tells which
+using Texts = std::vector<std::string>;
+
+// nullptr stands for what no record tells.
+using Value =
+    std::variant<std::nullptr_t, bool, std::int64_t, std::uint64_t, double, std::string, Texts>;
+
+template <class Number>
+Value known(bool is_known, Number number) {
+  return is_known ? Value(number) : Value(nullptr);
+}
+
+enum class Kind {
+  name,      // may hold anything
+  verbatim,  // the same, such as a path or a basename
+  words,     // Texts: arguments
+  notes,     // Texts: messages, which have no room in a text
+  word,      // our own, of ASCII
+  number,
+  time,  // seconds since the epoch
+  share  // from 0 to 1
 };
 
-// The first texts of possibly many.
-struct Notes {
-  std::vector<std::string> first;
-  std::uint64_t count = 0;
-
-  // Keeps the text if it is one of the first `most`.
-  void add(std::string text, std::size_t most);
-
-  // Keeps it before all others, and drops the last one where that makes more than `most`.
-  void add_in_front(std::string text, std::size_t most);
+// Without a key it does not stand in JSON, without a label it stands there alone.
+struct Column {
+  const char* key = "";
+  std::string label = {};
+  Kind kind = Kind::name;
+  bool summed = false;  // a filter says the sum of the rows that it leaves
 };
 
-// The counts at the end of a run.
-struct Summary {
-  std::uint64_t dirs = 0;
-  std::uint64_t failed_dirs = 0;
-  std::uint64_t pos = 0;
-  std::uint64_t copies = 0;
-  std::uint64_t orphan_copies = 0;
-  std::uint64_t missing_copies = 0;
-  std::uint64_t taken_pos = 0;
-  std::uint64_t other_copies_pos = 0;
-  std::uint64_t moved_pos = 0;
-  std::uint64_t collisions = 0;
-  std::string seconds;  // with decimals, as logged
+enum class Mark { none, bad, all };
+
+struct Row {
+  std::vector<Value> cells;  // one for each column
+  Mark mark = Mark::none;
+  std::string tag = {};  // what the mark says
 };
 
-// One run, as the run log tells it.
-struct Run {
-  Task task = Task::unknown;
-  std::string start;  // as logged, in the local time of the host
-  std::string end;    // the last line of the run
-  std::int64_t start_time = 0;
-  std::int64_t end_time = 0;
-  std::uint64_t pid = 0;
-  std::string arguments;
-  std::optional<int> exit_status;  // none: killed, going on, or the log is cut
-  bool interrupted = false;
-  std::string catalog_aside;  // where a repair has left the catalog; empty where it is in its place
-  std::optional<Summary> summary;
-  std::string progress;       // the last such line; empty without one
-  std::string clock_warning;  // of copies newer than the clock; also among the warnings
-  Notes warnings;
-  Notes errors;
+using RowVisitor = std::function<void(const Row&)>;
 
-  bool ended_well() const { return exit_status == 0 && !interrupted; }
+struct Table {
+  const char* key = "";
+  std::string caption;
+  std::string note;
+  std::string when_empty;  // without it, an empty table is not shown
+  std::vector<Column> columns;
+  std::uint64_t count = 0;  // of all rows
+  // Visits the first `most` rows; -1 stands for all. Errors: Cr_ErrnoException, as of a RunReader.
+  std::function<void(const RowVisitor&, std::int64_t most)> rows;
+  Timeline timeline;  // of what the rows count, if that has times
 };
 
-// The image copies of one client and policy that a log lists.
-struct ImageGroup {
-  std::string client;
-  std::string policy;
-  std::uint64_t copies = 0;
-  std::int64_t oldest = 0;
-  std::int64_t newest = 0;
-  // Of orphans alone.
-  std::uint64_t taken_pos = 0;         // that their deletion takes or took
-  std::uint64_t other_copies_pos = 0;  // of these, the ones of other copies
-  // What the directory held; none when no log tells.
-  std::optional<std::uint64_t> dir_copies;
-  std::optional<std::uint64_t> dir_pos;
-
-  // Of missing copies alone: nothing was compared, so all that the catalog has seems to be missing.
-  bool dir_failed = false;
-
-  bool loses_everything() const { return dir_copies && copies >= *dir_copies; }
-  // From 0 to 1; none when no log tells.
-  std::optional<double> share() const;
+// A value with its heading.
+struct Fact {
+  Column column;
+  Value value;
 };
 
-// The image copies that a log lists: orphans, or those that the metadata lacks.
-struct Images {
-  std::vector<ImageGroup> groups;  // the ones to look at first come first
-  std::uint64_t copies = 0;        // of all groups, those left out too
-  std::uint64_t taken_pos = 0;
-  std::uint64_t other_copies_pos = 0;
-  std::uint64_t copies_left_out = 0;  // of clients and policies beyond those in `groups`
-  std::uint64_t groups_losing_everything = 0;
-  Timeline timeline;
+// A number that stands out.
+struct Figure {
+  const char* key = "";
+  Value number;
+  std::string label;
+  std::string of = {};  // what it is a part of, if anything
+  bool is_alarming = false;
 };
 
-// A PO of another copy than the orphan whose deletion takes it.
-struct OtherPO {
-  std::string client;
-  std::string policy;
-  std::int64_t backup_time = 0;
-  std::uint64_t copy_number = 0;
-  std::string basename;
+// Something that an operator has to look at before acting on what a run says.
+struct Concern {
+  std::string text;
+  const char* about = "";  // the key of the table that says more; the facts when empty
 };
 
-struct FailedDir {
-  std::string dir;
-  std::string reason;
+// One run in detail.
+struct Section {
+  std::string title;
+  std::string task;               // as it is shown: "dry run"
+  std::vector<Concern> concerns;  // the gravest first
+  std::vector<Fact> facts;
+  std::vector<Figure> figures;  // of what the record lists
+  std::vector<Table> tables;
 };
 
-struct FailedDirs {
-  std::vector<FailedDir> first;
-  std::uint64_t count = 0;
-};
-
-// What is said of every run in detail.
-struct Details {
-  Task task = Task::unknown;
-  std::int64_t time = 0;                // that its log's name carries
-  std::vector<std::string> files;       // paths
-  std::optional<Run> run;               // none when the run log does not tell of it
-  std::vector<std::string> later_runs;  // what came after it and bears on it, in words
-  FailedDirs failed;
-  Notes errors;  // other than of a directory as a whole
-};
-
-// A dry run or a deletion.
-struct ConsistencyDetails : Details {
-  Images orphans;  // that would go, or went
-  Images missing;
-  bool orphans_were_read = false;  // otherwise nothing is known of them
-  bool missing_were_read = false;
-  std::vector<OtherPO> other_pos;  // the first ones; Images counts all
-  Notes unparsed_names;            // POs left out of the comparison
-};
-
-struct ScannedClient {
-  std::string client;
-  std::uint64_t dirs = 0;  // with POs under another spelling
-};
-
-struct ScanDetails : Details {
-  std::vector<ScannedClient> clients;
-  std::uint64_t dirs_with_issues = 0;
-  std::uint64_t dirs_left_out = 0;  // of clients beyond those in `clients`
-};
-
-struct Move {
-  std::string from;
-  std::string to;
-  std::uint64_t pos = 0;
-};
-
-struct RepairDetails : Details {
-  std::vector<Move> moves;
-  std::uint64_t moved_pos = 0;
-  std::uint64_t moves_left_out = 0;
-  Notes collisions;  // the lines of the collision log
-};
-
-// A file that was read, and what of it could not be.
-struct SourceFile {
+// A record that could not be read.
+struct Fault {
   std::string path;
-  std::uint64_t lines = 0;
-  std::string error;                // it could not be opened or read to its end
-  std::uint64_t strange = 0;        // lines that no run writes
-  std::uint64_t first_strange = 0;  // its number, from 1
-  bool cut = false;                 // the last line has no end
-
-  bool whole() const { return error.empty() && strange == 0 && !cut; }
+  std::string text;
 };
 
 struct Report {
-  std::vector<Run> runs;  // newest first
-  std::uint64_t runs_left_out = 0;
-  std::vector<ConsistencyDetails> consistency;  // newest first, as the next two
-  std::vector<ScanDetails> scans;
-  std::vector<RepairDetails> repairs;
-  std::vector<SourceFile> files;
-  std::uint64_t files_not_read = 0;  // logs of earlier runs in the directory
-
-  // Whether everything that was asked for could be read.
-  bool whole() const;
-
-  // Whether any log of a run was found.
-  bool has_content() const;
+  std::vector<Fault> faults;
+  Table runs;  // newest first
+  bool only_runs = false;
+  std::uint64_t other_runs_failed = 0;  // of those that have no section
+  std::uint64_t other_runs_warned = 0;
+  std::vector<Section> sections;
+  std::vector<Table> images;  // each orphan of the runs in detail
 };
 
 }  // namespace report

@@ -85,13 +85,10 @@ _mdfixup_report() {
     compopt -o default
     return
   fi
-  local line=" ${COMP_WORDS[*]::COMP_CWORD} " options=()
-  [[ $line == *' --'@(text|json|html)' '* ]] || options+=(--text --json)
-  [[ $line == *' --'@(text|json|html|images)' '* ]] || options+=(--html)
-  [[ $line == *' --'@(runs|images)' '* ]] || options+=(--runs)
-  [[ $line == *' --'@(html|runs|images)' '* ]] || options+=(--images)
-  [[ $COMP_CWORD != 1 ]] || options+=(--help)
-  _mdfixup_offer "$2" "${options[@]}"
+  case " ${COMP_WORDS[*]::COMP_CWORD} " in
+    *' --text '* | *' --json '* | *' --html '*) _mdfixup_offer "$2" --runs --images ;;
+    *) _mdfixup_offer "$2" --text --json --html --runs --images --help ;;
+  esac
 }
 
 complete -F _mdfixup mdfixup

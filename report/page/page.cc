@@ -1,15 +1,10 @@
-#include <algorithm>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include <boost/algorithm/string/join.hpp>
 
 #include "report/escape.h"
-#include "report/page/consistency.h"
 #include "report/page/parts.h"
-#include "report/page/runs.h"
-#include "report/page/section.h"
+#include "report/page/table.h"
 #include "report/views.h"
 #include "report/wording.h"
 
@@ -19,19 +14,15 @@ namespace page {
 
 namespace {
 
-template <class D>
-using Writer = void (*)(const D&, const std::string&, std::ostream&);
-
-// Sections of one kind have numbers in their ids, from 1.
-template <class D>
-void for_each_id(const std::vector<D>& all, const char* kind, Writer<D> write, std::ostream& out) {
-  std::size_t number = 0;
-  for (const D& details : all) write(details, kind + std::to_string(++number), out);
+// What the page tells of in detail: "dry run, case scan".
+std::string subject_of(const Report& report) {
+  Texts names;
+  for (const Section& section : report.sections) names.push_back(section.task);
+  return names.empty() ? "no run in detail" : boost::join(names, ", ");
 }
 
-template <class D>
-void write_link(const D& details, const std::string& id, std::ostream& out) {
-  out << "<a href=\"#" << id << "\">" << html(title_of(details)) << "</a>\n";
+std::string id_of(std::size_t number) {
+  return "run" + std::to_string(number);
 }
 
 void write_head(const std::string& title, std::ostream& out) {
@@ -42,43 +33,23 @@ void write_head(const std::string& title, std::ostream& out) {
       << "</title>\n<style>" << k_style << "</style>\n</head>\n<body>\n";
 }
 
-// What the page tells of in detail: "dry run, case scan".
-std::string subject_of(const Report& report) {
-  std::vector<std::string> names;
-  const auto add = [&](const auto& all) {
-    for (const auto& details : all) names.push_back(name_of(details.task));
-  };
-  add(report.consistency);
-  add(report.scans);
-  add(report.repairs);
-  return names.empty() ? "no run in detail" : boost::join(names, ", ");
-}
-
-std::string span_of(const Report& report) {
-  if (report.runs.empty()) return "The logs that were read tell of no run.";
-  const auto start = [](const Run& run) { return to_the_second(run.start); };
-  const std::string last = start(report.runs.front());
-  if (report.runs.size() == 1) return "One run in the run log, of " + last + ", the host's time.";
-  return with_commas(report.runs.size()) + " runs in the run log, from " +
-         start(report.runs.back()) + " to " + last + ", the host's time.";
-}
-
 void write_header(const Report& report, std::ostream& out) {
   out << "<header>\n<h1>mdfixup report: " << html(subject_of(report)) << "</h1>\n<p>"
-      << html(span_of(report)) << "</p>\n<nav aria-label=\"Sections\">\n";
-  for_each_id<ConsistencyDetails>(report.consistency, "consistency", write_link, out);
-  for_each_id<ScanDetails>(report.scans, "scan", write_link, out);
-  for_each_id<RepairDetails>(report.repairs, "repair", write_link, out);
-  out << "<a href=\"#runs\">All runs</a>\n<a href=\"#files\">Files read</a>\n</nav>\n</header>\n";
+      << counted(report.runs.count, "run", "runs") << " on record.</p>\n"
+      << "<nav aria-label=\"Sections\">\n";
+  std::size_t number = 0;
+  for (const Section& section : report.sections) {
+    out << "<a href=\"#" << id_of(++number) << "\">" << html(section.title) << "</a>\n";
+  }
+  out << "<a href=\"#runs\">All runs</a>\n</nav>\n</header>\n";
 }
 
-void write_unread(const Report& report, std::ostream& out) {
-  if (report.whole()) return;
+void write_faults(const Report& report, std::ostream& out) {
+  if (report.faults.empty()) return;
   out << "<section class=\"alert\"><h2>Not everything could be read</h2>\n<p>What follows may lack "
          "part of what the runs did.</p><ul>\n";
-  for (const SourceFile& file : report.files) {
-    if (!file.whole())
-      out << "<li>" << code(file.path) << ": " << html(fault_of(file)) << "</li>\n";
+  for (const Fault& fault : report.faults) {
+    out << "<li><code>" << html(fault.path) << "</code>: " << html(fault.text) << "</li>\n";
   }
   out << "</ul></section>\n";
 }
@@ -86,28 +57,55 @@ void write_unread(const Report& report, std::ostream& out) {
 // The runs that have a section say there what was wrong with them; of the others this is the only word
 // before the table of all runs.
 void write_other_runs(const Report& report, std::ostream& out) {
-  std::vector<const Run*> told;
-  const auto add = [&](const auto& all) {
-    for (const auto& details : all) {
-      if (details.run) told.push_back(&*details.run);
-    }
-  };
-  add(report.consistency);
-  add(report.scans);
-  add(report.repairs);
-  std::uint64_t failed = 0;
-  std::uint64_t warned = 0;
-  for (const Run& run : report.runs) {
-    const bool is_told = std::any_of(told.begin(), told.end(), [&](const Run* other) {
-      return other->pid == run.pid && other->start == run.start;
-    });
-    if (is_told) continue;
-    if (!run.ended_well()) ++failed;
-    if (run.warnings.count != 0) ++warned;
+  if (report.other_runs_failed == 0 && report.other_runs_warned == 0) return;
+  out << "<p class=\"note\">Of the other runs, " << with_commas(report.other_runs_failed)
+      << " did not end well and " << with_commas(report.other_runs_warned)
+      << " had warnings: see <a href=\"#runs\">all runs</a>.</p>\n";
+}
+
+void write_concerns(const Section& section, const std::string& id, std::ostream& out) {
+  if (section.concerns.empty()) {
+    out << "<p class=\"calm\"><strong>" << k_no_concern << "</strong> " << k_no_concern_caveat
+        << "</p>\n";
+    return;
   }
-  if (failed == 0 && warned == 0) return;
-  out << "<p class=\"note\">Of the other runs, " << with_commas(failed) << " did not end well and "
-      << with_commas(warned) << " had warnings: see <a href=\"#runs\">all runs</a>.</p>\n";
+  out << "<div class=\"alert\"><h3>Look at this first</h3><ul>\n";
+  for (const Concern& concern : section.concerns) {
+    out << "<li><a href=\"#" << id << "-" << (*concern.about == '\0' ? "facts" : concern.about)
+        << "\">" << html(concern.text) << "</a></li>\n";
+  }
+  out << "</ul></div>\n";
+}
+
+void write_figures(const Section& section, std::ostream& out) {
+  out << "<ul class=\"figures\">\n";
+  for (const Figure& figure : section.figures) {
+    out << "<li" << (figure.is_alarming ? " class=\"alarming\"" : "") << "><b>"
+        << shown(figure.number, Kind::number) << "</b> " << figure.label;
+    if (!figure.of.empty()) out << " <small>" << figure.of << "</small>";
+    out << "</li>\n";
+  }
+  out << "</ul>\n";
+}
+
+void write_section(const Section& section, const std::string& id, std::ostream& out) {
+  out << "<section id=\"" << id << "\">\n<h2>" << html(section.title) << "</h2>\n";
+  write_concerns(section, id, out);
+  write_figures(section, out);
+  out << "<dl class=\"facts\" id=\"" << id << "-facts\">\n";
+  for (const Fact& fact : section.facts) {
+    if (!is_told(fact)) continue;
+    out << "<div><dt>" << fact.column.label << "</dt><dd>" << cell(fact.value, fact.column.kind)
+        << "</dd></div>\n";
+  }
+  out << "</dl>\n";
+  for (const Table& table : section.tables) {
+    if (table.count == 0 && table.when_empty.empty()) continue;
+    const std::string table_id = id + "-" + table.key;
+    out << "<h3 id=\"" << table_id << "\">" << html(table.caption) << "</h3>\n";
+    write_table(table, table_id, out);
+  }
+  out << "</section>\n";
 }
 
 }  // namespace
@@ -118,15 +116,15 @@ void write_page(const Report& report, std::ostream& out) {
   page::write_head("mdfixup report: " + page::subject_of(report), out);
   page::write_header(report, out);
   out << "<main>\n";
-  page::write_unread(report, out);
+  page::write_faults(report, out);
   page::write_other_runs(report, out);
-  page::for_each_id<ConsistencyDetails>(report.consistency, "consistency", page::write_consistency,
-                                        out);
-  page::for_each_id<ScanDetails>(report.scans, "scan", page::write_scan, out);
-  page::for_each_id<RepairDetails>(report.repairs, "repair", page::write_repair, out);
-  page::write_runs(report, out);
-  page::write_files(report, out);
-  out << "</main>\n<script>" << page::k_script << "</script>\n</body>\n</html>\n";
+  std::size_t number = 0;
+  for (const Section& section : report.sections) {
+    page::write_section(section, page::id_of(++number), out);
+  }
+  out << "<section id=\"runs\">\n<h2>All runs</h2>\n";
+  page::write_table(report.runs, "runs", out);
+  out << "</section>\n</main>\n<script>" << page::k_script << "</script>\n</body>\n</html>\n";
 }
 
 }  // namespace report

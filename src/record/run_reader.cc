@@ -8,6 +8,7 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
+#include "platform/file_kind.h"
 #include "platform/sqlite_connection.h"
 #include "platform/statement_rows.h"
 #include "platform/status.h"
@@ -52,6 +53,16 @@ const std::string k_names_of_directory =
     " LEFT JOIN directory d ON d.id = directory LEFT JOIN client_policy p ON p.id = "
     "d.client_policy LEFT JOIN client_policy t ON t.id = target ";
 
+// SQLite would wait for a pipe that somebody laid beside the file.
+const std::string& with_files_beside(const std::string& file) {
+  for (const char* suffix : {"-journal", "-wal", "-shm"}) {
+    if (platform::file_kind(file + suffix) != platform::FileKind::special) continue;
+    throw Cr_ErrnoException(k_status_db_cannot_open, "could not read the record " + file,
+                            "what has its name and " + std::string(suffix) + " is no regular file");
+  }
+  return file;
+}
+
 }  // namespace
 
 template <class Read>
@@ -78,7 +89,8 @@ void RunReader::rows(const std::string& sql, std::int64_t most, EachRow each_row
 }
 
 RunReader::RunReader(std::string file)
-    : m_file(std::move(file)), m_database(platform::open_database(m_file, SQLite::OPEN_READONLY)) {
+    : m_file(std::move(file)),
+      m_database(platform::open_database(with_files_beside(m_file), SQLite::OPEN_READONLY)) {
   guarded([this] { require_record(); });
 }
 
@@ -184,11 +196,12 @@ void RunReader::missing(const Visitor<MissingRow>& visit) {
 
 void RunReader::collateral(const Visitor<CollateralRow>& visit, std::int64_t most) {
   rows(
-      "SELECT client, policy, backup_time, copy, basename FROM collateral LEFT JOIN orphan o ON "
+      "SELECT client_policy, client, policy, backup_time, copy, basename FROM collateral LEFT JOIN "
+      "orphan o ON "
       "o.id = orphan LEFT JOIN directory d ON d.id = directory LEFT JOIN client_policy p ON p.id = "
       "client_policy",
       most, [&](const Row& row) {
-        visit({row.text(0), row.text(1), row.number(2), row.copy(3), row.text(4)});
+        visit({row.number(0), row.text(1), row.text(2), row.number(3), row.copy(4), row.text(5)});
       });
 }
 

@@ -44,6 +44,7 @@ class RunReader {
   };
   // A PO of another copy that an orphan's deletion takes.
   struct CollateralRow {
+    std::int64_t client_policy = 0;
     std::string client;
     std::string policy;
     std::int64_t backup_time = 0;  // the orphan's

@@ -1,17 +1,19 @@
 #!/usr/bin/env python3
-"""Opens pages of reports in headless Chromium: page_test.py <the program mdfixup-report>."""
+"""Opens pages of reports in headless Chromium: page_test.py <the program mdfixup-report>, whose build
+has mdfixup and mdfixup-sandbox as well."""
 import os
 import pathlib
+import shutil
+import sqlite3
 import subprocess
 import sys
 import tempfile
-import time
 import unittest
 
 from browser import Browser
 
 PROGRAM = ""
-# The log's bytes, and what a reader sees. Each would run, hide something or break the page if it were
+# The record's bytes, and what a reader sees. Each would run, hide something or break the page if it were
 # not shown as text.
 HOSTILE = {
     b"<img src=x onerror=ran=1>": "<img src=x onerror=ran=1>",
@@ -29,39 +31,52 @@ ORPHANS = [(b"alpha", b"p1", 3, 10), (b"beta", b"p2", 12, 400), (b"gamma", b"p10
 ORPHANS += [(name, name, 1, 100 + at) for at, name in enumerate(HOSTILE)]
 
 
-def write_logs(logs, orphans, notes=(), arguments=b"--dry_run", status=0):
-    """The logs of a dry run; `notes` are (level, text) of the run log, and all that can fail."""
-    (logs / "mdfixup").mkdir(parents=True)
-    (logs / "metadata_consistency").mkdir()
-    count = sum(row[2] for row in orphans)
-    others = len(notes)
-    lines = [(b"info", b"start: pid 7, arguments " + arguments),
-             (b"info", b"mode: metadata consistency, dry run"), *notes,
-             (b"info", b"summary: policy directories 9, failed %d, POs 5000, copies 3000, orphan "
-              b"copies %d, missing copies %d, POs taken %d, of other copies %d, POs moved 0, "
-              b"collisions 0, seconds 0.123" % (others, count, others, 2 * count, others)),
-             (b"info", b"end: exit status %d" % status)]
-    (logs / "mdfixup/mdfixup.log").write_bytes(b"".join(
-        b"2026-11-21 14:25:35.000 %s pid=7 thread=7 %s\n" % line for line in lines))
-    log = b"Number of threads:           1\n"
-    dirs = b"client_name|policy_name|pos|copies|orphan_copies|missing_copies|taken_pos|x|\n"
+def build_record(work):
+    """The record of a real dry run, on an empty storage."""
+    build = pathlib.Path(PROGRAM).parent.parent
+    storage = pathlib.Path(work, "storage")
+    subprocess.run([build / "sandbox/mdfixup-sandbox", "create", storage, "--clients", "1",
+                    "--policies", "1", "--images", "0"], check=True, stdout=subprocess.DEVNULL)
+    subprocess.run([build / "src/mdfixup", "--tvr_location", storage / "quorv", "--dry_run",
+                    "--FORCE_DEDUPE_METADATA_CONSISTENCY"], check=True, stdout=subprocess.DEVNULL,
+                   env={**os.environ, "KSREGISTRY": f"{storage}/etc/ksregistry.cfg"})
+    return next(storage.glob("log/mdfixup/runs/*.db"))
+
+
+def fill(record, orphans, notes=(), arguments=(), status=0):
+    """Makes the record that of a dry run that found the orphans; the notes are names of all that can
+    fail."""
+    database = sqlite3.connect(record)
+
+    def add(table, **values):
+        marks = ", ".join("CAST(? AS TEXT)" if isinstance(value, bytes) else "?"
+                          for value in values.values())
+        return database.execute(f"INSERT INTO {table} ({', '.join(values)}) VALUES ({marks})",
+                                list(values.values())).lastrowid
+
+    def add_directory(client, policy, **values):
+        pair = add("client_policy", client=client, policy=policy)
+        return pair, add("directory", dsid="2", client_policy=pair, **values)
+
     for client, policy, copies, there in orphans:
+        _, directory = add_directory(client, policy, pos=2 * there, copies=there, state="done")
         for copy in range(copies):
-            log += (b"Would have deleted the POs for the image: {client: %s, policy: %s, backup_time: "
-                    b"%d, copy_number: 1}.\nWould delete 2 POs.\n" %
-                    (client, policy, 1600000000 + 5000000 * copy))
-        dirs += b"%s|%s|%d|%d|%d|0|0|0|\n" % (client, policy, 2 * there, there, copies)
-    missing = b""
-    for _, text in notes:
-        log += b"also takes %s\n" % text
-        missing += b"%s_1600000000|%s|%s|1|\n" % (text, text, text)
-    for _, text in notes:
-        log += b"ERROR: could not parse PO file name; %s\n" % text
-        log += (b"ERROR (%s) : could not compare the Tavrin catalog and deduplication metadata for "
-                b"/s/%s/p; %s\n" % (text, text, text))
-    seconds = int(time.mktime((2026, 11, 21, 14, 25, 35, 0, 0, -1)))
-    for name, content in (("OrphanImages", log), ("PolicyDirs", dirs), ("MissingImages", missing)):
-        (logs / f"metadata_consistency/{name}_{seconds}.log").write_bytes(content)
+            orphan = add("orphan", directory=directory, backup_time=1600000000 + 5000000 * copy,
+                         copy=1, pos=2, bytes=9, deleted=0)
+    for name in notes:
+        add("collateral", orphan=orphan, basename=name)
+        pair, directory = add_directory(b"failed", name, state="failed", reason=name)
+        add("missing", client_policy=pair, backup_time=1600000000, copy=1)
+        add("unparsed", directory=directory, basename=name, reason=name)
+        add("message", severity="warning", text=name)
+        add("message", severity="error", text=name)
+    for argument in arguments:
+        add("argument", text=argument)
+    count = sum(row[2] for row in orphans)
+    database.execute("UPDATE run SET dirs = 9, pos = 70000, copies = 70000, orphan_copies = ?, "
+                     "taken_pos = ?, taken_bytes = ?, exit_status = ?, failed_dirs = ?",
+                     (count, 2 * count, 9 * count, status, len(notes)))
+    database.commit()
 
 
 class Page(unittest.TestCase):
@@ -69,13 +84,15 @@ class Page(unittest.TestCase):
     def setUpClass(cls):
         work = cls.enterClassContext(tempfile.TemporaryDirectory())
         cls.pages = {}
-        notes = [(b"warning", name) for name in HOSTILE]
+        record = build_record(work)
         whole = [(b"client%d" % at, b"p", 1, 1) for at in range(12000)]
         for name, arguments in (
                 ("clean", ([(b"alpha", b"p1", 3, 10)],)), ("many", (whole,)),
-                ("hostile", (ORPHANS, notes, b"--catalog_backup_time=9 " + b" ".join(HOSTILE), 1))):
+                ("hostile", (ORPHANS, HOSTILE, (b"--catalog_backup_time=9", *HOSTILE), 1))):
             logs = pathlib.Path(work, "<img src=x onerror=ran=1>", name)
-            write_logs(logs, *arguments)
+            logs.mkdir(parents=True)
+            shutil.copy(record, logs)
+            fill(logs / record.name, *arguments)
             cls.pages[name] = f"{work}/{name}.html"
             subprocess.run([PROGRAM, "--html", cls.pages[name], logs], check=True,
                            stdout=subprocess.DEVNULL)
@@ -115,16 +132,16 @@ class Page(unittest.TestCase):
 
     def test_what_decides_stands_first(self):
         first = self.browser.run("return document.querySelector('main .alert').innerText")
-        for words in ("failed (exit status 1)", "8 warnings in the run log", "--catalog_backup_time",
+        for words in ("failed (exit status 1)", "8 warnings, the first", "--catalog_backup_time",
                       "1 directory would lose every copy", "8 POs of other copies",
                       "8 directories failed", "8 POs were left out"):
             self.assertIn(words, first)
         targets = self.browser.run("return Array.from(document.querySelectorAll('.alert a'))"
                                    ".map(a => document.querySelector(a.hash).textContent)")
-        for words in ("Warnings in the run log", "POs of other copies that", "POs left out"):
+        for words in ("Warnings", "POs of other copies that", "POs left out"):
             self.assertTrue(any(target.startswith(words) for target in targets), words)
         self.assertEqual(self.column(0)[0], "gamma would lose everything")
-        self.assertEqual(self.column(4)[0], "100 %")
+        self.assertEqual(self.column(4)[0].strip(), "100 %")
         self.open("clean")
         self.assertEqual(self.browser.run("return document.querySelectorAll('.alert').length"), 0)
 
@@ -163,7 +180,8 @@ class Page(unittest.TestCase):
         for name in HOSTILE.values():
             for caption, cell in (("Orphan copies", 1), ("Missing copies", 1), ("POs of other", 0)):
                 self.assertIn(name, self.column(cell, caption))
-            self.assertIn(f"/s/{name}/p", self.column(0, "What failed"))
+            self.assertTrue(any(cell.endswith(f"/catalog/2/failed/{name}")
+                                for cell in self.column(0, "Failed directories")))
             lists = self.browser.run("return document.body.textContent")
             self.assertGreaterEqual(lists.count(name), 8)
         self.assertEqual(self.browser.run(
@@ -220,7 +238,7 @@ class Page(unittest.TestCase):
     def test_many_rows_are_cut_and_stay_usable(self):
         self.open("many")
         self.assertIn("The first 10,000 of 12,000 rows; 2,000 more",
-                      self.browser.run("return document.querySelector('#consistency1').textContent"))
+                      self.browser.run("return document.querySelector('#run1').textContent"))
         self.assertEqual(len(self.column(0)), 10000)
         name = self.column(0)[4711].split()[0]
         self.assertTrue(self.filter(name).startswith("1 of 10,000 rows"))

@@ -1,65 +1,69 @@
 #include <gtest/gtest.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <boost/algorithm/string.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <nlohmann/json.hpp>
 
+#include "record/run_record.h"
 #include "report/escape.h"
 #include "report/timeline.h"
 #include "sandbox/planter.h"
 #include "tests/support/scene.h"
 
-// The report on real runs, and on logs that no run would leave so.
+// The report on real runs, and on records that no run would leave so.
 namespace report_test {
 
 namespace fs = boost::filesystem;
 using boost::algorithm::contains;
 using Json = nlohmann::json;
+using record::Task;
 using support::Ended;
-using support::lines_beginning;
 
-// A log directory that holds what a test writes there.
-class Logs {
+Ended report(std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), MDFIXUP_REPORT_PROGRAM);
+  return support::run(arguments, {{"TZ", "UTC"}, {"KSREGISTRY", "/no/such"}});
+}
+
+// A log directory, and what makes records in it.
+class Records {
  public:
-  Logs() { fs::create_directories(dir() / "metadata_consistency"); }
+  std::string dir() const { return m_dir.path().string(); }
+  std::string file(const std::string& id) const { return dir() + "/mdfixup/runs/" + id + ".db"; }
 
-  const fs::path& dir() const { return m_dir.path(); }
-  std::string orphans(int seconds = 100) const {
-    return (dir() / "metadata_consistency" / ("OrphanImages_" + std::to_string(seconds) + ".log"))
-        .string();
+  // A run that found one orphan among six copies, unless that was changed; killed without `ends`.
+  // Returns its record.
+  std::string add(std::int64_t start_seconds, Task task = Task::dry_run, bool ends = true,
+                  const std::string& client = "hosta", std::int64_t orphans = 1) const {
+    record::Run run;
+    run.task = task;
+    run.arguments = {"--dry_run"};
+    run.pid = 7;
+    run.start_nanoseconds = start_seconds * 1000000000;
+    run.catalog = "/k/catalog";
+    record::RunRecord record;
+    record.begin(m_dir.path(), run);
+    record::Directory dir{"2", client, "p", {2, 6, 1, 0, 2, 9, 0, 0, 0, 0}};
+    for (std::int64_t i = 0; i < orphans; ++i) {
+      record.add(dir, record::Orphan{1000 + i, 1, 2, 9, {}, task == Task::deletion});
+    }
+    record.done(dir);
+    record.note([&](record::Run& noted) {
+      noted.dirs = 1;
+      noted.counts = dir.counts;
+    });
+    record.commit();
+    if (ends) record.end({record::Ending::orderly, "", 0});
+    return file(std::to_string(start_seconds) + "-7");
   }
-  void write_run_log(const std::string& text, const std::string& suffix = "") const {
-    fs::create_directories(dir() / "mdfixup");
-    support::write_text(dir() / "mdfixup" / ("mdfixup.log" + suffix), text);
-  }
-  Ended report(const std::string& form = "--json") const {
-    return support::run({MDFIXUP_REPORT_PROGRAM, form, dir().string()}, {{"TZ", "UTC"}});
-  }
-  Json json() const { return Json::parse(report().out); }
+
+  Json json() const { return Json::parse(report({"--json", dir()}).out); }
 
  private:
   support::TempDir m_dir;
 };
-
-std::string orphan(const std::string& client, std::int64_t time, const std::string& verb) {
-  return verb + " the POs for the image: {client: " + client +
-         ", policy: p, backup_time: " + std::to_string(time) + ", copy_number: 1}.\n";
-}
-const std::string k_would = "Would have deleted";
-
-std::string run_line(const std::string& time, int pid, const std::string& text,
-                     const std::string& level = "info") {
-  return "2026-11-21 " + time + ".000 " + level + " pid=" + std::to_string(pid) +
-         " thread=" + std::to_string(pid) + " " + text + "\n";
-}
-
-// How many of the sorted lines name this client and policy.
-std::size_t naming(const std::vector<std::string>& lines, const Json& group) {
-  const std::string name = "{client: " + group["client"].get<std::string>() +
-                           ", policy: " + group["policy"].get<std::string>() + ",";
-  return static_cast<std::size_t>(std::count_if(
-      lines.begin(), lines.end(), [&](const std::string& line) { return contains(line, name); }));
-}
 
 void expect_documented(const Json& json, const std::string& page) {
   if (json.is_object()) {
@@ -69,6 +73,12 @@ void expect_documented(const Json& json, const std::string& page) {
     }
   }
   if (json.is_array() && !json.empty()) expect_documented(json[0], page);
+}
+
+std::uint64_t sum(const Json& rows, const char* key) {
+  std::uint64_t sum = 0;
+  for (const Json& row : rows) sum += row[key].get<std::uint64_t>();
+  return sum;
 }
 
 TEST(Report, TellsWhatTheRunsFound) {
@@ -82,308 +92,327 @@ TEST(Report, TellsWhatTheRunsFound) {
   scene.scan(4);
   scene.repair();  // fails, and leaves the catalog aside
   fs::rename(scene.root() / "zelp-database-caseconv", scene.root() / "catalog");
-  const std::vector<std::string> printed = lines_beginning(scene.dry_run(4).out, "{");
+  const std::vector<std::string> printed = support::lines_beginning(scene.dry_run(4).out, "{");
+  scene.remove_orphans(4);
   const std::string log_dir = scene.storage().log_dir().string();
-  Json report = Json::parse(support::run({MDFIXUP_REPORT_PROGRAM, "--json", log_dir}).out);
-
-  ASSERT_EQ(report["runs"].size(), 3U) << report.dump(2);
-  EXPECT_EQ(report["runs"][0]["exit_status"], 1);
-  EXPECT_EQ(report["runs"][2]["exit_status"], 255);
-  EXPECT_EQ(report["whole"], true);
-  const Json dry_run = report["consistency"][0];
-  EXPECT_EQ(dry_run["task"], "dry_run");
-  EXPECT_EQ(dry_run["run"]["summary"]["orphan_copies"], printed.size());
-  EXPECT_EQ(dry_run["orphans"]["copies"], printed.size());
-  EXPECT_EQ(dry_run["orphans"]["pos_taken"], dry_run["run"]["summary"]["pos_taken"]);
-  EXPECT_EQ(dry_run["missing"]["copies"], dry_run["run"]["summary"]["missing_copies"]);
-  const Json first = dry_run["orphans"]["groups"][0];
+  const Json all = Json::parse(report({"--json", log_dir}).out);
+  expect_documented(all, support::read_text(MDFIXUP_SOURCE_DIR "/docs/report.md"));
+  EXPECT_EQ(all["whole"], true);
+  ASSERT_EQ(all["runs"].size(), 4U) << all.dump(2);
+  ASSERT_EQ(all["details"].size(), 4U);
+  const Json& deletion = all["details"][0];
+  const Json& dry_run = all["details"][1];
+  const Json& repair = all["details"][2];
+  const Json& scan = all["details"][3];
+  EXPECT_EQ(deletion["run"], all["runs"][0]);
+  EXPECT_EQ(scan["run"]["exit_status"], 255);
+  EXPECT_EQ(scan["listed"]["dirs_with_issues"], planted.scan_lines.size());
+  EXPECT_EQ(sum(scan["clients"], "directories"), planted.scan_lines.size());
+  EXPECT_EQ(sum(repair["moves"], "pos"), repair["run"]["moved_pos"]);
+  EXPECT_TRUE(
+      contains(repair["concerns"].dump(), "The catalog lies aside, at " + scene.root().string()));
+  EXPECT_EQ(dry_run["run"]["task"], "dry_run");
+  EXPECT_EQ(dry_run["run"]["storage_root"], scene.root().string());
+  EXPECT_EQ(dry_run["run"]["orphan_copies"], printed.size());
+  for (const char* key : {"orphan_copies", "missing_copies", "taken_pos", "taken_bytes"}) {
+    EXPECT_EQ(dry_run["listed"][key], dry_run["run"][key]) << key;
+    EXPECT_EQ(deletion["listed"][key], dry_run["run"][key]) << key << ": what would go went";
+  }
+  EXPECT_EQ(sum(dry_run["orphans"], "copies"), printed.size());
+  EXPECT_EQ(sum(dry_run["orphans"], "bytes"), dry_run["run"]["taken_bytes"]);
+  EXPECT_EQ(sum(dry_run["missing"], "copies"), dry_run["run"]["missing_copies"]);
+  Json first = dry_run["orphans"][0];
+  EXPECT_GT(first["bytes"], 0);
+  first.erase("bytes");
   const Json expected{{"client", "hosta"},
                       {"policy", "gone"},
                       {"copies", 3},
-                      {"oldest_backup_time", 1000000},
-                      {"newest_backup_time", 9000000},
-                      {"directory_copies", 3},
-                      {"directory_pos", 3},
+                      {"dir_copies", 3},
+                      {"dir_pos", 3},
                       {"share", 1.0},
+                      {"pos", 3},
                       {"loses_everything", true},
-                      {"pos_taken", 3},
-                      {"pos_of_other_copies", 1}};
+                      {"oldest_backup_time", 1000000},
+                      {"other_copies_pos", 1},
+                      {"kept_copies", 0},
+                      {"newest_backup_time", 9000000}};
   EXPECT_EQ(first, expected);
-  for (const Json& group : dry_run["orphans"]["groups"]) {
-    EXPECT_EQ(group["copies"], naming(printed, group)) << group;
-    EXPECT_EQ(group["loses_everything"], group == first);
-  }
-  EXPECT_EQ(dry_run["pos_of_other_copies"]["first"][0]["basename"], "hosta_1000000_C10_F1.img");
-  EXPECT_EQ(dry_run["failed_directories"]["first"][0]["directory"],
+  EXPECT_EQ(dry_run["orphans"][1]["loses_everything"], false);
+  EXPECT_EQ(dry_run["other_copies"][0]["basename"], "hosta_1000000_C10_F1.img");
+  EXPECT_EQ(dry_run["failed_directories"][0]["directory"],
             scene.storage().policy_dir("hosta", "broken").string());
-  std::size_t moved = 0;
-  for (const Json& move : report["repairs"][0]["moves"]) moved += move["pos"].get<std::size_t>();
-  EXPECT_EQ(moved, report["repairs"][0]["run"]["summary"]["pos_moved"]);
-  EXPECT_EQ(report["scans"][0]["directories_with_issues"], planted.scan_lines.size());
-  expect_documented(report, support::read_text(MDFIXUP_SOURCE_DIR "/docs/report.md"));
-
-  scene.remove_orphans(4);
-  report = Json::parse(support::run({MDFIXUP_REPORT_PROGRAM, "--json", log_dir}).out);
-  ASSERT_EQ(report["consistency"].size(), 2U) << "and one second may have seen both";
-  EXPECT_EQ(report["consistency"][0]["task"], "deletion");
-  EXPECT_EQ(report["consistency"][0]["orphans"], dry_run["orphans"]) << "what would go went";
-  EXPECT_EQ(report["consistency"][1]["orphans"], dry_run["orphans"]);
-  EXPECT_TRUE(
-      contains(report["consistency"][1]["concerns"].dump(), "before a later run: Deletion"));
+  EXPECT_TRUE(contains(dry_run["concerns"].dump(), "before a later run: Deletion"));
+  EXPECT_TRUE(contains(dry_run["concerns"].dump(), "1 directory failed"));
+  EXPECT_FALSE(contains(dry_run["concerns"].dump(), " error")) << "the failed directory's alone";
+  std::vector<std::string> images;
+  const std::string id = dry_run["run"]["id"];
+  const std::string lines = report({"--images", "--json", id, log_dir}).out;
+  for (const std::string& line : support::lines_beginning(lines, "{")) {
+    const Json image = Json::parse(line);
+    expect_documented(image, support::read_text(MDFIXUP_SOURCE_DIR "/docs/report.md"));
+    images.push_back("{client: " + image["client"].get<std::string>() +
+                     ", policy: " + image["policy"].get<std::string>() +
+                     ", backup_time: " + image["backup_time"].dump() +
+                     ", copy_number: " + image["copy_number"].dump() + "}");
+  }
+  std::sort(images.begin(), images.end());
+  ASSERT_EQ(images.size(), printed.size());
+  for (std::size_t i = 0; i < images.size(); ++i) EXPECT_TRUE(contains(printed[i], images[i]));
 }
 
-TEST(Report, RunsOfOneSecondAreToldApart) {
-  const Logs logs;
-  const std::string opening = "Number of threads:           1\n";
-  const std::string a = orphan("hosta", 1000, k_would) + "Would delete 2 POs.\n";
-  const std::string b = orphan("hosta", 1000, "Deleted") + "Deleted 2 POs.\n";
-  support::write_text(logs.orphans(), opening + a + opening + a + opening + b);
-  const std::string header = "backupid|client_name|policy_name|copy_num|\n";
-  support::write_text(logs.dir() / "MissingImages_101.log",
-                      header + header + "h_1|h|p|1|\n" + header);
-  std::string run_log;
-  for (const char* mode : {"dry run", "dry run", "deletion"}) {
-    const auto line = [&](const std::string& text) {
-      run_log += "1970-01-01 00:01:40.000 info pid=7 thread=7 " + text + "\n";
-    };
-    line("start: pid 7, arguments");
-    line(std::string("mode: metadata consistency, ") + mode);
-    line(
-        "summary: policy directories 1, failed 0, POs 9, copies 9, orphan copies 1, missing copies "
-        "0, POs taken 2, of other copies 0, POs moved 0, collisions 0, seconds 0.001");
-    line("end: exit status 0");
-  }
-  logs.write_run_log(run_log);
-  const Json consistency = logs.json()["consistency"];
-  ASSERT_EQ(consistency.size(), 2U) << "of each task the newest";
-  EXPECT_EQ(consistency[0]["task"], "deletion");
-  EXPECT_EQ(consistency[1]["task"], "dry_run");
-  for (const Json& details : consistency) {
-    EXPECT_EQ(details["orphans"]["copies"], 1);
-    EXPECT_EQ(details["orphans"]["pos_taken"], 2);
-  }
-  EXPECT_EQ(consistency[0]["concerns"], Json::array());
-  EXPECT_EQ(consistency[1]["missing"]["copies"], 1);
-  // One begins in the second of the other's log, and makes its own in the next.
-  support::write_text(logs.orphans(), opening + a);
-  support::write_text(logs.orphans(101), opening + b);
-  boost::algorithm::replace_last(run_log, ":40.000", ":41.000");
-  logs.write_run_log(run_log);
-  const Json apart = logs.json()["consistency"];
-  for (const Json& details : apart) {
-    EXPECT_EQ(details["time"], details["task"] == "dry_run" ? 100 : 101);
-  }
-  support::write_text(logs.orphans(), opening + a + opening + a + opening + b);
-  const Ended named = support::run({MDFIXUP_REPORT_PROGRAM, "--json", logs.orphans()});
-  EXPECT_EQ(Json::parse(named.out)["consistency"].size(), 3U);
-}
-
-TEST(Report, RunsAreToldByTheirLines) {
-  const Logs logs;
-  const std::string first = run_line("10:00:00", 7, "start: pid 7, arguments --scan");
-  logs.write_run_log(first + run_line("10:00:01", 7, "mode: client name case scan"), ".2");
-  logs.write_run_log(
-      run_line("11:00:00", 7, "start: pid 7, arguments --repair_client_name_case") +
-          run_line("11:00:00", 8, "start: pid 8, arguments --FORCE_DEDUPE_METADATA_CONSISTENCY") +
-          run_line("11:00:00", 7, "mode: client name case repair") +
-          run_line("11:00:00", 8, "mode: metadata consistency, deletion") +
-          run_line("11:01:00", 8, "progress: 5 of 9 directories") +
-          run_line("11:02:00", 7, "the run was interrupted by a signal") +
-          run_line("11:02:00", 7, "end: exit status 1") +
-          run_line("11:03:00", 8, "the backup catalog has none", "warning"),
-      ".1");
-  logs.write_run_log(run_line("12:00:00", 7, "start: pid 7, arguments --x") +
-                     run_line("12:00:00", 7, "Unknown options combination", "error") +
-                     run_line("12:00:00", 7, "end: exit status 1"));
-  const Json runs = logs.json()["runs"];
-  ASSERT_EQ(runs.size(), 4U);
-  const std::multiset<std::string> tasks{runs[1]["task"], runs[2]["task"]};
-  EXPECT_EQ(tasks, (std::multiset<std::string>{"deletion", "repair"}));
-  const Json& deletion = runs[runs[1]["task"] == "deletion" ? 1 : 2];
-  const Json& repair = runs[runs[1]["task"] == "repair" ? 1 : 2];
-  EXPECT_EQ(runs[0]["errors"]["first"], Json({"Unknown options combination"}));
-  EXPECT_EQ(runs[0]["task"], "none");
-  EXPECT_EQ(deletion["exit_status"], nullptr) << "killed";
-  EXPECT_EQ(deletion["progress"], "5 of 9 directories");
-  EXPECT_EQ(deletion["warnings"]["count"], 1);
-  EXPECT_EQ(repair["interrupted"], true);
-  EXPECT_EQ(repair["exit_status"], 1);
-  EXPECT_EQ(runs[3]["task"], "scan");
-  EXPECT_EQ(runs[3]["exit_status"], nullptr) << "its process id came up again";
-}
-
-// What the run log says of the dry run at second 100, or after it, and what comes of it.
-TEST(Report, NamesWhatToLookAtBeforeActing) {
-  const auto line = [](int second, const std::string& text, const std::string& level = "info") {
-    return "1970-01-01 00:0" + std::to_string(second / 60) + ":" + std::to_string(second % 60) +
-           ".000 " + level + " pid=7 thread=7 " + text + "\n";
-  };
-  const auto ended = [](std::size_t copies) {
-    return "summary: policy directories 1, failed 0, POs 2, copies " + std::to_string(copies) +
-           ", orphan copies 1, missing copies 0, POs taken 2, of other copies 0, POs moved 0, "
-           "collisions 0, seconds 0.001";
-  };
-  const std::string end = line(101, ended(6)) + line(101, "end: exit status 0");
-  const std::string clock = "2 of 6 copies are newer than this host's clock by more than a day";
-  std::string many;
-  for (int i = 0; i < 30; ++i) {
-    many += line(101, "the backup catalog has none of the copies in /d", "warning");
-  }
-  const std::string later = line(110, "start: pid 7, arguments");
+TEST(Report, RunsAreNamedByIdOrFileAndDirectoriesKeptApart) {
+  const Records one;
+  const Records other;
+  const std::string first = one.add(100);
+  const std::string second = one.add(200);
+  support::run({"cp", first, one.file("100-8")});  // another one of the same second
+  support::run({"touch", one.file("300-7") + ".new"});
+  other.add(150);
   const struct {
-    std::string log, concern;
+    std::vector<std::string> words;
+    std::vector<std::string> details;
+    std::size_t runs;
   } rows[] = {
-      {end, ""},
-      {line(101, ended(5)) + line(101, "end: exit status 0"),
-       "[\"20.0 % of all copies are orphans: 1 of 5\"]"},
-      {line(101, clock, "warning") + many + end, "[\"" + clock + "\","},
-      {line(100, "moved the catalog from ") + end, ""},
-      {"", "no end logged"},
-      {line(101, ended(2)) + line(101, "end: exit status 1"), "ending: failed (exit status 1)"},
-      {line(101, ended(1)) + line(101, "end: exit status 0"), "is it the right disk pool?"},
-      {line(101, ended(2)) + many + line(101, "gravest", "warning") +
-           line(101, "end: exit status 0"),
-       "31 warnings in the run log, the first: gravest"},
-      {end + later + line(110, "mode: metadata consistency, dry run") +
-           line(110, "Some images wait", "error") + line(110, "end: exit status 1"),
-       "a later one was refused or aborted: Dry run of 1970-01-01 00:01:50, Some images wait"},
-      {end + later + line(110, "mode: metadata consistency, deletion"),
-       "before a later run: Deletion of 1970-01-01 00:01:50"},
+      {{one.dir()}, {"200-7"}, 3},
+      {{one.dir() + "/mdfixup", one.dir() + "/mdfixup/runs"}, {"200-7"}, 3},
+      {{one.dir(), other.dir()}, {"200-7", "150-7"}, 4},
+      {{first}, {"100-7"}, 3},
+      {{"100-8", "100-7", one.dir()}, {"100-8", "100-7"}, 3},
   };
   for (const auto& row : rows) {
-    const Logs logs;
-    support::write_text(logs.orphans(), orphan("hosta", 1000, k_would) + "Would delete 2 POs.\n");
-    logs.write_run_log(line(100, "start: pid 7, arguments --dry_run") +
-                       line(100, "mode: metadata consistency, dry run") + row.log);
-    const Json dry_run = logs.json()["consistency"][0];
-    EXPECT_EQ(dry_run["missing"], nullptr) << "nobody knows";
-    const std::string concerns = dry_run["concerns"].dump();
-    EXPECT_TRUE(row.concern.empty() ? concerns == "[]" : contains(concerns, row.concern))
-        << concerns;
-    EXPECT_EQ(contains(logs.report("--text").out, "does not prove the list right"),
-              row.concern.empty());
+    std::vector<std::string> arguments = row.words;
+    arguments.emplace_back("--json");
+    const Json all = Json::parse(report(arguments).out);
+    std::vector<std::string> details;
+    for (const Json& detail : all["details"]) details.push_back(detail["run"]["id"]);
+    EXPECT_EQ(details, row.details) << row.words[0];
+    EXPECT_EQ(all["runs"].size(), row.runs);
   }
-  const Logs logs;
-  support::write_text(logs.dir() / "repaired_client_names_with_case_sensitivity_issues.100", "");
-  logs.write_run_log(line(100, "start: pid 7, arguments") +
-                     line(100, "mode: client name case repair") +
-                     line(100, "moved the catalog from /k/catalog to /k/zelp-database-caseconv") +
-                     line(101, ended(0)) + line(101, "end: exit status 1"));
-  EXPECT_TRUE(
-      contains(logs.report("--text").out, "lies aside, at /k/zelp-database-caseconv: start"));
+  EXPECT_FALSE(contains(report({"--runs", "--json", other.dir()}).out, "details"));
+  EXPECT_TRUE(contains(report({"--runs", other.dir()}).out, "150-7  1970-01-01 00:02:30  dry run"));
 }
 
-TEST(Report, DamagedLogsGiveWhatCanBeRead) {
-  const std::string a = orphan("hosta", 1000, k_would);
-  const std::string b = orphan("hostb", 2000, k_would);
-  const std::string failed =
-      "ERROR (malformed data) : could not compare the Tavrin catalog and deduplication metadata "
-      "for "
-      "/c/2/hosta/p; Could not call tvimagequery: Invalid line, but received:\n";
+TEST(Report, KilledRunIsReadWithItsWriteAheadLog) {
+  const Records records;
+  const pid_t child = ::fork();
+  if (child == 0) {
+    record::Directory dir{"2", "open", "p", {}};
+    record::Run run;
+    run.task = Task::deletion;
+    run.start_nanoseconds = 100000000000;
+    record::RunRecord record;
+    record.begin(records.dir(), run);
+    record.add(dir, record::Orphan{1000, 1, 2, 9, {}, true});
+    record.add(dir, record::Orphan{2000, 1, 2, 9, {}, false});
+    record.commit();
+    ::_exit(0);
+  }
+  ASSERT_EQ(::waitpid(child, nullptr, 0), child);
+  const Json killed = records.json()["details"][0];
+  EXPECT_EQ(killed["run"]["exit_status"], nullptr);
+  EXPECT_EQ(killed["run"]["orphan_copies"], nullptr);
+  EXPECT_EQ(killed["listed"]["taken_bytes"], 9);
+  EXPECT_EQ(killed["listed"]["kept_copies"], 1);
+  EXPECT_EQ(killed["orphans"][0]["share"], nullptr) << "the directory was not finished";
+  EXPECT_EQ(killed["unfinished_directories"][0]["directory"], "/2/open/p");
+  for (const char* text :
+       {"no end recorded: killed", "1 directory in hand", "1 orphan copy could"}) {
+    EXPECT_TRUE(contains(killed["concerns"].dump(), text)) << text;
+  }
+}
+
+// What is changed in the record of the dry run at second 100, or comes after it, and what follows.
+TEST(Report, NamesWhatToLookAtBeforeActing) {
+  const auto message = [](const std::string& severity, const std::string& text) {
+    return "INSERT INTO message (severity, text) VALUES ('" + severity + "', '" + text + "');";
+  };
+  const std::string argument = "INSERT INTO argument (text) VALUES ('";
   const struct {
-    std::string log;
-    std::size_t copies;
+    std::string sql;
+    std::string concern;
+    std::int64_t later = 0;
+    Task task = Task::dry_run;
+    std::string later_sql = {};
+  } rows[] = {
+      {"", ""},
+      {"UPDATE run SET copies = 5", "20.0 % of all copies are orphans: 1 of 5"},
+      {"UPDATE run SET copies = 1", "is it the right disk pool?"},
+      {"UPDATE run SET future_copies = 2", "2 of 6 copies are newer than the host's clock"},
+      {"UPDATE run SET ending = 'none'", "Ending: no end recorded: killed"},
+      {"UPDATE run SET exit_status = 1", "Ending: failed (exit status 1)"},
+      {"UPDATE run SET ending = 'signal'", "Ending: ended well, stopped by a signal"},
+      {"UPDATE run SET catalog_aside = '/k/x'", "The catalog lies aside, at /k/x: start"},
+      {"UPDATE run SET missing_copies = 3", "counted 3 missing copies, its record lists 0"},
+      {"UPDATE run SET exit_status = 1, failed_dirs = 1, missing_copies = 3", "Ending: failed"},
+      {message("warning", "none of the copies in /d") + message("warning", "gravest"),
+       "2 warnings, the first: gravest"},
+      {message("error", "e") + "UPDATE directory SET state = 'failed', reason = 'r'",
+       "1 directory failed: not all"},
+      {message("error", "e"), "1 error"},
+      {argument + "--catalog_backup_time=9')", "--catalog_backup_time is not 0"},
+      {argument + "--catalog_backup_time'), ('00')", ""},
+      {argument + "--FORCE_CONSISTENCY_ALL_IMAGE')", "wait to be imported"},
+      {"UPDATE directory SET copies = 1", "1 directory would lose every copy"},
+      {"UPDATE run SET other_copies_pos = 1; INSERT INTO collateral (orphan, basename) VALUES (1, "
+       "'x')",
+       "1 PO of other copies would go with the orphans"},
+      {"INSERT INTO unparsed (directory, basename, reason) VALUES (1, 'x', 'y')",
+       "1 PO was left out of the comparison"},
+      {"", "before a later run: Deletion of 1970-01-01 00:01:50", 110, Task::deletion},
+      {"", "before a later run: Case repair of", 110, Task::repair,
+       "UPDATE run SET ending = 'none', dirs = 0"},
+      {"", "A later one was refused or aborted: Dry run of 1970-01-01 00:01:50, Some images wait",
+       110, Task::dry_run,
+       message("error", "Some images wait") +
+           "UPDATE run SET exit_status = 1, dirs = 0; DELETE FROM directory"},
+  };
+  for (const auto& row : rows) {
+    const Records records;
+    const std::string file = records.add(100);
+    if (!row.sql.empty()) support::sqlite(file, row.sql);
+    if (row.later != 0) {
+      const std::string later = records.add(row.later, row.task);
+      if (!row.later_sql.empty()) support::sqlite(later, row.later_sql);
+    }
+    const Json details = Json::parse(report({"--json", file}).out)["details"];
+    ASSERT_EQ(details.size(), 1U) << row.concern;
+    const std::string concerns = details[0]["concerns"].dump();
+    EXPECT_EQ(details[0]["concerns"].size(), row.concern.empty() ? 0U : 1U) << concerns;
+    EXPECT_TRUE(contains(concerns, row.concern)) << row.concern << ": " << concerns;
+    EXPECT_EQ(contains(report({file}).out, "does not prove the list right"), row.concern.empty());
+  }
+}
+
+// Whatever stands where a record should be: one clear error, and the others are shown.
+TEST(Report, UnreadableRecordsAreNamedAndTheOthersShown) {
+  const struct {
+    std::string damage;  // a shell command on "$1", or statements
     std::string fault;
   } rows[] = {
-      {a + b, 2, ""},
-      {a + failed + "sh: not found\n" + b, 2, ""},  // the rest of the error's text
-      {a + b.substr(0, b.size() - 1), 1, "the last line is cut off"},
-      {a + b.substr(0, 70), 1, "the last line is cut off"},
-      {a + "sh: not found\n" + b, 2, "1 lines could not be understood, the first is line 2"},
-      {std::string(1000, '\0') + "\n" + a + "\xff\xfe\n" + b, 2,
-       "2 lines could not be understood, the first is line 1"},
-      {a + std::string(300000, 'x') + "\n" + b, 2,
-       "1 lines could not be understood, the first is line 2"},
-      {a + "Would delete 99999999999999999999 POs.\n" + b, 2,
-       "1 lines could not be understood, the first is line 2"},
-      {orphan("hosta", 1000, "Would hve deleted") + "also takes hosta_1\n" + b, 1,
-       "2 lines could not be understood, the first is line 1"},
+      {"truncate -s 8000 \"$1\"", "malformed"},
+      {"dd if=/dev/urandom of=\"$1\" bs=4096 seek=1 conv=notrunc count=99 2>&1", ""},
+      {": >\"$1\"", "it is no record of a run"},
+      {"echo text >\"$1\"", "file is not a database"},
+      {"rm \"$1\"; mkfifo \"$1\"", "it is no regular file"},
+      {"mkfifo \"$1\"-journal", "-journal is no regular file"},
+      {"rm \"$1\"; mkdir \"$1\"", "it is no regular file"},
+      {"rm \"$1\"; ln -s /no/such \"$1\"", "unable to open"},
+      {"rm \"$1\"; ln -s /dev/zero \"$1\"", "it is no regular file"},
+      {"PRAGMA application_id = 1", "it is no record of a run"},
+      {"PRAGMA user_version = 9", "a version that this program does not know"},
+      {"CREATE TABLE more (x)", "its tables are not those of a record"},
+      {"CREATE VIEW more AS SELECT 1", "its tables are not those of a record"},
+      {"CREATE TRIGGER t AFTER INSERT ON run BEGIN SELECT 1; END", "its tables are not"},
+      {"DELETE FROM run", "it holds no run"},
   };
   for (const auto& row : rows) {
-    const Logs logs;
-    support::write_text(logs.orphans(), row.log);
-    const Ended ended = logs.report();
-    const Json report = Json::parse(ended.out);
-    EXPECT_EQ(report["consistency"][0]["orphans"]["copies"], row.copies) << row.fault;
-    EXPECT_EQ(report["files"][0]["fault"], row.fault);
-    EXPECT_EQ(ended.exit_status, row.fault.empty() ? 0 : 2);
-    EXPECT_EQ(contains(ended.err, row.fault), true) << ended.err;
+    const Records records;
+    records.add(100);
+    const std::string damaged = records.add(200);
+    const bool is_sql = row.damage.find("$1") == std::string::npos;
+    if (is_sql) support::sqlite(damaged, row.damage);
+    if (!is_sql) support::run({"sh", "-c", row.damage, "sh", damaged});
+    for (const char* form : {"--text", "--json", "--html=-", "--runs"}) {
+      const Ended ended = report({form, records.dir()});
+      EXPECT_EQ(ended.exit_status, 2) << row.damage << ended.out;
+      EXPECT_TRUE(contains(ended.err, damaged + ": could not be read: ")) << ended.err;
+      EXPECT_TRUE(contains(ended.err, row.fault)) << row.damage << ended.err;
+      EXPECT_TRUE(contains(ended.out, damaged)) << form;
+      EXPECT_TRUE(contains(ended.out, "100-7")) << form;
+    }
+    EXPECT_EQ(report({"--images", records.dir()}).exit_status, 2);
   }
-  // What would be waited for, or read for ever.
-  for (const char* make : {"mkfifo ", "ln -s /dev/zero ", "ln -s /no/such "}) {
-    const Logs logs;
-    support::write_text(logs.orphans(99), a);
-    support::run({"sh", "-c", make + logs.orphans()});
-    const Ended ended = support::run({MDFIXUP_REPORT_PROGRAM, logs.orphans(), logs.orphans(99)});
-    EXPECT_EQ(ended.exit_status, 2) << make << ended.err;
-    EXPECT_TRUE(contains(ended.out, "1 orphan copies would go")) << ended.out;
+}
+
+// A record with values that no run writes is shown, or refused.
+TEST(Report, StrangeValuesAreShownAsTheyCanBe) {
+  const char* const rows[] = {
+      "UPDATE orphan SET backup_time = 'text', pos = 'text', bytes = -9, directory = 77",
+      "UPDATE orphan SET backup_time = 9223372036854775807, pos = 9223372036854775807",
+      "UPDATE orphan SET backup_time = -9223372036854775808, copy = 9223372036854775807",
+      "UPDATE run SET started = 9223372036854775807, ended = -9223372036854775808, copies = -1",
+      "UPDATE run SET started = x'00ff', task = 'dry_run' || char(27), ending = 'x', pid = 'x'",
+      "UPDATE client_policy SET client = x'ff00ff', policy = ''; UPDATE directory SET state = 7",
+      "UPDATE directory SET copies = 0, client_policy = -1; DELETE FROM argument",
+  };
+  for (const char* sql : rows) {
+    const Records records;
+    support::sqlite(records.add(100), sql);
+    for (const char* form : {"--text", "--json", "--html=-", "--images"}) {
+      const int exit_status = report({form, records.dir()}).exit_status;
+      EXPECT_TRUE(exit_status == 0 || exit_status == 2) << sql << form << exit_status;
+    }
   }
 }
 
 TEST(Report, NamesCannotActOnTheTerminal) {
-  const Logs logs;
+  const Records records;
   const std::string hostile = "a\x1b[2J\r\x9b\xe2\x80\xae<b>\"\t";
-  support::write_text(logs.orphans(), orphan(hostile, 1, k_would) + "also takes " + hostile + "\n");
+  records.add(100, Task::dry_run, true, hostile);
   const std::string shown = R"(a\x1b[2J\x0d\x9b\u{202e}<b>"\t)";
-  const Ended text = logs.report("--text");
-  EXPECT_TRUE(contains(text.out, shown + " p\n")) << text.out;
-  EXPECT_TRUE(contains(text.out, shown + "  with copy 1")) << text.out;
-  EXPECT_EQ(text.out.find_first_of("\x1b\r\t"), std::string::npos);
-  const std::string client = logs.json()["consistency"][0]["orphans"]["groups"][0]["client"];
+  for (const char* form : {"--text", "--images"}) {
+    const Ended text = report({form, records.dir()});
+    EXPECT_TRUE(contains(text.out, shown)) << text.out;
+    EXPECT_EQ(text.out.find_first_of("\x1b\r"), std::string::npos);
+  }
+  const std::string client = records.json()["details"][0]["orphans"][0]["client"];
   EXPECT_EQ(client, "a\x1b[2J\r\\x9b\xe2\x80\xae<b>\"\t") << "what JSON can carry stays";
   EXPECT_EQ(report::html(hostile), R"(a\x1b[2J\x0d\x9b\u{202e}&lt;b&gt;&quot;\t)");
   EXPECT_EQ(report::printable("h\xc3\xb6st\\x\xc3"), "h\xc3\xb6st\\\\x\\xc3");
 }
 
-TEST(Report, MemoryDoesNotGrowWithTheLines) {
+TEST(Report, MemoryDoesNotGrowWithTheOrphans) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   GTEST_SKIP() << "the sanitizers need address space of their own";
 #endif
-  const Logs logs;
-  std::string text;
-  for (int i = 0; i < 300000; ++i) text += orphan("host" + std::to_string(i % 500), i, k_would);
-  support::write_text(logs.orphans(), text);
-  const std::string limit = "ulimit -v 40000; exec \"$@\"";  // KiB; the log has 27 MB
-  const Ended ended = support::run(
-      {"sh", "-c", limit, "sh", MDFIXUP_REPORT_PROGRAM, "--json", logs.dir().string()});
-  ASSERT_EQ(ended.exit_status, 0) << ended.err;
-  EXPECT_EQ(Json::parse(ended.out)["consistency"][0]["orphans"]["copies"], 300000);
+  const Records records;
+  records.add(100, Task::dry_run, true, "hosta", 300000);
+  for (const char* form : {"--text", "--json", "--html=-", "--images"}) {
+    const Ended ended = support::run({"sh", "-c", "ulimit -v 40000; exec \"$@\"", "sh",  // KiB
+                                      MDFIXUP_REPORT_PROGRAM, form, records.dir()});
+    EXPECT_EQ(ended.exit_status, 0) << form << ended.err;
+    EXPECT_TRUE(contains(ended.out, form == std::string("--images") ? "hosta_300999" : "300000") ||
+                contains(ended.out, "300,000"));
+  }
 }
 
 TEST(Report, CommandLine) {
-  const Logs logs;
-  const std::string dir = logs.dir().string();
-  support::write_text(logs.orphans(), orphan("hosta", 1, k_would));
+  const Records records;
+  const std::string dir = records.dir();
+  const std::string file = records.add(100);
   const struct {
     std::vector<std::string> arguments;
     int exit_status;
     std::string said;  // on either stream
   } rows[] = {
       {{"--help"}, 0, "Usage: mdfixup-report"},
-      {{dir}, 0, "1 orphan copies would go"},
-      {{logs.orphans()}, 0, "1 orphan copies would go"},
-      {{dir, "/no/such"}, 2, "/no/such: does not exist"},
-      {{dir, "/etc/passwd"}, 2, "/etc/passwd: has no name of a log of mdfixup"},
-      {{"/no/such"}, 1, "no log of a run was found"},
+      {{dir}, 0, "1 orphan copy (of 6, 16.7 %)"},
+      {{file}, 0, "1 orphan copy (of 6, 16.7 %)"},
+      {{"--images", dir}, 0, "hosta_1000\t1970-01-01 00:16\t1\t2\t9\tp\twould go\t100-7\n"},
+      {{dir, "/no/such"}, 2, "/no/such: could not be read: unable to open"},
+      {{dir, "/etc/passwd"}, 2, "/etc/passwd: could not be read: file is not a database"},
+      {{dir, "5-5"}, 2, "5-5: is no file, and no run has this id"},
+      {{"/no/such"}, 1, "no record of a run was found"},
+      {{"100-7"}, 1, "Failed to locate the ksregistry path: /no/such"},
       {{"--html"}, 1, "required argument"},
       {{"--json", "--text", dir}, 1, "exclude each other"},
+      {{"--runs", "--images", dir}, 1, "exclude each other"},
+      {{"--html=-", "--images", dir}, 1, "exclude each other"},
       {{"--jsn", dir}, 1, "unrecognised option"},
       {{"--html", "/no/such/page.html", dir}, 1, "could not write /no/such/page.html"},
       {{"--html", dir, dir}, 1, "could not write " + dir},
-      {{"--html", logs.orphans(), dir}, 1, logs.orphans() + ": it is there, and is no page"},
+      {{"--html", file, dir}, 1, file + ": it is there, and is no page"},
       {{}, 1, "Failed to locate the ksregistry path: /no/such"},
   };
   for (const auto& row : rows) {
-    std::vector<std::string> command{MDFIXUP_REPORT_PROGRAM};
-    command.insert(command.end(), row.arguments.begin(), row.arguments.end());
-    const Ended ended = support::run(command, {{"KSREGISTRY", "/no/such"}});
+    const Ended ended = report(row.arguments);
     EXPECT_EQ(ended.exit_status, row.exit_status) << row.said;
-    EXPECT_TRUE(contains(ended.out + ended.err, row.said)) << ended.out << ended.err;
+    EXPECT_TRUE(contains(ended.out + ended.err, row.said)) << row.said << ended.out << ended.err;
   }
   const std::string full = "exec \"$@\" > /dev/full";
   EXPECT_EQ(support::run({"sh", "-c", full, "sh", MDFIXUP_REPORT_PROGRAM, dir}).exit_status, 1);
-  const fs::path page = logs.dir() / "page.html";
-  EXPECT_EQ(support::run({MDFIXUP_REPORT_PROGRAM, "--html", page.string(), dir}).exit_status, 0);
+  const std::string page = dir + "/page.html";
+  EXPECT_EQ(report({"--html", page, dir}).exit_status, 0);
   EXPECT_TRUE(contains(support::read_text(page), "</html>"));
 }
 

@@ -1,0 +1,52 @@
+#include <unistd.h>
+
+#include <cstdlib>
+#include <sstream>
+#include <string>
+
+#include <boost/filesystem/operations.hpp>
+#include <nlohmann/json.hpp>
+
+#include "fuzz/memory_file.h"
+#include "report/report.h"
+#include "report/views.h"
+#include "sandbox/text_file.h"
+
+namespace {
+
+std::string shown(const report::Report& report,
+                  void (*write)(const report::Report&, std::ostream&)) {
+  std::ostringstream out;
+  write(report, out);
+  return out.str();
+}
+
+void require_harmless(const std::string& text) {
+  for (const char c : text) {
+    if (c != '\n' && c != '\t' && static_cast<unsigned char>(c) < ' ') std::abort();
+  }
+}
+
+}  // namespace
+
+// A record. Whatever it holds: it is refused, or every view can be made, JSON is JSON, and nothing that
+// acts on a terminal is shown.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const auto file = boost::filesystem::temp_directory_path() / std::to_string(::getpid());
+  sandbox::write_text(file, fuzz::text_of(data, size));
+  report::Request request;
+  request.words = {file.string()};
+  const report::Report whole = report::make_report(request);
+  require_harmless(shown(whole, report::write_text));
+  if (nlohmann::json::parse(shown(whole, report::write_json))["version"] != 2) std::abort();
+  require_harmless(shown(whole, report::write_page));
+  request.scope = report::Scope::images;
+  const report::Report images = report::make_report(request);
+  // Orphans are read as they are written.
+  (void)fuzz::succeeds([&] {
+    require_harmless(shown(images, report::write_images));
+    std::istringstream lines(shown(images, report::write_json_images));
+    for (std::string line; std::getline(lines, line);) (void)nlohmann::json::parse(line);
+  });
+  return 0;
+}

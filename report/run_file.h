@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "record/run_reader.h"
+#include "report/model.h"
+
+namespace report {
+
+constexpr std::int64_t k_second_nanoseconds = 1000000000;
+
+// A run as a whole, as its record has it.
+struct RunFile {
+  std::string file;
+  std::string id;          // the name of the file without ".db"
+  std::string dir;         // runs of different directories have nothing to do with each other
+  bool was_named = false;  // otherwise it was found in a directory
+  record::Run run;
+  std::uint64_t bytes = 0;  // of the file and its write-ahead log
+  std::uint64_t warnings = 0;
+  std::uint64_t errors = 0;
+  Texts messages;  // the first errors and warnings
+  std::string first_warning;
+  // It did nothing: it was refused, or failed before its first directory.
+  bool was_refused = false;
+
+  bool has_end() const { return run.end.ending != record::Ending::none; }
+  bool ended_well() const {
+    return run.end.ending == record::Ending::orderly && run.end.exit_status == 0;
+  }
+};
+
+// Whether records have a row for each one that is counted.
+bool is_listed(const record::Count& count);
+
+// "ended well", "failed (exit status 1)", ...
+std::string ending_of(const RunFile& file);
+
+// "Dry run of 2026-11-21 14:25:35", in local time.
+std::string title_of(const RunFile& file);
+
+// What the run counted, in a few words: "9 directories, 23 orphan copies, 49 missing copies".
+std::string outcome_of(const RunFile& file);
+
+// Visits the texts, first those that concern the run as a whole: there may be one for each directory.
+void visit_messages(record::RunReader& reader, record::Severity severity, std::int64_t most,
+                    const std::function<void(const std::string&)>& visit);
+
+// The start of the run, in seconds.
+std::int64_t start_of(const record::Run& run);
+
+// Finds the records that the words mean, newest first: a word is a log directory (or a folder of records
+// in one), a record or the id of a run. An id is looked up in the directories among the words, or in the
+// one that `configured` returns, which also stands for no word. The other records beside a named one are
+// read as well: they may tell that it is out of date.
+// Errors: those of `configured`. What could not be read is added to `faults`.
+std::vector<RunFile> find_runs(const Texts& words, const std::function<std::string()>& configured,
+                               std::vector<Fault>& faults);
+
+// What went wrong with the record `file`, for a line that names it already.
+Fault fault_of(const std::string& file, const std::exception& error);
+
+}  // namespace report
