@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <tuple>
 
+#include "record/names.h"
+
 namespace report {
 
 namespace {
@@ -50,57 +52,60 @@ double Group::share() const {
 }
 
 Contents::Contents(RunReader& reader, record::Task task) {
+  using Line = RunReader::Row;
   Groups groups;
   Dirs dirs;
-  reader.client_policies(
-      [&](std::int64_t id, const std::string& client, const std::string& policy) {
-        groups[id].client = client;
-        groups[id].policy = policy;
-      });
-  // Directories of several numbers that are all walked, such as 2 and 02, count as one.
-  reader.directories([&](const RunReader::DirectoryRow& row) {
-    Group& group = groups[row.client_policy];
-    group.dir_pos += row.directory.counts.pos;
-    group.dir_copies += row.directory.counts.copies;
-    group.dir_is_known = group.dir_is_known && row.done;
-    group.dir_failed = group.dir_failed || row.failed;
-    dirs[row.directory.id] = row.client_policy;
-    if (row.failed) {
-      ++failed_dirs;
-    } else {
-      if (!row.done) ++open_dirs;
-      ++dirs_with_issues;
-      if (task == record::Task::scan) ++dirs_of_clients[row.directory.client];
-    }
+  reader.rows("SELECT id, client, policy FROM client_policy", [&](const Line& row) {
+    groups[row.number(0)].client = row.text(1);
+    groups[row.number(0)].policy = row.text(2);
   });
-  reader.orphans([&](const RunReader::OrphanRow& row) {
-    const auto dir = dirs.find(row.directory);
-    const std::int64_t id = dir == dirs.end() ? 0 : dir->second;
+  // Directories of several numbers that are all walked, such as 2 and 02, count as one.
+  reader.rows("SELECT id, client_policy, pos, copies, state FROM directory", [&](const Line& row) {
+    const std::string state = row.text(4);
+    const bool failed = state == record::k_failed;
+    const bool done = state == record::k_done;
+    Group& group = groups[row.number(1)];
+    group.dir_pos += row.count(2);
+    group.dir_copies += row.count(3);
+    group.dir_is_known = group.dir_is_known && done;
+    group.dir_failed = group.dir_failed || failed;
+    dirs[row.number(0)] = row.number(1);
+    failed_dirs += failed ? 1 : 0;
+    open_dirs += !failed && !done ? 1 : 0;
+    dirs_with_issues += failed ? 0 : 1;
+  });
+  const auto client_policy_of = [&](std::int64_t directory) {
+    const auto dir = dirs.find(directory);
+    return dir == dirs.end() ? 0 : dir->second;
+  };
+  const std::string orphans_query =
+      "SELECT directory, backup_time, pos, bytes, deleted FROM orphan";
+  reader.rows(orphans_query, [&](const Line& row) {
+    const std::int64_t id = client_policy_of(row.number(0));
     ++listed.orphan_copies;
-    if (task == record::Task::deletion && !row.orphan.deleted) {
+    if (task == record::Task::deletion && row.number(4) == 0) {
       ++kept_copies;
       ++group_of(id, groups, orphans).kept;
       return;
     }
-    Group& group = add(id, row.orphan.backup_time, groups, orphans);
-    group.pos += row.orphan.pos;
-    group.bytes += row.orphan.bytes;
-    listed.taken_pos += row.orphan.pos;
-    listed.taken_bytes += row.orphan.bytes;
+    Group& group = add(id, row.number(1), groups, orphans);
+    group.pos += row.count(2);
+    group.bytes += row.count(3);
+    listed.taken_pos += row.count(2);
+    listed.taken_bytes += row.count(3);
   });
-  reader.collateral([&](const RunReader::CollateralRow& row) {
-    ++listed.other_copies_pos;
-    ++group_of(row.client_policy, groups, orphans).other_copies_pos;
-  });
+  reader.rows("SELECT directory FROM collateral JOIN orphan o ON o.id = orphan",
+              [&](const Line& row) {
+                const std::int64_t id = client_policy_of(row.number(0));
+                ++group_of(id, groups, orphans).other_copies_pos;
+              });
   for (auto& [id, group] : groups) group.dir_is_known = false;  // no share of it is missing
-  reader.missing([&](const RunReader::MissingRow& row) {
+  reader.rows("SELECT client_policy, backup_time FROM missing", [&](const Line& row) {
     ++listed.missing_copies;
-    (void)add(row.client_policy, row.backup_time, groups, missing);
+    (void)add(row.number(0), row.number(1), groups, missing);
   });
-  reader.moves([&](const RunReader::MoveRow& row) {
-    ++moves;
-    listed.moved_pos += row.pos;
-  });
+  listed.other_copies_pos = reader.count("collateral");
+  listed.moved_pos = reader.count("moved");
   listed.collisions = reader.count("collision");
   names_left_out = reader.count("unparsed");
   finish(orphans);

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -55,9 +54,7 @@ struct Contents {
   std::uint64_t failed_dirs = 0;
   std::uint64_t open_dirs = 0;  // neither done nor failed
   std::uint64_t names_left_out = 0;
-  std::uint64_t moves = 0;                               // from one directory to one client
-  std::uint64_t dirs_with_issues = 0;                    // of a scan
-  std::map<std::string, std::uint64_t> dirs_of_clients;  // the same
+  std::uint64_t dirs_with_issues = 0;  // of a scan
 };
 
 }  // namespace report

@@ -7,6 +7,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include "record/names.h"
 #include "report/wording.h"
 
 namespace fs = boost::filesystem;
@@ -28,10 +29,6 @@ bool is_id(std::string_view text) {
          are_digits(text.substr(dash + 1));
 }
 
-bool is_of_one_directory(const std::string& warning) {
-  return warning.rfind('/', 0) == 0 || warning.find(" in /") != std::string::npos;
-}
-
 std::uint64_t size_of(const std::string& file) {
   boost::system::error_code error;
   const std::uint64_t size = fs::file_size(file, error);
@@ -47,14 +44,16 @@ RunFile read(const std::string& file) {
   result.bytes = size_of(file) + size_of(file + "-wal");
   RunReader reader(file);
   result.run = reader.run();
-  result.errors = reader.count(Severity::error);
-  result.warnings = reader.count(Severity::warning);
-  for (const Severity severity : {Severity::error, Severity::warning}) {
-    visit_messages(reader, severity, k_most_messages,
-                   [&](const std::string& text) { result.messages.push_back(text); });
-  }
-  visit_messages(reader, Severity::warning, 1,
-                 [&](const std::string& text) { result.first_warning = text; });
+  const std::string errors = messages(Severity::error);
+  const std::string warnings = messages(Severity::warning);
+  result.errors = reader.count(errors);
+  result.warnings = reader.count(warnings);
+  const auto keep = [&](const RunReader::Row& row) { result.messages.push_back(row.text(0)); };
+  reader.rows("SELECT text FROM " + errors, keep, k_most_messages);
+  reader.rows("SELECT text FROM " + warnings, keep, k_most_messages);
+  reader.rows(
+      "SELECT text FROM " + warnings,
+      [&](const RunReader::Row& row) { result.first_warning = row.text(0); }, 1);
   result.was_refused = result.has_end() && result.run.end.exit_status != 0 &&
                        result.run.dirs + result.run.failed_dirs == 0 &&
                        reader.count("directory") == 0;
@@ -169,15 +168,9 @@ std::string outcome_of(const RunFile& file) {
   return text;
 }
 
-void visit_messages(RunReader& reader, Severity severity, std::int64_t most,
-                    const std::function<void(const std::string&)>& visit) {
-  std::int64_t visited = 0;
-  for (const bool of_one_directory : {false, true}) {
-    reader.messages(severity, [&](const std::string& text) {
-      if (is_of_one_directory(text) != of_one_directory) return;
-      if (most < 0 || visited++ < most) visit(text);
-    });
-  }
+std::string messages(Severity severity) {
+  return "message WHERE severity = '" + name_of(record::k_severity_names, severity) +
+         "' ORDER BY text LIKE '/%' OR text LIKE '% in /%', id";
 }
 
 std::int64_t start_of(const record::Run& run) {

@@ -46,9 +46,9 @@ std::string title_of(const RunFile& file);
 // What the run counted, in a few words: "9 directories, 23 orphan copies, 49 missing copies".
 std::string outcome_of(const RunFile& file);
 
-// Visits the texts, first those that concern the run as a whole: there may be one for each directory.
-void visit_messages(record::RunReader& reader, record::Severity severity, std::int64_t most,
-                    const std::function<void(const std::string&)>& visit);
+// What stands behind FROM in a query for the texts. Those that concern the run as a whole come first:
+// there may be one for each directory.
+std::string messages(record::Severity severity);
 
 // The start of the run, in seconds.
 std::int64_t start_of(const record::Run& run);

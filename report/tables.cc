@@ -34,55 +34,38 @@ Table make_table(const char* key, std::string caption, std::uint64_t count, Colu
   return {key, std::move(caption), "", "", std::move(columns), count, std::move(rows), {}};
 }
 
-// The rows that `list` passes on, as `cells_of` has them. Each view opens the record anew: many may be
-// shown.
-template <class RowType, class List>
-auto rows_of(const RunFile& file, List list, Cells (*cells_of)(const RowType&)) {
-  return [name = file.file, list, cells_of](const RowVisitor& visit, std::int64_t most) {
+// A table of what a query returns, which may begin with "SELECT": one column for each of the table's.
+// Each view opens the record anew, since many may be shown.
+Table query(const RunFile& file, RunReader& counter, const char* key, const char* caption,
+            Columns columns, const std::string& select, const std::string& from) {
+  const auto rows = [name = file.file, columns, sql = "SELECT " + select + " FROM " + from](
+                        const RowVisitor& visit, std::int64_t most) {
     RunReader reader(name);
-    list(
-        reader, [&](const RowType& row) { visit({cells_of(row)}); }, most);
+    const auto take = [&](const RunReader::Row& row) {
+      Row shown;
+      for (std::size_t i = 0; i < columns.size(); ++i) {
+        const Kind kind = columns[i].kind;
+        if (kind == Kind::number) {
+          shown.cells.emplace_back(row.count(i));
+        } else if (kind == Kind::time) {
+          shown.cells.emplace_back(row.number(i));
+        } else {
+          shown.cells.emplace_back(row.text(i));
+        }
+      }
+      visit(shown);
+    };
+    reader.rows(sql, take, most);
   };
+  const std::uint64_t count = counter.count("(SELECT 1 FROM " + from + ")");
+  return make_table(key, caption, count, columns, rows);
 }
 
-template <class RowType>
-auto rows_of(const RunFile& file,
-             void (RunReader::*list)(const RunReader::Visitor<RowType>&, std::int64_t),
-             Cells (*cells_of)(const RowType&)) {
-  return rows_of(file, std::mem_fn(list), cells_of);
-}
-
-Table messages_of(const RunFile& file, Severity severity, const char* key, const char* caption) {
-  const auto list = [severity](RunReader& reader, const RunReader::TextVisitor& visit,
-                               std::int64_t most) {
-    visit_messages(reader, severity, most, visit);
-  };
-  return make_table(
-      key, caption, severity == Severity::error ? file.errors : file.warnings,
-      {{"text", "Text", Kind::verbatim}},
-      rows_of<std::string>(file, list, [](const std::string& text) -> Cells { return {text}; }));
-}
-
-// Those that failed, or those that were in hand when the run stopped.
-Table directories_of(const RunFile& file, bool failed, std::uint64_t count) {
-  const auto list = [failed, catalog = file.run.catalog](
-                        RunReader& reader, const RunReader::Visitor<RunReader::DirectoryRow>& visit,
-                        std::int64_t most) {
-    reader.directories([&](RunReader::DirectoryRow row) {
-      if (row.done || row.failed != failed || !takes(most)) return;
-      row.directory.dsid.insert(0, catalog + "/");
-      visit(row);
-    });
-  };
-  return make_table(
-      failed ? "failed_directories" : "unfinished_directories",
-      failed ? "Failed directories" : "Directories in hand when the run stopped", count,
-      {{"directory", "Directory", Kind::verbatim}, {"reason", failed ? "Reason" : ""}},
-      rows_of<RunReader::DirectoryRow>(file, list, [](const RunReader::DirectoryRow& row) -> Cells {
-        const record::Directory& dir = row.directory;
-        return {dir.dsid + "/" + dir.client + "/" + dir.policy, row.reason};
-      }));
-}
+// What stands behind a table whose rows have the number of a directory.
+const std::string k_with_names =
+    " LEFT JOIN directory d ON d.id = directory LEFT JOIN client_policy p ON p.id = "
+    "d.client_policy";
+const std::string k_with_target = k_with_names + " LEFT JOIN client_policy t ON t.id = target";
 
 Row row_of(const Group& group, bool are_orphans, bool gone) {
   const bool all = are_orphans && group.loses_everything();
@@ -140,73 +123,59 @@ Table groups_of(const SharedContents& contents, bool are_orphans, bool gone) {
   return table;
 }
 
-std::vector<Table> scan_tables(const SharedContents& contents) {
-  const auto rows = [contents](const RowVisitor& visit, std::int64_t most) {
-    for (const auto& [client, dirs] : contents->dirs_of_clients) {
-      if (takes(most)) visit({{client, dirs}});
-    }
-  };
-  Table clients = make_table(
-      "clients", "Clients with POs under another spelling", contents->dirs_of_clients.size(),
-      {k_client, {"directories", "Policy directories", Kind::number, true}}, rows);
+std::vector<Table> scan_tables(const RunFile& file, RunReader& reader) {
+  Table clients = query(
+      file, reader, "clients", "Clients with POs under another spelling",
+      {k_client, {"directories", "Policy directories", Kind::number, true}}, "client, count(*)",
+      "directory JOIN client_policy p ON p.id = client_policy WHERE state IS NOT 'failed' GROUP BY "
+      "client ORDER BY client");
   clients.note = "Repair them before a deletion, which may take such POs.";
   clients.when_empty = "No client has POs under another spelling of its name in what was read.";
   return {clients};
 }
 
-std::vector<Table> repair_tables(const RunFile& file, RunReader& reader, const Contents& contents) {
-  using Move = RunReader::MoveRow;
-  using Collision = RunReader::CollisionRow;
-  using record::Link;
-  return {make_table("collisions", "Collisions: POs that stayed because of another one",
-                     contents.listed.collisions, {k_client, k_policy, k_target, k_basename},
-                     rows_of<Collision>(file, &RunReader::collisions,
-                                        [](const Collision& row) -> Cells {
-                                          return {row.client, row.policy,
-                                                  row.collision.target_client,
-                                                  row.collision.basename};
-                                        })),
-          make_table("moves", "POs moved between directories", contents.moves,
-                     {k_client, k_policy, k_target, k_pos},
-                     rows_of<Move>(file, &RunReader::moves,
-                                   [](const Move& row) -> Cells {
-                                     return {row.client, row.policy, row.target_client, row.pos};
-                                   })),
-          make_table("links", "Symbolic links below the catalog", reader.count("link"),
-                     {{"path", "Link", Kind::verbatim},
-                      {"target", "Leads to", Kind::verbatim},
-                      {"removed", "Removed", Kind::word}},
-                     rows_of<Link>(file, &RunReader::links, [](const Link& row) -> Cells {
-                       return {row.path, row.target, row.removed};
-                     }))};
+std::vector<Table> repair_tables(const RunFile& file, RunReader& reader) {
+  return {query(file, reader, "collisions", "Collisions: POs that stayed because of another one",
+                {k_client, k_policy, k_target, k_basename},
+                "p.client, p.policy, t.client, basename", "collision" + k_with_target),
+          query(file, reader, "moves", "POs moved between directories",
+                {k_client, k_policy, k_target, k_pos}, "p.client, p.policy, t.client, count(*)",
+                "moved" + k_with_target +
+                    " GROUP BY directory, target ORDER BY count(*) DESC, moved.id"),
+          query(file, reader, "links", "Symbolic links below the catalog",
+                {{"path", "Link", Kind::verbatim},
+                 {"target", "Leads to", Kind::verbatim},
+                 {"removed", "Removed", Kind::word}},
+                "path, target, iif(removed, 'yes', 'no')", "link")};
 }
 
-std::vector<Table> consistency_tables(const RunFile& file, const SharedContents& contents) {
-  using Collateral = RunReader::CollateralRow;
-  using Unparsed = RunReader::UnparsedRow;
+std::vector<Table> consistency_tables(const RunFile& file, RunReader& reader,
+                                      const SharedContents& contents) {
   const bool gone = file.run.task == Task::deletion;
-  Table others = make_table(
-      "other_copies", "POs of other copies that the deletion takes",
-      contents->listed.other_copies_pos,
-      {k_basename,
-       k_client,
-       k_policy,
-       {"backup_time", "Backup, UTC", Kind::time},
-       {"copy_number", "Copy", Kind::number}},
-      rows_of<Collateral>(file, &RunReader::collateral, [](const Collateral& row) -> Cells {
-        return {row.basename, row.client, row.policy, row.backup_time,
-                std::uint64_t(row.copy_number)};
-      }));
+  Table others = query(file, reader, "other_copies", "POs of other copies that the deletion takes",
+                       {k_basename,
+                        k_client,
+                        k_policy,
+                        {"backup_time", "Backup, UTC", Kind::time},
+                        {"copy_number", "Copy", Kind::number}},
+                       "basename, client, policy, backup_time, copy",
+                       "collateral LEFT JOIN orphan o ON o.id = orphan" + k_with_names);
   others.note =
       "One that belongs to an orphan goes anyway. One under another spelling: repair first. Any "
       "other may be of a live image: do not run the deletion.";
-  Table names =
-      make_table("names_left_out", "POs left out of the comparison", contents->names_left_out,
-                 {k_client, k_policy, k_basename, {"reason", "Reason"}},
-                 rows_of<Unparsed>(file, &RunReader::unparsed, [](const Unparsed& row) -> Cells {
-                   return {row.client, row.policy, row.name.basename, row.name.reason};
-                 }));
+  const Table names = query(file, reader, "names_left_out", "POs left out of the comparison",
+                            {k_client, k_policy, k_basename, {"reason", "Reason"}},
+                            "client, policy, basename, u.reason", "unparsed u" + k_with_names);
   return {groups_of(contents, true, gone), others, names, groups_of(contents, false, gone)};
+}
+
+Table directories_of(const RunFile& file, RunReader& reader, const char* key, const char* caption,
+                     const std::string& condition) {
+  return query(
+      file, reader, key, caption,
+      {{"directory", "Directory", Kind::verbatim}, {"reason", "Reason"}},
+      "catalog || '/' || dsid || '/' || client || '/' || policy, reason",
+      "directory LEFT JOIN client_policy p ON p.id = client_policy, run WHERE " + condition);
 }
 
 }  // namespace
@@ -215,13 +184,21 @@ std::vector<Table> tables_of(const RunFile& file, RunReader& reader,
                              const SharedContents& contents) {
   const Task task = file.run.task;
   std::vector<Table> tables;
-  if (task == Task::scan) tables = scan_tables(contents);
-  if (task == Task::repair) tables = repair_tables(file, reader, *contents);
-  if (task == Task::dry_run || task == Task::deletion) tables = consistency_tables(file, contents);
-  tables.push_back(directories_of(file, true, contents->failed_dirs));
-  tables.push_back(directories_of(file, false, file.has_end() ? 0 : contents->open_dirs));
-  tables.push_back(messages_of(file, Severity::error, "errors", "Errors"));
-  tables.push_back(messages_of(file, Severity::warning, "warnings", "Warnings"));
+  if (task == Task::scan) tables = scan_tables(file, reader);
+  if (task == Task::repair) tables = repair_tables(file, reader);
+  if (task == Task::dry_run || task == Task::deletion) {
+    tables = consistency_tables(file, reader, contents);
+  }
+  tables.push_back(
+      directories_of(file, reader, "failed_directories", "Failed directories", "state = 'failed'"));
+  if (!file.has_end()) {
+    tables.push_back(directories_of(file, reader, "unfinished_directories",
+                                    "Directories in hand when the run stopped", "state IS NULL"));
+  }
+  tables.push_back(query(file, reader, "errors", "Errors", {{"text", "Text", Kind::verbatim}},
+                         "text", messages(record::Severity::error)));
+  tables.push_back(query(file, reader, "warnings", "Warnings", {{"text", "Text", Kind::verbatim}},
+                         "text", messages(record::Severity::warning)));
   return tables;
 }
 
@@ -238,21 +215,17 @@ Table images_of(const RunFile& file) {
                   {"policy", "Policy"},
                   {"state", "State", Kind::word},
                   {"run", "Run", Kind::word}};
-  const auto rows = [file, undeleted](const RowVisitor& visit, std::int64_t /*most*/) {
+  const auto rows = [file, undeleted](const RowVisitor& visit, std::int64_t most) {
     RunReader reader(file.file);
-    std::unordered_map<std::int64_t, record::Directory> dirs;
-    const record::Directory none;
-    reader.directories(
-        [&](const RunReader::DirectoryRow& row) { dirs[row.directory.id] = row.directory; });
-    reader.orphans([&](const RunReader::OrphanRow& row) {
-      const record::Orphan& orphan = row.orphan;
-      const auto known = dirs.find(row.directory);
-      const record::Directory& dir = known == dirs.end() ? none : known->second;
-      visit({{dir.client + "_" + std::to_string(orphan.backup_time), dir.client,
-              utc(orphan.backup_time), orphan.backup_time, std::int64_t(orphan.copy_number),
-              std::int64_t(orphan.pos), std::int64_t(orphan.bytes), dir.policy,
-              orphan.deleted ? "deleted" : undeleted, file.id}});
-    });
+    const auto take = [&](const RunReader::Row& row) {
+      const std::int64_t time = row.number(1);
+      visit({{row.text(0) + "_" + std::to_string(time), row.text(0), utc(time), time, row.number(2),
+              row.number(3), row.number(4), row.text(5), row.number(6) != 0 ? "deleted" : undeleted,
+              file.id}});
+    };
+    reader.rows("SELECT client, backup_time, copy, o.pos, bytes, policy, deleted FROM orphan o" +
+                    k_with_names,
+                take, most);
   };
   return make_table("images", "Orphan copies", 0, std::move(columns), rows);
 }

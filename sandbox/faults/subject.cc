@@ -10,6 +10,8 @@
 
 #include "platform/status.h"
 #include "record/run_reader.h"
+#include "report/report.h"
+#include "report/views.h"
 #include "sandbox/list_pos.h"
 #include "sandbox/planter.h"
 #include "sandbox/text_file.h"
@@ -188,6 +190,18 @@ std::vector<record::Run> Subject::records() const {
     runs.push_back(record::RunReader(entry.path().string()).run());
   }
   return runs;
+}
+
+std::string Subject::report() const {
+  report::Request request;
+  request.words = {m_storage.log_dir().string()};
+  const report::Report report = report::make_report(request);
+  for (const report::Fault& fault : report.faults) {
+    throw Cr_ErrnoException(EIO, fault.path, fault.text);
+  }
+  std::ostringstream text;
+  report::write_text(report, text);
+  return text.str();
 }
 
 bool Subject::is_locked() const {

@@ -103,6 +103,9 @@ class Subject {
   // be read.
   std::vector<record::Run> records() const;
 
+  // What the report of these runs says. Errors: the same.
+  std::string report() const;
+
   // Makes what is now the beginning; the logs are none of it.
   void keep() const;
 

@@ -176,6 +176,9 @@ struct Judge {
   void judge_record() {
     const std::vector<record::Run> runs = m_subject.records();
     expect(runs.size() <= 1, "leaves several records");
+    const std::string report = runs.empty() ? "" : m_subject.report();
+    const bool is_open = !runs.empty() && runs[0].end.ending == record::Ending::none;
+    expect(is_open == contains(report, "no end recorded"), "reports another end: " + report);
     if (m_ended.signal != 0 || contains(m_ended.err, "the record of this run, ")) return;
     // One that failed early has no record, and nowhere to say that one could not be made.
     if (runs.empty()) return expect(!m_succeeded, "ends well without a record");

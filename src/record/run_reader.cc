@@ -1,8 +1,6 @@
 #include "record/run_reader.h"
 
 #include <algorithm>
-#include <iterator>
-#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -18,40 +16,6 @@
 namespace record {
 
 namespace {
-
-// The columns of the row that a statement is on.
-class Row {
- public:
-  explicit Row(SQLite::Statement& statement) {
-    for (int i = 0; i < statement.getColumnCount(); ++i) {
-      m_columns.push_back(statement.getColumn(i));
-    }
-  }
-  std::string text(std::size_t column) const {
-    return std::string(platform::text_of(m_columns[column]));
-  }
-  std::int64_t number(std::size_t column) const { return m_columns[column].getInt64(); }
-  // Of a count; whoever wrote a negative one is not believed.
-  std::uint64_t count(std::size_t column) const {
-    return static_cast<std::uint64_t>(std::max<std::int64_t>(0, number(column)));
-  }
-  std::uint32_t copy(std::size_t column) const {
-    return static_cast<std::uint32_t>(number(column));
-  }
-  bool is_null(std::size_t column) const { return m_columns[column].isNull(); }
-  DirCounts counts(std::size_t column) const {
-    DirCounts counts;
-    for (const Count& each : k_counts) counts.*each.value = count(column++);
-    return counts;
-  }
-
- private:
-  std::vector<SQLite::Column> m_columns;
-};
-
-const std::string k_names_of_directory =
-    " LEFT JOIN directory d ON d.id = directory LEFT JOIN client_policy p ON p.id = "
-    "d.client_policy LEFT JOIN client_policy t ON t.id = target ";
 
 // SQLite would wait for a pipe that somebody laid beside the file.
 const std::string& with_files_beside(const std::string& file) {
@@ -75,17 +39,52 @@ auto RunReader::guarded(Read read) {
   }
 }
 
-template <class EachRow>
-void RunReader::rows(const std::string& sql, std::int64_t most, EachRow each_row) {
+RunReader::Row::Row(SQLite::Statement& statement) {
+  for (int i = 0; i < statement.getColumnCount(); ++i) {
+    m_columns.push_back(statement.getColumn(i));
+  }
+}
+
+RunReader::Row::~Row() = default;
+
+std::string RunReader::Row::text(std::size_t column) const {
+  return std::string(platform::text_of(m_columns[column]));
+}
+
+std::int64_t RunReader::Row::number(std::size_t column) const {
+  return m_columns[column].getInt64();
+}
+
+std::uint64_t RunReader::Row::count(std::size_t column) const {
+  return static_cast<std::uint64_t>(std::max<std::int64_t>(0, number(column)));
+}
+
+bool RunReader::Row::is_null(std::size_t column) const {
+  return m_columns[column].isNull();
+}
+
+DirCounts RunReader::Row::counts(std::size_t first) const {
+  DirCounts counts;
+  for (const Count& each : k_counts) counts.*each.value = count(first++);
+  return counts;
+}
+
+void RunReader::rows(const std::string& query, const RowVisitor& visit, std::int64_t most) {
   guarded([&] {
-    SQLite::Statement statement(*m_database, sql + " LIMIT ?");
+    SQLite::Statement statement(*m_database, query + " LIMIT ?");
     statement.bind(1, most);
     if (!statement.executeStep()) return;
     const Row row(statement);  // whatever row the statement is on
     do {
-      each_row(row);
+      visit(row);
     } while (statement.executeStep());
   });
+}
+
+std::uint64_t RunReader::count(const std::string& from) {
+  std::uint64_t count = 0;
+  rows("SELECT count(*) FROM " + from, [&](const Row& row) { count = row.count(0); });
+  return count;
 }
 
 RunReader::RunReader(std::string file)
@@ -117,146 +116,36 @@ void RunReader::require_record() {
 Run RunReader::run() {
   Run run;
   bool is_there = false;
+  const auto take = [&](const Row& row) {
+    std::size_t at = k_counts.size();
+    is_there = true;
+    run.counts = row.counts(0);
+    run.task = value_of(k_task_names, row.text(at++));
+    run.end.ending = value_of(k_ending_names, row.text(at++));
+    for (std::string* text : {&run.version, &run.host, &run.storage_root, &run.catalog,
+                              &run.disk_pool, &run.end.text, &run.catalog_aside}) {
+      *text = row.text(at++);
+    }
+    for (std::int64_t* number :
+         {&run.pid, &run.threads, &run.start_nanoseconds, &run.end_nanoseconds}) {
+      *number = row.number(at++);
+    }
+    run.end.exit_status = static_cast<int>(row.number(at++));
+    run.dirs = row.count(at++);
+    run.failed_dirs = row.count(at++);
+    if (!row.is_null(at)) run.listing_hours = row.number(at);
+  };
   rows("SELECT " + count_columns("") +
-           "task, version, host, pid, storage_root, catalog, disk_pool, listing_hours, threads, "
-           "started, ended, ending, ending_text, exit_status, catalog_aside, dirs, failed_dirs "
-           "FROM run",
-       1, [&](const Row& row) {
-         std::size_t at = k_counts.size();
-         is_there = true;
-         run.counts = row.counts(0);
-         run.task = value_of(k_task_names, row.text(at++));
-         run.version = row.text(at++);
-         run.host = row.text(at++);
-         run.pid = row.number(at++);
-         run.storage_root = row.text(at++);
-         run.catalog = row.text(at++);
-         run.disk_pool = row.text(at++);
-         if (!row.is_null(at)) run.listing_hours = row.number(at);
-         run.threads = row.number(++at);
-         run.start_nanoseconds = row.number(++at);
-         run.end_nanoseconds = row.number(++at);
-         run.end.ending = value_of(k_ending_names, row.text(++at));
-         run.end.text = row.text(++at);
-         run.end.exit_status = static_cast<int>(row.number(++at));
-         run.catalog_aside = row.text(++at);
-         run.dirs = row.count(++at);
-         run.failed_dirs = row.count(++at);
-       });
+           "task, ending, version, host, storage_root, catalog, disk_pool, ending_text, "
+           "catalog_aside, pid, threads, started, ended, exit_status, dirs, failed_dirs, "
+           "listing_hours FROM run",
+       take, 1);
   if (!is_there) {
     throw Cr_ErrnoException(k_status_malformed, "could not read the record " + m_file,
                             "it holds no run");
   }
-  rows("SELECT text FROM argument", k_all,
-       [&](const Row& row) { run.arguments.push_back(row.text(0)); });
+  rows("SELECT text FROM argument", [&](const Row& row) { run.arguments.push_back(row.text(0)); });
   return run;
-}
-
-void RunReader::client_policies(const ClientPolicyVisitor& visit) {
-  rows("SELECT id, client, policy FROM client_policy", k_all,
-       [&](const Row& row) { visit(row.number(0), row.text(1), row.text(2)); });
-}
-
-void RunReader::directories(const Visitor<DirectoryRow>& visit) {
-  rows("SELECT " + count_columns("") +
-           "d.id, dsid, client, policy, client_policy, state, reason FROM directory d LEFT JOIN "
-           "client_policy p ON p.id = client_policy",
-       k_all, [&](const Row& row) {
-         const std::size_t at = k_counts.size();
-         const std::string state = row.text(at + 5);
-         visit(
-             {{row.text(at + 1), row.text(at + 2), row.text(at + 3), row.counts(0), row.number(at)},
-              row.number(at + 4),
-              state == k_done,
-              state == k_failed,
-              row.text(at + 6)});
-       });
-}
-
-void RunReader::orphans(const Visitor<OrphanRow>& visit) {
-  OrphanRow found;
-  rows("SELECT id, directory, backup_time, copy, pos, bytes, deleted FROM orphan", k_all,
-       [&](const Row& row) {
-         found.id = row.number(0);
-         found.directory = row.number(1);
-         found.orphan.backup_time = row.number(2);
-         found.orphan.copy_number = row.copy(3);
-         found.orphan.pos = row.count(4);
-         found.orphan.bytes = row.count(5);
-         found.orphan.deleted = row.number(6) != 0;
-         visit(found);
-       });
-}
-
-void RunReader::missing(const Visitor<MissingRow>& visit) {
-  rows("SELECT client_policy, backup_time, copy FROM missing", k_all, [&](const Row& row) {
-    visit({row.number(0), row.number(1), row.copy(2)});
-  });
-}
-
-void RunReader::collateral(const Visitor<CollateralRow>& visit, std::int64_t most) {
-  rows(
-      "SELECT client_policy, client, policy, backup_time, copy, basename FROM collateral LEFT JOIN "
-      "orphan o ON "
-      "o.id = orphan LEFT JOIN directory d ON d.id = directory LEFT JOIN client_policy p ON p.id = "
-      "client_policy",
-      most, [&](const Row& row) {
-        visit({row.number(0), row.text(1), row.text(2), row.number(3), row.copy(4), row.text(5)});
-      });
-}
-
-void RunReader::moves(const Visitor<MoveRow>& visit, std::int64_t most) {
-  rows("SELECT p.client, p.policy, t.client, count(*) FROM moved" + k_names_of_directory +
-           "GROUP BY directory, target ORDER BY count(*) DESC, moved.id",
-       most, [&](const Row& row) {
-         visit({row.text(0), row.text(1), row.text(2), row.count(3)});
-       });
-}
-
-void RunReader::moved_basenames(const TextVisitor& visit) {
-  rows("SELECT basename FROM moved", k_all, [&](const Row& row) { visit(row.text(0)); });
-}
-
-void RunReader::collisions(const Visitor<CollisionRow>& visit, std::int64_t most) {
-  rows("SELECT p.client, p.policy, t.client, basename FROM collision" + k_names_of_directory, most,
-       [&](const Row& row) {
-         visit({row.text(0), row.text(1), {row.text(2), row.text(3)}});
-       });
-}
-
-void RunReader::links(const Visitor<Link>& visit, std::int64_t most) {
-  rows("SELECT path, target, removed FROM link", most, [&](const Row& row) {
-    visit({row.text(0), row.text(1), row.number(2) != 0});
-  });
-}
-
-void RunReader::unparsed(const Visitor<UnparsedRow>& visit, std::int64_t most) {
-  rows(
-      "SELECT client, policy, basename, u.reason FROM unparsed u LEFT JOIN directory d ON d.id = "
-      "directory LEFT JOIN client_policy p ON p.id = client_policy",
-      most, [&](const Row& row) {
-        visit({row.text(0), row.text(1), {row.text(2), row.text(3)}});
-      });
-}
-
-void RunReader::messages(Severity severity, const TextVisitor& visit, std::int64_t most) {
-  rows("SELECT text FROM message WHERE severity = '" + name_of(k_severity_names, severity) + "'",
-       most, [&](const Row& row) { visit(row.text(0)); });
-}
-
-std::uint64_t RunReader::count(const char* table) {
-  std::uint64_t count = 0;
-  rows(std::string("SELECT count(*) FROM ") + table, 1,
-       [&](const Row& row) { count = row.count(0); });
-  return count;
-}
-
-std::uint64_t RunReader::count(Severity severity) {
-  std::uint64_t count = 0;
-  rows(
-      "SELECT count(*) FROM message WHERE severity = '" + name_of(k_severity_names, severity) + "'",
-      1, [&](const Row& row) { count = row.count(0); });
-  return count;
 }
 
 }  // namespace record
