@@ -107,7 +107,7 @@ Contents::Contents(RunReader& reader, record::Task task) {
   listed.other_copies_pos = reader.count("collateral");
   listed.moved_pos = reader.count("moved");
   listed.collisions = reader.count("collision");
-  names_left_out = reader.count("unparsed");
+  if (task != record::Task::repair) names_left_out = reader.count("unparsed");
   finish(orphans);
   finish(missing);
 }

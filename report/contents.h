@@ -44,6 +44,7 @@ struct Images {
 struct Contents {
   // Errors: those of the reader.
   Contents(record::RunReader& reader, record::Task task);
+  ~Contents() = default;
   Contents(const Contents&) = delete;
   Contents& operator=(const Contents&) = delete;
 

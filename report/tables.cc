@@ -92,7 +92,7 @@ Table groups_of(const SharedContents& contents, bool are_orphans, bool gone) {
     }
   };
   const Column none;
-  const auto only = [&](Column column) { return are_orphans ? column : none; };
+  const auto only = [&](const Column& column) { return are_orphans ? column : none; };
   Table table =
       make_table(are_orphans ? "orphans" : "missing",
                  are_orphans ? "Orphan copies" : "Missing copies", images.sorted.size(),
@@ -134,6 +134,11 @@ std::vector<Table> scan_tables(const RunFile& file, RunReader& reader) {
   return {clients};
 }
 
+Table names_of(const RunFile& file, RunReader& reader, const char* key, const char* caption) {
+  return query(file, reader, key, caption, {k_client, k_policy, k_basename, {"reason", "Reason"}},
+               "client, policy, basename, u.reason", "unparsed u" + k_with_names);
+}
+
 std::vector<Table> repair_tables(const RunFile& file, RunReader& reader) {
   return {query(file, reader, "collisions", "Collisions: POs that stayed because of another one",
                 {k_client, k_policy, k_target, k_basename},
@@ -146,7 +151,8 @@ std::vector<Table> repair_tables(const RunFile& file, RunReader& reader) {
                 {{"path", "Link", Kind::verbatim},
                  {"target", "Leads to", Kind::verbatim},
                  {"removed", "Removed", Kind::word}},
-                "path, target, iif(removed, 'yes', 'no')", "link")};
+                "path, target, iif(removed, 'yes', 'no')", "link"),
+          names_of(file, reader, "unread", "POs that stayed because they could not be read")};
 }
 
 std::vector<Table> consistency_tables(const RunFile& file, RunReader& reader,
@@ -163,9 +169,7 @@ std::vector<Table> consistency_tables(const RunFile& file, RunReader& reader,
   others.note =
       "One that belongs to an orphan goes anyway. One under another spelling: repair first. Any "
       "other may be of a live image: do not run the deletion.";
-  const Table names = query(file, reader, "names_left_out", "POs left out of the comparison",
-                            {k_client, k_policy, k_basename, {"reason", "Reason"}},
-                            "client, policy, basename, u.reason", "unparsed u" + k_with_names);
+  const Table names = names_of(file, reader, "names_left_out", "POs left out of the comparison");
   return {groups_of(contents, true, gone), others, names, groups_of(contents, false, gone)};
 }
 

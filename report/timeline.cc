@@ -22,7 +22,7 @@ std::string label_of(int month, int width) {
 
 void Timeline::add(std::int64_t backup_time) {
   constexpr std::int64_t k_last = 253402300799;  // the end of the year 9999
-  constexpr std::int64_t k_day_seconds = 24 * 60 * 60;
+  constexpr std::int64_t k_day_seconds = 86400;
   constexpr std::int64_t k_epoch = 2440588;  // the Julian day number of 1970-01-01
   if (backup_time < 0 || backup_time > k_last) {
     ++m_beyond;

@@ -89,7 +89,7 @@ void write_figures(const Section& section, std::ostream& out) {
 }
 
 void write_section(const Section& section, const std::string& id, std::ostream& out) {
-  out << "<section id=\"" << id << "\">\n<h2>" << html(section.title) << "</h2>\n";
+  out << R"(<section id=")" << id << "\">\n<h2>" << html(section.title) << "</h2>\n";
   write_concerns(section, id, out);
   write_figures(section, out);
   out << "<dl class=\"facts\" id=\"" << id << "-facts\">\n";

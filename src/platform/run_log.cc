@@ -52,9 +52,10 @@ std::string without_controls(std::string text) {
 }
 
 void write(spdlog::level::level_enum level, std::string_view text) {
-  if (run_log()) run_log()->log(level, platform::on_one_line(text));
+  const std::string line = platform::on_one_line(text);
+  if (run_log()) run_log()->log(level, line);
   if (s_listener != nullptr && level != spdlog::level::info) {
-    s_listener(level == spdlog::level::warn, text);
+    s_listener(level == spdlog::level::warn, line);
   }
 }
 

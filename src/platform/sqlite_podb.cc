@@ -119,16 +119,18 @@ cr_status_t SQLitePODB::get_basenames_without(std::string_view prefix,
 }
 
 cr_status_t SQLitePODB::get_sizes_in(const std::vector<platform::BasenameRange>& ranges,
-                                     const SizeVisitor& visitor) {
+                                     bool with_sizes, const SizeVisitor& visitor) {
+  constexpr std::int64_t k_most_bytes = std::int64_t{1} << 53;
   return in_one_lock_cycle([&] {
-    SQLite::Statement pos(
-        *m_database,
-        "SELECT basename, size FROM po WHERE basename >= ? AND basename < ? ORDER BY basename");
+    SQLite::Statement pos(*m_database,
+                          std::string("SELECT basename, ") + (with_sizes ? "size" : "0") +
+                              " FROM po WHERE basename >= ? AND basename < ? ORDER BY basename");
     for (const platform::BasenameRange& range : ranges) {
       pos.bindNoCopy(1, range.from);
       bind_end(pos, 2, range.to);
       while (pos.executeStep()) {
-        const std::int64_t bytes = std::max<std::int64_t>(0, pos.getColumn(1).getInt64());
+        const std::int64_t size = pos.getColumn(1).getInt64();
+        const std::int64_t bytes = std::clamp<std::int64_t>(size, 0, k_most_bytes);
         visitor(text_of(pos.getColumn(0)), static_cast<std::uint64_t>(bytes));
       }
       pos.reset();

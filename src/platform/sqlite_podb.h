@@ -56,10 +56,11 @@ class SQLitePODB : public PODB {
                             unsigned offset, unsigned limit) override;
   cr_status_t get(const std::string& basename, PO& po) override;
 
-  // Hands the basenames in one range after the other to `visitor`, with the sizes of their POs. Those
-  // that are no texts are left out; a size that is no count is 0.
+  // Hands the basenames in one range after the other to `visitor`, with the sizes of their POs, or with 0
+  // where these are not wanted: the index alone is read then. Names that are no texts are left out. No
+  // size is below 0 or above 2^53, so that sums fit.
   using SizeVisitor = std::function<void(std::string_view basename, std::uint64_t bytes)>;
-  cr_status_t get_sizes_in(const std::vector<platform::BasenameRange>& ranges,
+  cr_status_t get_sizes_in(const std::vector<platform::BasenameRange>& ranges, bool with_sizes,
                            const SizeVisitor& visitor);
   cr_status_t put(const PO* po) override;
   cr_status_t remove(const std::string& basename) override;

@@ -12,10 +12,9 @@ struct DirCounts {
   std::uint64_t copies = 0;
   std::uint64_t orphan_copies = 0;
   std::uint64_t missing_copies = 0;
-  std::uint64_t taken_pos = 0;    // by the deletion; in a dry run, those that it would take
-  std::uint64_t taken_bytes = 0;  // their sizes
-  std::uint64_t other_copies_pos =
-      0;  // of the taken ones, those of another copy than the one named
+  std::uint64_t taken_pos = 0;         // by the deletion; in a dry run, those that it would take
+  std::uint64_t taken_bytes = 0;       // their sizes
+  std::uint64_t other_copies_pos = 0;  // of the taken ones, those of another copy than named
   std::uint64_t moved_pos = 0;
   std::uint64_t collisions = 0;
   std::uint64_t future_copies = 0;  // newer than the host's clock by more than a day

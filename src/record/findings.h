@@ -22,7 +22,8 @@ struct Directory {
   std::int64_t id = 0;  // in the record; 0 until something of the directory is stored
 };
 
-// A copy that the metadata holds and the backup catalog does not.
+// A copy that the metadata holds and the backup catalog does not. Should a deletion take another number
+// of POs than was found before, `pos` is that number alone.
 struct Orphan {
   std::int64_t backup_time = 0;
   std::uint32_t copy_number = 0;
@@ -52,7 +53,7 @@ struct Collision {
   std::string basename;
 };
 
-// A PO that was left out of the comparison.
+// A PO that was left out of the comparison, or that a repair left since it could not be read.
 struct UnparsedName {
   std::string basename;
   std::string reason;

@@ -104,14 +104,19 @@ RecordDatabase::RecordDatabase(const std::string& file, Run run) : m_run(std::mo
   constexpr int k_busy_timeout_milliseconds = 2000;  // a report may be reading
   const std::string unfinished = file + ".new";
   make_file(unfinished);
-  create(unfinished);
-  put_in_place(unfinished, file);
+  try {
+    create(unfinished);
+    put_in_place(unfinished, file);
+  } catch (...) {
+    (void)::unlink(unfinished.c_str());  // what ended it is reported
+    throw;
+  }
   m_database = platform::open_database(file, SQLite::OPEN_READWRITE);
   m_database->setBusyTimeout(k_busy_timeout_milliseconds);
   // A commit appends to the write-ahead log and is not synced. The syncs of a checkpoint come once for
-  // each 64 MiB of it.
+  // each 16 MiB of it.
   m_database->exec("PRAGMA synchronous=NORMAL");
-  m_database->exec("PRAGMA wal_autocheckpoint=16384");
+  m_database->exec("PRAGMA wal_autocheckpoint=4096");
   m_last_commit = Clock::now();
 }
 

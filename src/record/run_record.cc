@@ -1,18 +1,42 @@
 #include "record/run_record.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <exception>
 
 #include <boost/filesystem/operations.hpp>
 
 #include "platform/reports.h"
 #include "platform/run_log.h"
+#include "platform/status.h"
 #include "record/names.h"
 #include "record/record_database.h"
 
 namespace fs = boost::filesystem;
 
 namespace record {
+
+namespace {
+
+// SQLite believes files beside a database by their names: whoever can make some there can have files
+// elsewhere removed.
+void make_own_directory(const std::string& path) {
+  constexpr mode_t k_mode = 0750;
+  struct stat info {};
+  if (::mkdir(path.c_str(), k_mode) != 0 && errno != EEXIST) {
+    throw Cr_ErrnoException(errno, "could not make " + path, std::strerror(errno));
+  }
+  const bool is_own = ::lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode) &&
+                      info.st_uid == ::geteuid() && (info.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+  if (is_own) return;
+  throw Cr_ErrnoException(EPERM, path + " is no directory that this user alone can write to");
+}
+
+}  // namespace
 
 RunRecord& run_record() {
   static RunRecord record;
@@ -29,7 +53,8 @@ void RunRecord::begin(const boost::filesystem::path& log_dir, const Run& run) {
                      std::to_string(run.pid) + ".db"))
                  .string();
     try {
-      fs::create_directories(dir);
+      fs::create_directories(dir.parent_path());
+      make_own_directory(dir.string());
       m_database = std::make_unique<RecordDatabase>(m_file, run);
     } catch (const std::exception& error) {
       fault = error.what();

@@ -18,11 +18,10 @@ std::string table(const char* name, const std::string& columns) {
 
 constexpr const char* k_run_columns =
     "task TEXT NOT NULL, version TEXT NOT NULL, host TEXT NOT NULL, pid INTEGER NOT NULL, "
-    "storage_root TEXT NOT NULL, catalog TEXT NOT NULL, disk_pool TEXT NOT NULL, listing_hours "
-    "INTEGER, threads INTEGER NOT NULL, started INTEGER NOT NULL, ended INTEGER, ending TEXT NOT "
-    "NULL, ending_text TEXT NOT NULL, exit_status INTEGER, catalog_aside TEXT NOT NULL, dirs "
-    "INTEGER "
-    "NOT NULL, failed_dirs INTEGER NOT NULL";
+    "storage_root TEXT NOT NULL, catalog TEXT NOT NULL, disk_pool TEXT NOT NULL, "
+    "listing_hours INTEGER, threads INTEGER NOT NULL, started INTEGER NOT NULL, ended INTEGER, "
+    "ending TEXT NOT NULL, ending_text TEXT NOT NULL, exit_status INTEGER, "
+    "catalog_aside TEXT NOT NULL, dirs INTEGER NOT NULL, failed_dirs INTEGER NOT NULL";
 constexpr const char* k_orphan_columns =
     "directory INTEGER NOT NULL, backup_time INTEGER NOT NULL, copy INTEGER NOT NULL, pos INTEGER "
     "NOT NULL, bytes INTEGER NOT NULL, deleted INTEGER NOT NULL";

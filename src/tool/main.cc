@@ -12,14 +12,14 @@
 
 namespace {
 
-// A run that went well and could not report all has failed.
+// A run that went well and could not report all has failed. Of its record it has told already.
 int with_reports(int result) {
   if (result != k_exit_success) return result;
-  const bool all_written = platform::standard_output_is_whole() && !platform::reports_were_lost() &&
-                           !record::run_record().failed();
-  if (all_written) return result;
-  dct::report_error("The run ended well, but not all that it reports could be written.\n");
-  return k_exit_failure;
+  if (!platform::standard_output_is_whole() || platform::reports_were_lost()) {
+    dct::report_error("The run ended well, but not all that it reports could be written.\n");
+    return k_exit_failure;
+  }
+  return record::run_record().failed() ? k_exit_failure : result;
 }
 
 record::RunEnd aborted(const std::string& text) {
@@ -34,9 +34,11 @@ int main(int argc, char** argv) {
   constexpr int k_exit_status_bits = 0xff;
   int result = k_aborted;
   record::RunEnd end;
+  const util::SignalGuard signals;  // the record is closed with signals caught
   try {
     result = main_impl(argc, argv);
-    end.ending = util::interrupted() ? record::Ending::signal : record::Ending::orderly;
+    const bool was_stopped = util::interrupted() && result != k_exit_success;
+    end.ending = was_stopped ? record::Ending::signal : record::Ending::orderly;
   } catch (const Cr_ErrnoException& error) {
     end = aborted(error.GetString());
   } catch (const std::exception& error) {

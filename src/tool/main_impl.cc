@@ -179,6 +179,5 @@ int main_impl(int argc, char** argv) {
     Usage();
     return k_exit_success;
   }
-  const util::SignalGuard signals;
   return run_on_storage(argc, argv);
 }

@@ -78,7 +78,7 @@ TEST(Record, SaysWhatTheLogsSay) {
                      "/zelp-database-caseconv/2/' || t.client || '/' || t.policy FROM moved JOIN "
                      "directory d ON d.id = directory JOIN client_policy p ON p.id = client_policy "
                      "JOIN client_policy t ON t.id = target GROUP BY directory, target"),
-            lines_beginning(scene.logs("repaired"), "Moved "));
+            lines_beginning(replace_all_copy(scene.logs("repaired"), "\n.", "\n"), "Moved "));
   EXPECT_EQ(rows(scene, "repair", "basename, catalog_aside FROM collision, run"),
             Words{"HostA\xff_1_C1_F1.img|\n"});
   EXPECT_EQ(rows(scene, "repair", "path, target, removed FROM link"), Words{"2/link|/nowhere|1\n"});
@@ -167,10 +167,9 @@ TEST(Record, ThatCannotBeWrittenLeavesTheRunAsItIs) {
   const Ended ended = scene.repair();
   EXPECT_EQ(ended.exit_status, 1);
   const Words errors = lines_beginning(ended.err, "");
-  ASSERT_EQ(errors.size(), 2U) << ended.err;
+  ASSERT_EQ(errors.size(), 1U) << ended.err;
   EXPECT_TRUE(starts_with(errors[0], "ERROR: the record of this run, " + runs_dir(scene).string()));
   EXPECT_TRUE(ends_with(errors[0], "; the run goes on\n")) << errors[0];
-  EXPECT_EQ(errors[1], "The run ended well, but not all that it reports could be written.\n");
   expect_parts(ended.out, {"Case-sensitivity repair finished successfully.\n"});
   expect_parts(scene.logs("repaired"), {"Moved 1 POs from "});
   expect_parts(scene.run_log(), {" error ", "; the run goes on\n", "POs moved 1,"});

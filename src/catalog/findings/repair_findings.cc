@@ -63,10 +63,13 @@ void RepairFindings::collision(record::Directory& directory, const record::Colli
   m_collision_log.write(from.string() + "|" + collision.basename + "|" + po + "|\n");
 }
 
-std::string RepairFindings::database_error(ErrorType type, int status, const fs::path& dir,
-                                           const std::string& basename) const {
+std::string RepairFindings::database_error(record::Directory& directory, ErrorType type, int status,
+                                           const fs::path& dir, const std::string& basename) {
   std::string text = "ERROR(" + CRStatusToStringA(status) + "): unable to " +
                      action(type, dir.string(), basename) + ".";
+  if (type == ErrorType::get_from_source) {
+    record::run_record().add(directory, record::UnparsedName{basename, CRStatusToStringA(status)});
+  }
   write_to_log(text + "\n");
   dct::report_error(text + "\n");
   return text;

@@ -35,9 +35,10 @@ class RepairFindings : public Findings {
   void collision(record::Directory& directory, const record::Collision& collision,
                  const boost::filesystem::path& from, const std::string& po);
 
-  // A step failed. Returns what is reported, without the line end.
-  std::string database_error(ErrorType type, int status, const boost::filesystem::path& dir,
-                             const std::string& basename) const;
+  // A step failed; a PO that could not be read stays where it is. Returns what is reported, without the
+  // line end.
+  std::string database_error(record::Directory& directory, ErrorType type, int status,
+                             const boost::filesystem::path& dir, const std::string& basename);
 
   // The directory could not be repaired; it is over.
   void unrepaired(record::Directory& directory, const boost::filesystem::path& policy_dir,

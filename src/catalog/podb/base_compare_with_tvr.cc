@@ -90,20 +90,27 @@ void BaseCompareWithTVR::visit_image_copies_not_in_TV_impl() {
   });
 }
 
+// What is taken is found even where pages that hold sizes are damaged: the deletion may not need them.
 void BaseCompareWithTVR::find_takings() {
+  cr_status_t status = find_takings(true);
+  if (status != k_status_ok) status = find_takings(false);
+  if (status != k_status_ok) {
+    throw Cr_ErrnoException(status, "could not look up what the deletion takes",
+                            CRStatusToStringA(status));
+  }
+}
+
+cr_status_t BaseCompareWithTVR::find_takings(bool with_sizes) {
   // To go to a place in the index costs as much as to read several POs on the way.
   constexpr std::size_t k_pos_as_cheap_as_a_range = 3;
   m_takings = DeletionTakings(client(), image_copies());
   const bool few = image_copies().size() * k_pos_as_cheap_as_a_range < tally().pos;
   const std::vector<platform::BasenameRange> all{{"", ""}};
-  const cr_status_t status = podb().get_sizes_in(
-      few ? m_takings.ranges() : all, [this](std::string_view basename, std::uint64_t bytes) {
-        m_takings.add(basename, bytes);  // LIKE holds for texts alone, which these are
-      });
-  if (status != k_status_ok) {
-    throw Cr_ErrnoException(status, "could not look up what the deletion takes",
-                            CRStatusToStringA(status));
-  }
+  return podb().get_sizes_in(few ? m_takings.ranges() : all, with_sizes,
+                             [this](std::string_view basename, std::uint64_t bytes) {
+                               // LIKE holds for texts alone, which these are.
+                               m_takings.add(basename, bytes);
+                             });
 }
 
 const record::Orphan& BaseCompareWithTVR::orphan(std::int64_t backup_time,

@@ -53,6 +53,7 @@ class BaseCompareWithTVR : public BasenameTimeAndCopySet {
 
  private:
   void find_takings();
+  cr_status_t find_takings(bool with_sizes);
   void compare_image(std::int64_t backup_time, std::map<std::uint32_t, bool>& copies);
 
   std::int64_t m_catalog_backup_time = 0;  // seconds since the epoch

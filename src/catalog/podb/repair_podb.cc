@@ -214,7 +214,7 @@ void RepairPODB::report_collision(const FilePO& po, const std::string& basename,
 
 cr_status_t RepairPODB::write_error(ErrorType type, cr_status_t status, const fs::path& dir,
                                     const std::string& basename) {
-  m_last_error = m_findings.database_error(type, status, dir, basename);
+  m_last_error = m_findings.database_error(directory(), type, status, dir, basename);
   return status;
 }
 

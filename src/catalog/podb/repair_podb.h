@@ -19,8 +19,9 @@ class FilePO;
 // Threads: as the base. Two visitors of one client in any spelling and of one policy must not work
 //   at once: each writes the other's database.
 // Ownership: refers to findings and directory, which must outlive it.
-// Errors: as the base. A failure in a database is passed on, and is the visitor's status. Throws Cr_ErrnoException when a target cannot be opened or created. At every
-//   instant each PO is in at least one database.
+// Errors: as the base. A failure in a database is passed on, and is the visitor's status. Throws
+//   Cr_ErrnoException when a target cannot be opened or created. At every instant each PO is in at
+//   least one database.
 class RepairPODB : public BaseVisitPODB {
  public:
   using Names = std::vector<std::string>;

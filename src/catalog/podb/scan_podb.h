@@ -17,9 +17,8 @@ class ScanPODB : public BaseVisitPODB {
   ScanPODB(const boost::filesystem::path& policy_dir, ScanFindings& findings,
            record::Directory& directory);
 
-  // Passes on that there are such POs. Returns 0,
-  // k_status_handled when it has, or the status of a database that could not be read; nothing is
-  // reported then.
+  // Passes on that there are such POs. Returns 0, k_status_handled when there are, or the status of a
+  // database that could not be read.
   int visit_podb_impl() override;
 
   bool found_issue() const { return m_found_issue; }

@@ -73,8 +73,8 @@ TEST(DeletionTakings, AreFoundInTheRangesThatTheyName) {
     const auto to = [](DeletionTakings& takings) {
       return [&](auto name, auto bytes) { takings.add(name, bytes); };
     };
-    ASSERT_EQ(database.get_sizes_in({{"", ""}}, to(expected)), 0);
-    ASSERT_EQ(database.get_sizes_in(found.ranges(), to(found)), 0);
+    ASSERT_EQ(database.get_sizes_in({{"", ""}}, true, to(expected)), 0);
+    ASSERT_EQ(database.get_sizes_in(found.ranges(), true, to(found)), 0);
     for (const numbers& copy : copies) {
       EXPECT_EQ(found.of(copy).pos, expected.of(copy).pos) << round << " " << copy.backup_time;
       EXPECT_EQ(found.of(copy).bytes, expected.of(copy).bytes);
