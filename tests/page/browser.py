@@ -1,5 +1,6 @@
 """Headless Chromium, driven through chromedriver."""
 import base64
+import contextlib
 import json
 import re
 import subprocess
@@ -17,35 +18,23 @@ class Browser:
     """One browser with one page; to be used in a with statement."""
 
     def __enter__(self):
-        self._profile = tempfile.TemporaryDirectory(ignore_cleanup_errors=True)
-        self._driver = subprocess.Popen(["chromedriver", "--port=0"], stdout=subprocess.PIPE,
-                                        stderr=subprocess.DEVNULL, text=True)
-        try:
-            self._url = f"http://127.0.0.1:{self._port()}/session"
-            options = {"args": ARGUMENTS + [f"--user-data-dir={self._profile.name}"]}
-            wanted = {"browserName": "chrome", "goog:chromeOptions": options,
-                      "goog:loggingPrefs": {"browser": "ALL", "performance": "ALL"}}
-            session = self._call("", {"capabilities": {"alwaysMatch": wanted}})
-            self._url += "/" + session["sessionId"]
-        except BaseException:
-            self.__exit__()
-            raise
+        with contextlib.ExitStack() as stack:
+            profile = stack.enter_context(tempfile.TemporaryDirectory(ignore_cleanup_errors=True))
+            driver = stack.enter_context(subprocess.Popen(
+                ["chromedriver", "--port=0"], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True))
+            stack.callback(driver.terminate)
+            started = re.compile(r"started successfully on port (\d+)")
+            port = next(found[1] for line in driver.stdout if (found := started.search(line)))
+            self._url = f"http://127.0.0.1:{port}/session"
+            wanted = {"browserName": "chrome", "goog:loggingPrefs": {"browser": "ALL", "performance": "ALL"},
+                      "goog:chromeOptions": {"args": ARGUMENTS + [f"--user-data-dir={profile}"]}}
+            self._url += "/" + self._call("", {"capabilities": {"alwaysMatch": wanted}})["sessionId"]
+            stack.callback(self._call, "", method="DELETE")
+            self._stack = stack.pop_all()
         return self
 
     def __exit__(self, *_):
-        try:
-            self._call("", method="DELETE")
-        except (OSError, AttributeError):
-            pass  # it never began
-        self._driver.terminate()
-        self._driver.communicate()
-        self._profile.cleanup()
-
-    def _port(self):
-        for line in self._driver.stdout:
-            if found := re.search(r"started successfully on port (\d+)", line):
-                return found[1]
-        raise RuntimeError("chromedriver did not start")
+        self._stack.close()
 
     def _call(self, path, body=None, method="POST"):
         data = json.dumps(body or {}).encode() if method == "POST" else None
@@ -87,9 +76,6 @@ class Browser:
 
     def type(self, text):
         self.devtools("Input.insertText", text=text)
-
-    def pdf(self):
-        return base64.b64decode(self.devtools("Page.printToPDF")["data"])
 
     def screenshot(self):
         return base64.b64decode(self._call("/screenshot", method="GET"))

@@ -1,8 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <boost/algorithm/string.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <nlohmann/json.hpp>
@@ -19,10 +16,9 @@ namespace report_test {
 namespace fs = boost::filesystem;
 using boost::algorithm::contains;
 using Json = nlohmann::json;
-using record::Task;
 using support::Ended;
 
-Ended report(std::vector<std::string> arguments) {
+Ended report(support::Words arguments) {
   arguments.insert(arguments.begin(), MDFIXUP_REPORT_PROGRAM);
   return support::run(arguments, {{"TZ", "UTC"}, {"KSREGISTRY", "/no/such"}});
 }
@@ -33,33 +29,27 @@ class Records {
   std::string dir() const { return m_dir.path().string(); }
   std::string file(const std::string& id) const { return dir() + "/mdfixup/runs/" + id + ".db"; }
 
-  // A run that found one orphan among six copies, unless that was changed; killed without `ends`.
-  // Returns its record.
-  std::string add(std::int64_t start_seconds, Task task = Task::dry_run, bool ends = true,
-                  const std::string& client = "hosta", std::int64_t orphans = 1) const {
+  // The record of a dry run that found one orphan among six copies, changed by `sql`. Returns its file.
+  std::string add(std::int64_t start_seconds, const std::string& sql = "") const {
+    record::Directory dir{"2", "hosta", "p", {2, 6, 1, 0, 2, 9, 0, 0, 0, 0}};
     record::Run run;
-    run.task = task;
-    run.arguments = {"--dry_run"};
+    run.task = record::Task::dry_run;
     run.pid = 7;
     run.start_nanoseconds = start_seconds * 1000000000;
     run.catalog = "/k/catalog";
+    run.dirs = 1;
+    run.counts = dir.counts;
     record::RunRecord record;
     record.begin(m_dir.path(), run);
-    record::Directory dir{"2", client, "p", {2, 6, 1, 0, 2, 9, 0, 0, 0, 0}};
-    for (std::int64_t i = 0; i < orphans; ++i) {
-      record.add(dir, record::Orphan{1000 + i, 1, 2, 9, {}, task == Task::deletion});
-    }
+    record.add(dir, record::Orphan{1000, 1, 2, 9, {}, false});
     record.done(dir);
-    record.note([&](record::Run& noted) {
-      noted.dirs = 1;
-      noted.counts = dir.counts;
-    });
-    record.commit();
-    if (ends) record.end({record::Ending::orderly, "", 0});
-    return file(std::to_string(start_seconds) + "-7");
+    record.end({record::Ending::orderly, "", 0});
+    const std::string made = file(std::to_string(start_seconds) + "-7");
+    if (!sql.empty()) support::sqlite(made, sql);
+    return made;
   }
 
-  Json json() const { return Json::parse(report({"--json", dir()}).out); }
+  Json newest() const { return Json::parse(report({"--json", dir()}).out)["details"][0]; }
 
  private:
   support::TempDir m_dir;
@@ -92,11 +82,12 @@ TEST(Report, TellsWhatTheRunsFound) {
   scene.scan(4);
   scene.repair();  // fails, and leaves the catalog aside
   fs::rename(scene.root() / "zelp-database-caseconv", scene.root() / "catalog");
-  const std::vector<std::string> printed = support::lines_beginning(scene.dry_run(4).out, "{");
+  const std::size_t printed = support::lines_beginning(scene.dry_run(4).out, "{").size();
   scene.remove_orphans(4);
   const std::string log_dir = scene.storage().log_dir().string();
+  const std::string page = support::read_text(MDFIXUP_SOURCE_DIR "/docs/report.md");
   const Json all = Json::parse(report({"--json", log_dir}).out);
-  expect_documented(all, support::read_text(MDFIXUP_SOURCE_DIR "/docs/report.md"));
+  expect_documented(all, page);
   EXPECT_EQ(all["whole"], true);
   ASSERT_EQ(all["runs"].size(), 4U) << all.dump(2);
   ASSERT_EQ(all["details"].size(), 4U);
@@ -104,124 +95,74 @@ TEST(Report, TellsWhatTheRunsFound) {
   const Json& dry_run = all["details"][1];
   const Json& repair = all["details"][2];
   const Json& scan = all["details"][3];
-  EXPECT_EQ(deletion["run"], all["runs"][0]);
-  EXPECT_EQ(scan["run"]["exit_status"], 255);
   EXPECT_EQ(scan["listed"]["dirs_with_issues"], planted.scan_lines.size());
   EXPECT_EQ(sum(scan["clients"], "directories"), planted.scan_lines.size());
   EXPECT_EQ(sum(repair["moves"], "pos"), repair["run"]["moved_pos"]);
-  EXPECT_TRUE(
-      contains(repair["concerns"].dump(), "The catalog lies aside, at " + scene.root().string()));
-  EXPECT_EQ(dry_run["run"]["task"], "dry_run");
-  EXPECT_EQ(dry_run["run"]["storage_root"], scene.root().string());
-  EXPECT_EQ(dry_run["run"]["orphan_copies"], printed.size());
   for (const char* key : {"orphan_copies", "missing_copies", "taken_pos", "taken_bytes"}) {
     EXPECT_EQ(dry_run["listed"][key], dry_run["run"][key]) << key;
     EXPECT_EQ(deletion["listed"][key], dry_run["run"][key]) << key << ": what would go went";
   }
-  EXPECT_EQ(sum(dry_run["orphans"], "copies"), printed.size());
+  EXPECT_EQ(sum(dry_run["orphans"], "copies"), printed);
   EXPECT_EQ(sum(dry_run["orphans"], "bytes"), dry_run["run"]["taken_bytes"]);
   EXPECT_EQ(sum(dry_run["missing"], "copies"), dry_run["run"]["missing_copies"]);
   Json first = dry_run["orphans"][0];
-  EXPECT_GT(first["bytes"], 0);
   first.erase("bytes");
-  const Json expected{{"client", "hosta"},
-                      {"policy", "gone"},
-                      {"copies", 3},
-                      {"dir_copies", 3},
-                      {"dir_pos", 3},
-                      {"share", 1.0},
-                      {"pos", 3},
-                      {"loses_everything", true},
-                      {"oldest_backup_time", 1000000},
-                      {"other_copies_pos", 1},
-                      {"kept_copies", 0},
-                      {"newest_backup_time", 9000000}};
-  EXPECT_EQ(first, expected);
+  EXPECT_EQ(first, Json::parse(R"({"client": "hosta", "policy": "gone", "copies": 3,
+      "dir_copies": 3, "dir_pos": 3, "share": 1.0, "pos": 3, "loses_everything": true,
+      "oldest_backup_time": 1000000, "newest_backup_time": 9000000, "other_copies_pos": 1,
+      "kept_copies": 0})"));
   EXPECT_EQ(dry_run["orphans"][1]["loses_everything"], false);
   EXPECT_EQ(dry_run["other_copies"][0]["basename"], "hosta_1000000_C10_F1.img");
   EXPECT_EQ(dry_run["failed_directories"][0]["directory"],
             scene.storage().policy_dir("hosta", "broken").string());
-  EXPECT_TRUE(contains(dry_run["concerns"].dump(), "before a later run: Deletion"));
-  EXPECT_TRUE(contains(dry_run["concerns"].dump(), "1 directory failed"));
   EXPECT_FALSE(contains(dry_run["concerns"].dump(), " error")) << "the failed directory's alone";
-  std::vector<std::string> images;
-  const std::string id = dry_run["run"]["id"];
-  const std::string lines = report({"--images", "--json", id, log_dir}).out;
-  for (const std::string& line : support::lines_beginning(lines, "{")) {
-    const Json image = Json::parse(line);
-    expect_documented(image, support::read_text(MDFIXUP_SOURCE_DIR "/docs/report.md"));
-    images.push_back("{client: " + image["client"].get<std::string>() +
-                     ", policy: " + image["policy"].get<std::string>() +
-                     ", backup_time: " + image["backup_time"].dump() +
-                     ", copy_number: " + image["copy_number"].dump() + "}");
-  }
-  std::sort(images.begin(), images.end());
-  ASSERT_EQ(images.size(), printed.size());
-  for (std::size_t i = 0; i < images.size(); ++i) EXPECT_TRUE(contains(printed[i], images[i]));
+  const auto images = support::lines_beginning(
+      report({"--images", "--json", dry_run["run"]["id"], log_dir}).out, "{");
+  ASSERT_EQ(images.size(), printed);
+  expect_documented(Json::parse(images[0]), page);
 }
 
 TEST(Report, RunsAreNamedByIdOrFileAndDirectoriesKeptApart) {
   const Records one;
   const Records other;
   const std::string first = one.add(100);
-  const std::string second = one.add(200);
   support::run({"cp", first, one.file("100-8")});  // another one of the same second
-  support::run({"touch", one.file("300-7") + ".new"});
+  support::run({"touch", one.add(200) + ".new"});
   other.add(150);
   const struct {
-    std::vector<std::string> words;
-    std::vector<std::string> details;
+    support::Words words;
+    std::string details;
     std::size_t runs;
   } rows[] = {
-      {{one.dir()}, {"200-7"}, 3},
-      {{one.dir() + "/mdfixup", one.dir() + "/mdfixup/runs"}, {"200-7"}, 3},
-      {{one.dir(), other.dir()}, {"200-7", "150-7"}, 4},
-      {{first}, {"100-7"}, 3},
-      {{"100-8", "100-7", one.dir()}, {"100-8", "100-7"}, 3},
+      {{one.dir()}, R"("200-7")", 3},
+      {{one.dir() + "/mdfixup", one.dir() + "/mdfixup/runs"}, R"("200-7")", 3},
+      {{one.dir(), other.dir()}, R"("200-7""150-7")", 4},
+      {{first}, R"("100-7")", 3},
+      {{"100-8", "100-7", one.dir()}, R"("100-8""100-7")", 3},
   };
   for (const auto& row : rows) {
-    std::vector<std::string> arguments = row.words;
+    support::Words arguments = row.words;
     arguments.emplace_back("--json");
     const Json all = Json::parse(report(arguments).out);
-    std::vector<std::string> details;
-    for (const Json& detail : all["details"]) details.push_back(detail["run"]["id"]);
+    std::string details;
+    for (const Json& detail : all["details"]) details += detail["run"]["id"].dump();
     EXPECT_EQ(details, row.details) << row.words[0];
     EXPECT_EQ(all["runs"].size(), row.runs);
   }
-  EXPECT_FALSE(contains(report({"--runs", "--json", other.dir()}).out, "details"));
-  EXPECT_TRUE(contains(report({"--runs", other.dir()}).out, "150-7  1970-01-01 00:02:30  dry run"));
 }
 
-TEST(Report, KilledRunIsReadWithItsWriteAheadLog) {
+TEST(Report, WithoutAnEndCountsWhatIsListed) {
   const Records records;
-  const pid_t child = ::fork();
-  if (child == 0) {
-    record::Directory dir{"2", "open", "p", {}};
-    record::Run run;
-    run.task = Task::deletion;
-    run.start_nanoseconds = 100000000000;
-    record::RunRecord record;
-    record.begin(records.dir(), run);
-    record.add(dir, record::Orphan{1000, 1, 2, 9, {}, true});
-    record.add(dir, record::Orphan{2000, 1, 2, 9, {}, false});
-    record.commit();
-    ::_exit(0);
-  }
-  ASSERT_EQ(::waitpid(child, nullptr, 0), child);
-  const Json killed = records.json()["details"][0];
-  EXPECT_EQ(killed["run"]["exit_status"], nullptr);
+  records.add(100, "UPDATE run SET ending = 'none'; UPDATE directory SET state = NULL");
+  const Json killed = records.newest();
   EXPECT_EQ(killed["run"]["orphan_copies"], nullptr);
   EXPECT_EQ(killed["listed"]["taken_bytes"], 9);
-  EXPECT_EQ(killed["listed"]["kept_copies"], 1);
   EXPECT_EQ(killed["orphans"][0]["share"], nullptr) << "the directory was not finished";
-  EXPECT_EQ(killed["unfinished_directories"][0]["directory"], "/2/open/p");
-  for (const char* text :
-       {"no end recorded: killed", "1 directory in hand", "1 orphan copy could"}) {
-    EXPECT_TRUE(contains(killed["concerns"].dump(), text)) << text;
-  }
+  EXPECT_EQ(killed["unfinished_directories"][0]["directory"], "/k/catalog/2/hosta/p");
 }
 
-// What is changed in the record of the dry run at second 100, or comes after it, and what follows.
+// What is changed in the record of the dry run at second 100, what follows, and what is changed in a
+// later record to make it of another run.
 TEST(Report, NamesWhatToLookAtBeforeActing) {
   const auto message = [](const std::string& severity, const std::string& text) {
     return "INSERT INTO message (severity, text) VALUES ('" + severity + "', '" + text + "');";
@@ -230,8 +171,6 @@ TEST(Report, NamesWhatToLookAtBeforeActing) {
   const struct {
     std::string sql;
     std::string concern;
-    std::int64_t later = 0;
-    Task task = Task::dry_run;
     std::string later_sql = {};
   } rows[] = {
       {"", ""},
@@ -253,44 +192,38 @@ TEST(Report, NamesWhatToLookAtBeforeActing) {
       {argument + "--catalog_backup_time'), ('00')", ""},
       {argument + "--FORCE_CONSISTENCY_ALL_IMAGE')", "wait to be imported"},
       {"UPDATE directory SET copies = 1", "1 directory would lose every copy"},
-      {"UPDATE run SET other_copies_pos = 1; INSERT INTO collateral (orphan, basename) VALUES (1, "
-       "'x')",
+      {"UPDATE run SET task = 'deletion'", "1 orphan copy could not be deleted"},
+      {"UPDATE run SET other_copies_pos = 1; INSERT INTO collateral VALUES (1, 1, 'x')",
        "1 PO of other copies would go with the orphans"},
-      {"INSERT INTO unparsed (directory, basename, reason) VALUES (1, 'x', 'y')",
-       "1 PO was left out of the comparison"},
-      {"", "before a later run: Deletion of 1970-01-01 00:01:50", 110, Task::deletion},
-      {"", "before a later run: Case repair of", 110, Task::repair,
-       "UPDATE run SET ending = 'none', dirs = 0"},
+      {"INSERT INTO unparsed VALUES (1, 1, 'x', 'y')", "1 PO was left out of the comparison"},
+      {"", "before a later run: Deletion of 1970-01-01 00:01:50",
+       "UPDATE run SET task = 'deletion'"},
+      {"", "before a later run: Case repair of",
+       "UPDATE run SET task = 'repair', ending = 'none', dirs = 0"},
       {"", "A later one was refused or aborted: Dry run of 1970-01-01 00:01:50, Some images wait",
-       110, Task::dry_run,
        message("error", "Some images wait") +
            "UPDATE run SET exit_status = 1, dirs = 0; DELETE FROM directory"},
   };
   for (const auto& row : rows) {
     const Records records;
-    const std::string file = records.add(100);
-    if (!row.sql.empty()) support::sqlite(file, row.sql);
-    if (row.later != 0) {
-      const std::string later = records.add(row.later, row.task);
-      if (!row.later_sql.empty()) support::sqlite(later, row.later_sql);
-    }
-    const Json details = Json::parse(report({"--json", file}).out)["details"];
-    ASSERT_EQ(details.size(), 1U) << row.concern;
-    const std::string concerns = details[0]["concerns"].dump();
-    EXPECT_EQ(details[0]["concerns"].size(), row.concern.empty() ? 0U : 1U) << concerns;
-    EXPECT_TRUE(contains(concerns, row.concern)) << row.concern << ": " << concerns;
+    const std::string file = records.add(100, row.sql);
+    if (!row.later_sql.empty()) records.add(110, row.later_sql);
+    const Json concerns = Json::parse(report({"--json", file}).out)["details"][0]["concerns"];
+    EXPECT_EQ(concerns.size(), row.concern.empty() ? 0U : 1U) << concerns;
+    EXPECT_TRUE(contains(concerns.dump(), row.concern)) << row.concern << ": " << concerns;
     EXPECT_EQ(contains(report({file}).out, "does not prove the list right"), row.concern.empty());
   }
 }
 
-// Whatever stands where a record should be: one clear error, and the others are shown.
+// Whatever stands where a record should be: one clear error, and the others are shown. A record with
+// values that no run writes has no certain fault: it is shown, or rejected.
 TEST(Report, UnreadableRecordsAreNamedAndTheOthersShown) {
   const struct {
     std::string damage;  // a shell command on "$1", or statements
-    std::string fault;
+    std::string fault = {};
   } rows[] = {
       {"truncate -s 8000 \"$1\"", "malformed"},
-      {"dd if=/dev/urandom of=\"$1\" bs=4096 seek=1 conv=notrunc count=99 2>&1", ""},
+      {"dd if=/dev/urandom of=\"$1\" bs=4096 seek=1 conv=notrunc count=99 2>&1", "not be read"},
       {": >\"$1\"", "it is no record of a run"},
       {"echo text >\"$1\"", "file is not a database"},
       {"rm \"$1\"; mkfifo \"$1\"", "it is no regular file"},
@@ -304,43 +237,29 @@ TEST(Report, UnreadableRecordsAreNamedAndTheOthersShown) {
       {"CREATE VIEW more AS SELECT 1", "its tables are not those of a record"},
       {"CREATE TRIGGER t AFTER INSERT ON run BEGIN SELECT 1; END", "its tables are not"},
       {"DELETE FROM run", "it holds no run"},
+      {"UPDATE orphan SET backup_time = 'text', pos = 'text', bytes = -9, directory = 77"},
+      {"UPDATE orphan SET backup_time = 9223372036854775807, pos = 9223372036854775807"},
+      {"UPDATE orphan SET backup_time = -9223372036854775808, copy = 9223372036854775807"},
+      {"UPDATE run SET started = 9223372036854775807, ended = -9223372036854775808, copies = -1"},
+      {"UPDATE run SET started = x'00ff', task = 'dry_run' || char(27), ending = 'x', pid = 'x'"},
+      {"UPDATE client_policy SET client = x'ff00ff', policy = ''; UPDATE directory SET state = 7"},
+      {"UPDATE directory SET copies = 0, client_policy = -1; DELETE FROM argument"},
   };
   for (const auto& row : rows) {
     const Records records;
     records.add(100);
-    const std::string damaged = records.add(200);
     const bool is_sql = row.damage.find("$1") == std::string::npos;
-    if (is_sql) support::sqlite(damaged, row.damage);
+    const std::string damaged = records.add(200, is_sql ? row.damage : "");
     if (!is_sql) support::run({"sh", "-c", row.damage, "sh", damaged});
-    for (const char* form : {"--text", "--json", "--html=-", "--runs"}) {
-      const Ended ended = report({form, records.dir()});
+    for (const std::string form : {"--text", "--json", "--html=-", "--runs", "--images"}) {
+      const Ended ended = report({form, row.fault.empty() ? damaged : records.dir()});
+      if (row.fault.empty() && ended.exit_status == 0) continue;
       EXPECT_EQ(ended.exit_status, 2) << row.damage << ended.out;
+      if (row.fault.empty()) continue;
       EXPECT_TRUE(contains(ended.err, damaged + ": could not be read: ")) << ended.err;
       EXPECT_TRUE(contains(ended.err, row.fault)) << row.damage << ended.err;
-      EXPECT_TRUE(contains(ended.out, damaged)) << form;
+      EXPECT_TRUE(contains(ended.out, damaged) || form == "--images") << form;
       EXPECT_TRUE(contains(ended.out, "100-7")) << form;
-    }
-    EXPECT_EQ(report({"--images", records.dir()}).exit_status, 2);
-  }
-}
-
-// A record with values that no run writes is shown, or refused.
-TEST(Report, StrangeValuesAreShownAsTheyCanBe) {
-  const char* const rows[] = {
-      "UPDATE orphan SET backup_time = 'text', pos = 'text', bytes = -9, directory = 77",
-      "UPDATE orphan SET backup_time = 9223372036854775807, pos = 9223372036854775807",
-      "UPDATE orphan SET backup_time = -9223372036854775808, copy = 9223372036854775807",
-      "UPDATE run SET started = 9223372036854775807, ended = -9223372036854775808, copies = -1",
-      "UPDATE run SET started = x'00ff', task = 'dry_run' || char(27), ending = 'x', pid = 'x'",
-      "UPDATE client_policy SET client = x'ff00ff', policy = ''; UPDATE directory SET state = 7",
-      "UPDATE directory SET copies = 0, client_policy = -1; DELETE FROM argument",
-  };
-  for (const char* sql : rows) {
-    const Records records;
-    support::sqlite(records.add(100), sql);
-    for (const char* form : {"--text", "--json", "--html=-", "--images"}) {
-      const int exit_status = report({form, records.dir()}).exit_status;
-      EXPECT_TRUE(exit_status == 0 || exit_status == 2) << sql << form << exit_status;
     }
   }
 }
@@ -348,15 +267,14 @@ TEST(Report, StrangeValuesAreShownAsTheyCanBe) {
 TEST(Report, NamesCannotActOnTheTerminal) {
   const Records records;
   const std::string hostile = "a\x1b[2J\r\x9b\xe2\x80\xae<b>\"\t";
-  records.add(100, Task::dry_run, true, hostile);
-  const std::string shown = R"(a\x1b[2J\x0d\x9b\u{202e}<b>"\t)";
+  records.add(100, "UPDATE client_policy SET client = '" + hostile + "'");
   for (const char* form : {"--text", "--images"}) {
     const Ended text = report({form, records.dir()});
-    EXPECT_TRUE(contains(text.out, shown)) << text.out;
+    EXPECT_TRUE(contains(text.out, R"(a\x1b[2J\x0d\x9b\u{202e}<b>"\t)")) << text.out;
     EXPECT_EQ(text.out.find_first_of("\x1b\r"), std::string::npos);
   }
-  const std::string client = records.json()["details"][0]["orphans"][0]["client"];
-  EXPECT_EQ(client, "a\x1b[2J\r\\x9b\xe2\x80\xae<b>\"\t") << "what JSON can carry stays";
+  EXPECT_EQ(records.newest()["orphans"][0]["client"], "a\x1b[2J\r\\x9b\xe2\x80\xae<b>\"\t")
+      << "what JSON can carry stays";
   EXPECT_EQ(report::html(hostile), R"(a\x1b[2J\x0d\x9b\u{202e}&lt;b&gt;&quot;\t)");
   EXPECT_EQ(report::printable("h\xc3\xb6st\\x\xc3"), "h\xc3\xb6st\\\\x\\xc3");
 }
@@ -366,13 +284,12 @@ TEST(Report, MemoryDoesNotGrowWithTheOrphans) {
   GTEST_SKIP() << "the sanitizers need address space of their own";
 #endif
   const Records records;
-  records.add(100, Task::dry_run, true, "hosta", 300000);
+  records.add(
+      100, "INSERT INTO orphan SELECT NULL, 1, value, 1, 2, 9, 0 FROM generate_series(1, 300000)");
   for (const char* form : {"--text", "--json", "--html=-", "--images"}) {
     const Ended ended = support::run({"sh", "-c", "ulimit -v 40000; exec \"$@\"", "sh",  // KiB
                                       MDFIXUP_REPORT_PROGRAM, form, records.dir()});
     EXPECT_EQ(ended.exit_status, 0) << form << ended.err;
-    EXPECT_TRUE(contains(ended.out, form == std::string("--images") ? "hosta_300999" : "300000") ||
-                contains(ended.out, "300,000"));
   }
 }
 
@@ -381,19 +298,20 @@ TEST(Report, CommandLine) {
   const std::string dir = records.dir();
   const std::string file = records.add(100);
   const struct {
-    std::vector<std::string> arguments;
+    support::Words arguments;
     int exit_status;
     std::string said;  // on either stream
   } rows[] = {
       {{"--help"}, 0, "Usage: mdfixup-report"},
       {{dir}, 0, "1 orphan copy (of 6, 16.7 %)"},
-      {{file}, 0, "1 orphan copy (of 6, 16.7 %)"},
+      {{"--runs", dir}, 0, "100-7  1970-01-01 00:01:40  dry run"},
       {{"--images", dir}, 0, "hosta_1000\t1970-01-01 00:16\t1\t2\t9\tp\twould go\t100-7\n"},
+      {{"--html", dir + "/page.html", dir}, 0, ""},
+      {{"--html=-", dir}, 0, "</html>"},
       {{dir, "/no/such"}, 2, "/no/such: could not be read: unable to open"},
       {{dir, "/etc/passwd"}, 2, "/etc/passwd: could not be read: file is not a database"},
       {{dir, "5-5"}, 2, "5-5: is no file, and no run has this id"},
       {{"/no/such"}, 1, "no record of a run was found"},
-      {{"100-7"}, 1, "Failed to locate the ksregistry path: /no/such"},
       {{"--html"}, 1, "required argument"},
       {{"--json", "--text", dir}, 1, "exclude each other"},
       {{"--runs", "--images", dir}, 1, "exclude each other"},
@@ -409,34 +327,27 @@ TEST(Report, CommandLine) {
     EXPECT_EQ(ended.exit_status, row.exit_status) << row.said;
     EXPECT_TRUE(contains(ended.out + ended.err, row.said)) << row.said << ended.out << ended.err;
   }
+  EXPECT_FALSE(contains(report({"--runs", "--json", dir}).out, "details"));
   const std::string full = "exec \"$@\" > /dev/full";
   EXPECT_EQ(support::run({"sh", "-c", full, "sh", MDFIXUP_REPORT_PROGRAM, dir}).exit_status, 1);
-  const std::string page = dir + "/page.html";
-  EXPECT_EQ(report({"--html", page, dir}).exit_status, 0);
-  EXPECT_TRUE(contains(support::read_text(page), "</html>"));
 }
 
 TEST(Report, TimelinesFindAWidthThatFits) {
   const struct {
     std::vector<std::int64_t> times;
-    std::vector<std::string> labels;
+    std::string labels;
   } rows[] = {
-      {{}, {}},
-      {{-1, 253402300800}, {}},
-      {{0, 0, 5270400}, {"1970-01", "1970-02", "1970-03"}},
-      {{1609459199, 1609459200}, {"2020-12", "2021-01"}},
-      {{0, 31536000}, {"1970", "1971"}},
-      {{0, 253402300799},
-       {"1000-1999", "2000-2999", "3000-3999", "4000-4999", "5000-5999", "6000-6999", "7000-7999",
-        "8000-8999", "9000-9999"}},
+      {{-1, 253402300799, 253402300800}, "9999-12 "}, {{0, 0, 5270400}, "1970-01 1970-02 1970-03 "},
+      {{1609459199, 1609459200}, "2020-12 2021-01 "}, {{0, 31536000}, "1970 1971 "},
+      {{0, 31536000 * 11}, "1970-1979 1980-1989 "},
   };
   for (const auto& row : rows) {
     report::Timeline timeline;
     for (const std::int64_t time : row.times) timeline.add(time);
-    std::vector<std::string> labels;
+    std::string labels;
     std::uint64_t count = timeline.beyond();
     for (const auto& bar : timeline.bars(9)) {
-      labels.push_back(bar.label);
+      labels += bar.label + " ";
       count += bar.count;
     }
     EXPECT_EQ(labels, row.labels);
