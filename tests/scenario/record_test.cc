@@ -57,7 +57,8 @@ TEST(Record, SaysWhatTheLogsSay) {
                      "/zelp-database-caseconv/2/' || t.client || '/' || t.policy FROM moved JOIN "
                      "directory d ON d.id = directory JOIN client_policy p ON p.id = client_policy "
                      "JOIN client_policy t ON t.id = target GROUP BY directory, target"),
-            lines_beginning(scene.logs("repaired"), "Moved "));
+            lines_beginning(replace_all_copy(scene.logs("repaired"), "\n.", "\n"), "Moved "))
+      << "a full stop stands behind a collision's line end";
   EXPECT_EQ(rows(scene, "repair", "basename, catalog_aside FROM collision, run"),
             Words{"HostA\xff_1_C1_F1.img|\n"});
   EXPECT_EQ(rows(scene, "repair", "path, target, removed FROM link"), Words{"2/link|/nowhere|1\n"});
