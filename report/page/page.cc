@@ -92,7 +92,7 @@ void write_section(const Section& section, const std::string& id, std::ostream& 
   out << R"(<section id=")" << id << "\">\n<h2>" << html(section.title) << "</h2>\n";
   write_concerns(section, id, out);
   write_figures(section, out);
-  out << "<dl class=\"facts\" id=\"" << id << "-facts\">\n";
+  out << R"(<dl class="facts" id=")" << id << "-facts\">\n";
   for (const Fact& fact : section.facts) {
     if (!is_told(fact)) continue;
     out << "<div><dt>" << fact.column.label << "</dt><dd>" << cell(fact.value, fact.column.kind)

@@ -65,24 +65,6 @@ TEST_F(SQLitePODBTest, ListsInByteOrderWhatDoesNotBeginSo) {
   }
 }
 
-TEST_F(SQLitePODBTest, AcceptsOurSchemaHoweverItIsWritten) {
-  const std::string columns =
-      " (basename TEXT NOT NULL UNIQUE, -- e.g. a name\n poid\tTEXT NOT NULL,size INTEGER NOT NULL,"
-      " mtime INTEGER NOT NULL, /* opaque */ record BLOB NOT NULL";
-  const std::pair<std::string, cr_status_t> rows[] = {
-      {"create table \"po\"" + columns + "); PRAGMA user_version = 1; ANALYZE", 0},
-      {"CREATE TABLE po" + columns + "); CREATE TABLE [p o]" + columns + ")", k_status_db_foreign},
-      {"CREATE TABLE po" + columns + "); CREATE INDEX i ON po (poid)", k_status_db_foreign},
-  };
-  for (const auto& [statements, status] : rows) {
-    fs::create_directories(m_policy);
-    support::sqlite(m_file, statements);
-    Names names;
-    EXPECT_EQ(list(names), status) << statements;
-    fs::remove(m_file);
-  }
-}
-
 TEST_F(SQLitePODBTest, PassesOnEveryColumnOrRefusesTo) {
   create({"plain"});
   support::sqlite(m_file,

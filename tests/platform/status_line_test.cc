@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -29,21 +28,6 @@ void show_where_nothing_can_be_erased() {
   }
 }
 
-// The line is shown in the foreground first, as in a run that is then sent to the background.
-void show_in_background() {
-  StatusLine line;
-  line.show("text");
-  const pid_t background = ::fork();
-  if (background == 0) {
-    ::setpgid(0, 0);
-    line.show("hidden");
-    (void)line.erase();
-    ::_exit(0);
-  }
-  ::waitpid(background, nullptr, 0);
-  ::_exit(0);
-}
-
 void show_on_stopped_terminal() {
   {
     StatusLine line;
@@ -63,7 +47,6 @@ TEST(StatusLine, LeavesNothingBehindAndNeverWaits) {
       {show_two, 8, "\r0123...\033[K\r012\033[K\r\033[K"},
       {show_two, 0, "\r0123456789\033[K\r012\033[K\r\033[K"},
       {show_where_nothing_can_be_erased, 0, "printed\r\nprinted\r\nprinted\r\n"},
-      {show_in_background, 0, "\rtext\033[K"},
       {show_on_stopped_terminal, 0, "\rtext\033[K\r\033[Kprinted\r\n"},
   };
   for (const auto& [body, columns, written] : rows) {

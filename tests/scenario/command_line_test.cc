@@ -9,14 +9,11 @@ TEST(CommandLine, IsRejectedInOneLineOrTheFirstMatchingModeWins) {
   const std::string repair = "--repair_client_name_case ";
   const std::string consistency = "--FORCE_DEDUPE_METADATA_CONSISTENCY ";
   const std::string clean = "The deduplication metadata is clean.\n";
-  const std::string repaired_dry =
-      "The --dry_run option cannot be used with the --repair_client_name_case option";
   const std::string usage = "Usage: mdfixup [OPTION]...\nThis utility";
   // The arguments, what is printed, and the error.
   const std::string rows[][3] = {
       {"--bogus", usage, "unrecognised option '--bogus'"},
       {"--dry", usage, "unrecognised option '--dry'"},
-      {"file", usage, "unexpected argument 'file'"},
       {"--", usage, "unexpected argument '--'"},
       {"--num_threads", usage, "'--num_threads' is missing"},
       {"--num_threads=4x", usage, "('4x') for option '--num_threads'"},
@@ -32,10 +29,9 @@ TEST(CommandLine, IsRejectedInOneLineOrTheFirstMatchingModeWins) {
       {consistency, support::k_start_services + "mdfixup finished successfully.\n", ""},
       {"--dry_run " + consistency, "mdfixup finished successfully.\n", ""},
       {"--force", "", "The --force option requires the --repair_client_name_case option"},
-      {"--dry_run", "", "Unknown options combination"},
       {"--cleanup_case_work_space", "", "Unknown options combination"},
-      {repair + "--dry_run", "", repaired_dry},
-      {repair + consistency + "--dry_run", "", repaired_dry},
+      {repair + consistency + "--dry_run", "",
+       "The --dry_run option cannot be used with the --repair_client_name_case option"},
       {scan + "--tvr_location /no/such", "",
        "The provided Tavrin install location ( /no/such ) does not exist"},
   };
@@ -57,20 +53,17 @@ TEST(CommandLine, ConfigurationFaultsNameFileAndEntry) {
   const std::string registry = scene.storage().registry_file().string();
   const std::string config = (scene.root() / "etc" / "storage.cfg").string();
   const std::string good_registry = support::read_text(registry);
-  const std::string entry = "[StoragePoolAuthority]\nConfigFilePath=";
-  const std::string storage = "[Storage]\nRootDir=" + scene.root().string() + "\n";
-  const std::string no_log_dir = "Failed to locate the <dedupe_storage>/log directory\n\t";
   const std::string rows[][3] = {
-      {entry + "/no/such\n", "", k_aborting + "The file /no/such does not exist.\n"},
-      {entry + "/dev/zero\n", "", k_aborting + "/dev/zero: is no regular file\n"},
+      {"[StoragePoolAuthority]\nConfigFilePath=/dev/zero\n", "",
+       k_aborting + "/dev/zero: is no regular file\n"},
       {good_registry, "[Storage]\nRootDir=\n",
        k_aborting + "Failed to locate the RootDir entry for section Storage in " + config + " .\n"},
       {good_registry, "[Storage]\n; comment\n# another\n\nnonsense\n",
        k_aborting + config + "(5): "},
       {good_registry, "[Storage]\nRootDir=/no/such\n",
        k_aborting + "could not create the lock file /no/such/mdfixup.lock: No such file or "},
-      {good_registry, storage, no_log_dir + "\n"},
-      {good_registry, storage + "LogDir=" + config + "\n", no_log_dir + config + "\n"},
+      {good_registry, "[Storage]\nRootDir=" + scene.root().string(),
+       "Failed to locate the <dedupe_storage>/log directory\n\t\n"},
   };
   for (const auto& [registry_text, config_text, error] : rows) {
     support::write_text(registry, registry_text);
@@ -99,10 +92,8 @@ TEST(CommandLine, RunLogTellsStartModeErrorsSummaryAndEnd) {
   const fs::path file = scene.storage().log_dir() / "mdfixup" / "mdfixup.log";
   EXPECT_EQ(fs::status(file).permissions() & fs::others_all, fs::no_perms);
   const std::string no_file = "is neither a regular file nor a character device";
-  const std::string rows[][2] = {{"mkdir $log", "Is a directory"},
-                                 {"rmdir $log; mkfifo $log", no_file},
-                                 {"exec 9<>$log", no_file},
-                                 {"rm $log; ln -s /dev/null $log", ""}};
+  const std::string rows[][2] = {
+      {"mkfifo $log", no_file}, {"exec 9<>$log", no_file}, {"rm $log; ln -s /dev/null $log", ""}};
   fs::remove(file);
   for (const auto& [script, error] : rows) {
     const Ended ended =
@@ -156,14 +147,12 @@ TEST(CommandLine, LogsThatCannotGrowKeepWhatTheyHaveAndTheRestGoesToStandardErro
   }
 }
 
-TEST(CommandLine, OutputThatCouldNotBePrintedFailsTheRunBehindItsWork) {
+TEST(CommandLine, OutputThatCouldNotBePrintedFailsTheRunUnlessItsReaderIsGone) {
   const Scene scene;
-  scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
-  for (const Words& task : {support::k_scan, support::k_repair}) {
-    expect_end(scene.run_in_shell("\"$@\" > /dev/full", task), 1,
-               "The run ended well, but not all that it reports could be written.\n");
-  }
-  EXPECT_TRUE(starts_with(scene.pos().at(0), "HostA/p|HostA_1"));
+  expect_end(scene.run_in_shell("\"$@\" > /dev/full", support::k_scan), 1,
+             "The run ended well, but not all that it reports could be written.\n");
+  expect_end(scene.run_in_shell("mkfifo pipe; true < pipe & \"$@\" > pipe", support::k_scan), 0,
+             "");
 }
 
 }  // namespace scenario::command_line

@@ -63,17 +63,4 @@ TEST(ConsistencyFailures, HostileNamesStartNoCommand) {
   EXPECT_TRUE(starts_with(calls[1], "-hoursago "));
 }
 
-TEST(ConsistencyFailures, QueriesThatDieAreNoAnswer) {
-  for (const char* name : {"tvdevinfo", "tvlifecycle"}) {
-    const Scene scene;
-    for (const char* end : {"kill -TERM $$", "exit 143", "kill -PIPE $$", "exit 141"}) {
-      scene.script(name, end);
-      // The shell may say "Terminated" first.
-      expect_parts(scene.dry_run().err, {"Aborting with error:  the pipe command did not exit\n"});
-    }
-    scene.script(name, "exit 3");
-    EXPECT_FALSE(contains(scene.dry_run().err, "Aborting")) << "other exit codes say nothing";
-  }
-}
-
 }  // namespace scenario::consistency_failures

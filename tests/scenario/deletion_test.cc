@@ -37,7 +37,7 @@ void add_copy(const std::string& client, const std::string& policy, const std::s
 Model plant(const Scene& scene, std::mt19937& random, bool odd) {
   Model model;
   const Words parts[] = {{"_", "_", "\xe2\x82\xac"},
-                         {"1", "16", "161", "-16", odd ? "016" : "6"},
+                         {"1", "16", "17", "161", "-16", odd ? "016" : "6"},
                          {"_", "_", "6"},
                          {"C", "C", "c"},
                          {"1", "2", "10", "12", "1\xff"},

@@ -31,22 +31,6 @@ TEST(Progress, LineOnTheTerminalLeavesNothingBehind) {
   }
 }
 
-TEST(Progress, FirstSignalsNoticeTakesThePlaceOfTheLine) {
-  if (!support::terminals_are_there()) GTEST_SKIP() << "no pseudo terminals";
-  const PausingScene scene;
-  support::OnTerminal run(scene.command(dry_run("2")), scene.environment());
-  scene.await_pause();
-  run.await(" of 3 directories, ");
-  ::kill(run.pid(), SIGTERM);
-  run.await("ends it at once.");
-  run.await(", stopping");
-  scene.go_on();
-  EXPECT_EQ(run.wait(), 1);
-  EXPECT_EQ(lines_beginning(run.screen(), "Interrupted: ").size(), 1U) << run.screen();
-  expect_parts(run.screen(), {"second signal ends it at once.\nTotal: "});
-  EXPECT_TRUE(ends_with(run.screen(), " s; interrupted\n")) << run.screen();
-}
-
 TEST(Progress, IsToldOnStandardErrorWhenAskedFor) {
   PausedRun run("2");
   run.send_and_await_line(SIGUSR1);

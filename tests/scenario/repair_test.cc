@@ -2,7 +2,6 @@
 
 #include <sched.h>
 
-#include <set>
 #include <thread>
 
 #include "catalog/repair_client_name_case.h"
@@ -200,23 +199,6 @@ TEST(RepairFaults, FirstFailedDirectoryEndsIt) {
     support::sqlite(scene.po_db(client, "p"), "PRAGMA user_version = 2");
   }
   EXPECT_EQ(lines_beginning(scene.repair().err, "ERROR").size(), 1U);
-}
-
-TEST(RepairFaults, PathsTooLongBelowThePoliciesAreReportedOnceAndDoNotStopIt) {
-  const Scene scene;
-  scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
-  // Directories down to where no path reaches, and in each a link with a longer name.
-  scene.sh(
-      "mkdir catalog/2/hosta/q; cd catalog/2/hosta/q; for i in $(seq 25); do "
-      "ln -s /no/such $(printf %0250d); mkdir $(printf %0200d); cd -P 0*0/; done");
-  const Ended ended = scene.repair(4);
-  EXPECT_EQ(ended.exit_status, 0) << ended.err;
-  const Words lines = lines_beginning(ended.err, "ERROR: could not look for symbolic links in ");
-  EXPECT_EQ(std::set<std::string>(lines.begin(), lines.end()).size(), lines.size()) << ended.err;
-  EXPECT_TRUE(lines.size() == 2 || lines.size() == 3) << "a directory and a link\n" << ended.err;
-  scene.sh("rm -rf catalog/2/hosta/q/" + std::string(200, '0'));
-  EXPECT_TRUE(fs::is_empty(scene.storage().policy_dir("hosta", "q"))) << "the links are removed";
-  EXPECT_TRUE(starts_with(scene.pos().at(0), "HostA/p|"));
 }
 
 // A power failure may take away whatever was not stored: the removal of the source's journal, which

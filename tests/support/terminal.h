@@ -39,8 +39,6 @@ class OnTerminal {
   // taken for what they do.
   std::string screen() const;
 
-  pid_t pid() const { return m_pid; }
-
  private:
   bool read_more();
 
