@@ -31,7 +31,9 @@ const std::string k_changing_calls =
 // Whatever else may fail, pipes and children among it. Not close: an injected failure leaves the
 // descriptor open, which the real one does not.
 const std::string k_other_calls =
-    ",openat,read,pread64,lseek,fcntl,getdents64,pipe2,vfork,clone,clone3,wait4";
+    ",openat,read,pread64,lseek,getdents64,pipe2,vfork,clone,clone3,wait4";
+// Locks. SQLite waits ten seconds for the record's where they fail from then on.
+const std::string k_locking_calls = ",fcntl";
 
 // A moment of a run: before the n-th call, counted from 1, of a system call.
 struct Point {
@@ -112,7 +114,8 @@ struct Series {
     if (!at.empty()) return {{at.substr(0, at.find(':')), std::stoul(at.substr(at.find(':') + 1))}};
     std::string calls = m_settings.calls;
     if (calls.empty()) {
-      calls = k_changing_calls + (m_fault.intent == Intent::kill ? "" : k_other_calls);
+      calls = k_changing_calls + (m_fault.intent == Intent::kill ? "" : k_other_calls) +
+              (m_fault.intent == Intent::kill || m_fault.from_then_on ? "" : k_locking_calls);
     }
     std::vector<Point> points = points_of(m_subject, calls);
     if (m_settings.points != 0 && m_settings.points < points.size()) {

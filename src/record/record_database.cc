@@ -54,13 +54,18 @@ std::string repeated(const std::string& text, std::size_t times) {
   return result;
 }
 
-// An empty file that was not there.
+// An empty file that was not there. Where locks cannot be had, SQLite would only say so after ten
+// seconds.
 void make_file(const std::string& path) {
   constexpr mode_t k_mode = 0640;
+  struct flock lock {};
+  lock.l_type = F_WRLCK;
   const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, k_mode);
-  if (descriptor < 0)
-    throw Cr_ErrnoException(errno, "could not make " + path, std::strerror(errno));
-  (void)::close(descriptor);  // nothing was written
+  const bool is_made = descriptor >= 0 && ::fcntl(descriptor, F_SETLK, &lock) == 0;
+  const int error = errno;
+  if (descriptor >= 0) (void)::close(descriptor);  // nothing was written
+  if (descriptor >= 0 && !is_made) (void)::unlink(path.c_str());
+  if (!is_made) throw Cr_ErrnoException(error, "could not make " + path, std::strerror(error));
 }
 
 void put_in_place(const std::string& made, const std::string& file) {

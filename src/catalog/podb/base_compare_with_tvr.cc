@@ -93,7 +93,7 @@ void BaseCompareWithTVR::visit_image_copies_not_in_TV_impl() {
 // What is taken is found even where pages that hold sizes are damaged: the deletion may not need them.
 void BaseCompareWithTVR::find_takings() {
   cr_status_t status = find_takings(true);
-  if (status != k_status_ok) status = find_takings(false);
+  if (status == k_status_db_damaged) status = find_takings(false);
   if (status != k_status_ok) {
     throw Cr_ErrnoException(status, "could not look up what the deletion takes",
                             CRStatusToStringA(status));
