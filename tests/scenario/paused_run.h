@@ -31,14 +31,14 @@ class PausingScene : public Scene {
   std::string later_calls() const { return support::read_text(root() / "calls"); }
 };
 
-inline Words dry_run(const std::string& threads) {
+inline Words dry_run_on(const std::string& threads) {
   return {support::k_dry_run[0], support::k_dry_run[1], "--num_threads", threads};
 }
 
 // Such a run, paused.
 class PausedRun {
  public:
-  explicit PausedRun(const char* threads = "1") : m_child(m_scene.start(dry_run(threads))) {
+  explicit PausedRun(const char* threads = "1") : m_child(m_scene.start(dry_run_on(threads))) {
     m_scene.await_pause();
   }
 

@@ -12,13 +12,13 @@ TEST(Progress, LineOnTheTerminalLeavesNothingBehind) {
     for (const std::string client : {"hosta", "hostb", "hostc"})
       scene.put(client, "p", {client + "_1600000000_C1_F1.img", client + "_1600000001_C1_F1.img"});
     support::write_text(scene.storage().policy_dir("broken", "p") / "po.db", "no database");
-    support::OnTerminal run(scene.command(dry_run(threads)), scene.environment());
+    support::OnTerminal run(scene.command(dry_run_on(threads)), scene.environment());
     scene.await_pause();
     run.await(" of 4 directories, ");
     run.await(" orphan copies");
     scene.go_on();
     EXPECT_EQ(run.wait(), 1);
-    const Ended plain = scene.run(dry_run(threads));
+    const Ended plain = scene.run(dry_run_on(threads));
     for (const char* begin : {"{", "ERROR"}) {
       EXPECT_EQ(lines_beginning(run.screen(), begin),
                 lines_beginning(plain.out + plain.err, begin));
