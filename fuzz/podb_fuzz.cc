@@ -2,6 +2,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include "catalog/findings/scan_findings.h"
 #include "catalog/podb/delete_orphan_pos.h"
 #include "catalog/podb/print_orphan_pos.h"
 #include "catalog/podb/repair_podb.h"
@@ -24,29 +25,43 @@ const std::string k_listing =
     "IMAGE hosta 0 0 13 hosta_1 p 0 *NULL* root Full 0 3 1 64\n"
     "FRAG 1 1 1 0 2 6 1 m 6 0 1 0 0 *NULL* a;b;c;pool;1 0 0 0 *NULL* 7 0 1 0 0 0 1\n";
 
-template <class Visit>
-void visit(const std::string& database, const Visit& action) {
+// What acts on the database is given the log and a directory to count in.
+template <class Action>
+void visit(const std::string& database, const Action& action) {
+  static dct::util::LogFile log("/dev/null");
+  static catalog::RunTotals totals;
   fs::remove_all(k_root / "2");
   sandbox::write_text(k_policy_dir / "po.db", database);
-  (void)fuzz::succeeds(action);
+  record::Directory directory = catalog::directory_of(k_policy_dir);
+  (void)fuzz::succeeds([&] { action(log, totals, directory); });
 }
 
 template <class Visitor>
-void compare(dct::util::LogFile& log) {
+void compare(dct::util::LogFile& log, catalog::RunTotals& totals, record::Directory& directory) {
   fuzz::set_command(k_listing);
-  Visitor visitor(k_policy_dir, log, log, "/", "pool");
+  catalog::ConsistencyFindings findings(log, log, totals, Visitor::effect);
+  Visitor visitor(k_policy_dir, findings, directory, "/", "pool");
   visitor.compare_metadata_impl();
   visitor.visit_image_copies_not_in_TV_impl();
+}
+
+void scan(dct::util::LogFile& log, catalog::RunTotals& totals, record::Directory& directory) {
+  catalog::ScanFindings findings(log, totals);
+  (void)podb::ScanPODB(k_policy_dir, findings, directory).visit_podb_impl();
+}
+
+void repair(dct::util::LogFile& log, catalog::RunTotals& totals, record::Directory& directory) {
+  catalog::RepairFindings findings(log, log, totals);
+  (void)podb::RepairPODB(k_policy_dir, findings, directory).visit_podb_impl();
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static dct::util::LogFile log("/dev/null");
   const std::string database = fuzz::text_of(data, size);
-  visit(database, [] { (void)podb::ScanPODB(k_policy_dir, log).visit_podb_impl(); });
-  visit(database, [] { compare<podb::PrintOrphanPOs>(log); });
-  visit(database, [] { compare<podb::DeleteOrphanPOs>(log); });
-  visit(database, [] { (void)podb::RepairPODB(k_policy_dir, log, log).visit_podb_impl(); });
+  visit(database, scan);
+  visit(database, compare<podb::PrintOrphanPOs>);
+  visit(database, compare<podb::DeleteOrphanPOs>);
+  visit(database, repair);
   return 0;
 }
