@@ -46,6 +46,9 @@ class PODB {
   // Stores `po`, replacing a PO of the same basename.
   virtual cr_status_t put(const PO* po) = 0;
 
+  // Stores `po` where none has its basename; k_status_handled, and nothing is stored, where one has.
+  virtual cr_status_t put_new(const PO* po) = 0;
+
   // Removes the PO of that basename; k_status_db_no_such_po when there is none.
   virtual cr_status_t remove(const std::string& basename) = 0;
 

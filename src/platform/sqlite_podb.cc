@@ -180,19 +180,26 @@ cr_status_t SQLitePODB::get(const std::string& basename, PO& po) {
 }
 
 cr_status_t SQLitePODB::put(const PO* po) {
+  return put(*po, m_put, "INSERT OR REPLACE INTO po VALUES (?, ?, ?, ?, ?)");
+}
+
+cr_status_t SQLitePODB::put_new(const PO* po) {
+  return put(*po, m_put_new, "INSERT OR IGNORE INTO po VALUES (?, ?, ?, ?, ?)");
+}
+
+cr_status_t SQLitePODB::put(const PO& po, std::unique_ptr<SQLite::Statement>& insert,
+                            const char* sql) {
   return guarded([&] {
     const cr_status_t status = check();
     if (status != k_status_ok) return status;
-    const POData& data = po->data();
-    StatementInUse statement(*m_database, m_put,
-                             "INSERT OR REPLACE INTO po VALUES (?, ?, ?, ?, ?)");
+    const POData& data = po.data();
+    StatementInUse statement(*m_database, insert, sql);
     statement->bindNoCopy(1, data.basename);
     statement->bindNoCopy(2, data.poid);
     statement->bind(3, data.size);
     statement->bind(4, data.mtime);
     statement->bindNoCopy(5, data.record.data(), static_cast<int>(data.record.size()));
-    statement->exec();
-    return k_status_ok;
+    return statement->exec() == 0 ? k_status_handled : k_status_ok;
   });
 }
 

@@ -63,6 +63,7 @@ class SQLitePODB : public PODB {
   cr_status_t get_sizes_in(const std::vector<platform::BasenameRange>& ranges, bool with_sizes,
                            const SizeVisitor& visitor);
   cr_status_t put(const PO* po) override;
+  cr_status_t put_new(const PO* po) override;
   cr_status_t remove(const std::string& basename) override;
   cr_status_t do_begin_transaction() override;
   cr_status_t do_commit_transaction() override;
@@ -73,7 +74,7 @@ class SQLitePODB : public PODB {
   // error, and nothing runs then.
   cr_status_t exec_sql(const std::string& sql, const BasenameVisitor* rows);
 
-  // The POs that the last successful exec_sql, put or remove inserted, changed or deleted.
+  // The POs that the last successful exec_sql, put, put_new or remove inserted, changed or deleted.
   std::int64_t changed_rows() const;
 
  private:
@@ -81,6 +82,7 @@ class SQLitePODB : public PODB {
   static cr_status_t guarded(Operation operation);
   cr_status_t in_one_lock_cycle(const std::function<void()>& listing);
   cr_status_t check();
+  cr_status_t put(const PO& po, std::unique_ptr<SQLite::Statement>& insert, const char* sql);
   bool holds_nothing();
 
   const Access m_access;
@@ -90,5 +92,6 @@ class SQLitePODB : public PODB {
   bool m_checked = false;
   std::unique_ptr<SQLite::Statement> m_get;
   std::unique_ptr<SQLite::Statement> m_put;
+  std::unique_ptr<SQLite::Statement> m_put_new;
   std::unique_ptr<SQLite::Statement> m_remove;
 };

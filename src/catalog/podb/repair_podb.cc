@@ -158,16 +158,25 @@ cr_status_t RepairPODB::copy_group(Groups::const_iterator group, SQLitePODB& rea
       (void)write_error(ErrorType::get_from_source, status, policy_path(), *name);  // it stays
       continue;
     }
-    status = found_collision(po, target, *name, target_dir);
+    status = copy_po(po, target, *name, target_dir);
     if (status == k_status_handled) continue;
     if (status != k_status_ok) return status;
-    status = target.put(&po);
-    if (status != k_status_ok) {
-      return write_error(ErrorType::put_to_target, status, target_dir, *name);
-    }
     copied.push_back(name);
   }
   return k_status_ok;
+}
+
+// Most targets have no PO of the name, so that nobody looks before one is there. What failed is not
+// tried again: it may have ended the transaction.
+cr_status_t RepairPODB::copy_po(FilePO& po, SQLitePODB& target, const std::string& basename,
+                                const fs::path& target_dir) {
+  const cr_status_t stored = target.put_new(&po);
+  if (stored == k_status_ok) return k_status_ok;
+  cr_status_t status = found_collision(po, target, basename, target_dir);
+  if (status != k_status_ok) return status;
+  status = stored == k_status_handled ? target.put(&po) : stored;
+  if (status == k_status_ok) return k_status_ok;
+  return write_error(ErrorType::put_to_target, status, target_dir, basename);
 }
 
 cr_status_t RepairPODB::remove_from_source(const ChosenNames& basenames) {
