@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -52,6 +54,18 @@ std::string repeated(const std::string& text, std::size_t times) {
   std::string result;
   for (; times != 0; --times) result += text;
   return result;
+}
+
+constexpr std::size_t k_most_rows = 25;
+
+// The statement that appends as many rows to `moved`.
+const char* insertion_of(std::size_t rows) {
+  static const auto statements = [] {
+    std::array<std::string, k_most_rows + 1> made{"", "INSERT INTO moved VALUES (NULL, ?1, ?2, ?)"};
+    for (std::size_t i = 2; i < made.size(); ++i) made[i] = made[i - 1] + ", (NULL, ?1, ?2, ?)";
+    return made;
+  }();
+  return statements[rows].c_str();
 }
 
 // An empty file that was not there. Where locks cannot be had, SQLite would only say so after ten
@@ -210,17 +224,14 @@ void RecordDatabase::store(Directory& directory, const Orphan& orphan) {
 // Several rows at a time take a third of the time of single ones, and a repair moves most of what it
 // reads.
 void RecordDatabase::store(Directory& directory, const Moved& moved) {
-  constexpr std::size_t k_rows = 25;
-  static const std::string one = "INSERT INTO moved VALUES (NULL, ?1, ?2, ?)";
-  static const std::string several = one + repeated(", (NULL, ?1, ?2, ?)", k_rows - 1);
   store(directory);
   const std::int64_t target = id_of(moved.target_client, directory.policy);
-  for (std::size_t at = 0; at < moved.basenames.size();) {
-    const std::size_t rows = moved.basenames.size() - at < k_rows ? 1 : k_rows;
-    SQLite::Statement& insert =
-        bound(rows == 1 ? one.c_str() : several.c_str(), directory.id, target);
+  for (auto next = moved.basenames.begin(); next != moved.basenames.end();) {
+    const std::size_t left = static_cast<std::size_t>(moved.basenames.end() - next);
+    const std::size_t rows = std::min(left, k_most_rows);
+    SQLite::Statement& insert = bound(insertion_of(rows), directory.id, target);
     for (int index = 1; index <= static_cast<int>(rows); ++index) {
-      insert.bindNoCopy(2 + index, *moved.basenames[at++]);
+      insert.bindNoCopy(2 + index, **next++);
     }
     insert.exec();
     insert.reset();
