@@ -91,7 +91,7 @@ SQLitePODB::~SQLitePODB() {
 }
 
 bool SQLitePODB::holds_nothing() {
-  if (SQLitePODB::do_rollback_transaction() != k_status_ok) return false;
+  if (do_rollback_transaction() != k_status_ok) return false;
   m_database->exec("BEGIN EXCLUSIVE");
   return m_database->execAndGet("SELECT count(*) FROM po").getInt64() == 0;
 }
@@ -138,11 +138,9 @@ cr_status_t SQLitePODB::get_sizes_in(const std::vector<platform::BasenameRange>&
   });
 }
 
-cr_status_t SQLitePODB::get_basenames(std::vector<std::string>& names, const std::string& condition,
-                                      unsigned offset, unsigned limit) {
-  const std::string most = limit == 0 ? "-1" : std::to_string(limit);
-  const std::string sql = "SELECT basename FROM po WHERE " + condition +
-                          " ORDER BY basename LIMIT " + most + " OFFSET " + std::to_string(offset);
+cr_status_t SQLitePODB::get_basenames(std::vector<std::string>& names,
+                                      const std::string& condition) {
+  const std::string sql = "SELECT basename FROM po WHERE " + condition + " ORDER BY basename";
   names.clear();
   const cr_status_t status = in_one_lock_cycle([&] {
     platform::require_one_statement(*m_database, sql);

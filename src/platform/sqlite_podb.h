@@ -4,11 +4,14 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <boost/filesystem/path.hpp>
 
-#include "platform/podb.h"
+#include "platform/status.h"
+
+class PO;
 
 namespace SQLite {
 class Database;
@@ -20,14 +23,18 @@ struct BasenameRange;
 class PODBCreation;
 }  // namespace platform
 
-// The SQLite database `po.db` of one policy directory.
+// The path objects of one policy directory: the SQLite database `po.db`.
 //
 // Threads: one thread at a time; several objects may work side by side.
 // Ownership: owns the open file.
 // Errors: a constructor throws Cr_ErrnoException, naming the file, when the file cannot be opened.
-//   What is wrong inside the file shows as the status of the first operation on it.
-class SQLitePODB : public PODB {
+//   Operations return a status, 0 for success. What is wrong inside the file shows as the status of
+//   the first one.
+class SQLitePODB {
  public:
+  // Takes one basename; the text is valid during the call only.
+  using BasenameVisitor = std::function<void(std::string_view)>;
+
   enum class Access { read_only, read_write };
 
   // Creates nothing: a directory without `po.db` reads as an empty database, into which nothing can
@@ -41,7 +48,7 @@ class SQLitePODB : public PODB {
   SQLitePODB(const boost::filesystem::path& catalog_root,
              const boost::filesystem::path& policy_dir);
 
-  ~SQLitePODB() override;
+  ~SQLitePODB();
 
   // Whether there was a database to open.
   bool is_there() const { return m_database != nullptr; }
@@ -49,12 +56,19 @@ class SQLitePODB : public PODB {
   SQLitePODB(const SQLitePODB&) = delete;
   SQLitePODB& operator=(const SQLitePODB&) = delete;
 
-  cr_status_t get_basenames(const BasenameVisitor& visitor) override;
-  cr_status_t get_basenames_without(std::string_view prefix,
-                                    const BasenameVisitor& visitor) override;
-  cr_status_t get_basenames(std::vector<std::string>& names, const std::string& condition,
-                            unsigned offset, unsigned limit) override;
-  cr_status_t get(const std::string& basename, PO& po) override;
+  // Hands every basename to `visitor`, in byte order, in one pass that holds no list of them: a
+  // directory may have millions. On failure some names may have been handed out already; what was
+  // made of them is not to be used. An exception of the visitor passes through.
+  cr_status_t get_basenames(const BasenameVisitor& visitor);
+
+  // The same for the basenames that do not begin with `prefix`: as cheap as these are few, however
+  // many do. Of the others nothing is read, so that damage among them does not show.
+  cr_status_t get_basenames_without(std::string_view prefix, const BasenameVisitor& visitor);
+
+  // Sets `names` to the basenames for which an SQL condition holds, in byte order. Leaves `names`
+  // empty on failure. The condition is part of the statement; whoever builds it quotes what it is
+  // built from.
+  cr_status_t get_basenames(std::vector<std::string>& names, const std::string& condition);
 
   // Hands the basenames in one range after the other to `visitor`, with the sizes of their POs, or with 0
   // where these are not wanted: the index alone is read then. Names that are no texts are left out. No
@@ -62,12 +76,27 @@ class SQLitePODB : public PODB {
   using SizeVisitor = std::function<void(std::string_view basename, std::uint64_t bytes)>;
   cr_status_t get_sizes_in(const std::vector<platform::BasenameRange>& ranges, bool with_sizes,
                            const SizeVisitor& visitor);
-  cr_status_t put(const PO* po) override;
-  cr_status_t put_new(const PO* po) override;
-  cr_status_t remove(const std::string& basename) override;
-  cr_status_t do_begin_transaction() override;
-  cr_status_t do_commit_transaction() override;
-  cr_status_t do_rollback_transaction() override;
+
+  // Fills `po` with the PO of that basename. k_status_db_no_such_po when there is none;
+  // k_status_malformed when a column holds another type than its own, which a PO cannot carry.
+  cr_status_t get(const std::string& basename, PO& po);
+
+  // Stores `po`, replacing a PO of the same basename.
+  cr_status_t put(const PO* po);
+
+  // Stores `po` where none has its basename; k_status_handled, and nothing is stored, where one has.
+  cr_status_t put_new(const PO* po);
+
+  // Removes the PO of that basename; k_status_db_no_such_po when there is none.
+  cr_status_t remove(const std::string& basename);
+
+  // What happens between begin and commit is stored as one. A database opened for reading only is
+  // seen in one state throughout. A transaction that is neither committed nor rolled back when the
+  // object is destroyed is rolled back; so is one whose commit failed. A roll back where none is
+  // open does nothing.
+  cr_status_t do_begin_transaction();
+  cr_status_t do_commit_transaction();
+  cr_status_t do_rollback_transaction();
 
   // Runs one SQL statement, in a transaction of its own unless one is open, and hands the first
   // column of each row of its result to `rows`, which may be null. Text behind the statement is an

@@ -17,7 +17,7 @@ void bind_end(SQLite::Statement& statement, int index, const std::string& text) 
   }
 }
 
-void step_through(SQLite::Statement& statement, const PODB::BasenameVisitor* rows) {
+void step_through(SQLite::Statement& statement, const SQLitePODB::BasenameVisitor* rows) {
   if (!statement.executeStep()) return;
   const SQLite::Column first = statement.getColumn(0);  // of whatever row the statement is on
   do {
@@ -26,7 +26,7 @@ void step_through(SQLite::Statement& statement, const PODB::BasenameVisitor* row
 }
 
 void step_up_to(std::string_view end, SQLite::Statement& statement,
-                const PODB::BasenameVisitor& rows) {
+                const SQLitePODB::BasenameVisitor& rows) {
   while (statement.executeStep()) {
     const SQLite::Column first = statement.getColumn(0);
     if (!first.isText() || text_of(first) >= end) return;

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/podb.h"
+#include "platform/sqlite_podb.h"
 
 namespace SQLite {
 class Column;
@@ -20,10 +20,10 @@ void bind_end(SQLite::Statement& statement, int index, const std::string& text);
 
 // Runs a statement to its end and hands on the first column of each row; `rows` may be null.
 // Errors: SQLite::Exception.
-void step_through(SQLite::Statement& statement, const PODB::BasenameVisitor* rows);
+void step_through(SQLite::Statement& statement, const SQLitePODB::BasenameVisitor* rows);
 
 // The same for a statement whose rows come in byte order, as long as they are texts before `end`.
 void step_up_to(std::string_view end, SQLite::Statement& statement,
-                const PODB::BasenameVisitor& rows);
+                const SQLitePODB::BasenameVisitor& rows);
 
 }  // namespace platform

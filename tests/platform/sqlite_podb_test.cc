@@ -94,7 +94,7 @@ TEST_F(SQLitePODBTest, RunsExactlyOneStatement) {
   SQLitePODB database("/", m_policy.string(), SQLitePODB::Access::read_write);
   const std::string remove = "DELETE FROM po WHERE basename = 'a'";
   Names names;
-  EXPECT_NE(database.get_basenames(names, "1; " + remove, 0, 0), 0);
+  EXPECT_NE(database.get_basenames(names, "1; " + remove), 0);
   for (const std::string& more : {std::string("; x"), std::string(";--"), std::string("\0", 1)})
     EXPECT_NE(database.exec_sql(remove + more, nullptr), 0) << more;
   EXPECT_EQ(database.exec_sql(remove + ";\n", nullptr), 0);

@@ -26,19 +26,19 @@ std::string condition_for_other_names(const std::string& client) {
 }
 
 // Nothing was committed, and what is still open is rolled back with its database, whatever this says.
-void roll_back(PODB& database) {
+void roll_back(SQLitePODB& database) {
   (void)database.do_rollback_transaction();
 }
 
 class RolledBackAtEnd {
  public:
-  explicit RolledBackAtEnd(PODB& database) : m_database(database) {}
+  explicit RolledBackAtEnd(SQLitePODB& database) : m_database(database) {}
   ~RolledBackAtEnd() { roll_back(m_database); }
   RolledBackAtEnd(const RolledBackAtEnd&) = delete;
   RolledBackAtEnd& operator=(const RolledBackAtEnd&) = delete;
 
  private:
-  PODB& m_database;
+  SQLitePODB& m_database;
 };
 
 }  // namespace
@@ -70,9 +70,9 @@ int RepairPODB::visit_podb_impl() {
 // all texts, so the second listing does not read those.
 cr_status_t RepairPODB::list(Names& names, Names& no_texts) const {
   const std::string others = condition_for_other_names(client());
-  cr_status_t status = podb().get_basenames(names, others, 0, 0);
+  cr_status_t status = podb().get_basenames(names, others);
   if (status != k_status_ok || names.empty()) return status;
-  status = podb().get_basenames(no_texts, others + " AND basename >= x''", 0, 0);
+  status = podb().get_basenames(no_texts, others + " AND basename >= x''");
   names.resize(names.size() - std::min(names.size(), no_texts.size()));
   return status;
 }
