@@ -37,7 +37,7 @@ void add_options(const Texts& arguments, Concerns& concerns) {
 }
 
 bool changes_storage(const RunFile& file) {
-  return file.run.task == Task::repair || file.run.task == Task::deletion;
+  return file.run.task == Task::repair || file.is_deletion();
 }
 
 // A run of the same task that did nothing, and one that changed what this one saw, even if it was
@@ -68,12 +68,11 @@ void add_shares(const record::DirCounts& counts, Concerns& concerns) {
                             "clock right?",
                         "warnings"});
   }
-  const double share =
-      static_cast<double>(counts.orphan_copies) / static_cast<double>(counts.copies);
+  const double share = share_of(counts.orphan_copies, counts.copies);
   if (counts.copies != 0 && counts.orphan_copies == counts.copies) {
     concerns.push_back(
         {"Not one copy was found in the backup catalog: is it the right disk pool?"});
-  } else if (counts.copies != 0 && share >= k_worrying) {
+  } else if (share >= k_worrying) {
     concerns.push_back({percent(share) + " of all copies are orphans: " +
                             with_commas(counts.orphan_copies) + " of " + all,
                         "orphans"});
@@ -91,14 +90,14 @@ void add_run(const RunFile& file, const std::vector<RunFile>& all, Concerns& con
   if (file.warnings == 0) return;
   std::string text = counted(file.warnings, "warning", "warnings");
   if (file.run.counts.future_copies == 0) {
-    text += (file.warnings == 1 ? ": " : ", the first: ") + file.first_warning;
+    text += (file.warnings == 1 ? ": " : ", the first: ") + file.first_warning();
   }
   concerns.push_back({text, "warnings"});
 }
 
 // What is worth a concern as soon as there is one of it.
 void add_findings(const RunFile& file, const Contents& contents, Concerns& concerns) {
-  const bool gone = file.run.task == Task::deletion;
+  const bool gone = file.is_deletion();
   const std::uint64_t failed = contents.failed_dirs;
   const struct {
     std::uint64_t count;
@@ -107,7 +106,7 @@ void add_findings(const RunFile& file, const Contents& contents, Concerns& conce
     const char* text;
     const char* about;
   } rows[] = {
-      {contents.orphans.losing_everything, "directory", "directories",
+      {contents.losing_everything, "directory", "directories",
        gone ? " lost every copy" : " would lose every copy", "orphans"},
       {contents.listed.other_copies_pos, "PO", "POs",
        gone ? " of other copies went with the orphans"

@@ -13,17 +13,23 @@ using Json = nlohmann::ordered_json;
 constexpr int k_version = 2;
 
 Json json_of(const Value& value) {
-  if (const auto* text = std::get_if<std::string>(&value)) return valid_utf8(*text);
-  if (const auto* texts = std::get_if<Texts>(&value)) {
-    Json list = Json::array();
-    for (const std::string& text : *texts) list.push_back(valid_utf8(text));
-    return list;
-  }
-  return std::visit([](const auto& other) { return Json(other); }, value);
+  return std::visit([](const auto& any) { return Json(any); }, value);
 }
 
 void set(Json& object, const char* key, const Value& value) {
   if (*key != '\0') object[key] = json_of(value);
+}
+
+// JSON has no bytes that are no UTF-8.
+void make_valid(Json& json) {
+  if (json.is_string()) json = valid_utf8(json.get_ref<const std::string&>());
+  if (!json.is_structured()) return;
+  for (Json& part : json) make_valid(part);
+}
+
+std::string text_of(Json json) {
+  make_valid(json);
+  return json.dump();
 }
 
 Json json_of(const Timeline& timeline) {
@@ -43,7 +49,7 @@ void write_rows(const Table& table, const char* separator, std::ostream& out) {
         for (std::size_t i = 0; i < table.columns.size(); ++i) {
           set(object, table.columns[i].key, row.cells[i]);
         }
-        out << separator << object.dump() << "\n";
+        out << separator << text_of(std::move(object)) << "\n";
         if (*separator != '\0') separator = ",";
       },
       -1);
@@ -56,18 +62,16 @@ void write(const Table& table, std::ostream& out) {
 }
 
 // An object that more members follow.
-void open(const Json& object, std::ostream& out) {
-  std::string text = object.dump();
+void open(Json object, std::ostream& out) {
+  std::string text = text_of(std::move(object));
   text.pop_back();
   out << text;
 }
 
 void write(const Section& section, std::ostream& out) {
   Json head{{"run", Json::object()}, {"concerns", Json::array()}, {"listed", Json::object()}};
-  for (const auto& [column, value] : section.facts) set(head["run"], column.key, value);
-  for (const Concern& concern : section.concerns) {
-    head["concerns"].push_back(valid_utf8(concern.text));
-  }
+  for (const Fact& fact : section.facts) set(head["run"], fact.column.key, fact.value);
+  for (const Concern& concern : section.concerns) head["concerns"].push_back(concern.text);
   for (const Figure& figure : section.figures) set(head["listed"], figure.key, figure.number);
   for (const Table& table : section.tables) {
     const bool has_times = !table.timeline.empty() || table.timeline.beyond() != 0;
@@ -86,8 +90,7 @@ void write_json(const Report& report, std::ostream& out) {
             {"whole", report.faults.empty()},
             {"unreadable", Json::array()}};
   for (const Fault& fault : report.faults) {
-    head["unreadable"].push_back(
-        {{"path", valid_utf8(fault.path)}, {"fault", valid_utf8(fault.text)}});
+    head["unreadable"].push_back({{"path", fault.path}, {"fault", fault.text}});
   }
   open(head, out);
   write(report.runs, out);

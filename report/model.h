@@ -54,27 +54,39 @@ using RowVisitor = std::function<void(const Row&)>;
 
 struct Table {
   const char* key = "";
-  std::string caption;
-  std::string note;
-  std::string when_empty;  // without it, an empty table is not shown
+  const char* caption = "";
   std::vector<Column> columns;
   std::uint64_t count = 0;  // of all rows
   // Visits the first `most` rows; -1 stands for all. Errors: Cr_ErrnoException, as of a RunReader.
   std::function<void(const RowVisitor&, std::int64_t most)> rows;
-  Timeline timeline;  // of what the rows count, if that has times
+  const char* when_empty = "";  // without it, an empty table is not shown
+  const char* note = "";
+  Timeline timeline = {};  // of what the rows count, if that has times
 };
+
+// A list as the rows of a table.
+template <class List, class RowOf>
+auto rows_of(List list, RowOf row_of) {
+  return [=](const RowVisitor& visit, std::int64_t most) {
+    for (const auto& item : list) {
+      if (most-- == 0) return;
+      visit(row_of(item));
+    }
+  };
+}
 
 // A value with its heading.
 struct Fact {
   Column column;
   Value value;
+  bool in_table = false;  // of all runs
 };
 
 // A number that stands out.
 struct Figure {
   const char* key = "";
   Value number;
-  std::string label;
+  const char* label = "";
   std::string of = {};  // what it is a part of, if anything
   bool is_alarming = false;
 };
@@ -82,7 +94,7 @@ struct Figure {
 // Something that an operator has to look at before acting on what a run says.
 struct Concern {
   std::string text;
-  const char* about = "";  // the key of the table that says more; the facts when empty
+  const char* about = "facts";  // or the key of the table that says more
 };
 
 // One run in detail.

@@ -1,6 +1,7 @@
 #include "report/report.h"
 
 #include <algorithm>
+#include <functional>
 #include <set>
 #include <utility>
 
@@ -14,10 +15,6 @@ namespace {
 
 using record::Task;
 
-bool is_consistency(const RunFile* run) {
-  return run->run.task == Task::dry_run || run->run.task == Task::deletion;
-}
-
 // Those in detail, dry runs and deletions first.
 std::vector<const RunFile*> in_detail(const std::vector<RunFile>& runs) {
   const bool any_named =
@@ -29,7 +26,7 @@ std::vector<const RunFile*> in_detail(const std::vector<RunFile>& runs) {
                            known.emplace(run.dir, run.run.task).second;
     if (run.was_named || is_newest) chosen.push_back(&run);
   }
-  std::stable_partition(chosen.begin(), chosen.end(), is_consistency);
+  std::stable_partition(chosen.begin(), chosen.end(), std::mem_fn(&RunFile::lists_orphans));
   return chosen;
 }
 
@@ -46,7 +43,7 @@ Report make_report(const Request& request) {
     try {
       if (request.scope == Scope::all) {
         report.sections.push_back(section_of(*run, runs, request.most_rows));
-      } else if (is_consistency(run)) {
+      } else if (run->lists_orphans()) {
         report.images.push_back(images_of(*run));
       }
     } catch (const std::exception& error) {

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,6 +12,7 @@
 namespace report {
 
 constexpr std::int64_t k_second_nanoseconds = 1000000000;
+constexpr std::uint64_t k_most_messages = 10;
 
 // A run as a whole, as its record has it.
 struct RunFile {
@@ -23,8 +24,7 @@ struct RunFile {
   std::uint64_t bytes = 0;  // of the file and its write-ahead log
   std::uint64_t warnings = 0;
   std::uint64_t errors = 0;
-  Texts messages;  // the first errors and warnings
-  std::string first_warning;
+  Texts messages;  // the first errors and the first warnings
   // It did nothing: it was refused, or failed before its first directory.
   bool was_refused = false;
 
@@ -32,6 +32,11 @@ struct RunFile {
   bool ended_well() const {
     return run.end.ending == record::Ending::orderly && run.end.exit_status == 0;
   }
+  const std::string& first_warning() const {
+    return messages.at(std::min(errors, k_most_messages));
+  }
+  bool is_deletion() const { return run.task == record::Task::deletion; }
+  bool lists_orphans() const { return is_deletion() || run.task == record::Task::dry_run; }
 };
 
 // Whether records have a row for each one that is counted.

@@ -85,7 +85,7 @@ void show_bars(std::ostream& out, const Timeline& timeline) {
 
 void show(std::ostream& out, const Table& table, std::int64_t most) {
   if (table.count == 0) {
-    if (!table.when_empty.empty()) out << "\n  " << table.when_empty << "\n";
+    if (*table.when_empty != '\0') out << "\n  " << table.when_empty << "\n";
     return;
   }
   out << "\n  " << table.caption << " (" << with_commas(table.count) << "):\n";
@@ -109,8 +109,8 @@ void show(std::ostream& out, const Section& section) {
   }
   for (const Fact& fact : section.facts) {
     if (!is_told(fact)) continue;
-    const auto& [column, value] = fact;
-    out << "  " << std::left << std::setw(20) << column.label << shown(value, column.kind) << "\n";
+    out << "  " << std::left << std::setw(20) << fact.column.label
+        << shown(fact.value, fact.column.kind) << "\n";
   }
   for (const Figure& figure : section.figures) {
     out << "  " << shown(figure.number, Kind::number) << " " << figure.label

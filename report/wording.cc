@@ -78,6 +78,10 @@ std::string local_time(std::int64_t time) {
   return formatted(time, "%Y-%m-%d %H:%M:%S", ::localtime_r);
 }
 
+double share_of(std::uint64_t part, std::uint64_t all) {
+  return all == 0 ? 0 : static_cast<double>(part) / static_cast<double>(all);
+}
+
 std::string percent(double share) {
   constexpr double k_hundred = 100;
   constexpr double k_least = 0.1;

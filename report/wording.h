@@ -28,6 +28,9 @@ std::string utc(std::int64_t time);
 // "2021-09-18 21:20:07", in the time zone of this process.
 std::string local_time(std::int64_t time);
 
+// From 0 to 1; 0 of nothing.
+double share_of(std::uint64_t part, std::uint64_t all);
+
 // "12.5 %"; rounded so that only all is "100 %" and only none is "0 %".
 std::string percent(double share);
 

@@ -25,8 +25,7 @@ void write_note(const std::string& text, std::ostream& out) {
 
 std::string notes(const Texts& texts) {
   if (texts.empty()) return "none";
-  std::string result = "<details><summary>" + std::to_string(texts.size()) +
-                       (texts.size() == 1 ? " message" : " messages") +
+  std::string result = "<details><summary>" + counted(texts.size(), "message", "messages") +
                        "</summary><ul class=\"log\">\n";
   for (const std::string& text : texts) result += "<li><code>" + html(text) + "</code></li>\n";
   return result + "</ul></details>";
@@ -39,13 +38,14 @@ std::string bar(double share) {
 }
 
 // What a number is sorted by; nothing for one that is not known.
-struct SortValue {
-  template <class T>
-  std::string operator()(const T& value) const {
-    if constexpr (std::is_arithmetic_v<T>) return std::to_string(value);
-    return "";
-  }
-};
+std::string sort_value(const Value& value) {
+  return std::visit(
+      [](const auto& any) -> std::string {
+        if constexpr (std::is_arithmetic_v<std::decay_t<decltype(any)>>) return std::to_string(any);
+        return "";
+      },
+      value);
+}
 
 void write_head(const Table& table, std::ostream& out) {
   constexpr std::ptrdiff_t k_few_columns = 3;  // need not fill the width of the page
@@ -70,8 +70,7 @@ void write_row(const Table& table, const Row& row, std::ostream& out) {
     if (column.label.empty()) continue;
     // On a narrow screen a row becomes a card, whose lines need the names of the columns.
     out << "<td data-label=\"" << html(column.label) << "\"" << class_of(column.kind);
-    if (is_number(column.kind))
-      out << " data-v=\"" << std::visit(SortValue(), row.cells[i]) << "\"";
+    if (is_number(column.kind)) out << " data-v=\"" << sort_value(row.cells[i]) << "\"";
     out << ">" << cell(row.cells[i], column.kind) << std::exchange(tag, "") << "</td>";
   }
   out << "</tr>\n";
