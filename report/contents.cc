@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <tuple>
 
-#include "report/wording.h"
-
 namespace report {
 
 namespace {
@@ -37,10 +35,6 @@ void sort(std::vector<const Group*>& groups, RankOf rank_of) {
 }
 
 }  // namespace
-
-double Group::share() const {
-  return std::min(1.0, share_of(orphans.count, dir_copies));
-}
 
 Contents::Contents(RunReader& reader, record::Task task) {
   using Line = RunReader::Row;

@@ -1,12 +1,15 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "record/run_reader.h"
 #include "report/timeline.h"
+#include "report/wording.h"
 
 namespace report {
 
@@ -33,7 +36,8 @@ struct Group {
 
   bool has_share() const { return dir_copies != 0; }
   bool loses_everything() const { return has_share() && orphans.count >= dir_copies; }
-  double share() const;  // of the copies there, from 0 to 1
+  // Of the copies there, from 0 to 1.
+  double share() const { return std::min(1.0, share_of(orphans.count, dir_copies)); }
 };
 
 // The orphans of a record, or its missing copies.
@@ -65,5 +69,7 @@ struct Contents {
  private:
   void sum_up();  // of the groups
 };
+
+using SharedContents = std::shared_ptr<const Contents>;
 
 }  // namespace report

@@ -1,4 +1,4 @@
-#include <nlohmann/json.hpp>
+#include <utility>
 
 #include "report/escape.h"
 #include "report/views.h"
@@ -7,18 +7,10 @@ namespace report {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
+using Json = Value;
 
 // Raised when a field goes or changes its meaning; new fields may come without.
 constexpr int k_version = 2;
-
-Json json_of(const Value& value) {
-  return std::visit([](const auto& any) { return Json(any); }, value);
-}
-
-void set(Json& object, const char* key, const Value& value) {
-  if (*key != '\0') object[key] = json_of(value);
-}
 
 // JSON has no bytes that are no UTF-8.
 void make_valid(Json& json) {
@@ -41,18 +33,21 @@ Json json_of(const Timeline& timeline) {
   return {{"bars", bars}, {"copies_without_a_time", timeline.beyond()}};
 }
 
+void set(Json& object, const Column& column, const Value& value) {
+  if (*column.key != '\0') object[column.key] = value;
+}
+
 // Rows are written one by one: a table may be larger than memory.
 void write_rows(const Table& table, const char* separator, std::ostream& out) {
-  table.rows(
-      [&](const Row& row) {
-        Json object;
-        for (std::size_t i = 0; i < table.columns.size(); ++i) {
-          set(object, table.columns[i].key, row.cells[i]);
-        }
-        out << separator << text_of(std::move(object)) << "\n";
-        if (*separator != '\0') separator = ",";
-      },
-      -1);
+  const auto write = [&](const Row& row) {
+    Json object;
+    for (std::size_t i = 0; i < table.columns.size(); ++i) {
+      set(object, table.columns[i], row.cells[i]);
+    }
+    out << separator << text_of(std::move(object)) << "\n";
+    if (*separator != '\0') separator = ",";
+  };
+  table.rows(write, -1);
 }
 
 void write(const Table& table, std::ostream& out) {
@@ -70,9 +65,9 @@ void open(Json object, std::ostream& out) {
 
 void write(const Section& section, std::ostream& out) {
   Json head{{"run", Json::object()}, {"concerns", Json::array()}, {"listed", Json::object()}};
-  for (const Fact& fact : section.facts) set(head["run"], fact.column.key, fact.value);
+  for (const Fact& fact : section.facts) set(head["run"], fact.column, fact.value);
   for (const Concern& concern : section.concerns) head["concerns"].push_back(concern.text);
-  for (const Figure& figure : section.figures) set(head["listed"], figure.key, figure.number);
+  for (const Figure& figure : section.figures) head["listed"][figure.key] = figure.number;
   for (const Table& table : section.tables) {
     const bool has_times = !table.timeline.empty() || table.timeline.beyond() != 0;
     if (has_times) head[std::string(table.key) + "_timeline"] = json_of(table.timeline);
@@ -85,6 +80,8 @@ void write(const Section& section, std::ostream& out) {
 }  // namespace
 
 void write_json(const Report& report, std::ostream& out) {
+  for (const Table& table : report.images) write_rows(table, "", out);
+  if (report.scope == Scope::images) return;
   Json head{{"schema", "mdfixup-report"},
             {"version", k_version},
             {"whole", report.faults.empty()},
@@ -94,21 +91,16 @@ void write_json(const Report& report, std::ostream& out) {
   }
   open(head, out);
   write(report.runs, out);
-  if (!report.only_runs) {
+  if (report.scope == Scope::all) {
     out << ",\n\"details\": [";
     const char* separator = "\n";
     for (const Section& section : report.sections) {
-      out << separator;
+      out << std::exchange(separator, ",\n");
       write(section, out);
-      separator = ",\n";
     }
     out << "]";
   }
   out << "}\n";
-}
-
-void write_json_images(const Report& report, std::ostream& out) {
-  for (const Table& table : report.images) write_rows(table, "", out);
 }
 
 }  // namespace report

@@ -3,8 +3,9 @@
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <variant>
 #include <vector>
+
+#include <nlohmann/json.hpp>
 
 #include "report/timeline.h"
 
@@ -14,20 +15,19 @@ namespace report {
 
 using Texts = std::vector<std::string>;
 
-// nullptr stands for what no record tells.
-using Value =
-    std::variant<std::nullptr_t, bool, std::int64_t, std::uint64_t, double, std::string, Texts>;
+// Null stands for what no record tells; an array is one of texts.
+using Value = nlohmann::ordered_json;
 
 template <class Number>
 Value known(bool is_known, Number number) {
-  return is_known ? Value(number) : Value(nullptr);
+  return is_known ? Value(number) : Value();
 }
 
 enum class Kind {
   name,      // may hold anything
   verbatim,  // the same, such as a path or a basename
-  words,     // Texts: arguments
-  notes,     // Texts: messages, which have no room in a text
+  words,     // an array: arguments
+  notes,     // the same: messages, which have no room in a text
   word,      // our own, of ASCII
   number,
   time,  // seconds since the epoch
@@ -42,12 +42,10 @@ struct Column {
   bool summed = false;  // a filter says the sum of the rows that it leaves
 };
 
-enum class Mark { none, bad, all };
-
 struct Row {
   std::vector<Value> cells;  // one for each column
-  Mark mark = Mark::none;
-  std::string tag = {};  // what the mark says
+  const char* mark = "";     // or "bad", or "all": something is wrong, or all would go
+  std::string tag = {};      // what the mark says
 };
 
 using RowVisitor = std::function<void(const Row&)>;
@@ -107,6 +105,9 @@ struct Section {
   std::vector<Table> tables;
 };
 
+// What is asked for: runs in detail as well, the table of runs alone, or the orphans alone.
+enum class Scope { all, runs, images };
+
 // A record that could not be read.
 struct Fault {
   std::string path;
@@ -114,9 +115,9 @@ struct Fault {
 };
 
 struct Report {
+  Scope scope = Scope::all;
   std::vector<Fault> faults;
-  Table runs;  // newest first
-  bool only_runs = false;
+  Table runs;                           // newest first
   std::uint64_t other_runs_failed = 0;  // of those that have no section
   std::uint64_t other_runs_warned = 0;
   std::vector<Section> sections;

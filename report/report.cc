@@ -7,7 +7,6 @@
 
 #include "report/run_file.h"
 #include "report/sections.h"
-#include "report/tables.h"
 
 namespace report {
 
@@ -34,8 +33,8 @@ std::vector<const RunFile*> in_detail(const std::vector<RunFile>& runs) {
 
 Report make_report(const Request& request) {
   Report report;
-  report.only_runs = request.scope == Scope::runs;
-  const std::vector<RunFile> runs = find_runs(request.words, request.configured, report.faults);
+  report.scope = request.scope;
+  const std::vector<RunFile> runs = find_runs(request.words, report.faults);
   report.runs = table_of(runs);
   std::vector<const RunFile*> chosen;
   if (request.scope != Scope::runs) chosen = in_detail(runs);

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <map>
 #include <set>
+#include <stdexcept>
 #include <tuple>
 
 #include <boost/filesystem/operations.hpp>
 
+#include "cr/config.h"
 #include "record/names.h"
 #include "report/wording.h"
 
@@ -64,6 +66,13 @@ std::string runs_dir(const fs::path& dir) {
   return (error ? runs : path).string();
 }
 
+std::string configured_log_dir() {
+  const auto config = cr::Config::init_from_ksregistry(cr::registry_file(), cr::k_registry_key);
+  std::string dir = cr::get_log_dir(config).string();
+  if (dir.empty()) throw std::runtime_error("name a log directory, or records");
+  return dir;
+}
+
 using Files = std::map<std::string, bool>;  // whether each was named
 
 // Adds the records in a directory. Notes which of the ids are found.
@@ -83,8 +92,7 @@ void list(const std::string& dir, std::map<std::string, bool>& ids, Files& files
 }
 
 // Where the words lead, before anything is read.
-Files files_of(const Texts& words, const std::function<std::string()>& configured,
-               std::vector<Fault>& faults) {
+Files files_of(const Texts& words, std::vector<Fault>& faults) {
   Files named;
   std::map<std::string, bool> ids;  // whether each was found
   std::set<std::string> dirs;
@@ -102,7 +110,7 @@ Files files_of(const Texts& words, const std::function<std::string()>& configure
       named[((error ? file.parent_path() : parent) / file.filename()).string()] = true;
     }
   }
-  if (words.empty() || (dirs.empty() && !ids.empty())) dirs.insert(runs_dir(configured()));
+  if (words.empty() || (dirs.empty() && !ids.empty())) dirs.insert(runs_dir(configured_log_dir()));
   dirs.merge(beside);
   for (const std::string& dir : dirs) list(dir, ids, named, faults);
   for (const auto& [id, was_found] : ids) {
@@ -136,7 +144,7 @@ std::string ending_of(const RunFile& file) {
 std::string title_of(const RunFile& file) {
   std::string task = name_of(file.run.task);
   task[0] = static_cast<char>(std::toupper(task[0]));
-  return task + " of " + local_time(start_of(file.run));
+  return task + " of " + local_time(file.start());
 }
 
 std::string outcome_of(const RunFile& file) {
@@ -156,10 +164,6 @@ std::string messages(Severity severity) {
          "' ORDER BY text LIKE '/%' OR text LIKE '% in /%', id";
 }
 
-std::int64_t start_of(const record::Run& run) {
-  return run.start_nanoseconds / k_second_nanoseconds;
-}
-
 Fault fault_of(const std::string& file, const std::exception& error) {
   std::string text = error.what();
   const std::size_t at = text.find(file + ": ");
@@ -167,10 +171,9 @@ Fault fault_of(const std::string& file, const std::exception& error) {
   return {file, "could not be read: " + text};
 }
 
-std::vector<RunFile> find_runs(const Texts& words, const std::function<std::string()>& configured,
-                               std::vector<Fault>& faults) {
+std::vector<RunFile> find_runs(const Texts& words, std::vector<Fault>& faults) {
   std::vector<RunFile> runs;
-  for (const auto& [file, was_named] : files_of(words, configured, faults)) {
+  for (const auto& [file, was_named] : files_of(words, faults)) {
     try {
       runs.push_back(read(file));
       runs.back().was_named = was_named;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -28,6 +27,7 @@ struct RunFile {
   // It did nothing: it was refused, or failed before its first directory.
   bool was_refused = false;
 
+  std::int64_t start() const { return run.start_nanoseconds / k_second_nanoseconds; }
   bool has_end() const { return run.end.ending != record::Ending::none; }
   bool ended_well() const {
     return run.end.ending == record::Ending::orderly && run.end.exit_status == 0;
@@ -55,16 +55,12 @@ std::string outcome_of(const RunFile& file);
 // there may be one for each directory.
 std::string messages(record::Severity severity);
 
-// The start of the run, in seconds.
-std::int64_t start_of(const record::Run& run);
-
 // Finds the records that the words mean, newest first: a word is a log directory (or a folder of records
 // in one), a record or the id of a run. An id is looked up in the directories among the words, or in the
-// one that `configured` returns, which also stands for no word. The other records beside a named one are
-// read as well: they may tell that it is out of date.
-// Errors: those of `configured`. What could not be read is added to `faults`.
-std::vector<RunFile> find_runs(const Texts& words, const std::function<std::string()>& configured,
-                               std::vector<Fault>& faults);
+// log directory of the storage's configuration, which also stands for no word. The other records beside a
+// named one are read as well: they may tell that it is out of date.
+// Errors: those of the configuration. What could not be read is added to `faults`.
+std::vector<RunFile> find_runs(const Texts& words, std::vector<Fault>& faults);
 
 // What went wrong with the record `file`, for a line that names it already.
 Fault fault_of(const std::string& file, const std::exception& error);

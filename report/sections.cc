@@ -1,11 +1,8 @@
 #include "report/sections.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "record/names.h"
-#include "report/concerns.h"
-#include "report/tables.h"
 #include "report/wording.h"
 
 namespace report {
@@ -25,8 +22,8 @@ std::vector<Fact> facts_of(const RunFile& file) {
   std::vector<Fact> facts{
       {{"id", "Run", Kind::word}, file.id, true},
       {{"task"}, record::name_of(record::k_task_names, run.task)},
-      {{"start", "Start", Kind::word}, local_time(start_of(run)), true},
-      {{"start_time"}, start_of(run)},
+      {{"start", "Start", Kind::word}, local_time(file.start()), true},
+      {{"start_time"}, file.start()},
       {{"end_time"}, known(ended, end)},
       {{"seconds", "Seconds", Kind::number}, known(ended, seconds)},
       {{"", "Task", Kind::word}, name_of(run.task), true},
@@ -120,7 +117,7 @@ std::string subject_of(Task task) {
 Table table_of(const std::vector<RunFile>& runs) {
   const auto row_of = [](const RunFile& file) {
     Row row;
-    if (!file.ended_well()) row.mark = Mark::bad;
+    if (!file.ended_well()) row.mark = "bad";
     for (Fact& fact : facts_of(file)) row.cells.push_back(std::move(fact.value));
     return row;
   };

@@ -1,4 +1,4 @@
-#include "report/tables.h"
+#include "report/sections.h"
 
 #include "report/wording.h"
 
@@ -59,7 +59,7 @@ Table orphans_of(const SharedContents& contents, bool gone) {
              known(is_known, group->dir_pos), known(is_known, is_known ? group->share() : 0),
              known(is_known, all), group->orphans.oldest, group->orphans.newest, group->pos,
              group->bytes, group->other_copies_pos, group->kept}};
-    if (all) row.mark = Mark::all;
+    if (all) row.mark = "all";
     if (all) row.tag = gone ? "lost everything" : "would lose everything";
     if (group->other_copies_pos != 0) row.tag += all ? ", other copies too" : "other copies too";
     return row;
@@ -90,7 +90,7 @@ Table missing_of(const SharedContents& contents) {
   const auto row_of = [keep = contents](const Group* group) {
     return Row{{group->client, group->policy, group->missing.count, group->missing.oldest,
                 group->missing.newest, group->dir_failed},
-               group->dir_failed ? Mark::bad : Mark::none,
+               group->dir_failed ? "bad" : "",
                group->dir_failed ? "directory failed: not compared" : ""};
   };
   return {"missing",

@@ -119,9 +119,24 @@ void show(std::ostream& out, const Section& section) {
   for (const Table& table : section.tables) show(out, table, k_most_text_rows);
 }
 
+// A line for each row, for programs.
+void write_images(const Table& table, std::ostream& out) {
+  const auto write = [&](const Row& row) {
+    const char* separator = "";
+    for (std::size_t i = 0; i < table.columns.size(); ++i) {
+      if (table.columns[i].label.empty()) continue;
+      out << std::exchange(separator, "\t") << shown(row.cells[i], table.columns[i].kind);
+    }
+    out << "\n";
+  };
+  table.rows(write, -1);
+}
+
 }  // namespace
 
 void write_text(const Report& report, std::ostream& out) {
+  for (const Table& table : report.images) write_images(table, out);
+  if (report.scope == Scope::images) return;
   if (!report.faults.empty()) {
     heading(out, "NOT ALL COULD BE READ");
     for (const Fault& fault : report.faults) {
@@ -129,23 +144,8 @@ void write_text(const Report& report, std::ostream& out) {
     }
   }
   heading(out, "Runs");
-  show(out, report.runs, report.only_runs ? -1 : k_most_text_rows);
+  show(out, report.runs, report.scope == Scope::runs ? -1 : k_most_text_rows);
   for (const Section& section : report.sections) show(out, section);
-}
-
-void write_images(const Report& report, std::ostream& out) {
-  for (const Table& table : report.images) {
-    table.rows(
-        [&](const Row& row) {
-          const char* separator = "";
-          for (std::size_t i = 0; i < table.columns.size(); ++i) {
-            if (table.columns[i].label.empty()) continue;
-            out << std::exchange(separator, "\t") << shown(row.cells[i], table.columns[i].kind);
-          }
-          out << "\n";
-        },
-        -1);
-  }
 }
 
 }  // namespace report

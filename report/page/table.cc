@@ -1,11 +1,9 @@
-#include "report/page/table.h"
+#include "report/page/parts.h"
 
 #include <algorithm>
-#include <type_traits>
 #include <utility>
 
 #include "report/escape.h"
-#include "report/page/timeline_drawing.h"
 #include "report/views.h"
 #include "report/wording.h"
 
@@ -23,12 +21,19 @@ void write_note(const std::string& text, std::ostream& out) {
   if (!text.empty()) out << "<p class=\"note\">" << html(text) << "</p>\n";
 }
 
-std::string notes(const Texts& texts) {
+std::string notes(const Value& texts) {
   if (texts.empty()) return "none";
   std::string result = "<details><summary>" + counted(texts.size(), "message", "messages") +
                        "</summary><ul class=\"log\">\n";
-  for (const std::string& text : texts) result += "<li><code>" + html(text) + "</code></li>\n";
+  for (const std::string text : texts) result += "<li><code>" + html(text) + "</code></li>\n";
   return result + "</ul></details>";
+}
+
+// Each is cut at the end of a line only if it fills one.
+std::string words(const Value& texts) {
+  std::string result = "<code>";
+  for (const std::string text : texts) result += "<span>" + html(text) + "</span> ";
+  return result + "</code>";
 }
 
 std::string bar(double share) {
@@ -39,12 +44,8 @@ std::string bar(double share) {
 
 // What a number is sorted by; nothing for one that is not known.
 std::string sort_value(const Value& value) {
-  return std::visit(
-      [](const auto& any) -> std::string {
-        if constexpr (std::is_arithmetic_v<std::decay_t<decltype(any)>>) return std::to_string(any);
-        return "";
-      },
-      value);
+  if (value.is_null()) return "";
+  return value.is_number_float() ? std::to_string(value.get<double>()) : value.dump();
 }
 
 void write_head(const Table& table, std::ostream& out) {
@@ -62,8 +63,7 @@ void write_head(const Table& table, std::ostream& out) {
 }
 
 void write_row(const Table& table, const Row& row, std::ostream& out) {
-  constexpr const char* k_marks[] = {"", " class=\"bad\"", " class=\"all\""};
-  out << "<tr" << k_marks[static_cast<int>(row.mark)] << ">";
+  out << "<tr" << (*row.mark == '\0' ? "" : std::string(" class=\"") + row.mark + "\"") << ">";
   std::string tag = row.tag.empty() ? "" : " <strong class=\"tag\">" + html(row.tag) + "</strong>";
   for (std::size_t i = 0; i < table.columns.size(); ++i) {
     const Column& column = table.columns[i];
@@ -79,18 +79,13 @@ void write_row(const Table& table, const Row& row, std::ostream& out) {
 }  // namespace
 
 std::string cell(const Value& value, Kind kind) {
-  if (const auto* texts = std::get_if<Texts>(&value)) {
-    if (kind == Kind::notes) return notes(*texts);
-    std::string words = "<code>";
-    // Each is cut at the end of a line only if it fills one.
-    for (const std::string& word : *texts) words += "<span>" + html(word) + "</span> ";
-    return words + "</code>";
+  if (kind == Kind::notes) return notes(value);
+  if (kind == Kind::words) return words(value);
+  if (value.is_string()) {
+    const std::string text = html(value.get_ref<const std::string&>());
+    return kind == Kind::verbatim ? "<code>" + text + "</code>" : text;
   }
-  if (const auto* text = std::get_if<std::string>(&value)) {
-    return kind == Kind::verbatim ? "<code>" + html(*text) + "</code>" : html(*text);
-  }
-  const auto* const number = std::get_if<double>(&value);
-  return kind == Kind::share && number != nullptr ? bar(*number) : shown(value, kind);
+  return kind == Kind::share && !value.is_null() ? bar(value) : shown(value, kind);
 }
 
 void write_table(const Table& table, const std::string& id, std::ostream& out) {

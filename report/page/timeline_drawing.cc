@@ -1,4 +1,4 @@
-#include "report/page/timeline_drawing.h"
+#include "report/page/parts.h"
 
 #include <algorithm>
 #include <vector>
