@@ -14,7 +14,7 @@ constexpr int k_version = 2;
 
 // JSON has no bytes that are no UTF-8.
 void make_valid(Json& json) {
-  if (json.is_string()) json = valid_utf8(json.get_ref<const std::string&>());
+  if (auto* const text = json.get_ptr<std::string*>()) *text = valid_utf8(*text);
   if (!json.is_structured()) return;
   for (Json& part : json) make_valid(part);
 }
@@ -33,18 +33,18 @@ Json json_of(const Timeline& timeline) {
   return {{"bars", bars}, {"copies_without_a_time", timeline.beyond()}};
 }
 
-void set(Json& object, const Column& column, const Value& value) {
-  if (*column.key != '\0') object[column.key] = value;
+Json object_of(const std::vector<Fact>& facts) {
+  Json object;
+  for (const Fact& fact : facts) {
+    if (*fact.column.key != '\0') object[fact.column.key] = fact.value;
+  }
+  return object;
 }
 
 // Rows are written one by one: a table may be larger than memory.
 void write_rows(const Table& table, const char* separator, std::ostream& out) {
   const auto write = [&](const Row& row) {
-    Json object;
-    for (std::size_t i = 0; i < table.columns.size(); ++i) {
-      set(object, table.columns[i], row.cells[i]);
-    }
-    out << separator << text_of(std::move(object)) << "\n";
+    out << separator << text_of(object_of(row.facts)) << "\n";
     if (*separator != '\0') separator = ",";
   };
   table.rows(write, -1);
@@ -64,8 +64,8 @@ void open(Json object, std::ostream& out) {
 }
 
 void write(const Section& section, std::ostream& out) {
-  Json head{{"run", Json::object()}, {"concerns", Json::array()}, {"listed", Json::object()}};
-  for (const Fact& fact : section.facts) set(head["run"], fact.column, fact.value);
+  Json head{
+      {"run", object_of(section.facts)}, {"concerns", Json::array()}, {"listed", Json::object()}};
   for (const Concern& concern : section.concerns) head["concerns"].push_back(concern.text);
   for (const Figure& figure : section.figures) head["listed"][figure.key] = figure.number;
   for (const Table& table : section.tables) {

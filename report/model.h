@@ -37,15 +37,24 @@ enum class Kind {
 // Without a key it does not stand in JSON, without a label it stands there alone.
 struct Column {
   const char* key = "";
-  std::string label = {};
+  const char* label = "";
   Kind kind = Kind::name;
   bool summed = false;  // a filter says the sum of the rows that it leaves
+
+  bool is_shown() const { return *label != '\0'; }
+};
+
+// A value with its heading.
+struct Fact {
+  Column column;
+  Value value;
+  bool in_table = false;  // of all runs
 };
 
 struct Row {
-  std::vector<Value> cells;  // one for each column
-  const char* mark = "";     // or "bad", or "all": something is wrong, or all would go
-  std::string tag = {};      // what the mark says
+  std::vector<Fact> facts;  // of the same columns in each row of a table
+  const char* mark = "";    // or "bad", or "all": something is wrong, or all would go
+  std::string tag = {};     // what the mark says
 };
 
 using RowVisitor = std::function<void(const Row&)>;
@@ -53,7 +62,6 @@ using RowVisitor = std::function<void(const Row&)>;
 struct Table {
   const char* key = "";
   const char* caption = "";
-  std::vector<Column> columns;
   std::uint64_t count = 0;  // of all rows
   // Visits the first `most` rows; -1 stands for all. Errors: Cr_ErrnoException, as of a RunReader.
   std::function<void(const RowVisitor&, std::int64_t most)> rows;
@@ -72,13 +80,6 @@ auto rows_of(List list, RowOf row_of) {
     }
   };
 }
-
-// A value with its heading.
-struct Fact {
-  Column column;
-  Value value;
-  bool in_table = false;  // of all runs
-};
 
 // A number that stands out.
 struct Figure {

@@ -116,18 +116,13 @@ std::string subject_of(Task task) {
 
 Table table_of(const std::vector<RunFile>& runs) {
   const auto row_of = [](const RunFile& file) {
-    Row row;
-    if (!file.ended_well()) row.mark = "bad";
-    for (Fact& fact : facts_of(file)) row.cells.push_back(std::move(fact.value));
+    Row row{facts_of(file), file.ended_well() ? "" : "bad"};
+    for (Fact& fact : row.facts) {
+      if (!fact.in_table) fact.column.label = "";
+    }
     return row;
   };
-  std::vector<Column> columns;
-  for (Fact& fact : facts_of(RunFile())) {
-    if (!fact.in_table) fact.column.label.clear();
-    columns.push_back(std::move(fact.column));
-  }
-  return {"runs", "Runs, newest first; times are local", columns, runs.size(),
-          rows_of(runs, row_of)};
+  return {"runs", "Runs, newest first; times are local", runs.size(), rows_of(runs, row_of)};
 }
 
 Section section_of(const RunFile& file, const std::vector<RunFile>& all, std::int64_t most) {

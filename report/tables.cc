@@ -35,13 +35,13 @@ Table query(const RunFile& file, RunReader& counter, const char* key, const char
     const auto take = [&](const RunReader::Row& row) {
       Row shown;
       for (const Column& column : columns) {
-        shown.cells.push_back(cell(row, shown.cells.size(), column.kind));
+        shown.facts.push_back({column, cell(row, shown.facts.size(), column.kind)});
       }
       visit(shown);
     };
     RunReader(name).rows(sql, take, most);
   };
-  return {key, caption, columns, counter.count("(SELECT 1 FROM " + from + ")"), rows};
+  return {key, caption, counter.count("(SELECT 1 FROM " + from + ")"), rows};
 }
 
 // What stands behind a table whose rows have the number of a directory.
@@ -55,59 +55,56 @@ Table orphans_of(const SharedContents& contents, bool gone) {
   const auto row_of = [gone, keep = contents](const Group* group) {
     const bool is_known = group->has_share();
     const bool all = group->loses_everything();
-    Row row{{group->client, group->policy, group->orphans.count, known(is_known, group->dir_copies),
-             known(is_known, group->dir_pos), known(is_known, is_known ? group->share() : 0),
-             known(is_known, all), group->orphans.oldest, group->orphans.newest, group->pos,
-             group->bytes, group->other_copies_pos, group->kept}};
+    Row row{
+        {{k_client, group->client},
+         {k_policy, group->policy},
+         {{"copies", "Orphan copies", Kind::number, true}, group->orphans.count},
+         {{"dir_copies", "Copies there", Kind::number, true}, known(is_known, group->dir_copies)},
+         {{"dir_pos"}, known(is_known, group->dir_pos)},
+         {{"share", "Share", Kind::share}, known(is_known, is_known ? group->share() : 0)},
+         {{"loses_everything"}, known(is_known, all)},
+         {k_oldest, group->orphans.oldest},
+         {k_newest, group->orphans.newest},
+         {k_pos, group->pos},
+         {{"bytes", "Bytes", Kind::number, true}, group->bytes},
+         {{"other_copies_pos", "Of other copies", Kind::number, true}, group->other_copies_pos},
+         {{"kept_copies", gone ? "Not deleted" : "", Kind::number, true}, group->kept}}};
     if (all) row.mark = "all";
     if (all) row.tag = gone ? "lost everything" : "would lose everything";
     if (group->other_copies_pos != 0) row.tag += all ? ", other copies too" : "other copies too";
     return row;
   };
+  const Images& orphans = contents->orphans;
   return {"orphans",
           "Orphan copies",
-          {k_client,
-           k_policy,
-           {"copies", "Orphan copies", Kind::number, true},
-           {"dir_copies", "Copies there", Kind::number, true},
-           {"dir_pos"},
-           {"share", "Share", Kind::share},
-           {"loses_everything"},
-           k_oldest,
-           k_newest,
-           k_pos,
-           {"bytes", "Bytes", Kind::number, true},
-           {"other_copies_pos", "Of other copies", Kind::number, true},
-           {"kept_copies", gone ? "Not deleted" : "", Kind::number, true}},
-          contents->orphans.groups.size(),
-          rows_of(contents->orphans.groups, row_of),
+          orphans.groups.size(),
+          rows_of(orphans.groups, row_of),
           "None: the record lists no orphan copy.",
           "",
-          contents->orphans.timeline};
+          orphans.timeline};
 }
 
 Table missing_of(const SharedContents& contents) {
   const auto row_of = [keep = contents](const Group* group) {
-    return Row{{group->client, group->policy, group->missing.count, group->missing.oldest,
-                group->missing.newest, group->dir_failed},
+    return Row{{{k_client, group->client},
+                {k_policy, group->policy},
+                {{"copies", "Missing copies", Kind::number, true}, group->missing.count},
+                {k_oldest, group->missing.oldest},
+                {k_newest, group->missing.newest},
+                {{"dir_failed"}, group->dir_failed}},
                group->dir_failed ? "bad" : "",
                group->dir_failed ? "directory failed: not compared" : ""};
   };
+  const Images& missing = contents->missing;
   return {"missing",
           "Missing copies",
-          {k_client,
-           k_policy,
-           {"copies", "Missing copies", Kind::number, true},
-           k_oldest,
-           k_newest,
-           {"dir_failed"}},
-          contents->missing.groups.size(),
-          rows_of(contents->missing.groups, row_of),
+          missing.groups.size(),
+          rows_of(missing.groups, row_of),
           "None: the record lists no missing copy.",
           "Copies that the backup catalog lists and the metadata lacks. A deletion does not touch "
           "them. All images of a failed directory are among them, and copies whose POs carry "
           "another spelling of the client's name.",
-          contents->missing.timeline};
+          missing.timeline};
 }
 
 std::vector<Table> scan_tables(const RunFile& file, RunReader& reader) {
@@ -198,29 +195,23 @@ Table images_of(const RunFile& file) {
     const char* const undeleted = file.is_deletion() ? "not deleted" : "would go";
     const auto take = [&](const RunReader::Row& row) {
       const std::int64_t time = row.number(1);
-      visit({{row.text(0) + "_" + std::to_string(time), row.text(0), utc(time), time, row.number(2),
-              row.number(3), row.number(4), row.text(5), row.number(6) != 0 ? "deleted" : undeleted,
-              file.id}});
+      visit({{{{"image", "Image"}, row.text(0) + "_" + std::to_string(time)},
+              {{"client"}, row.text(0)},
+              {{"time", "Time, UTC", Kind::word}, utc(time)},
+              {{"backup_time"}, time},
+              {{"copy_number", "Copy", Kind::word}, row.number(2)},
+              {{"pos", "POs", Kind::word}, row.number(3)},
+              {{"bytes", "Bytes", Kind::word}, row.number(4)},
+              {{"policy", "Policy"}, row.text(5)},
+              {{"state", "State", Kind::word}, row.number(6) != 0 ? "deleted" : undeleted},
+              {{"run", "Run", Kind::word}, file.id}}});
     };
     RunReader(file.file).rows(
         "SELECT client, backup_time, copy, o.pos, bytes, policy, deleted FROM orphan o" +
             k_with_names,
         take, most);
   };
-  return {"images",
-          "Orphan copies",
-          {{"image", "Image"},
-           {"client"},
-           {"time", "Time, UTC", Kind::word},
-           {"backup_time"},
-           {"copy_number", "Copy", Kind::word},
-           {"pos", "POs", Kind::word},
-           {"bytes", "Bytes", Kind::word},
-           {"policy", "Policy"},
-           {"state", "State", Kind::word},
-           {"run", "Run", Kind::word}},
-          0,
-          rows};
+  return {"images", "Orphan copies", 0, rows};
 }
 
 }  // namespace report

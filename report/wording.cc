@@ -85,7 +85,7 @@ std::string shown(const Value& value, Kind kind) {
 }
 
 bool is_told(const Fact& fact) {
-  return !fact.column.label.empty() && fact.column.kind != Kind::notes && !fact.value.empty() &&
+  return fact.column.is_shown() && fact.column.kind != Kind::notes && !fact.value.empty() &&
          fact.value != "";
 }
 

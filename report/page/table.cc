@@ -48,30 +48,29 @@ std::string sort_value(const Value& value) {
   return value.is_number_float() ? std::to_string(value.get<double>()) : value.dump();
 }
 
-void write_head(const Table& table, std::ostream& out) {
+void write_head(const Table& table, const Row& row, std::ostream& out) {
   constexpr std::ptrdiff_t k_few_columns = 3;  // need not fill the width of the page
-  const auto columns = std::count_if(table.columns.begin(), table.columns.end(),
-                                     [](const Column& column) { return !column.label.empty(); });
+  const auto columns = std::count_if(row.facts.begin(), row.facts.end(),
+                                     [](const Fact& fact) { return fact.column.is_shown(); });
   out << "<div class=\"wide\"><table" << (columns > k_few_columns ? " class=\"full\"" : "")
       << "><caption>" << html(table.caption) << "</caption>\n<thead><tr>";
-  for (const Column& column : table.columns) {
-    if (column.label.empty()) continue;
+  for (const auto& [column, value, in_table] : row.facts) {
+    if (!column.is_shown()) continue;
     out << "<th scope=\"col\"" << class_of(column.kind) << (column.summed ? " data-sum" : "") << ">"
         << html(column.label) << "</th>";
   }
   out << "</tr></thead>\n<tbody>\n";
 }
 
-void write_row(const Table& table, const Row& row, std::ostream& out) {
+void write_row(const Row& row, std::ostream& out) {
   out << "<tr" << (*row.mark == '\0' ? "" : std::string(" class=\"") + row.mark + "\"") << ">";
   std::string tag = row.tag.empty() ? "" : " <strong class=\"tag\">" + html(row.tag) + "</strong>";
-  for (std::size_t i = 0; i < table.columns.size(); ++i) {
-    const Column& column = table.columns[i];
-    if (column.label.empty()) continue;
+  for (const auto& [column, value, in_table] : row.facts) {
+    if (!column.is_shown()) continue;
     // On a narrow screen a row becomes a card, whose lines need the names of the columns.
     out << "<td data-label=\"" << html(column.label) << "\"" << class_of(column.kind);
-    if (is_number(column.kind)) out << " data-v=\"" << sort_value(row.cells[i]) << "\"";
-    out << ">" << cell(row.cells[i], column.kind) << std::exchange(tag, "") << "</td>";
+    if (is_number(column.kind)) out << " data-v=\"" << sort_value(value) << "\"";
+    out << ">" << cell(value, column.kind) << std::exchange(tag, "") << "</td>";
   }
   out << "</tr>\n";
 }
@@ -99,8 +98,12 @@ void write_table(const Table& table, const std::string& id, std::ostream& out) {
                    " more are too many for a page: mdfixup-report --json has all of them.",
                out);
   }
-  write_head(table, out);
-  table.rows([&](const Row& row) { write_row(table, row, out); }, k_most_page_rows);
+  bool is_first = true;
+  const auto write = [&](const Row& row) {
+    if (std::exchange(is_first, false)) write_head(table, row, out);
+    write_row(row, out);
+  };
+  table.rows(write, k_most_page_rows);
   out << "</tbody></table></div>\n";
 }
 
