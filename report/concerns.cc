@@ -37,10 +37,6 @@ void add_options(const Texts& arguments, Concerns& concerns) {
       "those count as orphans");
 }
 
-bool changes_storage(const RunFile& file) {
-  return file.run.task == Task::repair || file.is_deletion();
-}
-
 // A run of the same task that did nothing, and one that changed what this one saw, even if it was
 // killed or still goes on.
 void add_later_runs(const RunFile& file, const std::vector<RunFile>& all, Concerns& concerns) {
@@ -49,7 +45,7 @@ void add_later_runs(const RunFile& file, const std::vector<RunFile>& all, Concer
   for (int most = 3; later != all.begin() && most != 0;) {
     --later;
     const bool is_refused = later->was_refused && later->run.task == file.run.task;
-    const bool changed = !later->was_refused && changes_storage(*later) && !changes_storage(file);
+    const bool changed = !later->was_refused && later->changes_storage() && !file.changes_storage();
     if (later->dir != file.dir || (!is_refused && !changed)) continue;
     --most;
     add(concerns, is_refused,

@@ -35,6 +35,7 @@ struct RunFile {
   const std::string& first_warning() const {
     return messages.at(std::min(errors, k_most_messages));
   }
+  bool changes_storage() const { return run.task == record::Task::repair || is_deletion(); }
   bool is_deletion() const { return run.task == record::Task::deletion; }
   bool lists_orphans() const { return is_deletion() || run.task == record::Task::dry_run; }
 };
