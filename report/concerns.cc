@@ -23,18 +23,18 @@ std::optional<std::string> option(const Texts& arguments, const std::string& nam
 }
 
 // Adds what `holds`.
-void add(Concerns& concerns, bool holds, const std::string& text, const char* about = "facts") {
+void add_if(Concerns& concerns, bool holds, const std::string& text, const char* about = "facts") {
   if (holds) concerns.push_back({text, about});
 }
 
 void add_options(const Texts& arguments, Concerns& concerns) {
   const auto horizon = option(arguments, "--catalog_backup_time");
-  add(concerns, horizon && horizon->find_first_not_of('0') != std::string::npos,
-      "--catalog_backup_time is not 0: images older than that were not listed, and count as "
-      "orphans though the backup catalog may have them");
-  add(concerns, option(arguments, "--FORCE_CONSISTENCY_ALL_IMAGE").has_value(),
-      "--FORCE_CONSISTENCY_ALL_IMAGE: nobody looked for images that wait to be imported, and "
-      "those count as orphans");
+  add_if(concerns, horizon && horizon->find_first_not_of('0') != std::string::npos,
+         "--catalog_backup_time is not 0: images older than that were not listed, and count as "
+         "orphans though the backup catalog may have them");
+  add_if(concerns, option(arguments, "--FORCE_CONSISTENCY_ALL_IMAGE").has_value(),
+         "--FORCE_CONSISTENCY_ALL_IMAGE: nobody looked for images that wait to be imported, and "
+         "those count as orphans");
 }
 
 // A run of the same task that did nothing, and one that changed what this one saw, even if it was
@@ -48,9 +48,9 @@ void add_later_runs(const RunFile& file, const std::vector<RunFile>& all, Concer
     const bool changed = !later->was_refused && later->changes_storage() && !file.changes_storage();
     if (later->dir != file.dir || (!is_refused && !changed)) continue;
     --most;
-    add(concerns, is_refused,
-        "A later one was refused or aborted: " + title_of(*later) + ", " + outcome_of(*later));
-    add(concerns, changed, "This is how it was before a later run: " + title_of(*later));
+    add_if(concerns, is_refused,
+           "A later one was refused or aborted: " + title_of(*later) + ", " + outcome_of(*later));
+    add_if(concerns, changed, "This is how it was before a later run: " + title_of(*later));
   }
 }
 
@@ -60,29 +60,30 @@ void add_shares(const record::DirCounts& counts, Concerns& concerns) {
   const std::string of_all = " of " + with_commas(counts.copies);
   const double share = share_of(counts.orphan_copies, counts.copies);
   const bool are_all = counts.copies != 0 && counts.orphan_copies == counts.copies;
-  add(concerns, counts.future_copies != 0,
-      with_commas(counts.future_copies) + of_all +
-          " copies are newer than the host's clock by more than a day: is the clock right?",
-      "warnings");
-  add(concerns, are_all,
-      "Not one copy was found in the backup catalog: is it the right disk pool?");
-  add(concerns, !are_all && share >= k_worrying,
+  add_if(concerns, counts.future_copies != 0,
+         with_commas(counts.future_copies) + of_all +
+             " copies are newer than the host's clock by more than a day: is the clock right?",
+         "warnings");
+  add_if(concerns, are_all,
+         "Not one copy was found in the backup catalog: is it the right disk pool?");
+  add_if(
+      concerns, !are_all && share >= k_worrying,
       percent(share) + " of all copies are orphans: " + with_commas(counts.orphan_copies) + of_all,
       "orphans");
 }
 
 void add_run(const RunFile& file, const std::vector<RunFile>& all, Concerns& concerns) {
-  add(concerns, !file.ended_well(), "Ending: " + ending_of(file));
-  add(concerns, !file.run.catalog_aside.empty(),
-      "The catalog lies aside, at " + file.run.catalog_aside +
-          ": start no service before it has its name back, and run the repair again");
+  add_if(concerns, !file.ended_well(), "Ending: " + ending_of(file));
+  add_if(concerns, !file.run.catalog_aside.empty(),
+         "The catalog lies aside, at " + file.run.catalog_aside +
+             ": start no service before it has its name back, and run the repair again");
   add_later_runs(file, all, concerns);
   if (file.warnings == 0) return;
   std::string text = counted(file.warnings, "warning", "warnings");
   if (file.run.counts.future_copies == 0) {
     text += (file.warnings == 1 ? ": " : ", the first: ") + file.first_warning();
   }
-  add(concerns, true, text, "warnings");
+  add_if(concerns, true, text, "warnings");
 }
 
 // What is worth a concern as soon as there is one of it.
@@ -119,7 +120,7 @@ void add_findings(const RunFile& file, const Contents& contents, Concerns& conce
        "names_left_out"},
   };
   for (const auto& row : rows) {
-    add(concerns, row.count != 0, counted(row.count, row.one, row.many) + row.text, row.about);
+    add_if(concerns, row.count != 0, counted(row.count, row.one, row.many) + row.text, row.about);
   }
 }
 
@@ -130,9 +131,9 @@ void add_counts(const RunFile& file, const Contents& contents, Concerns& concern
   for (const record::Count& count : record::k_counts) {
     const std::uint64_t run = file.run.counts.*count.value;
     const std::uint64_t listed = contents.listed.*count.value;
-    add(concerns, run != listed && is_listed(count) && contents.kept_copies == 0,
-        "The run counted " + counted(run, count.one, count.many) + ", its record lists " +
-            with_commas(listed));
+    add_if(concerns, run != listed && is_listed(count) && contents.kept_copies == 0,
+           "The run counted " + counted(run, count.one, count.many) + ", its record lists " +
+               with_commas(listed));
   }
 }
 

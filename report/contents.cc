@@ -16,7 +16,7 @@ void add(std::int64_t backup_time, Copies& copies, Timeline& timeline) {
   timeline.add(backup_time);
 }
 
-// Those that lose everything, or else the greatest share, come first; then those of which it is not known.
+// Those that lose everything come first, then the greatest shares, then those whose share is not known.
 auto rank_of_orphans(const Group& group) {
   constexpr double k_unknown = -1;
   return std::make_tuple(!group.loses_everything(),

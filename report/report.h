@@ -15,7 +15,7 @@ struct Request {
 
 // Reads the records: of all runs what the table of runs says and, in detail, those that were named, or
 // else of each directory the newest run of each task.
-// Errors: those of the configuration, where the words do not lead to records. A record that cannot be read is a fault of the report.
+// Errors: as of find_runs. A record that cannot be read is a fault of the report.
 Report make_report(const Request& request);
 
 }  // namespace report

@@ -23,7 +23,7 @@ struct RunFile {
   std::uint64_t bytes = 0;  // of the file and its write-ahead log
   std::uint64_t warnings = 0;
   std::uint64_t errors = 0;
-  Texts messages;  // the first errors and the first warnings
+  Texts messages;  // the first errors and then the first warnings, at most k_most_messages of each
   // It did nothing: it was refused, or failed before its first directory.
   bool was_refused = false;
 
@@ -32,6 +32,7 @@ struct RunFile {
   bool ended_well() const {
     return run.end.ending == record::Ending::orderly && run.end.exit_status == 0;
   }
+  // If there is one.
   const std::string& first_warning() const {
     return messages.at(std::min(errors, k_most_messages));
   }

@@ -43,7 +43,7 @@ Line laid_out(const Row& row) {
   return cells;
 }
 
-void write_rows(std::ostream& out, const std::vector<Row>& rows) {
+void write_lines(std::ostream& out, const std::vector<Row>& rows) {
   Row head{rows.front().facts};
   for (Fact& fact : head.facts) fact.value = fact.column.label;
   std::vector<Line> lines{laid_out(head)};
@@ -77,7 +77,7 @@ void show_bars(std::ostream& out, const Timeline& timeline) {
                      {{"", "Copies", Kind::number}, bar.count},
                      {{"", " "}, std::string(std::max(least, length), '#')}}});
   }
-  if (!rows.empty()) write_rows(out, rows);
+  if (!rows.empty()) write_lines(out, rows);
   if (timeline.beyond() != 0) {
     out << "  " << counted(timeline.beyond(), "copy has", "copies have")
         << " a time that can be none of a backup\n";
@@ -92,7 +92,7 @@ void show(std::ostream& out, const Table& table, std::int64_t most) {
   out << "\n  " << table.caption << " (" << with_commas(table.count) << "):\n";
   std::vector<Row> rows;
   table.rows([&](const Row& row) { rows.push_back(row); }, most);
-  write_rows(out, rows);
+  write_lines(out, rows);
   if (table.count > rows.size()) {
     out << "  ... and " << with_commas(table.count - rows.size()) << " more; --json shows all\n";
   }

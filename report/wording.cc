@@ -14,8 +14,8 @@ namespace report {
 
 namespace {
 
-// An argument that is empty or holds blanks stands in quotes.
-std::string quoted(const std::string& word) {
+// In quotes if it is empty or holds blanks.
+std::string in_quotes(const std::string& word) {
   const bool is_word = !word.empty() && word.find(' ') == std::string::npos;
   return is_word ? printable(word) : '"' + printable(word) + '"';
 }
@@ -80,13 +80,14 @@ std::string shown(const Value& value, Kind kind) {
   if (value.is_number_unsigned()) return with_commas(value);
   if (!value.is_array()) return value.dump();
   Texts words;
-  for (const auto& word : value) words.push_back(quoted(word));
+  for (const auto& word : value) words.push_back(in_quotes(word));
   return boost::join(words, " ");
 }
 
 bool is_told(const Fact& fact) {
-  return fact.column.is_shown() && fact.column.kind != Kind::notes && !fact.value.empty() &&
-         fact.value != "";
+  const Column& column = fact.column;
+  return column.is_shown() && column.kind != Kind::notes && !fact.value.is_null() &&
+         !shown(fact.value, column.kind).empty();
 }
 
 }  // namespace report

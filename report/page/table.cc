@@ -54,7 +54,8 @@ void write_head(const Table& table, const Row& row, std::ostream& out) {
                                      [](const Fact& fact) { return fact.column.is_shown(); });
   out << "<div class=\"wide\"><table" << (columns > k_few_columns ? " class=\"full\"" : "")
       << "><caption>" << html(table.caption) << "</caption>\n<thead><tr>";
-  for (const auto& [column, value, in_table] : row.facts) {
+  for (const Fact& fact : row.facts) {
+    const Column& column = fact.column;
     if (!column.is_shown()) continue;
     out << "<th scope=\"col\"" << class_of(column.kind) << (column.summed ? " data-sum" : "") << ">"
         << html(column.label) << "</th>";
@@ -65,12 +66,13 @@ void write_head(const Table& table, const Row& row, std::ostream& out) {
 void write_row(const Row& row, std::ostream& out) {
   out << "<tr" << (*row.mark == '\0' ? "" : std::string(" class=\"") + row.mark + "\"") << ">";
   std::string tag = row.tag.empty() ? "" : " <strong class=\"tag\">" + html(row.tag) + "</strong>";
-  for (const auto& [column, value, in_table] : row.facts) {
+  for (const Fact& fact : row.facts) {
+    const Column& column = fact.column;
     if (!column.is_shown()) continue;
     // On a narrow screen a row becomes a card, whose lines need the names of the columns.
     out << "<td data-label=\"" << html(column.label) << "\"" << class_of(column.kind);
-    if (is_number(column.kind)) out << " data-v=\"" << sort_value(value) << "\"";
-    out << ">" << cell(value, column.kind) << std::exchange(tag, "") << "</td>";
+    if (is_number(column.kind)) out << " data-v=\"" << sort_value(fact.value) << "\"";
+    out << ">" << cell(fact.value, column.kind) << std::exchange(tag, "") << "</td>";
   }
   out << "</tr>\n";
 }
