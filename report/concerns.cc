@@ -9,7 +9,6 @@ namespace report {
 
 namespace {
 
-using record::Task;
 using Concerns = std::vector<Concern>;
 
 // The value of an option, the last one given; none when it was not given.
