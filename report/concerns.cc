@@ -1,4 +1,4 @@
-#include "report/concerns.h"
+#include "report/sections.h"
 
 #include <algorithm>
 #include <optional>
@@ -9,7 +9,6 @@ namespace report {
 
 namespace {
 
-using record::Task;
 using Concerns = std::vector<Concern>;
 
 // The value of an option, the last one given; none when it was not given.
@@ -22,83 +21,73 @@ std::optional<std::string> option(const Texts& arguments, const std::string& nam
   return value;
 }
 
-void add_options(const Texts& arguments, Concerns& concerns) {
-  const auto horizon = option(arguments, "--catalog_backup_time");
-  if (horizon && horizon->find_first_not_of('0') != std::string::npos) {
-    concerns.push_back(
-        {"--catalog_backup_time is not 0: images older than that were not listed, and count as "
-         "orphans though the backup catalog may have them"});
-  }
-  if (option(arguments, "--FORCE_CONSISTENCY_ALL_IMAGE")) {
-    concerns.push_back(
-        {"--FORCE_CONSISTENCY_ALL_IMAGE: nobody looked for images that wait to be imported, and "
-         "those count as orphans"});
-  }
+// Adds what `holds`.
+void add_if(Concerns& concerns, bool holds, const std::string& text, const char* about = "facts") {
+  if (holds) concerns.push_back({text, about});
 }
 
-bool changes_storage(const RunFile& file) {
-  return file.run.task == Task::repair || file.run.task == Task::deletion;
+void add_options(const Texts& arguments, Concerns& concerns) {
+  const auto horizon = option(arguments, "--catalog_backup_time");
+  add_if(concerns, horizon && horizon->find_first_not_of('0') != std::string::npos,
+         "--catalog_backup_time is not 0: images older than that were not listed, and count as "
+         "orphans though the backup catalog may have them");
+  add_if(concerns, option(arguments, "--FORCE_CONSISTENCY_ALL_IMAGE").has_value(),
+         "--FORCE_CONSISTENCY_ALL_IMAGE: nobody looked for images that wait to be imported, and "
+         "those count as orphans");
 }
 
 // A run of the same task that did nothing, and one that changed what this one saw, even if it was
 // killed or still goes on.
 void add_later_runs(const RunFile& file, const std::vector<RunFile>& all, Concerns& concerns) {
-  const auto self = std::find_if(all.begin(), all.end(),
-                                 [&](const RunFile& other) { return other.file == file.file; });
-  int most = 3;
-  for (auto later = self; later != all.begin() && most != 0;) {
+  auto later = std::find_if(all.begin(), all.end(),
+                            [&](const RunFile& other) { return other.file == file.file; });
+  for (int most = 3; later != all.begin() && most != 0;) {
     --later;
     const bool is_refused = later->was_refused && later->run.task == file.run.task;
-    const bool changed = !later->was_refused && changes_storage(*later) && !changes_storage(file);
+    const bool changed = !later->was_refused && later->changes_storage() && !file.changes_storage();
     if (later->dir != file.dir || (!is_refused && !changed)) continue;
     --most;
-    concerns.push_back({is_refused ? "A later one was refused or aborted: " + title_of(*later) +
-                                         ", " + outcome_of(*later)
-                                   : "This is how it was before a later run: " + title_of(*later)});
+    add_if(concerns, is_refused,
+           "A later one was refused or aborted: " + title_of(*later) + ", " + outcome_of(*later));
+    add_if(concerns, changed, "This is how it was before a later run: " + title_of(*later));
   }
 }
 
 // A clean-up of what expired takes a few copies; a mistake takes many.
 void add_shares(const record::DirCounts& counts, Concerns& concerns) {
   constexpr double k_worrying = 0.2;
-  const std::string all = with_commas(counts.copies);
-  if (counts.future_copies != 0) {
-    concerns.push_back({with_commas(counts.future_copies) + " of " + all +
-                            " copies are newer than the host's clock by more than a day: is the "
-                            "clock right?",
-                        "warnings"});
-  }
-  const double share =
-      static_cast<double>(counts.orphan_copies) / static_cast<double>(counts.copies);
-  if (counts.copies != 0 && counts.orphan_copies == counts.copies) {
-    concerns.push_back(
-        {"Not one copy was found in the backup catalog: is it the right disk pool?"});
-  } else if (counts.copies != 0 && share >= k_worrying) {
-    concerns.push_back({percent(share) + " of all copies are orphans: " +
-                            with_commas(counts.orphan_copies) + " of " + all,
-                        "orphans"});
-  }
+  const std::string of_all = " of " + with_commas(counts.copies);
+  const double share = share_of(counts.orphan_copies, counts.copies);
+  const bool are_all = counts.copies != 0 && counts.orphan_copies == counts.copies;
+  add_if(concerns, counts.future_copies != 0,
+         with_commas(counts.future_copies) + of_all +
+             " copies are newer than the host's clock by more than a day: is the clock right?",
+         "warnings");
+  add_if(concerns, are_all,
+         "Not one copy was found in the backup catalog: is it the right disk pool?");
+  add_if(
+      concerns, !are_all && share >= k_worrying,
+      percent(share) + " of all copies are orphans: " + with_commas(counts.orphan_copies) + of_all,
+      "orphans");
 }
 
 void add_run(const RunFile& file, const std::vector<RunFile>& all, Concerns& concerns) {
-  if (!file.ended_well()) concerns.push_back({"Ending: " + ending_of(file)});
-  if (!file.run.catalog_aside.empty()) {
-    concerns.push_back({"The catalog lies aside, at " + file.run.catalog_aside +
-                        ": start no service before it has its name back, and run the repair "
-                        "again"});
-  }
+  add_if(concerns, !file.ended_well(), "Ending: " + ending_of(file));
+  add_if(concerns, !file.run.catalog_aside.empty(),
+         "The catalog lies aside, at " + file.run.catalog_aside +
+             ": start no service before it has its name back, and run the repair again");
   add_later_runs(file, all, concerns);
   if (file.warnings == 0) return;
   std::string text = counted(file.warnings, "warning", "warnings");
   if (file.run.counts.future_copies == 0) {
-    text += (file.warnings == 1 ? ": " : ", the first: ") + file.first_warning;
+    text += (file.warnings == 1 ? ": " : ", the first: ") + file.first_warning();
   }
-  concerns.push_back({text, "warnings"});
+  add_if(concerns, true, text, "warnings");
 }
 
 // What is worth a concern as soon as there is one of it.
 void add_findings(const RunFile& file, const Contents& contents, Concerns& concerns) {
-  const bool gone = file.run.task == Task::deletion;
+  const bool gone = file.is_deletion();
   const std::uint64_t failed = contents.failed_dirs;
   const struct {
     std::uint64_t count;
@@ -107,7 +96,7 @@ void add_findings(const RunFile& file, const Contents& contents, Concerns& conce
     const char* text;
     const char* about;
   } rows[] = {
-      {contents.orphans.losing_everything, "directory", "directories",
+      {contents.losing_everything, "directory", "directories",
        gone ? " lost every copy" : " would lose every copy", "orphans"},
       {contents.listed.other_copies_pos, "PO", "POs",
        gone ? " of other copies went with the orphans"
@@ -130,8 +119,7 @@ void add_findings(const RunFile& file, const Contents& contents, Concerns& conce
        "names_left_out"},
   };
   for (const auto& row : rows) {
-    if (row.count == 0) continue;
-    concerns.push_back({counted(row.count, row.one, row.many) + row.text, row.about});
+    add_if(concerns, row.count != 0, counted(row.count, row.one, row.many) + row.text, row.about);
   }
 }
 
@@ -142,9 +130,9 @@ void add_counts(const RunFile& file, const Contents& contents, Concerns& concern
   for (const record::Count& count : record::k_counts) {
     const std::uint64_t run = file.run.counts.*count.value;
     const std::uint64_t listed = contents.listed.*count.value;
-    if (run == listed || !is_listed(count) || contents.kept_copies != 0) continue;
-    concerns.push_back({"The run counted " + counted(run, count.one, count.many) +
-                        ", its record lists " + with_commas(listed)});
+    add_if(concerns, run != listed && is_listed(count) && contents.kept_copies == 0,
+           "The run counted " + counted(run, count.one, count.many) + ", its record lists " +
+               with_commas(listed));
   }
 }
 

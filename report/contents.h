@@ -1,46 +1,52 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "record/run_reader.h"
 #include "report/timeline.h"
+#include "report/wording.h"
 
 namespace report {
 
-// The image copies of one client and policy that a record lists.
+// Some image copies of one client and policy.
+struct Copies {
+  std::uint64_t count = 0;
+  std::int64_t oldest = 0;
+  std::int64_t newest = 0;
+};
+
+// What a record says of one client and policy.
 struct Group {
   std::string client;
   std::string policy;
-  std::uint64_t copies = 0;  // orphans that would go or went, or missing copies
-  std::uint64_t kept = 0;    // orphans that a deletion could not delete
-  std::int64_t oldest = 0;
-  std::int64_t newest = 0;
-  std::uint64_t pos = 0;  // that the deletion of the orphans takes or took
+  std::uint64_t dir_pos = 0;  // what the directories held; 0 unless all were compared to their end
+  std::uint64_t dir_copies = 0;
+  bool dir_failed = false;  // all that the catalog has of it seems to be missing
+  Copies orphans;           // that would go or went
+  Copies missing;
+  std::uint64_t kept = 0;  // orphans that a deletion could not delete
+  std::uint64_t pos = 0;   // that the deletion of the orphans takes or took
   std::uint64_t bytes = 0;
   std::uint64_t other_copies_pos = 0;  // of these, the ones of other copies
-  std::uint64_t dir_pos = 0;           // what the directories held
-  std::uint64_t dir_copies = 0;
-  bool dir_is_known = true;  // otherwise a directory was not compared to its end
-  bool dir_failed = false;   // all that the catalog has of it seems to be missing
 
-  bool has_share() const { return dir_is_known && dir_copies != 0; }
-  bool loses_everything() const { return has_share() && copies >= dir_copies; }
-  double share() const;  // of the copies there, from 0 to 1
+  bool has_share() const { return dir_copies != 0; }
+  bool loses_everything() const { return has_share() && orphans.count >= dir_copies; }
+  // Of the copies there, from 0 to 1.
+  double share() const { return std::min(1.0, share_of(orphans.count, dir_copies)); }
 };
 
 // The orphans of a record, or its missing copies.
 struct Images {
-  std::unordered_map<std::int64_t, Group> groups;
-  std::vector<const Group*> sorted;  // the ones to look at first come first
-  std::uint64_t losing_everything = 0;
-  std::uint64_t unknown_shares = 0;
+  std::vector<const Group*> groups;  // the ones to look at first come first
   Timeline timeline;
 };
 
-// What a record lists, by client and policy. Memory goes by the directories.
+// What a record lists. Memory goes by the directories.
 struct Contents {
   // Errors: those of the reader.
   Contents(record::RunReader& reader, record::Task task);
@@ -48,14 +54,22 @@ struct Contents {
   Contents(const Contents&) = delete;
   Contents& operator=(const Contents&) = delete;
 
-  record::DirCounts listed;  // what a run counts, as far as the record lists it
-  std::uint64_t kept_copies = 0;
+  std::unordered_map<std::int64_t, Group> groups;
   Images orphans;
   Images missing;
+  record::DirCounts listed;  // what a run counts, as far as the record lists it
+  std::uint64_t kept_copies = 0;
+  std::uint64_t losing_everything = 0;  // groups with orphans
+  std::uint64_t unknown_shares = 0;
   std::uint64_t failed_dirs = 0;
   std::uint64_t open_dirs = 0;  // neither done nor failed
   std::uint64_t names_left_out = 0;
   std::uint64_t dirs_with_issues = 0;  // of a scan
+
+ private:
+  void sum_up();  // of the groups
 };
+
+using SharedContents = std::shared_ptr<const Contents>;
 
 }  // namespace report

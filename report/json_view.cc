@@ -1,4 +1,4 @@
-#include <nlohmann/json.hpp>
+#include <utility>
 
 #include "report/escape.h"
 #include "report/views.h"
@@ -7,23 +7,21 @@ namespace report {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
+using Json = Value;
 
 // Raised when a field goes or changes its meaning; new fields may come without.
 constexpr int k_version = 2;
 
-Json json_of(const Value& value) {
-  if (const auto* text = std::get_if<std::string>(&value)) return valid_utf8(*text);
-  if (const auto* texts = std::get_if<Texts>(&value)) {
-    Json list = Json::array();
-    for (const std::string& text : *texts) list.push_back(valid_utf8(text));
-    return list;
-  }
-  return std::visit([](const auto& other) { return Json(other); }, value);
+// JSON has no bytes that are no UTF-8.
+void make_valid(Json& json) {
+  if (auto* const text = json.get_ptr<std::string*>()) *text = valid_utf8(*text);
+  if (!json.is_structured()) return;
+  for (Json& part : json) make_valid(part);
 }
 
-void set(Json& object, const char* key, const Value& value) {
-  if (*key != '\0') object[key] = json_of(value);
+std::string text_of(Json json) {
+  make_valid(json);
+  return json.dump();
 }
 
 Json json_of(const Timeline& timeline) {
@@ -35,18 +33,21 @@ Json json_of(const Timeline& timeline) {
   return {{"bars", bars}, {"copies_without_a_time", timeline.beyond()}};
 }
 
+Json object_of(const std::vector<Fact>& facts) {
+  Json object;
+  for (const Fact& fact : facts) {
+    if (*fact.column.key != '\0') object[fact.column.key] = fact.value;
+  }
+  return object;
+}
+
 // Rows are written one by one: a table may be larger than memory.
 void write_rows(const Table& table, const char* separator, std::ostream& out) {
-  table.rows(
-      [&](const Row& row) {
-        Json object;
-        for (std::size_t i = 0; i < table.columns.size(); ++i) {
-          set(object, table.columns[i].key, row.cells[i]);
-        }
-        out << separator << object.dump() << "\n";
-        if (*separator != '\0') separator = ",";
-      },
-      -1);
+  const auto write = [&](const Row& row) {
+    out << separator << text_of(object_of(row.facts)) << "\n";
+    if (*separator != '\0') separator = ",";
+  };
+  table.rows(write, -1);
 }
 
 void write(const Table& table, std::ostream& out) {
@@ -56,19 +57,17 @@ void write(const Table& table, std::ostream& out) {
 }
 
 // An object that more members follow.
-void open(const Json& object, std::ostream& out) {
-  std::string text = object.dump();
+void open(Json object, std::ostream& out) {
+  std::string text = text_of(std::move(object));
   text.pop_back();
   out << text;
 }
 
 void write(const Section& section, std::ostream& out) {
-  Json head{{"run", Json::object()}, {"concerns", Json::array()}, {"listed", Json::object()}};
-  for (const auto& [column, value] : section.facts) set(head["run"], column.key, value);
-  for (const Concern& concern : section.concerns) {
-    head["concerns"].push_back(valid_utf8(concern.text));
-  }
-  for (const Figure& figure : section.figures) set(head["listed"], figure.key, figure.number);
+  Json head{
+      {"run", object_of(section.facts)}, {"concerns", Json::array()}, {"listed", Json::object()}};
+  for (const Concern& concern : section.concerns) head["concerns"].push_back(concern.text);
+  for (const Figure& figure : section.figures) head["listed"][figure.key] = figure.number;
   for (const Table& table : section.tables) {
     const bool has_times = !table.timeline.empty() || table.timeline.beyond() != 0;
     if (has_times) head[std::string(table.key) + "_timeline"] = json_of(table.timeline);
@@ -81,31 +80,27 @@ void write(const Section& section, std::ostream& out) {
 }  // namespace
 
 void write_json(const Report& report, std::ostream& out) {
+  for (const Table& table : report.images) write_rows(table, "", out);
+  if (report.scope == Scope::images) return;
   Json head{{"schema", "mdfixup-report"},
             {"version", k_version},
             {"whole", report.faults.empty()},
             {"unreadable", Json::array()}};
   for (const Fault& fault : report.faults) {
-    head["unreadable"].push_back(
-        {{"path", valid_utf8(fault.path)}, {"fault", valid_utf8(fault.text)}});
+    head["unreadable"].push_back({{"path", fault.path}, {"fault", fault.text}});
   }
   open(head, out);
   write(report.runs, out);
-  if (!report.only_runs) {
+  if (report.scope == Scope::all) {
     out << ",\n\"details\": [";
     const char* separator = "\n";
     for (const Section& section : report.sections) {
-      out << separator;
+      out << std::exchange(separator, ",\n");
       write(section, out);
-      separator = ",\n";
     }
     out << "]";
   }
   out << "}\n";
-}
-
-void write_json_images(const Report& report, std::ostream& out) {
-  for (const Table& table : report.images) write_rows(table, "", out);
 }
 
 }  // namespace report

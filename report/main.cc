@@ -1,14 +1,12 @@
 #include <exception>
+#include <initializer_list>
 #include <iostream>
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include <boost/program_options.hpp>
 
-#include "cr/config.h"
 #include "report/escape.h"
 #include "report/output_file.h"
 #include "report/report.h"
@@ -23,15 +21,17 @@ constexpr int k_no_report = 1;
 constexpr int k_incomplete = 2;
 
 constexpr const char* k_usage =
-    "Usage: mdfixup-report [--text | --json | --html FILE] [--runs | --images]\n"
-    "                      [LOG DIRECTORY | RECORD...]\n"
-    "Shows what runs of mdfixup found and did, from the records in the log directory: all runs "
-    "and,\n"
-    "in detail, the newest run of each task. A record is named by its file or by the id of its "
-    "run,\n"
-    "and is then shown in detail. Without a log directory, the one of the storage's configuration "
-    "is\n"
-    "read. Nothing is changed.\n";
+    R"(Usage: mdfixup-report [--text | --json | --html FILE] [--runs | --images]
+                      [LOG DIRECTORY | RECORD...]
+Shows what runs of mdfixup found and did, from the records in the log directory: all runs and,
+in detail, the newest run of each task. A record is named by its file or by the id of its run,
+and is then shown in detail. Without a log directory, the one of the storage's configuration is
+read. Nothing is changed.
+)";
+
+void complain(const std::string& text) {
+  std::cerr << "mdfixup-report: " + text + "\n";
+}
 
 po::options_description describe() {
   po::options_description options("Options");
@@ -46,14 +46,6 @@ po::options_description describe() {
   return options;
 }
 
-// The log directory that the configuration names.
-std::string configured_log_dir() {
-  const auto config = cr::Config::init_from_ksregistry(cr::registry_file(), cr::k_registry_key);
-  std::string dir = cr::get_log_dir(config).string();
-  if (dir.empty()) throw std::runtime_error("name a log directory, or records");
-  return dir;
-}
-
 po::variables_map parse(int argc, char** argv) {
   po::options_description all = describe();
   all.add_options()("path", po::value<report::Texts>());
@@ -64,21 +56,20 @@ po::variables_map parse(int argc, char** argv) {
   po::command_line_parser parser(argc, argv);
   parser.options(all).positional(words).style(style::unix_style & ~style::allow_guessing);
   po::store(parser.run(), given);
-  const std::pair<std::vector<const char*>, const char*> rows[] = {
-      {{"text", "json", "html"}, "--text, --json and --html exclude each other"},
-      {{"runs", "images"}, "--runs and --images exclude each other"},
-      {{"html", "images"}, "--html and --images exclude each other"}};
-  for (const auto& [names, fault] : rows) {
+  const auto require_one_at_most = [&](std::initializer_list<const char*> names,
+                                       const char* fault) {
     std::size_t count = 0;
     for (const char* name : names) count += given.count(name);
     if (count > 1) throw std::invalid_argument(fault);
-  }
+  };
+  require_one_at_most({"text", "json", "html"}, "--text, --json and --html exclude each other");
+  require_one_at_most({"runs", "images"}, "--runs and --images exclude each other");
+  require_one_at_most({"html", "images"}, "--html and --images exclude each other");
   return given;
 }
 
 report::Request request_of(const po::variables_map& given) {
   report::Request request;
-  request.configured = configured_log_dir;
   if (given.count("path") != 0) request.words = given["path"].as<report::Texts>();
   if (given.count("runs") != 0) request.scope = report::Scope::runs;
   if (given.count("images") != 0) request.scope = report::Scope::images;
@@ -88,18 +79,13 @@ report::Request request_of(const po::variables_map& given) {
 }
 
 void write(const po::variables_map& given, const report::Report& report) {
-  const bool images = given.count("images") != 0;
-  if (given.count("html") != 0) {
-    const auto file = given["html"].as<std::string>();
-    if (file == "-") return report::write_page(report, std::cout);
-    std::ostringstream page;
-    report::write_page(report, page);
-    report::store(file, page.str());
-  } else if (given.count("json") != 0) {
-    images ? report::write_json_images(report, std::cout) : report::write_json(report, std::cout);
-  } else {
-    images ? report::write_images(report, std::cout) : report::write_text(report, std::cout);
-  }
+  if (given.count("json") != 0) return report::write_json(report, std::cout);
+  if (given.count("html") == 0) return report::write_text(report, std::cout);
+  const auto file = given["html"].as<std::string>();
+  if (file == "-") return report::write_page(report, std::cout);
+  std::ostringstream page;
+  report::write_page(report, page);
+  report::store(file, page.str());
 }
 
 int run(int argc, char** argv) {
@@ -110,11 +96,10 @@ int run(int argc, char** argv) {
   }
   const report::Report report = report::make_report(request_of(given));
   for (const report::Fault& fault : report.faults) {
-    std::cerr << "mdfixup-report: " + report::printable(fault.path) + ": " +
-                     report::printable(fault.text) + "\n";
+    complain(report::printable(fault.path) + ": " + report::printable(fault.text));
   }
   if (report.runs.count == 0) {
-    std::cerr << "mdfixup-report: no record of a run was found\n";
+    complain("no record of a run was found");
     return k_no_report;
   }
   write(given, report);
@@ -129,9 +114,10 @@ int main(int argc, char** argv) {
   try {
     return run(argc, argv);
   } catch (const po::error& error) {
-    std::cerr << std::string("mdfixup-report: ") + error.what() + "\n" + k_usage;
+    complain(error.what());
+    std::cerr << k_usage;
   } catch (const std::exception& error) {
-    std::cerr << std::string("mdfixup-report: ") + error.what() + "\n";
+    complain(error.what());
   }
   return k_no_report;
 }

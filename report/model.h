@@ -3,8 +3,9 @@
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <variant>
 #include <vector>
+
+#include <nlohmann/json.hpp>
 
 #include "report/timeline.h"
 
@@ -14,20 +15,19 @@ namespace report {
 
 using Texts = std::vector<std::string>;
 
-// nullptr stands for what no record tells.
-using Value =
-    std::variant<std::nullptr_t, bool, std::int64_t, std::uint64_t, double, std::string, Texts>;
+// Null stands for what no record tells; an array is one of texts.
+using Value = nlohmann::ordered_json;
 
 template <class Number>
 Value known(bool is_known, Number number) {
-  return is_known ? Value(number) : Value(nullptr);
+  return is_known ? Value(number) : Value();
 }
 
 enum class Kind {
   name,      // may hold anything
   verbatim,  // the same, such as a path or a basename
-  words,     // Texts: arguments
-  notes,     // Texts: messages, which have no room in a text
+  words,     // an array: arguments
+  notes,     // the same: messages, which have no room in a text
   word,      // our own, of ASCII
   number,
   time,  // seconds since the epoch
@@ -37,44 +37,55 @@ enum class Kind {
 // Without a key it does not stand in JSON, without a label it stands there alone.
 struct Column {
   const char* key = "";
-  std::string label = {};
+  const char* label = "";
   Kind kind = Kind::name;
   bool summed = false;  // a filter says the sum of the rows that it leaves
-};
 
-enum class Mark { none, bad, all };
-
-struct Row {
-  std::vector<Value> cells;  // one for each column
-  Mark mark = Mark::none;
-  std::string tag = {};  // what the mark says
-};
-
-using RowVisitor = std::function<void(const Row&)>;
-
-struct Table {
-  const char* key = "";
-  std::string caption;
-  std::string note;
-  std::string when_empty;  // without it, an empty table is not shown
-  std::vector<Column> columns;
-  std::uint64_t count = 0;  // of all rows
-  // Visits the first `most` rows; -1 stands for all. Errors: Cr_ErrnoException, as of a RunReader.
-  std::function<void(const RowVisitor&, std::int64_t most)> rows;
-  Timeline timeline;  // of what the rows count, if that has times
+  bool is_shown() const { return *label != '\0'; }
 };
 
 // A value with its heading.
 struct Fact {
   Column column;
   Value value;
+  bool in_table = false;  // of all runs
 };
+
+struct Row {
+  std::vector<Fact> facts;  // of the same columns in each row of a table
+  const char* mark = "";    // or "bad", or "all": something is wrong, or all would go
+  std::string tag = {};     // what the mark says
+};
+
+using RowVisitor = std::function<void(const Row&)>;
+
+struct Table {
+  const char* key = "";
+  const char* caption = "";
+  std::uint64_t count = 0;  // of all rows
+  // Visits the first `most` rows; -1 stands for all. Errors: Cr_ErrnoException, as of a RunReader.
+  std::function<void(const RowVisitor&, std::int64_t most)> rows;
+  const char* when_empty = "";  // without it, an empty table is not shown
+  const char* note = "";
+  Timeline timeline = {};  // of what the rows count, if that has times
+};
+
+// A list as the rows of a table.
+template <class List, class RowOf>
+auto rows_of(List list, RowOf row_of) {
+  return [=](const RowVisitor& visit, std::int64_t most) {
+    for (const auto& item : list) {
+      if (most-- == 0) return;
+      visit(row_of(item));
+    }
+  };
+}
 
 // A number that stands out.
 struct Figure {
   const char* key = "";
   Value number;
-  std::string label;
+  const char* label = "";
   std::string of = {};  // what it is a part of, if anything
   bool is_alarming = false;
 };
@@ -82,7 +93,7 @@ struct Figure {
 // Something that an operator has to look at before acting on what a run says.
 struct Concern {
   std::string text;
-  const char* about = "";  // the key of the table that says more; the facts when empty
+  const char* about = "facts";  // or the key of the table that says more
 };
 
 // One run in detail.
@@ -95,6 +106,9 @@ struct Section {
   std::vector<Table> tables;
 };
 
+// What is asked for: runs in detail as well, the table of runs alone, or the orphans alone.
+enum class Scope { all, runs, images };
+
 // A record that could not be read.
 struct Fault {
   std::string path;
@@ -102,9 +116,9 @@ struct Fault {
 };
 
 struct Report {
+  Scope scope = Scope::all;
   std::vector<Fault> faults;
-  Table runs;  // newest first
-  bool only_runs = false;
+  Table runs;                           // newest first
   std::uint64_t other_runs_failed = 0;  // of those that have no section
   std::uint64_t other_runs_warned = 0;
   std::vector<Section> sections;

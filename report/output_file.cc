@@ -17,11 +17,6 @@ namespace report {
 
 namespace {
 
-[[noreturn]] void fail(const std::string& path) {
-  const int error = errno;
-  throw Cr_ErrnoException(error, "could not write " + path, std::strerror(error));
-}
-
 // Closes what it wrote; false, with errno, when a step failed.
 bool write_to(const std::string& path, int flags, mode_t mode, std::string_view text) {
   const int descriptor = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | flags, mode);
@@ -57,21 +52,18 @@ mode_t mode_of(const std::string& path) {
 
 void store(const std::string& path, std::string_view page) {
   const platform::FileKind kind = platform::file_kind(path);
-  if (kind == platform::FileKind::special) {
-    if (!write_to(path, 0, 0, page)) fail(path);
-    return;
-  }
   if (kind == platform::FileKind::regular && !is_page_or_empty(path)) {
     throw Cr_ErrnoException(EEXIST, "could not write " + path, "it is there, and is no page");
   }
-  const std::string unfinished = path + "." + std::to_string(::getpid()) + ".new";
-  const bool done = write_to(unfinished, O_CREAT | O_EXCL, mode_of(path), page) &&
-                    std::rename(unfinished.c_str(), path.c_str()) == 0;
-  if (done) return;
+  const bool in_place = kind == platform::FileKind::special;
+  const std::string file = in_place ? path : path + "." + std::to_string(::getpid()) + ".new";
+  if (write_to(file, in_place ? 0 : O_CREAT | O_EXCL, mode_of(path), page) &&
+      (in_place || std::rename(file.c_str(), path.c_str()) == 0)) {
+    return;
+  }
   const int error = errno;
-  if (error != EEXIST) (void)::unlink(unfinished.c_str());
-  errno = error;
-  fail(path);
+  if (!in_place && error != EEXIST) (void)::unlink(file.c_str());
+  throw Cr_ErrnoException(error, "could not write " + path, std::strerror(error));
 }
 
 }  // namespace report

@@ -1,22 +1,18 @@
 #include "report/report.h"
 
 #include <algorithm>
+#include <functional>
 #include <set>
 #include <utility>
 
 #include "report/run_file.h"
 #include "report/sections.h"
-#include "report/tables.h"
 
 namespace report {
 
 namespace {
 
 using record::Task;
-
-bool is_consistency(const RunFile* run) {
-  return run->run.task == Task::dry_run || run->run.task == Task::deletion;
-}
 
 // Those in detail, dry runs and deletions first.
 std::vector<const RunFile*> in_detail(const std::vector<RunFile>& runs) {
@@ -29,7 +25,7 @@ std::vector<const RunFile*> in_detail(const std::vector<RunFile>& runs) {
                            known.emplace(run.dir, run.run.task).second;
     if (run.was_named || is_newest) chosen.push_back(&run);
   }
-  std::stable_partition(chosen.begin(), chosen.end(), is_consistency);
+  std::stable_partition(chosen.begin(), chosen.end(), std::mem_fn(&RunFile::lists_orphans));
   return chosen;
 }
 
@@ -37,8 +33,8 @@ std::vector<const RunFile*> in_detail(const std::vector<RunFile>& runs) {
 
 Report make_report(const Request& request) {
   Report report;
-  report.only_runs = request.scope == Scope::runs;
-  const std::vector<RunFile> runs = find_runs(request.words, request.configured, report.faults);
+  report.scope = request.scope;
+  const std::vector<RunFile> runs = find_runs(request.words, report.faults);
   report.runs = table_of(runs);
   std::vector<const RunFile*> chosen;
   if (request.scope != Scope::runs) chosen = in_detail(runs);
@@ -46,7 +42,7 @@ Report make_report(const Request& request) {
     try {
       if (request.scope == Scope::all) {
         report.sections.push_back(section_of(*run, runs, request.most_rows));
-      } else if (is_consistency(run)) {
+      } else if (run->lists_orphans()) {
         report.images.push_back(images_of(*run));
       }
     } catch (const std::exception& error) {

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <map>
 #include <set>
+#include <stdexcept>
 #include <tuple>
 
 #include <boost/filesystem/operations.hpp>
 
+#include "cr/config.h"
 #include "record/names.h"
 #include "report/wording.h"
 
@@ -21,12 +23,10 @@ using record::Severity;
 
 // Of a run's id: "1795271135-4711".
 bool is_id(std::string_view text) {
-  const std::size_t dash = text.find('-');
-  const auto are_digits = [](std::string_view part) {
-    return !part.empty() && part.find_first_not_of("0123456789") == std::string_view::npos;
-  };
-  return dash != std::string_view::npos && are_digits(text.substr(0, dash)) &&
-         are_digits(text.substr(dash + 1));
+  constexpr std::string_view k_digits = "0123456789";
+  const std::size_t dash = text.find_first_not_of(k_digits);
+  return dash != 0 && dash < text.size() - 1 && text[dash] == '-' &&
+         text.find_first_not_of(k_digits, dash + 1) == std::string_view::npos;
 }
 
 std::uint64_t size_of(const std::string& file) {
@@ -36,7 +36,6 @@ std::uint64_t size_of(const std::string& file) {
 }
 
 RunFile read(const std::string& file) {
-  constexpr std::size_t k_most_messages = 10;
   RunFile result;
   result.file = file;
   result.id = fs::path(file).stem().string();
@@ -44,89 +43,81 @@ RunFile read(const std::string& file) {
   result.bytes = size_of(file) + size_of(file + "-wal");
   RunReader reader(file);
   result.run = reader.run();
-  const std::string errors = messages(Severity::error);
-  const std::string warnings = messages(Severity::warning);
-  result.errors = reader.count(errors);
-  result.warnings = reader.count(warnings);
   const auto keep = [&](const RunReader::Row& row) { result.messages.push_back(row.text(0)); };
-  reader.rows("SELECT text FROM " + errors, keep, k_most_messages);
-  reader.rows("SELECT text FROM " + warnings, keep, k_most_messages);
-  reader.rows(
-      "SELECT text FROM " + warnings,
-      [&](const RunReader::Row& row) { result.first_warning = row.text(0); }, 1);
+  for (const auto& [severity, count] : {std::pair(Severity::error, &result.errors),
+                                        std::pair(Severity::warning, &result.warnings)}) {
+    *count = reader.count(messages(severity));
+    reader.rows("SELECT text FROM " + messages(severity), keep, k_most_messages);
+  }
   result.was_refused = result.has_end() && result.run.end.exit_status != 0 &&
                        result.run.dirs + result.run.failed_dirs == 0 &&
                        reader.count("directory") == 0;
   return result;
 }
 
+// The folder of records in a log directory, or the directory itself.
+std::string runs_dir(const fs::path& dir) {
+  boost::system::error_code error;
+  fs::path runs = dir;
+  for (const char* below : {"runs", "mdfixup/runs"}) {
+    if (fs::is_directory(dir / below, error)) runs = dir / below;
+  }
+  const fs::path path = fs::canonical(runs, error);
+  return (error ? runs : path).string();
+}
+
+std::string configured_log_dir() {
+  const auto config = cr::Config::init_from_ksregistry(cr::registry_file(), cr::k_registry_key);
+  std::string dir = cr::get_log_dir(config).string();
+  if (dir.empty()) throw std::runtime_error("name a log directory, or records");
+  return dir;
+}
+
+using Files = std::map<std::string, bool>;  // whether each was named
+
+// Adds the records in a directory. Notes which of the ids are found.
+void list(const std::string& dir, std::map<std::string, bool>& ids, Files& files,
+          std::vector<Fault>& faults) {
+  boost::system::error_code error;
+  for (fs::directory_iterator entry(dir, error); !error && entry != fs::directory_iterator();
+       entry.increment(error)) {
+    const fs::path& path = entry->path();
+    const std::string id = path.stem().string();
+    if (path.extension() != ".db" || !is_id(id)) continue;
+    const auto named = ids.find(id);
+    if (named != ids.end()) named->second = true;
+    files.emplace(path.string(), named != ids.end());
+  }
+  if (error) faults.push_back({dir, error.message()});
+}
+
 // Where the words lead, before anything is read.
-class Search {
- public:
-  Search(const Texts& words, const std::function<std::string()>& configured) {
-    for (const std::string& word : words) take(word);
-    if (words.empty() || (m_dirs.empty() && !m_ids.empty())) add_dir(configured());
-    m_dirs.insert(m_beside.begin(), m_beside.end());
-  }
-
-  // Files, and whether each was named.
-  std::map<std::string, bool> files(std::vector<Fault>& faults) {
-    std::map<std::string, bool> found;
-    for (const std::string& dir : m_dirs) list(dir, found, faults);
-    for (const std::string& id : m_ids) {
-      if (m_found.count(id) == 0) faults.push_back({id, "is no file, and no run has this id"});
-    }
-    for (const std::string& file : m_files) found[file] = true;
-    return found;
-  }
-
- private:
-  void take(const std::string& word) {
+Files files_of(const Texts& words, std::vector<Fault>& faults) {
+  Files named;
+  std::map<std::string, bool> ids;  // whether each was found
+  std::set<std::string> dirs;
+  std::set<std::string> beside;  // directories of files
+  for (const std::string& word : words) {
     boost::system::error_code error;
-    if (fs::is_directory(word, error)) return add_dir(word);
-    if (is_id(word) && !fs::exists(word, error)) {
-      m_ids.insert(word);
-      return;
+    if (fs::is_directory(word, error)) {
+      dirs.insert(runs_dir(word));
+    } else if (is_id(word) && !fs::exists(word, error)) {
+      ids[word] = false;
+    } else {
+      const fs::path file = fs::absolute(word);
+      const fs::path parent = fs::canonical(file.parent_path(), error);
+      if (!error) beside.insert(parent.string());
+      named[((error ? file.parent_path() : parent) / file.filename()).string()] = true;
     }
-    const fs::path whole = fs::absolute(word);
-    const fs::path parent = fs::canonical(whole.parent_path(), error);
-    m_files.insert(((error ? whole.parent_path() : parent) / whole.filename()).string());
-    if (!error) m_beside.insert(parent.string());
   }
-
-  void add_dir(const fs::path& dir) {
-    boost::system::error_code error;
-    fs::path runs = dir;
-    for (const char* below : {"mdfixup/runs", "runs"}) {
-      if (!fs::is_directory(dir / below, error)) continue;
-      runs = dir / below;
-      break;
-    }
-    const fs::path path = fs::canonical(runs, error);
-    m_dirs.insert((error ? runs : path).string());
+  if (words.empty() || (dirs.empty() && !ids.empty())) dirs.insert(runs_dir(configured_log_dir()));
+  dirs.merge(beside);
+  for (const std::string& dir : dirs) list(dir, ids, named, faults);
+  for (const auto& [id, was_found] : ids) {
+    if (!was_found) faults.push_back({id, "is no file, and no run has this id"});
   }
-
-  void list(const std::string& dir, std::map<std::string, bool>& found,
-            std::vector<Fault>& faults) {
-    boost::system::error_code error;
-    for (fs::directory_iterator entry(dir, error); !error && entry != fs::directory_iterator();
-         entry.increment(error)) {
-      const fs::path& path = entry->path();
-      const std::string id = path.stem().string();
-      if (path.extension() != ".db" || !is_id(id)) continue;
-      const bool was_named = m_ids.count(id) != 0;
-      if (was_named) m_found.insert(id);
-      found[path.string()] = was_named;
-    }
-    if (error) faults.push_back({dir, error.message()});
-  }
-
-  std::set<std::string> m_dirs;
-  std::set<std::string> m_beside;  // directories of files
-  std::set<std::string> m_files;
-  std::set<std::string> m_ids;
-  std::set<std::string> m_found;  // of these
-};
+  return named;
+}
 
 }  // namespace
 
@@ -153,7 +144,7 @@ std::string ending_of(const RunFile& file) {
 std::string title_of(const RunFile& file) {
   std::string task = name_of(file.run.task);
   task[0] = static_cast<char>(std::toupper(task[0]));
-  return task + " of " + local_time(start_of(file.run));
+  return task + " of " + local_time(file.start());
 }
 
 std::string outcome_of(const RunFile& file) {
@@ -173,10 +164,6 @@ std::string messages(Severity severity) {
          "' ORDER BY text LIKE '/%' OR text LIKE '% in /%', id";
 }
 
-std::int64_t start_of(const record::Run& run) {
-  return run.start_nanoseconds / k_second_nanoseconds;
-}
-
 Fault fault_of(const std::string& file, const std::exception& error) {
   std::string text = error.what();
   const std::size_t at = text.find(file + ": ");
@@ -184,10 +171,9 @@ Fault fault_of(const std::string& file, const std::exception& error) {
   return {file, "could not be read: " + text};
 }
 
-std::vector<RunFile> find_runs(const Texts& words, const std::function<std::string()>& configured,
-                               std::vector<Fault>& faults) {
+std::vector<RunFile> find_runs(const Texts& words, std::vector<Fault>& faults) {
   std::vector<RunFile> runs;
-  for (const auto& [file, was_named] : Search(words, configured).files(faults)) {
+  for (const auto& [file, was_named] : files_of(words, faults)) {
     try {
       runs.push_back(read(file));
       runs.back().was_named = was_named;

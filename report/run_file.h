@@ -1,8 +1,7 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
-#include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,6 +11,7 @@
 namespace report {
 
 constexpr std::int64_t k_second_nanoseconds = 1000000000;
+constexpr std::uint64_t k_most_messages = 10;
 
 // A run as a whole, as its record has it.
 struct RunFile {
@@ -23,15 +23,22 @@ struct RunFile {
   std::uint64_t bytes = 0;  // of the file and its write-ahead log
   std::uint64_t warnings = 0;
   std::uint64_t errors = 0;
-  Texts messages;  // the first errors and warnings
-  std::string first_warning;
+  Texts messages;  // the first errors and then the first warnings, at most k_most_messages of each
   // It did nothing: it was refused, or failed before its first directory.
   bool was_refused = false;
 
+  std::int64_t start() const { return run.start_nanoseconds / k_second_nanoseconds; }
   bool has_end() const { return run.end.ending != record::Ending::none; }
   bool ended_well() const {
     return run.end.ending == record::Ending::orderly && run.end.exit_status == 0;
   }
+  // If there is one.
+  const std::string& first_warning() const {
+    return messages.at(std::min(errors, k_most_messages));
+  }
+  bool changes_storage() const { return run.task == record::Task::repair || is_deletion(); }
+  bool is_deletion() const { return run.task == record::Task::deletion; }
+  bool lists_orphans() const { return is_deletion() || run.task == record::Task::dry_run; }
 };
 
 // Whether records have a row for each one that is counted.
@@ -50,16 +57,12 @@ std::string outcome_of(const RunFile& file);
 // there may be one for each directory.
 std::string messages(record::Severity severity);
 
-// The start of the run, in seconds.
-std::int64_t start_of(const record::Run& run);
-
 // Finds the records that the words mean, newest first: a word is a log directory (or a folder of records
 // in one), a record or the id of a run. An id is looked up in the directories among the words, or in the
-// one that `configured` returns, which also stands for no word. The other records beside a named one are
-// read as well: they may tell that it is out of date.
-// Errors: those of `configured`. What could not be read is added to `faults`.
-std::vector<RunFile> find_runs(const Texts& words, const std::function<std::string()>& configured,
-                               std::vector<Fault>& faults);
+// log directory of the storage's configuration, which also stands for no word. The other records beside a
+// named one are read as well: they may tell that it is out of date.
+// Errors: those of the configuration. What could not be read is added to `faults`.
+std::vector<RunFile> find_runs(const Texts& words, std::vector<Fault>& faults);
 
 // What went wrong with the record `file`, for a line that names it already.
 Fault fault_of(const std::string& file, const std::exception& error);

@@ -21,19 +21,19 @@ void heading(std::ostream& out, const std::string& text) {
 using Line = std::vector<std::string>;  // its cells
 
 bool is_fixed(const Column& column) {
-  return !column.label.empty() && (column.kind == Kind::word || is_number(column.kind));
+  return column.is_shown() && (column.kind == Kind::word || is_number(column.kind));
 }
 
 // Columns of numbers and of our own words come first. Names may be as long as they like, and their
 // characters take any room: they stand together at the end. Messages and arguments have no room at all.
-Line laid_out(const std::vector<Column>& columns, const Row& row) {
+Line laid_out(const Row& row) {
   Line cells;
   std::string names;
-  for (std::size_t i = 0; i < columns.size(); ++i) {
-    const Kind kind = columns[i].kind;
-    if (columns[i].label.empty() || kind == Kind::words || kind == Kind::notes) continue;
-    const std::string cell = shown(row.cells[i], kind);
-    if (is_fixed(columns[i])) {
+  for (const Fact& fact : row.facts) {
+    const Kind kind = fact.column.kind;
+    if (!fact.column.is_shown() || kind == Kind::words || kind == Kind::notes) continue;
+    const std::string cell = shown(fact.value, kind);
+    if (is_fixed(fact.column)) {
       cells.push_back(cell);
     } else {
       names += (names.empty() ? "" : "  ") + cell;
@@ -43,17 +43,18 @@ Line laid_out(const std::vector<Column>& columns, const Row& row) {
   return cells;
 }
 
-void write_lines(std::ostream& out, const std::vector<Column>& columns, std::vector<Line> lines) {
-  Row head;
-  for (const Column& column : columns) head.cells.emplace_back(column.label);
-  lines.insert(lines.begin(), laid_out(columns, head));
+void write_lines(std::ostream& out, const std::vector<Row>& rows) {
+  Row head{rows.front().facts};
+  for (Fact& fact : head.facts) fact.value = fact.column.label;
+  std::vector<Line> lines{laid_out(head)};
+  for (const Row& row : rows) lines.push_back(laid_out(row));
   std::size_t i = 0;
-  for (const Column& column : columns) {
-    if (!is_fixed(column)) continue;
+  for (const Fact& fact : head.facts) {
+    if (!is_fixed(fact.column)) continue;
     std::size_t width = 0;
     for (const Line& line : lines) width = std::max(width, line[i].size());
     for (Line& line : lines) {
-      const std::size_t at = column.kind == Kind::number ? 0 : line[i].size();
+      const std::size_t at = fact.column.kind == Kind::number ? 0 : line[i].size();
       line[i].insert(at, width - line[i].size(), ' ');
     }
     ++i;
@@ -67,16 +68,16 @@ void show_bars(std::ostream& out, const Timeline& timeline) {
   std::uint64_t largest = 1;
   const auto bars = timeline.bars(k_most_bars);
   for (const Timeline::Bar& bar : bars) largest = std::max(largest, bar.count);
-  const std::vector<Column> columns{
-      {"", "Backed up", Kind::word}, {"", "Copies", Kind::number}, {"", " "}};
-  std::vector<Line> lines;
+  std::vector<Row> rows;
   for (const Timeline::Bar& bar : bars) {
     const std::size_t least = bar.count == 0 ? 0 : 1;
     const auto length = static_cast<std::size_t>(static_cast<double>(bar.count) * k_width /
                                                  static_cast<double>(largest));
-    lines.push_back({bar.label, with_commas(bar.count), std::string(std::max(least, length), '#')});
+    rows.push_back({{{{"", "Backed up", Kind::word}, bar.label},
+                     {{"", "Copies", Kind::number}, bar.count},
+                     {{"", " "}, std::string(std::max(least, length), '#')}}});
   }
-  if (!lines.empty()) write_lines(out, columns, lines);
+  if (!rows.empty()) write_lines(out, rows);
   if (timeline.beyond() != 0) {
     out << "  " << counted(timeline.beyond(), "copy has", "copies have")
         << " a time that can be none of a backup\n";
@@ -85,15 +86,15 @@ void show_bars(std::ostream& out, const Timeline& timeline) {
 
 void show(std::ostream& out, const Table& table, std::int64_t most) {
   if (table.count == 0) {
-    if (!table.when_empty.empty()) out << "\n  " << table.when_empty << "\n";
+    if (*table.when_empty != '\0') out << "\n  " << table.when_empty << "\n";
     return;
   }
   out << "\n  " << table.caption << " (" << with_commas(table.count) << "):\n";
-  std::vector<Line> lines;
-  table.rows([&](const Row& row) { lines.push_back(laid_out(table.columns, row)); }, most);
-  write_lines(out, table.columns, lines);
-  if (table.count > lines.size()) {
-    out << "  ... and " << with_commas(table.count - lines.size()) << " more; --json shows all\n";
+  std::vector<Row> rows;
+  table.rows([&](const Row& row) { rows.push_back(row); }, most);
+  write_lines(out, rows);
+  if (table.count > rows.size()) {
+    out << "  ... and " << with_commas(table.count - rows.size()) << " more; --json shows all\n";
   }
   show_bars(out, table.timeline);
 }
@@ -109,8 +110,8 @@ void show(std::ostream& out, const Section& section) {
   }
   for (const Fact& fact : section.facts) {
     if (!is_told(fact)) continue;
-    const auto& [column, value] = fact;
-    out << "  " << std::left << std::setw(20) << column.label << shown(value, column.kind) << "\n";
+    out << "  " << std::left << std::setw(20) << fact.column.label
+        << shown(fact.value, fact.column.kind) << "\n";
   }
   for (const Figure& figure : section.figures) {
     out << "  " << shown(figure.number, Kind::number) << " " << figure.label
@@ -119,9 +120,24 @@ void show(std::ostream& out, const Section& section) {
   for (const Table& table : section.tables) show(out, table, k_most_text_rows);
 }
 
+// A line for each row, for programs.
+void write_images(const Table& table, std::ostream& out) {
+  const auto write = [&](const Row& row) {
+    const char* separator = "";
+    for (const Fact& fact : row.facts) {
+      if (!fact.column.is_shown()) continue;
+      out << std::exchange(separator, "\t") << shown(fact.value, fact.column.kind);
+    }
+    out << "\n";
+  };
+  table.rows(write, -1);
+}
+
 }  // namespace
 
 void write_text(const Report& report, std::ostream& out) {
+  for (const Table& table : report.images) write_images(table, out);
+  if (report.scope == Scope::images) return;
   if (!report.faults.empty()) {
     heading(out, "NOT ALL COULD BE READ");
     for (const Fault& fault : report.faults) {
@@ -129,23 +145,8 @@ void write_text(const Report& report, std::ostream& out) {
     }
   }
   heading(out, "Runs");
-  show(out, report.runs, report.only_runs ? -1 : k_most_text_rows);
+  show(out, report.runs, report.scope == Scope::runs ? -1 : k_most_text_rows);
   for (const Section& section : report.sections) show(out, section);
-}
-
-void write_images(const Report& report, std::ostream& out) {
-  for (const Table& table : report.images) {
-    table.rows(
-        [&](const Row& row) {
-          const char* separator = "";
-          for (std::size_t i = 0; i < table.columns.size(); ++i) {
-            if (table.columns[i].label.empty()) continue;
-            out << std::exchange(separator, "\t") << shown(row.cells[i], table.columns[i].kind);
-          }
-          out << "\n";
-        },
-        -1);
-  }
 }
 
 }  // namespace report

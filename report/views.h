@@ -13,17 +13,13 @@ namespace report {
 constexpr std::int64_t k_most_text_rows = 50;
 constexpr std::int64_t k_most_page_rows = 10000;  // more than a browser shows with ease
 
-// Tables for a terminal of at least 80 columns.
+// Tables for a terminal of at least 80 columns; of images, a line for each, with tabs between its parts.
 void write_text(const Report& report, std::ostream& out);
 
-// Everything, as docs/report.md describes it.
+// Everything, as docs/report.md describes it; of images, an object for each.
 void write_json(const Report& report, std::ostream& out);
 
 // One page that needs nothing else.
 void write_page(const Report& report, std::ostream& out);
-
-// The images alone: a line for each, with tabs between its parts, or a JSON object.
-void write_images(const Report& report, std::ostream& out);
-void write_json_images(const Report& report, std::ostream& out);
 
 }  // namespace report

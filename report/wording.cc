@@ -14,29 +14,11 @@ namespace report {
 
 namespace {
 
-// What each kind of value looks like.
-struct Shown {
-  Kind kind;
-
-  std::string operator()(std::nullptr_t) const { return "?"; }
-  std::string operator()(bool value) const { return value ? "yes" : "no"; }
-  std::string operator()(const std::string& value) const { return printable(value); }
-  std::string operator()(double value) const {
-    return kind == Kind::share ? percent(value) : (boost::format("%.3f") % value).str();
-  }
-  std::string operator()(std::uint64_t value) const { return with_commas(value); }
-  std::string operator()(std::int64_t value) const {
-    return kind == Kind::time ? utc(value) : std::to_string(value);
-  }
-  // An argument that holds blanks stands in quotes.
-  std::string operator()(Texts values) const {
-    for (std::string& value : values) {
-      const bool is_word = !value.empty() && value.find(' ') == std::string::npos;
-      value = is_word ? printable(value) : '"' + printable(value) + '"';
-    }
-    return boost::join(values, " ");
-  }
-};
+// In quotes if it is empty or holds blanks.
+std::string in_quotes(const std::string& word) {
+  const bool is_word = !word.empty() && word.find(' ') == std::string::npos;
+  return is_word ? printable(word) : '"' + printable(word) + '"';
+}
 
 std::string formatted(std::int64_t time, const char* form,
                       struct tm* (*parts_of)(const time_t*, struct tm*)) {
@@ -48,11 +30,6 @@ std::string formatted(std::int64_t time, const char* form,
 }
 
 }  // namespace
-
-const char* const k_no_concern = "The record names nothing to look at first.";
-const char* const k_no_concern_caveat =
-    "That does not prove the list right: a wrong disk pool or an incomplete listing leaves no "
-    "trace in it.";
 
 std::string name_of(record::Task task) {
   constexpr const char* k_names[] = {"no task", "case scan", "case repair", "dry run", "deletion"};
@@ -78,6 +55,10 @@ std::string local_time(std::int64_t time) {
   return formatted(time, "%Y-%m-%d %H:%M:%S", ::localtime_r);
 }
 
+double share_of(std::uint64_t part, std::uint64_t all) {
+  return all == 0 ? 0 : static_cast<double>(part) / static_cast<double>(all);
+}
+
 std::string percent(double share) {
   constexpr double k_hundred = 100;
   constexpr double k_least = 0.1;
@@ -91,13 +72,22 @@ bool is_number(Kind kind) {
 }
 
 std::string shown(const Value& value, Kind kind) {
-  return std::visit(Shown{kind}, value);
+  if (value.is_null()) return "?";
+  if (value.is_string()) return printable(value.get_ref<const std::string&>());
+  if (kind == Kind::share) return percent(value);
+  if (kind == Kind::time) return utc(value);
+  if (value.is_number_float()) return (boost::format("%.3f") % value.get<double>()).str();
+  if (value.is_number_unsigned()) return with_commas(value);
+  if (!value.is_array()) return value.dump();
+  Texts words;
+  for (const auto& word : value) words.push_back(in_quotes(word));
+  return boost::join(words, " ");
 }
 
 bool is_told(const Fact& fact) {
-  const bool is_empty = fact.value == Value(nullptr) || fact.value == Value(std::string()) ||
-                        fact.value == Value(Texts());
-  return !fact.column.label.empty() && fact.column.kind != Kind::notes && !is_empty;
+  const Column& column = fact.column;
+  return column.is_shown() && column.kind != Kind::notes && !fact.value.is_null() &&
+         !shown(fact.value, column.kind).empty();
 }
 
 }  // namespace report

@@ -4,44 +4,26 @@
 
 #include "report/escape.h"
 #include "report/page/parts.h"
-#include "report/page/table.h"
 #include "report/views.h"
 #include "report/wording.h"
 
 namespace report {
 
-namespace page {
-
 namespace {
 
-// What the page tells of in detail: "dry run, case scan".
-std::string subject_of(const Report& report) {
-  Texts names;
-  for (const Section& section : report.sections) names.push_back(section.task);
-  return names.empty() ? "no run in detail" : boost::join(names, ", ");
-}
-
-std::string id_of(std::size_t number) {
+std::string run_id(std::size_t number) {
   return "run" + std::to_string(number);
 }
 
-void write_head(const std::string& title, std::ostream& out) {
-  out << "<!doctype html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
-      << R"(<meta http-equiv="Content-Security-Policy" content=")" << k_content_security_policy
-      << "\">\n<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
-      << "<meta name=\"color-scheme\" content=\"light dark\">\n<title>" << html(title)
-      << "</title>\n<style>" << k_style << "</style>\n</head>\n<body>\n";
-}
-
-void write_header(const Report& report, std::ostream& out) {
-  out << "<header>\n<h1>mdfixup report: " << html(subject_of(report)) << "</h1>\n<p>"
-      << counted(report.runs.count, "run", "runs") << " on record.</p>\n"
+void write_header(const Report& report, const std::string& title, std::ostream& out) {
+  out << "<header>\n<h1>" << title << "</h1>\n<p>" << counted(report.runs.count, "run", "runs")
+      << " on record.</p>\n"
       << "<nav aria-label=\"Sections\">\n";
   std::size_t number = 0;
   for (const Section& section : report.sections) {
-    out << "<a href=\"#" << id_of(++number) << "\">" << html(section.title) << "</a>\n";
+    out << "<a href=\"#" << run_id(++number) << "\">" << html(section.title) << "</a>\n";
   }
-  out << "<a href=\"#runs\">All runs</a>\n</nav>\n</header>\n";
+  out << "<a href=\"#runs\">All runs</a>\n</nav>\n</header>\n<main>\n";
 }
 
 void write_faults(const Report& report, std::ostream& out) {
@@ -71,8 +53,8 @@ void write_concerns(const Section& section, const std::string& id, std::ostream&
   }
   out << "<div class=\"alert\"><h3>Look at this first</h3><ul>\n";
   for (const Concern& concern : section.concerns) {
-    out << "<li><a href=\"#" << id << "-" << (*concern.about == '\0' ? "facts" : concern.about)
-        << "\">" << html(concern.text) << "</a></li>\n";
+    out << "<li><a href=\"#" << id << "-" << concern.about << "\">" << html(concern.text)
+        << "</a></li>\n";
   }
   out << "</ul></div>\n";
 }
@@ -95,36 +77,35 @@ void write_section(const Section& section, const std::string& id, std::ostream& 
   out << R"(<dl class="facts" id=")" << id << "-facts\">\n";
   for (const Fact& fact : section.facts) {
     if (!is_told(fact)) continue;
-    out << "<div><dt>" << fact.column.label << "</dt><dd>" << cell(fact.value, fact.column.kind)
-        << "</dd></div>\n";
+    out << "<div><dt>" << fact.column.label << "</dt><dd>"
+        << page::cell(fact.value, fact.column.kind) << "</dd></div>\n";
   }
   out << "</dl>\n";
   for (const Table& table : section.tables) {
-    if (table.count == 0 && table.when_empty.empty()) continue;
+    if (table.count == 0 && *table.when_empty == '\0') continue;
     const std::string table_id = id + "-" + table.key;
     out << "<h3 id=\"" << table_id << "\">" << html(table.caption) << "</h3>\n";
-    write_table(table, table_id, out);
+    page::write_table(table, table_id, out);
   }
   out << "</section>\n";
 }
 
 }  // namespace
 
-}  // namespace page
-
 void write_page(const Report& report, std::ostream& out) {
-  page::write_head("mdfixup report: " + page::subject_of(report), out);
-  page::write_header(report, out);
-  out << "<main>\n";
-  page::write_faults(report, out);
-  page::write_other_runs(report, out);
+  Texts tasks;
+  for (const Section& section : report.sections) tasks.push_back(section.task);
+  const std::string title =
+      "mdfixup report: " + (tasks.empty() ? "no run in detail" : boost::join(tasks, ", "));
+  out << page::k_before_title << title << page::k_after_title;
+  write_header(report, title, out);
+  write_faults(report, out);
+  write_other_runs(report, out);
   std::size_t number = 0;
-  for (const Section& section : report.sections) {
-    page::write_section(section, page::id_of(++number), out);
-  }
+  for (const Section& section : report.sections) write_section(section, run_id(++number), out);
   out << "<section id=\"runs\">\n<h2>All runs</h2>\n";
   page::write_table(report.runs, "runs", out);
-  out << "</section>\n</main>\n<script>" << page::k_script << "</script>\n</body>\n</html>\n";
+  out << "</section>\n" << page::k_end;
 }
 
 }  // namespace report

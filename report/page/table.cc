@@ -1,11 +1,9 @@
-#include "report/page/table.h"
+#include "report/page/parts.h"
 
 #include <algorithm>
-#include <type_traits>
 #include <utility>
 
 #include "report/escape.h"
-#include "report/page/timeline_drawing.h"
 #include "report/views.h"
 #include "report/wording.h"
 
@@ -23,13 +21,19 @@ void write_note(const std::string& text, std::ostream& out) {
   if (!text.empty()) out << "<p class=\"note\">" << html(text) << "</p>\n";
 }
 
-std::string notes(const Texts& texts) {
+std::string notes(const Value& texts) {
   if (texts.empty()) return "none";
-  std::string result = "<details><summary>" + std::to_string(texts.size()) +
-                       (texts.size() == 1 ? " message" : " messages") +
+  std::string result = "<details><summary>" + counted(texts.size(), "message", "messages") +
                        "</summary><ul class=\"log\">\n";
-  for (const std::string& text : texts) result += "<li><code>" + html(text) + "</code></li>\n";
+  for (const std::string text : texts) result += "<li><code>" + html(text) + "</code></li>\n";
   return result + "</ul></details>";
+}
+
+// Each is cut at the end of a line only if it fills one.
+std::string words(const Value& texts) {
+  std::string result = "<code>";
+  for (const std::string text : texts) result += "<span>" + html(text) + "</span> ";
+  return result + "</code>";
 }
 
 std::string bar(double share) {
@@ -39,40 +43,36 @@ std::string bar(double share) {
 }
 
 // What a number is sorted by; nothing for one that is not known.
-struct SortValue {
-  template <class T>
-  std::string operator()(const T& value) const {
-    if constexpr (std::is_arithmetic_v<T>) return std::to_string(value);
-    return "";
-  }
-};
+std::string sort_value(const Value& value) {
+  if (value.is_null()) return "";
+  return value.is_number_float() ? std::to_string(value.get<double>()) : value.dump();
+}
 
-void write_head(const Table& table, std::ostream& out) {
+void write_head(const Table& table, const Row& row, std::ostream& out) {
   constexpr std::ptrdiff_t k_few_columns = 3;  // need not fill the width of the page
-  const auto columns = std::count_if(table.columns.begin(), table.columns.end(),
-                                     [](const Column& column) { return !column.label.empty(); });
+  const auto columns = std::count_if(row.facts.begin(), row.facts.end(),
+                                     [](const Fact& fact) { return fact.column.is_shown(); });
   out << "<div class=\"wide\"><table" << (columns > k_few_columns ? " class=\"full\"" : "")
       << "><caption>" << html(table.caption) << "</caption>\n<thead><tr>";
-  for (const Column& column : table.columns) {
-    if (column.label.empty()) continue;
+  for (const Fact& fact : row.facts) {
+    const Column& column = fact.column;
+    if (!column.is_shown()) continue;
     out << "<th scope=\"col\"" << class_of(column.kind) << (column.summed ? " data-sum" : "") << ">"
         << html(column.label) << "</th>";
   }
   out << "</tr></thead>\n<tbody>\n";
 }
 
-void write_row(const Table& table, const Row& row, std::ostream& out) {
-  constexpr const char* k_marks[] = {"", " class=\"bad\"", " class=\"all\""};
-  out << "<tr" << k_marks[static_cast<int>(row.mark)] << ">";
+void write_row(const Row& row, std::ostream& out) {
+  out << "<tr" << (*row.mark == '\0' ? "" : std::string(" class=\"") + row.mark + "\"") << ">";
   std::string tag = row.tag.empty() ? "" : " <strong class=\"tag\">" + html(row.tag) + "</strong>";
-  for (std::size_t i = 0; i < table.columns.size(); ++i) {
-    const Column& column = table.columns[i];
-    if (column.label.empty()) continue;
+  for (const Fact& fact : row.facts) {
+    const Column& column = fact.column;
+    if (!column.is_shown()) continue;
     // On a narrow screen a row becomes a card, whose lines need the names of the columns.
     out << "<td data-label=\"" << html(column.label) << "\"" << class_of(column.kind);
-    if (is_number(column.kind))
-      out << " data-v=\"" << std::visit(SortValue(), row.cells[i]) << "\"";
-    out << ">" << cell(row.cells[i], column.kind) << std::exchange(tag, "") << "</td>";
+    if (is_number(column.kind)) out << " data-v=\"" << sort_value(fact.value) << "\"";
+    out << ">" << cell(fact.value, column.kind) << std::exchange(tag, "") << "</td>";
   }
   out << "</tr>\n";
 }
@@ -80,18 +80,13 @@ void write_row(const Table& table, const Row& row, std::ostream& out) {
 }  // namespace
 
 std::string cell(const Value& value, Kind kind) {
-  if (const auto* texts = std::get_if<Texts>(&value)) {
-    if (kind == Kind::notes) return notes(*texts);
-    std::string words = "<code>";
-    // Each is cut at the end of a line only if it fills one.
-    for (const std::string& word : *texts) words += "<span>" + html(word) + "</span> ";
-    return words + "</code>";
+  if (kind == Kind::notes) return notes(value);
+  if (kind == Kind::words) return words(value);
+  if (value.is_string()) {
+    const std::string text = html(value.get_ref<const std::string&>());
+    return kind == Kind::verbatim ? "<code>" + text + "</code>" : text;
   }
-  if (const auto* text = std::get_if<std::string>(&value)) {
-    return kind == Kind::verbatim ? "<code>" + html(*text) + "</code>" : html(*text);
-  }
-  const auto* const number = std::get_if<double>(&value);
-  return kind == Kind::share && number != nullptr ? bar(*number) : shown(value, kind);
+  return kind == Kind::share && !value.is_null() ? bar(value) : shown(value, kind);
 }
 
 void write_table(const Table& table, const std::string& id, std::ostream& out) {
@@ -105,8 +100,12 @@ void write_table(const Table& table, const std::string& id, std::ostream& out) {
                    " more are too many for a page: mdfixup-report --json has all of them.",
                out);
   }
-  write_head(table, out);
-  table.rows([&](const Row& row) { write_row(table, row, out); }, k_most_page_rows);
+  bool is_first = true;
+  const auto write = [&](const Row& row) {
+    if (std::exchange(is_first, false)) write_head(table, row, out);
+    write_row(row, out);
+  };
+  table.rows(write, k_most_page_rows);
   out << "</tbody></table></div>\n";
 }
 

