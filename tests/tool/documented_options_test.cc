@@ -38,7 +38,7 @@ Options options_of_the_table() {
     const std::string name = std::string("--") + (*o)->long_name;
     const std::string value = (*o)->default_text != nullptr ? (*o)->default_text : "none";
     const bool hidden = shown.find(name) == std::string::npos;
-    options[name] = ((*o)->kind == OptKind::flag ? "flag" : value) + (hidden ? " hidden" : "");
+    options[name] = ((*o)->is_flag() ? "flag" : value) + (hidden ? " hidden" : "");
     if ((*o)->letter != 0) options[std::string("-") + (*o)->letter] = options[name];
   }
   return options;
