@@ -18,8 +18,8 @@ using std::chrono::seconds;
 
 class ProgressOfTask : public testing::Test {
  protected:
-  ProgressOfTask() { dctLogSetA(m_run_log.c_str(), 0, 0, "test"); }
-  ~ProgressOfTask() override { dctLogSetA("/dev/null", 0, 0, "test"); }
+  ProgressOfTask() { dctLogSetA(m_run_log.c_str()); }
+  ~ProgressOfTask() override { dctLogSetA("/dev/null"); }
 
   void await(const std::string& text) const {
     while (support::read_text(m_run_log).find(text) == std::string::npos) ::sched_yield();
