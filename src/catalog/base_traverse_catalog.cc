@@ -51,7 +51,7 @@ bool BaseTraverseCatalog::walk_on_this_thread() {
 bool BaseTraverseCatalog::walk_on_workers() {
   TraverseCatalogThreadPool pool(this, m_stop_on_error);
   pool.Start();
-  pool.Wait(0);
+  pool.Wait();
   pool.Stop();
   pool.rethrow_exception();
   return !pool.failed();

@@ -46,14 +46,8 @@ void TraverseCatalogThreadPool::Start() {
            " worker threads could be created: " + std::strerror(error));
 }
 
-// The text names another task for every task; scripts look for it.
-void TraverseCatalogThreadPool::Wait(unsigned timeout_seconds) {
-  const unsigned left = m_running.waitForNoReferences(timeout_seconds);
-  if (left == 0) return;
-  throw Cr_ErrnoException(
-      k_status_timed_out,
-      "Timed out after waiting " + std::to_string(timeout_seconds) +
-          "s for the move corrupt POs threads to complete (cnt=" + std::to_string(left) + ")");
+void TraverseCatalogThreadPool::Wait() {
+  m_running.waitForNoReferences();
 }
 
 void TraverseCatalogThreadPool::Stop() {

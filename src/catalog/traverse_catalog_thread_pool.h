@@ -20,8 +20,8 @@ class BaseTraverseCatalog;
 // The workers of one traversal. Each draws one policy directory at a time until none is left.
 //
 // Threads: the public members but WorkerThread belong to the thread that made the pool. A worker
-//   never holds two of the locks (directory source, pool, thread, counter) at once; Start takes the
-//   counter's inside the pool's, Stop each thread's inside the pool's.
+//   never holds two of the locks (directory source, pool, counter) at once; Start takes the counter's
+//   inside the pool's.
 // Ownership: refers to the task. Does not join on destruction: Stop must have been called.
 class TraverseCatalogThreadPool {
  public:
@@ -35,9 +35,8 @@ class TraverseCatalogThreadPool {
   // Errors: Cr_ErrnoException, the system's error, when none could be.
   void Start();
 
-  // Waits until every worker has finished, at most `timeout_seconds`; 0 waits without limit.
-  // Errors: Cr_ErrnoException k_status_timed_out.
-  void Wait(unsigned timeout_seconds);
+  // Waits until every worker has finished.
+  void Wait();
 
   // Joins the workers.
   void Stop();

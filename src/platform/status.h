@@ -12,7 +12,6 @@ constexpr cr_status_t k_status_lock_file_exists = 1;
 constexpr cr_status_t k_status_entry_missing = 2;
 constexpr cr_status_t k_status_malformed = 4;
 constexpr cr_status_t k_status_buffer_too_small = 14;
-constexpr cr_status_t k_status_timed_out = 15;
 constexpr cr_status_t k_status_cannot_connect = 17;
 constexpr cr_status_t k_status_popen_failed = 22;
 constexpr cr_status_t k_status_pipe_read = 25;

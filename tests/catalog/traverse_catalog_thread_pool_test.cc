@@ -73,7 +73,7 @@ TEST(TraversalThreads, ThatCannotBeCreatedAreNotWaitedFor) {
   constexpr std::size_t k_impossible_stack = std::size_t{1} << 60U;
   catalog::TraverseCatalogThreadPool pool(&task, false, k_impossible_stack);
   EXPECT_THROW(pool.Start(), Cr_ErrnoException);
-  pool.Wait(0);
+  pool.Wait();
   pool.Stop();
 }
 
