@@ -40,10 +40,6 @@ constexpr cr_status_t k_status_db_write_ahead_log = 211;
 // Threads: may be called from any thread.
 std::string CRStatusToStringA(cr_status_t status);
 
-// The status for the system error (errno) that the step `step`, at `file` and `line`, has just met:
-// the error number itself, 0 when there is none.
-cr_status_t _crMapError(const char* step, const char* file, int line);  // NOLINT: established name
-
 // A failure that the function that met it cannot handle: a status, and a text that an operator
 // reads. A detail (what the system said) stands behind the text, after a colon.
 class Cr_ErrnoException : public std::exception {
