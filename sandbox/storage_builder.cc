@@ -1,11 +1,10 @@
 #include "sandbox/storage_builder.h"
 
-#include <ctime>
 #include <fstream>
 #include <functional>
 #include <random>
-#include <boost/algorithm/string/trim.hpp>
 
+#include <boost/algorithm/string/trim.hpp>
 #include <boost/filesystem/operations.hpp>
 
 #include "catalog/dirs_iterator.h"
@@ -30,6 +29,7 @@ void require(cr_status_t status, const fs::path& policy_dir) {
                             CRStatusToStringA(status));
   }
 }
+
 // A configuration's reader drops blanks around a value, which ends with its line.
 const std::string& storable(const std::string& value) {
   if (boost::algorithm::trim_copy(value) != value ||
@@ -38,7 +38,6 @@ const std::string& storable(const std::string& value) {
   }
   return value;
 }
-
 
 // Lines as long as the product's are: mostly fields that nobody here looks at.
 std::string image_line(const std::string& client, const std::string& policy,
@@ -67,8 +66,7 @@ StorageBuilder::StorageBuilder(const fs::path& dir) : m_root(fs::absolute(dir)) 
   write_configuration();
   fs::create_directories(m_root / "catalog" / catalog::k_walked_dsid_name);
   fs::create_directories(log_dir());
-  SpaDB::create_spa_database(m_root.string(), std::time(nullptr),
-                             {"POOLEVENT{state:up}", "GCEVENT{segments:0}"});
+  SpaDB::create_spa_database(m_root.string(), {"POOLEVENT{state:up}", "GCEVENT{segments:0}"});
   write_product();
 }
 

@@ -66,7 +66,7 @@ TEST(DryRun, PendingImportsRefuseTheRun) {
   const Scene scene;
   for (const auto& [event, damage, pending, error] : rows) {
     fs::remove(scene.root() / "spa.db");
-    SpaDB::create_spa_database(scene.root().string(), 1, {"x", event, "x"});
+    SpaDB::create_spa_database(scene.root().string(), {"x", event, "x"});
     scene.sh("sqlite3 spa.db \"" + damage + "\"");
     support::write_text(scene.storage().product() / "pending_imports", pending);
     expect_end(scene.dry_run(), error.empty() ? 0 : 1, error);
