@@ -16,6 +16,7 @@ namespace details {
 
 namespace {
 
+using boost::algorithm::starts_with;
 using util::Separators;
 using util::to_number;
 
@@ -41,10 +42,6 @@ constexpr std::size_t k_frag_value = 20;
 constexpr std::size_t k_media_fields = 5;
 constexpr std::size_t k_media_disk_pool = 3;
 
-bool begins_with(std::string_view text, std::string_view prefix) {
-  return text.substr(0, prefix.size()) == prefix;
-}
-
 }  // namespace
 
 const std::string BaseTVRImageIteratorImpl::no_images_were_found_string = "no entity was found";
@@ -63,24 +60,18 @@ void BaseTVRImageIteratorImpl::begin() {
 
 void BaseTVRImageIteratorImpl::increment() {
   verify_has_next();
+  m_current = nullptr;  // until the next one is whole
   try {
-    if (ok_to_increment()) {
-      read_image();
-    } else {
-      end_iteration();
-    }
+    if (ok_to_increment() && read_image()) m_current = &m_image;
   } catch (const boost::bad_lexical_cast&) {
     // Its text tells neither field nor line.
     ErrorA("not a number in the tvimagequery line: " + std::string(m_line));
-    end_iteration();
-    throw;
-  } catch (...) {
-    end_iteration();
     throw;
   }
 }
 
-void BaseTVRImageIteratorImpl::read_image() {
+// False when the output ended without an image to deliver.
+bool BaseTVRImageIteratorImpl::read_image() {
   bool skip = false;
   if (current_line_is_image()) {
     skip = parse_image_line();
@@ -88,11 +79,11 @@ void BaseTVRImageIteratorImpl::read_image() {
     parse_frag_line();
   }
   if (!read_to_next_image(skip)) {
-    end_iteration();
     finish();
-    return;
+    return false;
   }
   add_copy_summaries();
+  return true;
 }
 
 // Reads the fragments of the image at hand, and goes on to the next one where it is filtered out
@@ -135,15 +126,15 @@ void BaseTVRImageIteratorImpl::verify_has_next() const {
 }
 
 bool BaseTVRImageIteratorImpl::current_line_is_image() const {
-  return begins_with(m_line, k_image);
+  return starts_with(m_line, k_image);
 }
 
 bool BaseTVRImageIteratorImpl::current_line_is_frag() const {
-  return begins_with(m_line, k_frag);
+  return starts_with(m_line, k_frag);
 }
 
 bool BaseTVRImageIteratorImpl::no_images_were_found() const {
-  return begins_with(m_line, no_images_were_found_string);
+  return starts_with(m_line, no_images_were_found_string);
 }
 
 void BaseTVRImageIteratorImpl::throw_malformed(const std::string& text) {
