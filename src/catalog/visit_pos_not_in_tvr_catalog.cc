@@ -83,7 +83,7 @@ int VisitPOsNotInTVRCatalog<V>::visit_dir(const fs::path& policy_dir) {
 template <class V>
 void VisitPOsNotInTVRCatalog<V>::compare_dir(const fs::path& policy_dir,
                                              record::Directory& directory) {
-  V visitor(policy_dir, *m_findings, directory, m_admincmd_dir, m_disk_pool);
+  V visitor(policy_dir, *m_findings, directory, m_admincmd_dir, m_disk_pool, V::access);
   if (!visitor.has_database()) require_same_root();
   // Before anything is deleted, while there is time to stop; the totals count them all.
   if (directory.counts.future_copies != 0) m_findings->future_copies(policy_dir);
