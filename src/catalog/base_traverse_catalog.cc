@@ -24,10 +24,6 @@ BaseTraverseCatalog::~BaseTraverseCatalog() = default;
 
 void BaseTraverseCatalog::summarize_impl() {}
 
-std::string BaseTraverseCatalog::findings() const {
-  return "";
-}
-
 bool BaseTraverseCatalog::traverse() {
   m_root = WalkRoot(m_metadata_dir);
   const bool ran_to_its_end = m_num_threads < 2 ? walk_on_this_thread() : walk_on_workers();
