@@ -1,9 +1,7 @@
 #include "tvr_utils/tvr_image_parser.h"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
-#include <map>
 
 #include <boost/algorithm/string/predicate.hpp>
 
@@ -78,12 +76,9 @@ bool BaseTVRImageIteratorImpl::read_image() {
   } else if (current_line_is_frag()) {
     parse_frag_line();
   }
-  if (!read_to_next_image(skip)) {
-    finish();
-    return false;
-  }
-  add_copy_summaries();
-  return true;
+  if (read_to_next_image(skip)) return true;
+  finish();
+  return false;
 }
 
 // Reads the fragments of the image at hand, and goes on to the next one where it is filtered out
@@ -187,28 +182,6 @@ void BaseTVRImageIteratorImpl::parse_frag_line() {
   m_image.copy_numbers.push_back(copy);
   m_image.fragment_numbers.push_back(fragment);
   m_image.frag_values.push_back(value);
-}
-
-void BaseTVRImageIteratorImpl::add_copy_summaries() {
-  const std::vector<std::uint32_t>& copies = m_image.copy_numbers;
-  const std::vector<std::uint32_t>& values = m_image.frag_values;
-  if (std::count(copies.begin(), copies.end(), copies.front()) ==
-      static_cast<std::ptrdiff_t>(copies.size())) {
-    // Nearly every image: no map is made for it.
-    return add_summary(copies.front(), *std::max_element(values.begin(), values.end()));
-  }
-  std::map<std::uint32_t, std::uint32_t> largest_values;
-  for (std::size_t i = 0; i < copies.size(); ++i) {
-    std::uint32_t& largest = largest_values[copies[i]];
-    largest = std::max(largest, values[i]);
-  }
-  for (const auto& [copy, largest] : largest_values) add_summary(copy, largest);
-}
-
-void BaseTVRImageIteratorImpl::add_summary(std::uint32_t copy, std::uint32_t largest_value) {
-  m_image.copy_numbers.push_back(copy);
-  m_image.fragment_numbers.push_back(0);
-  m_image.frag_values.push_back(largest_value);
 }
 
 }  // namespace details

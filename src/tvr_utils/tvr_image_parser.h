@@ -72,8 +72,6 @@ class BaseTVRImageIteratorImpl {
   void warn_of_other_spelling(std::string_view client, std::string_view policy);
   bool read_image();
   bool read_to_next_image(bool skip);
-  void add_copy_summaries();
-  void add_summary(std::uint32_t copy, std::uint32_t largest_value);
   [[noreturn]] void throw_malformed(const std::string& text);
 
   TVRImage m_image;
