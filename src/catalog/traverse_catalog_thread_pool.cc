@@ -12,15 +12,13 @@ namespace catalog {
 
 using Worker = Ks_Thread<TraverseCatalogThreadPool>;
 
-TraverseCatalogThreadPool::TraverseCatalogThreadPool(BaseTraverseCatalog* task, bool stop_on_error,
-                                                     std::size_t stack_size)
+TraverseCatalogThreadPool::TraverseCatalogThreadPool(BaseTraverseCatalog* task, bool stop_on_error)
     : m_task(task),
       m_stop_on_error(stop_on_error),
       m_dirs(task->metadata_dir(), &task->log()),
       m_running("Traverse Catalog Thread Pool") {
   for (unsigned i = 0; i < task->num_threads(); ++i) {
-    m_threads.emplace_back(
-        new Worker(&TraverseCatalogThreadPool::WorkerThread, this, stack_size, i));
+    m_threads.emplace_back(new Worker(&TraverseCatalogThreadPool::WorkerThread, this, 0, i));
   }
 }
 

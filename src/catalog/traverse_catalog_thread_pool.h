@@ -25,11 +25,9 @@ class BaseTraverseCatalog;
 // Ownership: refers to the task. Does not join on destruction: Stop must have been called.
 class TraverseCatalogThreadPool {
  public:
-  // Positions on the first directory; starts no thread. `stack_size` of each worker in bytes, 0 for
-  // the system's default.
+  // Positions on the first directory; starts no thread.
   // Errors: filesystem_error when the catalog cannot be read.
-  TraverseCatalogThreadPool(BaseTraverseCatalog* task, bool stop_on_error,
-                            std::size_t stack_size = 0);
+  TraverseCatalogThreadPool(BaseTraverseCatalog* task, bool stop_on_error);
 
   // Starts the workers; goes on with those that could be created.
   // Errors: Cr_ErrnoException, the system's error, when none could be.

@@ -35,8 +35,8 @@ class OnTerminal {
   // What was written so far, as it came.
   const std::string& written() const { return m_written; }
 
-  // What stands on the terminal then: carriage returns, line ends and the erasing of a line's rest
-  // taken for what they do.
+  // What stands on the terminal then: without the lines that were erased before anything else was
+  // written.
   std::string screen() const;
 
  private:
