@@ -101,20 +101,13 @@ std::string taken_from_copy(const Scene& scene, const std::string& orphan) {
   std::smatch m;
   std::regex_search(orphan, m, rule);
   const std::string own = m[1].str() + "_" + m[3].str() + "_";
-  const std::string where = " FROM po WHERE basename LIKE '" + own + "C" + m[4].str() + "%';";
-  std::istringstream names(
-      support::sqlite(scene.root() / "copy/2" / m[1].str() / m[2].str() / "po.db",
-                      "SELECT basename" + where + "DELETE" + where));
-  int count = 0;
-  std::string others;
-  for (std::string name; std::getline(names, name); ++count) {
-    // The letter in front of the copy's number is not looked at.
-    const std::string rest = name.substr(std::min(own.size() + 1, name.size()));
-    const bool is_own = name.compare(0, own.size(), own) == 0 &&
-                        (rest == m[4].str() + "_F1.img" || rest == m[4].str() + "_HDR.info");
-    if (!is_own) others += "also takes " + name + "\n";
-  }
-  return std::to_string(count) + " POs.\n" + others;
+  const std::string taken = " FROM po WHERE basename LIKE '" + own + "C" + m[4].str() + "%'";
+  // The letter in front of the copy's number is not looked at.
+  const std::string named = " AND basename NOT GLOB '" + own + "?" + m[4].str();
+  return support::sqlite(scene.root() / "copy/2" / m[1].str() / m[2].str() / "po.db",
+                         "SELECT count(*) || ' POs.'" + taken +
+                             "; SELECT 'also takes ' || basename" + taken + named + "_F1.img'" +
+                             named + "_HDR.info'; DELETE" + taken);
 }
 
 class Deletion : public testing::TestWithParam<int> {};

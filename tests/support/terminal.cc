@@ -16,15 +16,6 @@ namespace {
 
 constexpr unsigned short k_wide = 200;
 
-void exec(const std::vector<std::string>& command, const sandbox::Child::Environment& environment) {
-  for (const auto& [name, value] : environment) ::setenv(name.c_str(), value.c_str(), 1);
-  std::vector<char*> argv;
-  for (const std::string& word : command) argv.push_back(const_cast<char*>(word.c_str()));
-  argv.push_back(nullptr);
-  ::execvp(argv[0], argv.data());
-  ::_exit(127);
-}
-
 }  // namespace
 
 bool terminals_are_there() {
@@ -50,11 +41,7 @@ OnTerminal::OnTerminal(const std::function<void()>& body, unsigned short columns
 
 OnTerminal::OnTerminal(const std::vector<std::string>& command,
                        const sandbox::Child::Environment& environment)
-    : OnTerminal([&] { exec(command, environment); }, k_wide) {}
-
-OnTerminal::~OnTerminal() {
-  ::close(m_terminal);
-}
+    : OnTerminal([&] { sandbox::exec(command, environment); }, k_wide) {}
 
 // At its end, when no process has it any more, a terminal fails with EIO.
 bool OnTerminal::read_more() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <sys/types.h>
+#include <unistd.h>
 
 #include <functional>
 #include <string>
@@ -22,7 +23,7 @@ class OnTerminal {
   explicit OnTerminal(const std::function<void()>& body, unsigned short columns = 0);
   OnTerminal(const std::vector<std::string>& command,
              const sandbox::Child::Environment& environment);
-  ~OnTerminal();
+  ~OnTerminal() { ::close(m_terminal); }
   OnTerminal(const OnTerminal&) = delete;
   OnTerminal& operator=(const OnTerminal&) = delete;
 

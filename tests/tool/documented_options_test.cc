@@ -26,9 +26,9 @@ std::vector<std::smatch> matches(const std::string& text, const char* pattern) {
 
 // The first groups of all matches.
 Words all(const std::string& text, const char* pattern) {
-  Words words;
-  for (const std::smatch& match : matches(text, pattern)) words.push_back(match[1]);
-  return words;
+  const std::regex regex(pattern);
+  return {std::sregex_token_iterator(text.begin(), text.end(), regex, 1),
+          std::sregex_token_iterator()};
 }
 
 Options options_of_the_table() {
