@@ -40,7 +40,7 @@ template <class Visitor>
 void compare(dct::util::LogFile& log, catalog::RunTotals& totals, record::Directory& directory) {
   fuzz::set_command(k_listing);
   catalog::ConsistencyFindings findings(log, log, totals, Visitor::effect);
-  Visitor visitor(k_policy_dir, findings, directory, "/", "pool");
+  Visitor visitor(k_policy_dir, findings, directory, "/", "pool", Visitor::access);
   visitor.compare_metadata_impl();
   visitor.visit_image_copies_not_in_TV_impl();
 }

@@ -52,8 +52,9 @@ bool ends_within(pid_t pid, int seconds) {
   return ended;
 }
 
-[[noreturn]] void exec(const std::vector<std::string>& arguments,
-                       const Child::Environment& environment) {
+}  // namespace
+
+void exec(const std::vector<std::string>& arguments, const Child::Environment& environment) {
   constexpr int k_not_executed = 127;
   (void)::setpgid(0, 0);  // the parent does it as well, whoever comes first
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) ::signal(signal, SIG_DFL);
@@ -65,8 +66,6 @@ bool ends_within(pid_t pid, int seconds) {
   ::execvp(argv[0], argv.data());
   ::_exit(k_not_executed);
 }
-
-}  // namespace
 
 Child::Child(const std::vector<std::string>& arguments, const Environment& environment)
     : m_out(make_file("out")), m_err(make_file("err")), m_pid(::fork()) {

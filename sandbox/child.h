@@ -51,6 +51,11 @@ class Child {
   const pid_t m_pid;
 };
 
+// Turns this process into a program with `environment` on top of its own, in a process group of its own
+// unless it leads a session; ends it with 127 where that fails.
+[[noreturn]] void exec(const std::vector<std::string>& arguments,
+                       const Child::Environment& environment);
+
 // Runs a program to its end.
 Ended run(const std::vector<std::string>& arguments, const Child::Environment& environment = {});
 

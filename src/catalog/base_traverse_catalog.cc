@@ -24,10 +24,6 @@ BaseTraverseCatalog::~BaseTraverseCatalog() = default;
 
 void BaseTraverseCatalog::summarize_impl() {}
 
-std::string BaseTraverseCatalog::findings() const {
-  return "";
-}
-
 bool BaseTraverseCatalog::traverse() {
   m_root = WalkRoot(m_metadata_dir);
   const bool ran_to_its_end = m_num_threads < 2 ? walk_on_this_thread() : walk_on_workers();
@@ -51,7 +47,7 @@ bool BaseTraverseCatalog::walk_on_this_thread() {
 bool BaseTraverseCatalog::walk_on_workers() {
   TraverseCatalogThreadPool pool(this, m_stop_on_error);
   pool.Start();
-  pool.Wait(0);
+  pool.Wait();
   pool.Stop();
   pool.rethrow_exception();
   return !pool.failed();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <string>
 
 #include <boost/filesystem/path.hpp>
@@ -7,6 +8,7 @@
 
 #include "catalog/run_totals.h"
 #include "catalog/walk_root.h"
+#include "platform/status.h"
 
 namespace dct::util {
 class LogFile;
@@ -36,8 +38,8 @@ class BaseTraverseCatalog {
   virtual void summarize_impl();
 
   // What was found so far, in the words of the task: "3 collisions, 5 of another kind". Called from
-  // any thread; this one says nothing.
-  virtual std::string findings() const;
+  // any thread.
+  virtual std::string findings() const = 0;
 
   BaseTraverseCatalog(const BaseTraverseCatalog&) = delete;
   BaseTraverseCatalog& operator=(const BaseTraverseCatalog&) = delete;
@@ -73,6 +75,21 @@ class BaseTraverseCatalog {
   // To be called when a listed directory has no database, before that is taken for an empty one.
   // Errors: WalkRootChanged, which visit_dir is to pass on, as it ends the walk.
   void require_same_root() const { m_root.require_unchanged(); }
+
+  // Does the work of visit_dir. What it throws ends the directory: `fail` takes the status and the
+  // reason, and returns what visit_dir is to. What ends the walk passes through.
+  template <class Work, class Fail>
+  static int do_or_fail(Work work, Fail fail) {
+    try {
+      return work();
+    } catch (const WalkRootChanged&) {
+      throw;
+    } catch (const Cr_ErrnoException& error) {
+      return fail(error.GetStatus(), error.GetString());
+    } catch (const std::exception& error) {
+      return fail(k_status_malformed, error.what());
+    }
+  }
 
   // For what is counted in a directory.
   RunTotals& totals_to_add_to() { return m_totals; }

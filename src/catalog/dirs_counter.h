@@ -23,17 +23,14 @@ class DirsCounter {
   void count_until(const std::function<bool()>& enough);
 
   // How many there are; nothing as long as that is not known.
-  std::optional<std::uint64_t> total() const;
+  std::optional<std::uint64_t> total() const { return m_total; }
 
  private:
-  enum class State { not_begun, counting, counted, failed };
-
-  void count(const std::function<bool()>& enough);
-
   const boost::filesystem::path m_root;
-  DirsIterator m_walk;
+  std::optional<DirsIterator> m_walk;  // none before it was begun
   std::uint64_t m_count = 0;
-  State m_state = State::not_begun;
+  std::optional<std::uint64_t> m_total;
+  bool m_has_failed = false;
 };
 
 }  // namespace catalog

@@ -2,13 +2,9 @@
 
 #include <pthread.h>
 
+#include <atomic>
 #include <cassert>
 #include <cstddef>
-
-#include <boost/thread/condition_variable.hpp>
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/lock_types.hpp>
-#include <boost/thread/mutex.hpp>
 
 // A thread that calls a member function of an object again and again until it is asked to stop.
 //
@@ -30,7 +26,7 @@ class Ks_Thread {
   int create();
 
   // Asks the thread to end after the call it is in.
-  void request_stop();
+  void request_stop() { m_is_to_stop = true; }
 
   // Waits for the thread's end; returns at once when it was never created.
   void join();
@@ -39,18 +35,14 @@ class Ks_Thread {
   unsigned number() const { return m_number; }
 
  private:
-  enum class State { run, stop };
-
   static void* Run(void* arg);
-  bool asked_to_run();
 
   const Function m_func;
   T* const m_clss;
   pthread_t m_handle = 0;
   const std::size_t m_stack_size;
   const unsigned m_number;
-  boost::mutex m_mutex;
-  State m_requested BOOST_THREAD_GUARDED_BY(m_mutex) = State::run;
+  std::atomic<bool> m_is_to_stop{false};
 };
 
 template <class T>
@@ -66,21 +58,9 @@ int Ks_Thread<T>::create() {
 }
 
 template <class T>
-void Ks_Thread<T>::request_stop() {
-  const boost::lock_guard<boost::mutex> guard(m_mutex);
-  m_requested = State::stop;
-}
-
-template <class T>
 void Ks_Thread<T>::join() {
   if (m_handle != 0) ::pthread_join(m_handle, nullptr);
   m_handle = 0;
-}
-
-template <class T>
-bool Ks_Thread<T>::asked_to_run() {
-  const boost::lock_guard<boost::mutex> guard(m_mutex);
-  return m_requested == State::run;
 }
 
 template <class T>
@@ -88,7 +68,7 @@ void* Ks_Thread<T>::Run(void* arg) {
   auto* ks_thread = static_cast<Ks_Thread<T>*>(arg);
   assert(ks_thread->m_clss);
   assert(ks_thread->m_func);
-  while (ks_thread->asked_to_run()) {
+  while (!ks_thread->m_is_to_stop) {
     (ks_thread->m_clss->*ks_thread->m_func)(ks_thread);
   }
   return nullptr;

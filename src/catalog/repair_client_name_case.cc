@@ -40,15 +40,7 @@ int RepairClientNameCase::visit_dir(const fs::path& policy_dir) {
     m_findings->unrepaired(directory, policy_dir, why);
     return status == k_status_ok ? k_status_malformed : status;
   };
-  try {
-    return repair(policy_dir, directory);
-  } catch (const WalkRootChanged&) {
-    throw;
-  } catch (const Cr_ErrnoException& error) {
-    return fail(error.GetStatus(), error.GetString());
-  } catch (const std::exception& error) {
-    return fail(k_status_malformed, error.what());
-  }
+  return do_or_fail([&] { return repair(policy_dir, directory); }, fail);
 }
 
 // A collision is no failure.

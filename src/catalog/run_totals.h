@@ -40,18 +40,4 @@ class RunTotals {
   std::array<std::atomic<std::uint64_t>, record::k_counts.size()> m_counts{};
 };
 
-// Adds what was counted when it goes out of scope, also when that failed half-way.
-class CountsAdder {
- public:
-  CountsAdder(RunTotals& totals, const record::DirCounts& counts)
-      : m_totals(totals), m_counts(counts) {}
-  ~CountsAdder() { m_totals.add(m_counts); }
-  CountsAdder(const CountsAdder&) = delete;
-  CountsAdder& operator=(const CountsAdder&) = delete;
-
- private:
-  RunTotals& m_totals;
-  const record::DirCounts& m_counts;
-};
-
 }  // namespace catalog

@@ -33,18 +33,13 @@ int ScanClientNameCase::visit_dir(const fs::path& policy_dir) {
     m_findings.unreadable(directory, policy_dir, status, why);
     return status;
   };
-  try {
+  const auto work = [&] {
     const int status = scan(policy_dir, directory);
     if (status != k_status_ok && status != k_status_handled) return fail(status, "");
     m_findings.done(directory);
     return status;
-  } catch (const WalkRootChanged&) {
-    throw;
-  } catch (const Cr_ErrnoException& error) {
-    return fail(error.GetStatus(), error.GetString());
-  } catch (const std::exception& error) {
-    return fail(k_status_malformed, error.what());
-  }
+  };
+  return do_or_fail(work, fail);
 }
 
 int ScanClientNameCase::scan(const fs::path& policy_dir, record::Directory& directory) {

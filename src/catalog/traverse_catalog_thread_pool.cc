@@ -12,15 +12,13 @@ namespace catalog {
 
 using Worker = Ks_Thread<TraverseCatalogThreadPool>;
 
-TraverseCatalogThreadPool::TraverseCatalogThreadPool(BaseTraverseCatalog* task, bool stop_on_error,
-                                                     std::size_t stack_size)
+TraverseCatalogThreadPool::TraverseCatalogThreadPool(BaseTraverseCatalog* task, bool stop_on_error)
     : m_task(task),
       m_stop_on_error(stop_on_error),
       m_dirs(task->metadata_dir(), &task->log()),
       m_running("Traverse Catalog Thread Pool") {
   for (unsigned i = 0; i < task->num_threads(); ++i) {
-    m_threads.emplace_back(
-        new Worker(&TraverseCatalogThreadPool::WorkerThread, this, stack_size, i));
+    m_threads.emplace_back(new Worker(&TraverseCatalogThreadPool::WorkerThread, this, 0, i));
   }
 }
 
@@ -46,14 +44,8 @@ void TraverseCatalogThreadPool::Start() {
            " worker threads could be created: " + std::strerror(error));
 }
 
-// The text names another task for every task; scripts look for it.
-void TraverseCatalogThreadPool::Wait(unsigned timeout_seconds) {
-  const unsigned left = m_running.waitForNoReferences(timeout_seconds);
-  if (left == 0) return;
-  throw Cr_ErrnoException(
-      k_status_timed_out,
-      "Timed out after waiting " + std::to_string(timeout_seconds) +
-          "s for the move corrupt POs threads to complete (cnt=" + std::to_string(left) + ")");
+void TraverseCatalogThreadPool::Wait() {
+  m_running.waitForNoReferences();
 }
 
 void TraverseCatalogThreadPool::Stop() {

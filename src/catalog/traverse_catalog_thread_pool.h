@@ -20,24 +20,21 @@ class BaseTraverseCatalog;
 // The workers of one traversal. Each draws one policy directory at a time until none is left.
 //
 // Threads: the public members but WorkerThread belong to the thread that made the pool. A worker
-//   never holds two of the locks (directory source, pool, thread, counter) at once; Start takes the
-//   counter's inside the pool's, Stop each thread's inside the pool's.
+//   never holds two of the locks (directory source, pool, counter) at once; Start takes the counter's
+//   inside the pool's.
 // Ownership: refers to the task. Does not join on destruction: Stop must have been called.
 class TraverseCatalogThreadPool {
  public:
-  // Positions on the first directory; starts no thread. `stack_size` of each worker in bytes, 0 for
-  // the system's default.
+  // Positions on the first directory; starts no thread.
   // Errors: filesystem_error when the catalog cannot be read.
-  TraverseCatalogThreadPool(BaseTraverseCatalog* task, bool stop_on_error,
-                            std::size_t stack_size = 0);
+  TraverseCatalogThreadPool(BaseTraverseCatalog* task, bool stop_on_error);
 
   // Starts the workers; goes on with those that could be created.
   // Errors: Cr_ErrnoException, the system's error, when none could be.
   void Start();
 
-  // Waits until every worker has finished, at most `timeout_seconds`; 0 waits without limit.
-  // Errors: Cr_ErrnoException k_status_timed_out.
-  void Wait(unsigned timeout_seconds);
+  // Waits until every worker has finished.
+  void Wait();
 
   // Joins the workers.
   void Stop();

@@ -2,6 +2,8 @@
 
 #include <set>
 
+#include <boost/scope_exit.hpp>
+
 #include "catalog/podb/delete_orphan_pos.h"
 #include "catalog/podb/print_orphan_pos.h"
 #include "dct/log_file.h"
@@ -28,16 +30,6 @@ void compare(podb::BaseCompareWithTVR& visitor) {
   } catch (const Cr_ErrnoException& error) {
     throw Cr_ErrnoException(error.GetStatus(), "Could not call tvimagequery: " + error.GetString());
   }
-}
-
-// Each copy number once, in the order in which the image names them.
-std::vector<std::uint32_t> distinct(const std::vector<std::uint32_t>& copy_numbers) {
-  std::vector<std::uint32_t> result;
-  std::set<std::uint32_t> seen;
-  for (const std::uint32_t copy_number : copy_numbers) {
-    if (seen.insert(copy_number).second) result.push_back(copy_number);
-  }
-  return result;
 }
 
 }  // namespace
@@ -67,23 +59,21 @@ VisitPOsNotInTVRCatalog<V>::VisitPOsNotInTVRCatalog(const fs::path& log_director
 template <class V>
 int VisitPOsNotInTVRCatalog<V>::visit_dir(const fs::path& policy_dir) {
   record::Directory directory = directory_of(policy_dir);
-  try {
+  const auto work = [&] {
     compare_dir(policy_dir, directory);
     m_findings->done(directory);
-  } catch (const WalkRootChanged&) {
-    throw;
-  } catch (const Cr_ErrnoException& error) {
-    m_findings->not_compared(directory, policy_dir, error.GetStatus(), error.GetString());
-  } catch (const std::exception& error) {
-    m_findings->not_compared(directory, policy_dir, k_status_malformed, error.what());
-  }
-  return k_status_ok;
+    return k_status_ok;
+  };
+  return do_or_fail(work, [&](int status, const std::string& why) {
+    m_findings->not_compared(directory, policy_dir, status, why);
+    return k_status_ok;
+  });
 }
 
 template <class V>
 void VisitPOsNotInTVRCatalog<V>::compare_dir(const fs::path& policy_dir,
                                              record::Directory& directory) {
-  V visitor(policy_dir, *m_findings, directory, m_admincmd_dir, m_disk_pool);
+  V visitor(policy_dir, *m_findings, directory, m_admincmd_dir, m_disk_pool, V::access);
   if (!visitor.has_database()) require_same_root();
   // Before anything is deleted, while there is time to stop; the totals count them all.
   if (directory.counts.future_copies != 0) m_findings->future_copies(policy_dir);
@@ -95,9 +85,9 @@ void VisitPOsNotInTVRCatalog<V>::compare_dir(const fs::path& policy_dir,
 }
 
 template <class V>
-std::vector<std::string> VisitPOsNotInTVRCatalog<V>::visited_pairs() {
+std::set<std::string> VisitPOsNotInTVRCatalog<V>::visited_pairs() {
   const boost::lock_guard<boost::mutex> guard(m_mutex);
-  return m_visited_pairs;
+  return {m_visited_pairs.begin(), m_visited_pairs.end()};
 }
 
 template <class V>
@@ -115,10 +105,12 @@ void VisitPOsNotInTVRCatalog<V>::summarize_impl() {
 
 template <class V>
 void VisitPOsNotInTVRCatalog<V>::list_unvisited_pairs() {
-  const std::vector<std::string> pairs = visited_pairs();
-  const std::set<std::string> visited(pairs.begin(), pairs.end());
+  const std::set<std::string> visited = visited_pairs();
   record::DirCounts counts;
-  const CountsAdder counted(totals_to_add_to(), counts);
+  // Also when the listing breaks off.
+  BOOST_SCOPE_EXIT_ALL(&) {
+    totals_to_add_to().add(counts);
+  };
   record::MissingCopy missing;
   bool is_visited = false;
   const TVRImageIterator end;
@@ -133,7 +125,9 @@ void VisitPOsNotInTVRCatalog<V>::list_unvisited_pairs() {
     }
     if (is_visited) continue;
     missing.backup_time = image->backup_time;
-    for (const std::uint32_t copy_number : distinct(image->copy_numbers)) {
+    std::set<std::uint32_t> told;
+    for (const std::uint32_t copy_number : image->copy_numbers) {
+      if (!told.insert(copy_number).second) continue;
       ++counts.missing_copies;
       missing.copy_number = copy_number;
       m_findings->missing(missing);

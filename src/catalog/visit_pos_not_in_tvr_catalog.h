@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -17,7 +18,7 @@ namespace catalog {
 // the catalog no longer has to the visitor V; at the end lists the images of clients and policies
 // that no directory holds.
 //
-// V derives from podb::BaseCompareWithTVR and names its logs; the visitors it is built for are
+// V derives from podb::BaseCompareWithTVR, names its logs and says what access its work needs; the visitors it is built for are
 // named at the end of the implementation.
 //
 // Threads: as the base; the list of visited pairs has a lock of its own.
@@ -46,7 +47,7 @@ class VisitPOsNotInTVRCatalog : public BaseTraverseCatalog {
  private:
   void compare_dir(const boost::filesystem::path& policy_dir, record::Directory& directory);
   void list_unvisited_pairs();
-  std::vector<std::string> visited_pairs();
+  std::set<std::string> visited_pairs();
 
   const boost::filesystem::path m_admincmd_dir;
   const std::string m_disk_pool;

@@ -4,7 +4,6 @@
 
 #include <boost/filesystem/operations.hpp>
 
-#include "cr/inifile.h"
 #include "dct/filesystem.h"
 #include "dct/report_error.h"
 #include "platform/status.h"
@@ -45,26 +44,20 @@ Config Config::init_from_ksregistry(const std::string& registry_file, const std:
                   registry_file + " .");
   }
   if (!dct::filesystem::exists(file)) throw_missing("The file " + file + " does not exist.");
-  return Config(file, Inifile(file).load());
+  return Config(file);
 }
-
-Config::Config(std::string file, InifileSections sections)
-    : m_file(std::move(file)), m_sections(std::move(sections)) {}
 
 void Config::get(const std::string& section, const std::string& entry, fs::path& path) const {
   const std::string value = find(section, entry);
   if (value.empty()) {
     throw_missing("Failed to locate the " + entry + " entry for section " + section + " in " +
-                  m_file + " .");
+                  m_inifile.file() + " .");
   }
   path = value;
 }
 
 std::string Config::find(const std::string& section, const std::string& entry) const {
-  const auto entries = m_sections.find(section);
-  if (entries == m_sections.end()) return "";
-  const auto value = entries->second.find(entry);
-  return value == entries->second.end() ? "" : value->second;
+  return m_inifile.get(section, entry);
 }
 
 fs::path get_log_dir(const Config& config) {

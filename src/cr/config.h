@@ -4,7 +4,7 @@
 
 #include <boost/filesystem/path.hpp>
 
-#include "platform/inifile.h"
+#include "cr/inifile.h"
 
 namespace cr {
 
@@ -37,10 +37,9 @@ class Config {
   std::string find(const std::string& section, const std::string& entry) const;
 
  private:
-  Config(std::string file, InifileSections sections);
+  explicit Config(const std::string& file) : m_inifile(file) {}
 
-  std::string m_file;
-  InifileSections m_sections;
+  Inifile m_inifile;
 };
 
 // The storage's log directory; empty, after a message on standard error, when the configuration

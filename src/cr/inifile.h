@@ -2,31 +2,32 @@
 
 #include <string>
 
-#include "platform/inifile.h"
+#include <boost/property_tree/ptree.hpp>
 
 namespace cr {
 
-// A handle on one configuration file.
+// What a configuration file holds: sections in brackets, `entry=value` lines, comments behind `;` or
+// `#` at the start of a line; blanks around names and values are dropped.
 //
-// Threads: one thread.
-// Errors: Cr_ErrnoException, naming the file and the line, for a file that cannot be read.
+// Threads: one thread; constant after construction.
 class Inifile {
  public:
-  explicit Inifile(const std::string& file) : m_file(file) {}
+  // Reads the whole file.
+  // Errors: Cr_ErrnoException that names the file, and for a line that is none of section, entry,
+  //   comment and blank its number.
+  explicit Inifile(const std::string& file);
+
+  // A value; empty when the section or the entry is missing.
+  std::string get(const std::string& section, const std::string& entry) const;
 
   // A path of at most 4095 characters; empty when the entry is missing.
   std::string get_path(const std::string& section, const std::string& entry) const;
 
-  InifileSections load() const { return InifileReadA(m_file); }
-
-  // Writes the file anew with this one entry.
-  void save_new(const std::string& section, const std::string& entry, const std::string& value);
-
-  // Sets one entry.
-  void save(const std::string& section, const std::string& entry, const std::string& value);
+  const std::string& file() const { return m_file; }
 
  private:
-  const std::string m_file;
+  std::string m_file;
+  boost::property_tree::ptree m_tree;
 };
 
 }  // namespace cr

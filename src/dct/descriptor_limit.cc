@@ -9,10 +9,7 @@ namespace dct {
 namespace {
 
 // What the shell says in front of every command; empty as long as the limit is as it was.
-std::string& prefix() {
-  static std::string text;
-  return text;
-}
+std::string s_prefix;
 
 }  // namespace
 
@@ -22,7 +19,7 @@ void raise_descriptor_limit() {
   const rlim_t first = limit.rlim_cur;
   limit.rlim_cur = limit.rlim_max;
   if (::setrlimit(RLIMIT_NOFILE, &limit) != 0) return;
-  prefix() = "ulimit -S -n " + std::to_string(first) + "; ";
+  s_prefix = "ulimit -S -n " + std::to_string(first) + "; ";
 }
 
 std::uint64_t descriptor_limit() {
@@ -32,7 +29,7 @@ std::uint64_t descriptor_limit() {
 }
 
 std::string with_first_descriptor_limit(const std::string& command) {
-  return prefix() + command;
+  return s_prefix + command;
 }
 
 }  // namespace dct

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/network.h"
+
 namespace dct {
 
 // The process's use of the network library, from the first call of getInstance to the process's
@@ -8,14 +10,17 @@ namespace dct {
 // Threads: getInstance may be called from any thread.
 class InitNetworking {
  public:
-  static InitNetworking& getInstance();
+  static InitNetworking& getInstance() {
+    static InitNetworking instance;
+    return instance;
+  }
 
   InitNetworking(const InitNetworking&) = delete;
   InitNetworking& operator=(const InitNetworking&) = delete;
 
  private:
-  InitNetworking();
-  ~InitNetworking();
+  InitNetworking() { NetStart(); }
+  ~InitNetworking() { NetStop(); }
 };
 
 }  // namespace dct

@@ -45,8 +45,7 @@ PopenRead::Stream PopenRead::start(const std::string& command) {
   errno = 0;
   Stream stream(::popen(with_first_descriptor_limit(command).c_str(), "re"));
   if (!stream) {
-    const cr_status_t status = _crMapError("init", "Popen", __LINE__);
-    throw Cr_ErrnoException(status == 0 ? k_status_popen_failed : status, "popen failed");
+    throw Cr_ErrnoException(errno == 0 ? k_status_popen_failed : errno, "popen failed");
   }
   return stream;
 }
@@ -78,9 +77,7 @@ int PopenRead::close() {
   std::FILE* stream = m_stream.release();  // gone even when closing fails
   errno = 0;
   const int status = ::pclose(stream);
-  if (status == -1) {
-    throw Cr_ErrnoException(_crMapError("close", "Popen", __LINE__), "pclose failed");
-  }
+  if (status == -1) throw Cr_ErrnoException(errno, "pclose failed");
   if (WIFEXITED(status)) return WEXITSTATUS(status);
   if (WTERMSIG(status) != SIGPIPE || m_at_end) throw_child_did_not_exit();
   return 0;

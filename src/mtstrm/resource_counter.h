@@ -6,7 +6,7 @@
 
 namespace mtstrm::server {
 
-class ResourceCounterImpl;
+struct ResourceCounterImpl;
 
 // Counts users of something, and lets a thread wait until there are none.
 //
@@ -24,9 +24,8 @@ class ResourceCounter {
   // Does nothing at 0: the count never wraps.
   void decrement();
 
-  // Waits until the count is 0, but at most `timeout_seconds`; 0 waits without limit. Returns the
-  // count that is left.
-  unsigned waitForNoReferences(unsigned timeout_seconds) const;
+  // Waits until the count is 0.
+  void waitForNoReferences() const;
 
  private:
   const boost::scoped_ptr<ResourceCounterImpl> m_impl;

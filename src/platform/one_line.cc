@@ -1,18 +1,13 @@
 #include "platform/one_line.h"
 
+#include <boost/algorithm/string/replace.hpp>
+
 namespace platform {
 
 std::string on_one_line(std::string_view text) {
-  std::string line;
-  for (const char c : text) {
-    if (c == '\n') {
-      line += "\\n";
-    } else if (c == '\r') {
-      line += "\\r";
-    } else {
-      line += c;
-    }
-  }
+  std::string line(text);
+  boost::algorithm::replace_all(line, "\n", "\\n");
+  boost::algorithm::replace_all(line, "\r", "\\r");
   return line;
 }
 

@@ -31,45 +31,27 @@ const OptDescriptor* find(const OptDescriptor* const* options, const std::string
   return nullptr;
 }
 
+void store(const OptDescriptor& /*option*/, const std::string& text, bool& flag) {
+  flag = text == "true";
+}
+
 // Plain decimal digits: a sign, a blank or a unit is more likely a slip than a wish.
 template <class Number>
-void store_number(const OptDescriptor& option, const std::string& text) {
+void store(const OptDescriptor& option, const std::string& text, Number& number) {
   const bool digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
-  if (!digits ||
-      !boost::conversion::try_lexical_convert(text, *static_cast<Number*>(option.variable))) {
+  if (!digits || !boost::conversion::try_lexical_convert(text, number)) {
     throw std::invalid_argument("the argument ('" + text + "') for option '" + displayed(option) +
                                 "' is invalid");
   }
 }
 
-void store_text(const OptDescriptor& option, const std::string& text) {
+void store(const OptDescriptor& /*option*/, const std::string& text, const char*& variable) {
   static std::deque<std::string> texts;  // a deque, since the variables point into its elements
-  *static_cast<const char**>(option.variable) = texts.emplace_back(text).c_str();
+  variable = texts.emplace_back(text).c_str();
 }
 
 void store(const OptDescriptor& option, const std::string& text) {
-  switch (option.kind) {
-    case OptKind::flag:
-      *static_cast<bool*>(option.variable) = text == "true";
-      break;
-    case OptKind::integer:
-      store_number<std::int32_t>(option, text);
-      break;
-    case OptKind::time:
-      store_number<std::int64_t>(option, text);
-      break;
-    case OptKind::string:
-      store_text(option, text);
-      break;
-  }
-}
-
-void store_default(const OptDescriptor& option) {
-  if (option.default_text != nullptr) {
-    store(option, option.default_text);
-  } else if (option.kind == OptKind::string) {
-    *static_cast<const char**>(option.variable) = nullptr;
-  }
+  std::visit([&](auto* variable) { store(option, text, *variable); }, option.variable);
 }
 
 po::options_description describe(const OptDescriptor* const* options) {
@@ -78,9 +60,8 @@ po::options_description describe(const OptDescriptor* const* options) {
     const OptDescriptor& option = **options;
     std::string names = option.long_name;
     if (option.letter != 0) names += std::string(",") + option.letter;
-    const bool is_flag = option.kind == OptKind::flag;
     // The description takes over the value's description.
-    description.add_options()(names.c_str(), new po::untyped_value(is_flag));
+    description.add_options()(names.c_str(), new po::untyped_value(option.is_flag()));
   }
   return description;
 }
@@ -106,7 +87,7 @@ std::vector<std::string> joined_words(const OptDescriptor* const* options, int a
     if (word == "--") throw std::invalid_argument("unexpected argument '--'");
     if (word.rfind("--", 0) == 0) {
       const OptDescriptor* option = find(options, word.substr(2));
-      if (option != nullptr && option->kind != OptKind::flag) {
+      if (option != nullptr && !option->is_flag()) {
         word.append("=").append(following_value(*option, ++i, argc, argv));
       }
     }
@@ -129,7 +110,7 @@ void parse(const OptDescriptor* const* options, int argc, char** argv) {
     if (option == nullptr) {
       throw std::invalid_argument("unexpected argument '" + given.original_tokens.at(0) + "'");
     }
-    store(*option, option->kind == OptKind::flag ? "true" : given.value.at(0));
+    store(*option, option->is_flag() ? "true" : given.value.at(0));
   }
 }
 
@@ -138,7 +119,7 @@ void parse(const OptDescriptor* const* options, int argc, char** argv) {
 int opt_parse(const OptDescriptor* const* options, int argc, char** argv) {
   try {
     for (const OptDescriptor* const* option = options; *option != nullptr; ++option) {
-      store_default(**option);
+      if ((*option)->default_text != nullptr) store(**option, (*option)->default_text);
     }
     parse(options, argc, argv);
     return 0;

@@ -1,32 +1,26 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <variant>
 
-// The kinds of value, each with the type of the variable that receives it.
-enum class OptKind {
-  flag,     // bool, true when given
-  integer,  // std::int32_t
-  time,     // std::int64_t, seconds since the epoch
-  string,   // const char*, text that lives until the process ends
-};
+// The variable that receives an option's value; its type is the kind of the option.
+using OptVariable = std::variant<bool*,          // a flag: true when given
+                                 std::int32_t*,  // an integer
+                                 std::int64_t*,  // a time in seconds since the epoch
+                                 const char**>;  // text that lives until the process ends
 
-struct OptGroup {
-  const char* name;
-};
-
-// One command-line option. `group`, `default_text` and `help` may be null, `letter` 0.
+// One command-line option. `letter` may be 0, `default_text` null.
 struct OptDescriptor {
-  const OptGroup* group;
   char letter;
   const char* long_name;
-  OptKind kind;
   const char* default_text;
-  void* variable;
-  const char* help;
+  OptVariable variable;
+
+  bool is_flag() const { return std::holds_alternative<bool*>(variable); }
 };
 
-// Sets every variable of the NULL-terminated table to its default (a string without one to null)
-// and then, from left to right, to what the command line says. Values stand as `--name value` or
+// Sets every variable of the NULL-terminated table to its default, if it has one, and then, from left to right, to what the command line says. Values stand as `--name value` or
 // `--name=value`; a value that begins with "-" only as `--name=value`, so that a forgotten value
 // never swallows the next option. Names are not abbreviated.
 //

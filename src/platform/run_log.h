@@ -3,12 +3,11 @@
 #include <string_view>
 
 // Sets up the process's run log: each later InfoA, WarningA and ErrorA appends one line with time,
-// level, process and thread. `flags` and `reserved` are the logging interface's; every level is
-// written. A later call replaces the log.
+// level, process and thread. A later call replaces the log.
 //
 // Threads: call it before other threads log.
 // Errors: Cr_ErrnoException, naming the path, when the file cannot be opened.
-void dctLogSetA(const char* path, unsigned flags, int reserved, const char* program_name);
+void dctLogSetA(const char* path);
 
 // One line in the run log; line ends inside the text are written as "\n". A line that cannot be
 // written goes to standard error. A warning is also shown on standard error if that is a terminal.

@@ -2,6 +2,8 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
+#include <boost/algorithm/string/replace.hpp>
+
 #include "platform/sqlite_connection.h"
 
 namespace SpaDB {
@@ -9,9 +11,7 @@ namespace SpaDB {
 namespace {
 
 std::string quoted(const std::string& name) {
-  std::string text = "\"";
-  for (const char c : name) text.append(c == '"' ? 2 : 1, c);
-  return text + "\"";
+  return "\"" + boost::algorithm::replace_all_copy(name, "\"", "\"\"") + "\"";
 }
 
 std::string database_file(const std::string& storage_root) {
@@ -25,14 +25,9 @@ CTable::CTable(SQLite::Database& database, std::string name)
 
 CTable::~CTable() = default;
 
-cr_status_t CTable::ListRecordsStart(const std::vector<CColumn>& columns) {
-  std::string wanted;
-  for (const CColumn& column : columns) {
-    wanted += (wanted.empty() ? "" : ", ") + quoted(column.name());
-  }
+cr_status_t CTable::ListRecordsStart() {
   try {
-    m_listing = std::make_unique<SQLite::Statement>(
-        m_database, "SELECT " + (wanted.empty() ? "*" : wanted) + " FROM " + quoted(m_name));
+    m_listing = std::make_unique<SQLite::Statement>(m_database, "SELECT * FROM " + quoted(m_name));
     return k_status_ok;
   } catch (const SQLite::Exception& error) {
     return platform::database_status(error);
@@ -89,7 +84,7 @@ std::unique_ptr<CTable> CSpaDatabase::GetTable(const std::string& name) {
   }
 }
 
-void create_spa_database(const std::string& storage_root, std::int64_t event_time_seconds,
+void create_spa_database(const std::string& storage_root,
                          const std::vector<std::string>& event_strings) {
   const std::string file = database_file(storage_root);
   const auto database = platform::open_database(file, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
@@ -98,13 +93,12 @@ void create_spa_database(const std::string& storage_root, std::int64_t event_tim
     database->exec(
         "CREATE TABLE events (id INTEGER PRIMARY KEY, eventtime INTEGER NOT NULL, "
         "eventstring TEXT NOT NULL)");
-    SQLite::Statement insert(*database,
-                             "INSERT INTO events (eventtime, eventstring) VALUES (?, ?)");
     for (const std::string& text : event_strings) {
-      insert.bind(1, event_time_seconds);
-      insert.bind(2, text);
+      SQLite::Statement insert(*database,
+                               "INSERT INTO events (eventtime, eventstring) "
+                               "VALUES (strftime('%s', 'now'), ?)");
+      insert.bind(1, text);
       insert.exec();
-      insert.reset();
     }
     transaction.commit();
   } catch (const SQLite::Exception& error) {

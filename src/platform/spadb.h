@@ -38,9 +38,8 @@ class CTable {
   CTable(const CTable&) = delete;
   CTable& operator=(const CTable&) = delete;
 
-  // Starts a listing of all records; `columns` names those wanted, all of them when it is empty.
-  // Returns 0 or a status.
-  cr_status_t ListRecordsStart(const std::vector<CColumn>& columns);
+  // Starts a listing of all records, with all columns. Returns 0 or a status.
+  cr_status_t ListRecordsStart();
 
   // Sets `record` to the next record. Returns 0; k_status_end_of_iteration behind the last one; or
   // another status, after which the rest of the records is unknown.
@@ -77,9 +76,9 @@ class CSpaDatabase {
   std::unique_ptr<SQLite::Database> m_database;
 };
 
-// Makes the SPA database of a new storage, with one event for each text.
+// Makes the SPA database of a new storage, with one event of now for each text.
 // Errors: Cr_ErrnoException, naming the file.
-void create_spa_database(const std::string& storage_root, std::int64_t event_time_seconds,
+void create_spa_database(const std::string& storage_root,
                          const std::vector<std::string>& event_strings);
 
 }  // namespace SpaDB

@@ -12,7 +12,6 @@ constexpr cr_status_t k_status_lock_file_exists = 1;
 constexpr cr_status_t k_status_entry_missing = 2;
 constexpr cr_status_t k_status_malformed = 4;
 constexpr cr_status_t k_status_buffer_too_small = 14;
-constexpr cr_status_t k_status_timed_out = 15;
 constexpr cr_status_t k_status_cannot_connect = 17;
 constexpr cr_status_t k_status_popen_failed = 22;
 constexpr cr_status_t k_status_pipe_read = 25;
@@ -40,10 +39,6 @@ constexpr cr_status_t k_status_db_write_ahead_log = 211;
 // A short text for a status, without brackets or a line end. Any value is accepted.
 // Threads: may be called from any thread.
 std::string CRStatusToStringA(cr_status_t status);
-
-// The status for the system error (errno) that the step `step`, at `file` and `line`, has just met:
-// the error number itself, 0 when there is none.
-cr_status_t _crMapError(const char* step, const char* file, int line);  // NOLINT: established name
 
 // A failure that the function that met it cannot handle: a status, and a text that an operator
 // reads. A detail (what the system said) stands behind the text, after a colon.

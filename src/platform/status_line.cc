@@ -21,6 +21,11 @@ std::atomic<bool> s_in_use{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "read in a signal handler");
 std::atomic<bool> s_output_is_terminal{false};
 
+// The state of the one terminal that there is.
+boost::mutex s_mutex;
+bool s_is_shown BOOST_THREAD_GUARDED_BY(s_mutex) = false;
+bool s_within_text BOOST_THREAD_GUARDED_BY(s_mutex) = false;  // the last one had no line end
+
 bool can_erase() {
   const char* terminal = ::getenv("TERM");
   return terminal != nullptr && *terminal != '\0' && std::string_view(terminal) != "dumb";
@@ -54,50 +59,12 @@ std::string fitting(std::string_view text, std::size_t columns) {
   return std::string(text.substr(0, kept)).append(mark);
 }
 
-// The state of the one terminal that there is.
-class Terminal {
- public:
-  void show(std::string_view text) {
-    const boost::lock_guard<boost::mutex> guard(m_mutex);
-    if (m_within_text || in_background() || !takes_output(STDERR_FILENO)) return;
-    std::string line = "\r";
-    line += fitting(text, usable_columns());
-    line += "\033[K";
-    m_is_shown = true;
-    (void)write_all(STDERR_FILENO, line);
-  }
-
-  // Whether it is gone now.
-  bool erase() {
-    const boost::lock_guard<boost::mutex> guard(m_mutex);
-    if (m_is_shown && takes_output(STDERR_FILENO)) erase_shown();
-    return !m_is_shown;
-  }
-
-  void make_way(std::string_view text, const std::function<void()>& write) {
-    const boost::lock_guard<boost::mutex> guard(m_mutex);
-    erase_shown();
-    write();
-    if (!text.empty()) m_within_text = text.back() != '\n';
-  }
-
- private:
-  // In the background, where the line has long been followed by what the shell wrote, it would take
-  // away the shell's own.
-  void erase_shown() BOOST_THREAD_REQUIRES(m_mutex) {
-    if (!m_is_shown) return;
-    if (!in_background()) (void)write_all(STDERR_FILENO, k_erase_line);
-    m_is_shown = false;
-  }
-
-  boost::mutex m_mutex;
-  bool m_is_shown BOOST_THREAD_GUARDED_BY(m_mutex) = false;
-  bool m_within_text BOOST_THREAD_GUARDED_BY(m_mutex) = false;  // the last one had no line end
-};
-
-Terminal& terminal() {
-  static Terminal terminal;
-  return terminal;
+// In the background, where the line has long been followed by what the shell wrote, it would take
+// away the shell's own.
+void erase_shown() BOOST_THREAD_REQUIRES(s_mutex) {
+  if (!s_is_shown) return;
+  if (!in_background()) (void)write_all(STDERR_FILENO, k_erase_line);
+  s_is_shown = false;
 }
 
 }  // namespace
@@ -116,12 +83,20 @@ StatusLine::~StatusLine() {
 }
 
 void StatusLine::show(std::string_view text) {
-  if (is_in_use()) terminal().show(text);
+  if (!is_in_use()) return;
+  const boost::lock_guard<boost::mutex> guard(s_mutex);
+  if (s_within_text || in_background() || !takes_output(STDERR_FILENO)) return;
+  const std::string line = "\r" + fitting(text, usable_columns()) + "\033[K";
+  s_is_shown = true;
+  (void)write_all(STDERR_FILENO, line);
 }
 
 bool StatusLine::erase() noexcept {
+  if (!is_in_use()) return true;
   try {
-    return !is_in_use() || terminal().erase();
+    const boost::lock_guard<boost::mutex> guard(s_mutex);
+    if (s_is_shown && takes_output(STDERR_FILENO)) erase_shown();
+    return !s_is_shown;
   } catch (const std::exception&) {
     return false;  // without its lock it stays, as on a terminal that takes nothing
   }
@@ -140,7 +115,10 @@ bool StatusLine::is_in_use_beside_output() {
 }
 
 void StatusLine::make_way(std::string_view text, const std::function<void()>& write) {
-  terminal().make_way(text, write);
+  const boost::lock_guard<boost::mutex> guard(s_mutex);
+  erase_shown();
+  write();
+  if (!text.empty()) s_within_text = text.back() != '\n';
 }
 
 }  // namespace platform

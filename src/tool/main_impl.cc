@@ -62,10 +62,9 @@ std::string as_one_word(const std::string& argument) {
 }
 
 void set_up_run_log(const fs::path& log_dir, int argc, char** argv) {
-  constexpr unsigned k_log_flags = 0x498FF;
   const fs::path file = log_dir / "mdfixup" / "mdfixup.log";
   fs::create_directories(file.parent_path());
-  dctLogSetA(file.c_str(), k_log_flags, 0, progname.c_str());
+  dctLogSetA(file.c_str());
   std::string arguments;
   for (int i = 1; i < argc; ++i) arguments += " " + as_one_word(argv[i]);
   InfoA("start: pid " + std::to_string(::getpid()) + ", arguments" + arguments);

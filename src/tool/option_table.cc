@@ -23,80 +23,24 @@ namespace {
 constexpr const char* GLOBAL_def_tvr_loc = "/usr/quorv";
 constexpr std::int32_t k_most_threads = 1024;
 
-const OptGroup og_catalog_consistency{"Deduplication Metadata Consistency"};
-
-const OptDescriptor o_cleanup{
-    nullptr, 0, "cleanup_case_work_space", OptKind::flag, "false", &opt_cleanup, nullptr};
-
-}  // namespace
-
-const OptDescriptor o_repair{nullptr,     0,      "repair_client_name_case", OptKind::flag, "false",
-                             &opt_repair, nullptr};
-
-namespace {
-
-const OptDescriptor o_scan{nullptr,   0,      "scan_client_name_case", OptKind::flag, "false",
-                           &opt_scan, nullptr};
-
-const OptDescriptor o_force{nullptr, 0, "force", OptKind::flag, "false", &opt_force, nullptr};
-
-const OptDescriptor o_catalog_DR{
-    &og_catalog_consistency,
-    0,
-    "FORCE_DEDUPE_METADATA_CONSISTENCY",
-    OptKind::flag,
-    "false",
-    &opt_catalog_DR,
-    "Force the deduplication metadata to be consistent with the Tavrin catalog"};
+const OptDescriptor o_cleanup{0, "cleanup_case_work_space", "false", &opt_cleanup};
+const OptDescriptor o_scan{0, "scan_client_name_case", "false", &opt_scan};
+const OptDescriptor o_force{0, "force", "false", &opt_force};
+const OptDescriptor o_catalog_DR{0, "FORCE_DEDUPE_METADATA_CONSISTENCY", "false", &opt_catalog_DR};
+const OptDescriptor o_pendimport_consistency{0, "FORCE_CONSISTENCY_ALL_IMAGE", "false",
+                                             &opt_pendimport_consistency};
+const OptDescriptor o_catalog_backup_time{0, "catalog_backup_time", "0", &opt_catalog_backup_time};
+const OptDescriptor o_num_threads{0, "num_threads", "1", &opt_num_threads};
+const OptDescriptor o_tvr_location{0, "tvr_location", GLOBAL_def_tvr_loc, &opt_tvr_location};
+const OptDescriptor o_tvr_disk_pool{0, "tvr_disk_pool", nullptr, &opt_tvr_disk_pool};
+const OptDescriptor o_help{'h', "help", "false", &opt_help};
 
 }  // namespace
 
-const OptDescriptor o_dry_run{
-    &og_catalog_consistency,
-    0,
-    "dry_run",
-    OptKind::flag,
-    "false",
-    &opt_dry_run,
-    "Do not actually carry out any changes; print them to screen and log files"};
+const OptDescriptor o_repair{0, "repair_client_name_case", "false", &opt_repair};
+const OptDescriptor o_dry_run{0, "dry_run", "false", &opt_dry_run};
 
 namespace {
-
-const OptDescriptor o_pendimport_consistency{
-    &og_catalog_consistency,
-    0,
-    "FORCE_CONSISTENCY_ALL_IMAGE",
-    OptKind::flag,
-    "false",
-    &opt_pendimport_consistency,
-    "Force the deduplication metadata to be consistent with the Tavrin catalog even there are "
-    "images waiting to be imported"};
-
-const OptDescriptor o_catalog_backup_time{&og_catalog_consistency,
-                                          0,
-                                          "catalog_backup_time",
-                                          OptKind::time,
-                                          "0",
-                                          &opt_catalog_backup_time,
-                                          "The timestamp for the catalog backup image"};
-
-const OptDescriptor o_num_threads{
-    &og_catalog_consistency,       0, "num_threads", OptKind::integer, "1", &opt_num_threads,
-    "The number of threads to use"};
-
-const OptDescriptor o_tvr_location{&og_catalog_consistency,
-                                   0,
-                                   "tvr_location",
-                                   OptKind::string,
-                                   GLOBAL_def_tvr_loc,
-                                   &opt_tvr_location,
-                                   "Set the base tavrin install directory"};
-
-const OptDescriptor o_tvr_disk_pool{
-    &og_catalog_consistency,    0, "tvr_disk_pool", OptKind::string, nullptr, &opt_tvr_disk_pool,
-    "The tavrin disk pool name"};
-
-const OptDescriptor o_help{nullptr, 'h', "help", OptKind::flag, "false", &opt_help, nullptr};
 
 const OptDescriptor* const options[] = {&o_cleanup,
                                         &o_repair,

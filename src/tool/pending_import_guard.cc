@@ -1,6 +1,7 @@
 #include "tool/pending_import_guard.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "dct/filesystem.h"
 #include "dct/report_error.h"
@@ -10,39 +11,31 @@
 
 namespace {
 
-enum class Events { none_pending, pending, unreadable };
-
-Events judge(const std::vector<SpaDB::CColumn>& record) {
-  const auto event = std::find_if(record.begin(), record.end(), [](const SpaDB::CColumn& column) {
-    return column.name() == "eventstring";
-  });
-  if (event == record.end()) return Events::unreadable;
-  const bool pending = event->data().find("IMAGEREPEVENT{size:") != std::string::npos;
-  return pending ? Events::pending : Events::none_pending;
-}
-
-Events unreadable(const std::string& reason) {
+std::nullopt_t unreadable(const std::string& reason) {
   ErrorA("the SPA database " + reason);
-  return Events::unreadable;
+  return std::nullopt;
 }
 
-// Every record is read, so that a table that breaks off behind a harmless one does not pass.
-Events read_events(const boost::filesystem::path& storage_root) {
+// Whether an event waits for its import; nothing where that cannot be told. Every record is read, so
+// that a table that breaks off behind a harmless one does not pass.
+std::optional<bool> event_is_pending(const boost::filesystem::path& storage_root) {
   SpaDB::CSpaDatabase& database = SpaDB::CSpaDatabase::Instance();
   cr_status_t status = database.open(storage_root.string());
   if (status != k_status_ok) return unreadable("could not be opened: " + CRStatusToStringA(status));
   const auto table = database.GetTable("events");
   if (table == nullptr) return unreadable("has no events table");
-  status = table->ListRecordsStart({});
-  Events result = Events::none_pending;
+  bool pending = false;
   std::vector<SpaDB::CColumn> record;
+  status = table->ListRecordsStart();
   if (status == k_status_ok) status = table->ListRecordsNext(record);
   for (; status == k_status_ok; status = table->ListRecordsNext(record)) {
-    const Events judged = judge(record);
-    if (judged == Events::unreadable) return unreadable("has events without an eventstring");
-    if (judged == Events::pending) result = Events::pending;
+    const auto event = std::find_if(record.begin(), record.end(), [](const SpaDB::CColumn& column) {
+      return column.name() == "eventstring";
+    });
+    if (event == record.end()) return unreadable("has events without an eventstring");
+    if (event->data().find("IMAGEREPEVENT{size:") != std::string::npos) pending = true;
   }
-  if (status == k_status_end_of_iteration) return result;
+  if (status == k_status_end_of_iteration) return pending;
   return unreadable("could not be read to its end: " + CRStatusToStringA(status));
 }
 
@@ -55,14 +48,12 @@ bool no_imports_are_pending(const boost::filesystem::path& storage_root,
                       " ) does not exist\n");
     return false;
   }
-  const Events events = read_events(storage_root);
-  if (events == Events::unreadable) {
+  const std::optional<bool> pending = event_is_pending(storage_root);
+  if (!pending) {
     dct::report_error("ERROR: Failed to get the events table in SpaDB\n");
     return false;
   }
-  if (events == Events::none_pending && !tvr_utils::CheckPendImpListIsExisting(admincmd_dir)) {
-    return true;
-  }
+  if (!*pending && !tvr_utils::CheckPendImpListIsExisting(admincmd_dir)) return true;
   dct::report_error(
       "Some images are waiting to be imported, Please run again after import job completed!\n"
       "If you decide to delete the metadata for all images, Please refer to "

@@ -27,14 +27,13 @@ void write_from_background_without_being_stopped() {
 
 }  // namespace
 
-Progress::Progress(const catalog::BaseTraverseCatalog& task, const ProgressIntervals& intervals,
-                   std::size_t stack_size)
+Progress::Progress(const catalog::BaseTraverseCatalog& task, const ProgressIntervals& intervals)
     : m_task(task),
       m_intervals(intervals),
       m_next_on_terminal(m_start + intervals.on_terminal),
       m_next_in_run_log(m_start + intervals.in_run_log),
       m_dirs(task.metadata_dir()),
-      m_thread(&Progress::run, this, stack_size, 0) {
+      m_thread(&Progress::run, this, 0, 0) {
   (void)util::progress_was_asked_for();  // there was none before the task
   util::progress_bell().silence();
   const int error = m_thread.create();

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <cstddef>
 #include <string>
 
 #include "catalog/dirs_counter.h"
@@ -31,9 +30,7 @@ struct ProgressIntervals {
 // Errors: without a thread the run goes on, with a warning in the run log and no progress.
 class Progress {
  public:
-  // `stack_size` of the thread in bytes, 0 for the system's default.
-  Progress(const catalog::BaseTraverseCatalog& task, const ProgressIntervals& intervals,
-           std::size_t stack_size = 0);
+  Progress(const catalog::BaseTraverseCatalog& task, const ProgressIntervals& intervals);
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;

@@ -1,8 +1,10 @@
 #include "tool/progress_text.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
+#include <utility>
+
+#include <boost/format.hpp>
 
 namespace {
 
@@ -23,24 +25,18 @@ std::string dirs_text(const ProgressState& state) {
 }
 
 std::string with_one_decimal(double number) {
-  constexpr int k_base = 10;
-  const std::string tenths = std::to_string(std::llround(number * k_base));
-  const std::size_t whole = tenths.size() - 1;
-  return (whole == 0 ? "0" : tenths.substr(0, whole)) + "." + tenths.substr(whole);
+  constexpr double k_base = 10;
+  return (boost::format("%.1f") % (std::round(number * k_base) / k_base)).str();
 }
 
 // By the second, or by the minute or hour where less than one is done in less.
 std::string rate_text(double dirs_a_second) {
-  struct Unit {
-    const char* name;
-    double seconds;
-  };
-  constexpr std::array<Unit, 3> k_units{
-      {{"s", 1}, {"min", k_minute_seconds}, {"h", k_hour_seconds}}};
+  constexpr std::pair<const char*, double> k_units[] = {
+      {"s", 1}, {"min", k_minute_seconds}, {"h", k_hour_seconds}};
   std::string text;
-  for (const Unit& unit : k_units) {
-    const double rate = dirs_a_second * unit.seconds;
-    text = with_one_decimal(rate) + "/" + unit.name;
+  for (const auto& [name, seconds] : k_units) {
+    const double rate = dirs_a_second * seconds;
+    text = with_one_decimal(rate) + "/" + name;
     if (rate >= 1) break;
   }
   return text;

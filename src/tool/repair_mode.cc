@@ -65,11 +65,6 @@ bool directories_can_be_renamed(const StoragePaths& storage) {
                 "exists beside the catalog directory (" + storage.catalog.string() + ")");
 }
 
-void move_catalog(const fs::path& from, const fs::path& to) {
-  fs::rename(from, to);
-  InfoA("moved the catalog from " + from.string() + " to " + to.string());
-}
-
 bool is_interrupted() {
   if (!util::interrupted()) return false;
   dct::report_error(
@@ -103,8 +98,7 @@ class Repair {
  private:
   bool prepare();
   bool repair();
-  void move_aside();
-  void move_back();
+  void move_catalog(const fs::path& from, const fs::path& to);
   bool put_back_if_untouched();
 
   const StoragePaths& m_storage;
@@ -116,7 +110,7 @@ class Repair {
 
 int Repair::run() {
   if (!prepare()) return k_exit_failure;
-  if (!m_is_resumed) move_aside();
+  if (!m_is_resumed) move_catalog(m_storage.catalog, m_storage.work_dir);
   bool repaired = false;
   try {
     repaired = repair();
@@ -129,7 +123,7 @@ int Repair::run() {
     platform::print("Case-sensitivity repair finished with some errors.\n");
     return k_exit_failure;
   }
-  move_back();
+  move_catalog(m_storage.work_dir, m_storage.catalog);
   StartServices(opt_tvr_location);
   platform::print("Case-sensitivity repair finished successfully.\n");
   return k_exit_success;
@@ -157,16 +151,11 @@ bool Repair::repair() {
   return run_task(*m_task, Summary::after_success);
 }
 
-void Repair::move_aside() {
-  move_catalog(m_storage.catalog, m_storage.work_dir);
-  m_left.catalog_aside = true;
-  note_catalog_aside(m_storage.work_dir.string());
-}
-
-void Repair::move_back() {
-  move_catalog(m_storage.work_dir, m_storage.catalog);
-  m_left.catalog_aside = false;
-  note_catalog_aside("");
+void Repair::move_catalog(const fs::path& from, const fs::path& to) {
+  fs::rename(from, to);
+  InfoA("moved the catalog from " + from.string() + " to " + to.string());
+  m_left.catalog_aside = to == m_storage.work_dir;
+  note_catalog_aside(m_left.catalog_aside ? to.string() : "");
 }
 
 // Whether the catalog has its name again, as nothing was done to it.
@@ -176,7 +165,7 @@ bool Repair::put_back_if_untouched() {
       m_task->totals().dirs() != 0 || any_link_is_gone(m_storage.work_dir, m_links);
   if (m_is_resumed || is_touched) return false;
   try {
-    move_back();
+    move_catalog(m_storage.work_dir, m_storage.catalog);
   } catch (const fs::filesystem_error& error) {
     dct::report_error(std::string("ERROR: ") + error.what() + "\n");
     return false;

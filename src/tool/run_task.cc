@@ -4,6 +4,9 @@
 #include <exception>
 #include <string>
 
+#include <boost/format.hpp>
+#include <boost/scope_exit.hpp>
+
 #include "catalog/base_traverse_catalog.h"
 #include "catalog/findings/findings.h"
 #include "platform/reports.h"
@@ -14,11 +17,8 @@
 namespace {
 
 std::string with_milliseconds(std::chrono::steady_clock::duration time) {
-  constexpr std::size_t k_decimals = 3;
-  const auto count = std::chrono::duration_cast<std::chrono::milliseconds>(time).count();
-  std::string digits = std::to_string(count);
-  if (digits.size() <= k_decimals) digits.insert(0, k_decimals + 1 - digits.size(), '0');
-  return digits.insert(digits.size() - k_decimals, ".");
+  const auto whole = std::chrono::duration_cast<std::chrono::milliseconds>(time);
+  return (boost::format("%.3f") % std::chrono::duration<double>(whole).count()).str();
 }
 
 using Duration = std::chrono::steady_clock::duration;
@@ -57,33 +57,25 @@ void show_totals(const catalog::BaseTraverseCatalog& task, Duration time) {
                           (util::interrupted() ? "; interrupted" : "") + "\n");
 }
 
-// Reports the counts when it goes out of scope: a run that throws has done some work too.
-class TotalsReporter {
- public:
-  explicit TotalsReporter(const catalog::BaseTraverseCatalog& task) : m_task(task) {}
-  TotalsReporter(const TotalsReporter&) = delete;
-  TotalsReporter& operator=(const TotalsReporter&) = delete;
-  ~TotalsReporter() {
-    try {
-      const Duration time = std::chrono::steady_clock::now() - m_start;
-      log_summary(m_task.totals(), time);
-      catalog::store_totals(m_task.totals());
-      log_warnings(m_task);
-      show_totals(m_task, time);
-    } catch (const std::exception&) {
-      // Without memory for a line of the log, what ended the run is still reported.
-    }
+void report_totals(const catalog::BaseTraverseCatalog& task, Duration time) noexcept {
+  try {
+    log_summary(task.totals(), time);
+    catalog::store_totals(task.totals());
+    log_warnings(task);
+    show_totals(task, time);
+  } catch (const std::exception&) {
+    // Without memory for a line of the log, what ended the run is still reported.
   }
-
- private:
-  const catalog::BaseTraverseCatalog& m_task;
-  const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
-};
+}
 
 }  // namespace
 
 bool run_task(catalog::BaseTraverseCatalog& task, Summary summary) {
-  const TotalsReporter reporter(task);
+  const auto start = std::chrono::steady_clock::now();
+  // A run that throws has done some work too.
+  BOOST_SCOPE_EXIT_ALL(&) {
+    report_totals(task, std::chrono::steady_clock::now() - start);
+  };
   constexpr ProgressIntervals k_intervals{std::chrono::seconds(1), std::chrono::minutes(1)};
   Progress progress(task, k_intervals);
   const bool traversed = task.traverse();

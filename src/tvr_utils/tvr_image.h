@@ -7,8 +7,7 @@
 // One image of the backup catalog.
 //
 // Invariant: the three sequences have the same length; entry i of each describes the same fragment,
-// in the order of the listing. Behind the fragments stands one summary entry for each distinct
-// copy, in ascending order of copy number, with fragment number 0 and the copy's largest value.
+// in the order of the listing.
 struct TVRImage {
   std::string client_name;
   std::string policy_name;

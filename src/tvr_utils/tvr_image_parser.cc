@@ -1,9 +1,7 @@
 #include "tvr_utils/tvr_image_parser.h"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
-#include <map>
 
 #include <boost/algorithm/string/predicate.hpp>
 
@@ -16,6 +14,7 @@ namespace details {
 
 namespace {
 
+using boost::algorithm::starts_with;
 using util::Separators;
 using util::to_number;
 
@@ -41,10 +40,6 @@ constexpr std::size_t k_frag_value = 20;
 constexpr std::size_t k_media_fields = 5;
 constexpr std::size_t k_media_disk_pool = 3;
 
-bool begins_with(std::string_view text, std::string_view prefix) {
-  return text.substr(0, prefix.size()) == prefix;
-}
-
 }  // namespace
 
 const std::string BaseTVRImageIteratorImpl::no_images_were_found_string = "no entity was found";
@@ -63,36 +58,27 @@ void BaseTVRImageIteratorImpl::begin() {
 
 void BaseTVRImageIteratorImpl::increment() {
   verify_has_next();
+  m_current = nullptr;  // until the next one is whole
   try {
-    if (ok_to_increment()) {
-      read_image();
-    } else {
-      end_iteration();
-    }
+    if (ok_to_increment() && read_image()) m_current = &m_image;
   } catch (const boost::bad_lexical_cast&) {
     // Its text tells neither field nor line.
     ErrorA("not a number in the tvimagequery line: " + std::string(m_line));
-    end_iteration();
-    throw;
-  } catch (...) {
-    end_iteration();
     throw;
   }
 }
 
-void BaseTVRImageIteratorImpl::read_image() {
+// False when the output ended without an image to deliver.
+bool BaseTVRImageIteratorImpl::read_image() {
   bool skip = false;
   if (current_line_is_image()) {
     skip = parse_image_line();
   } else if (current_line_is_frag()) {
     parse_frag_line();
   }
-  if (!read_to_next_image(skip)) {
-    end_iteration();
-    finish();
-    return;
-  }
-  add_copy_summaries();
+  if (read_to_next_image(skip)) return true;
+  finish();
+  return false;
 }
 
 // Reads the fragments of the image at hand, and goes on to the next one where it is filtered out
@@ -135,15 +121,15 @@ void BaseTVRImageIteratorImpl::verify_has_next() const {
 }
 
 bool BaseTVRImageIteratorImpl::current_line_is_image() const {
-  return begins_with(m_line, k_image);
+  return starts_with(m_line, k_image);
 }
 
 bool BaseTVRImageIteratorImpl::current_line_is_frag() const {
-  return begins_with(m_line, k_frag);
+  return starts_with(m_line, k_frag);
 }
 
 bool BaseTVRImageIteratorImpl::no_images_were_found() const {
-  return begins_with(m_line, no_images_were_found_string);
+  return starts_with(m_line, no_images_were_found_string);
 }
 
 void BaseTVRImageIteratorImpl::throw_malformed(const std::string& text) {
@@ -196,28 +182,6 @@ void BaseTVRImageIteratorImpl::parse_frag_line() {
   m_image.copy_numbers.push_back(copy);
   m_image.fragment_numbers.push_back(fragment);
   m_image.frag_values.push_back(value);
-}
-
-void BaseTVRImageIteratorImpl::add_copy_summaries() {
-  const std::vector<std::uint32_t>& copies = m_image.copy_numbers;
-  const std::vector<std::uint32_t>& values = m_image.frag_values;
-  if (std::count(copies.begin(), copies.end(), copies.front()) ==
-      static_cast<std::ptrdiff_t>(copies.size())) {
-    // Nearly every image: no map is made for it.
-    return add_summary(copies.front(), *std::max_element(values.begin(), values.end()));
-  }
-  std::map<std::uint32_t, std::uint32_t> largest_values;
-  for (std::size_t i = 0; i < copies.size(); ++i) {
-    std::uint32_t& largest = largest_values[copies[i]];
-    largest = std::max(largest, values[i]);
-  }
-  for (const auto& [copy, largest] : largest_values) add_summary(copy, largest);
-}
-
-void BaseTVRImageIteratorImpl::add_summary(std::uint32_t copy, std::uint32_t largest_value) {
-  m_image.copy_numbers.push_back(copy);
-  m_image.fragment_numbers.push_back(0);
-  m_image.frag_values.push_back(largest_value);
 }
 
 }  // namespace details

@@ -64,17 +64,14 @@ class BaseTVRImageIteratorImpl {
     m_is_cut = is_cut;
   }
   std::string_view current_line() const { return m_line; }
-  void end_iteration() { m_current = nullptr; }
 
  private:
   bool current_line_is_frag() const;
   bool parse_image_line();
   void parse_frag_line();
   void warn_of_other_spelling(std::string_view client, std::string_view policy);
-  void read_image();
+  bool read_image();
   bool read_to_next_image(bool skip);
-  void add_copy_summaries();
-  void add_summary(std::uint32_t copy, std::uint32_t largest_value);
   [[noreturn]] void throw_malformed(const std::string& text);
 
   TVRImage m_image;

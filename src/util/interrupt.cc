@@ -39,9 +39,7 @@ std::int64_t now_nanoseconds() {
 
 // Takes effect when the handler has returned, as the signal is blocked until then.
 void take_default_action(int signal) {
-  struct sigaction by_default {};
-  by_default.sa_handler = SIG_DFL;
-  (void)::sigaction(signal, &by_default, nullptr);
+  (void)::signal(signal, SIG_DFL);
   (void)::raise(signal);
 }
 

@@ -66,15 +66,4 @@ TEST_P(Traversal, FailureExceptionAndSignalStopIt) {
   const util::SignalGuard forgets_it;
 }
 
-TEST(TraversalThreads, ThatCannotBeCreatedAreNotWaitedFor) {
-  const support::TempDir dir;
-  boost::filesystem::create_directory(dir.path() / "catalog");
-  VisitingTask task(dir.path(), 4, false, [] { return 0; });
-  constexpr std::size_t k_impossible_stack = std::size_t{1} << 60U;
-  catalog::TraverseCatalogThreadPool pool(&task, false, k_impossible_stack);
-  EXPECT_THROW(pool.Start(), Cr_ErrnoException);
-  pool.Wait(0);
-  pool.Stop();
-}
-
 }  // namespace

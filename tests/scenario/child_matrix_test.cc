@@ -16,19 +16,17 @@ Words all_policies() {
   const auto add = [&](const std::string& end, int number, std::size_t bytes) {
     policies.push_back(end + "." + std::to_string(number) + "." + std::to_string(bytes));
   };
-  for (const std::size_t bytes : {std::size_t{0}, k_whole / 2, k_whole}) {
-    for (int code = 0; code < 256; ++code) add("exit", code, bytes);
+  for (std::size_t bytes = 0; bytes <= k_whole; ++bytes) {
+    const bool is_full = bytes == 0 || bytes == k_whole / 2 || bytes == k_whole;
+    for (int code = 0; code < 256; ++code) {
+      if (is_full || code == 0 || code == 25) add("exit", code, bytes);
+    }
     // Those that are ignored by default or stop a process end none.
     for (const int signal :
          {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 24, 25, 26, 27, 29, 30, 31}) {
-      add("self", signal, bytes);
-      add("shell", signal, bytes);
+      if (is_full) add("self", signal, bytes);
+      if (is_full || signal == 9) add("shell", signal, bytes);
     }
-  }
-  for (std::size_t bytes = 1; bytes < k_whole; ++bytes) {
-    if (bytes == k_whole / 2) continue;
-    for (const int code : {0, 25}) add("exit", code, bytes);
-    add("shell", 9, bytes);
   }
   return policies;
 }

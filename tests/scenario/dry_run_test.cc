@@ -66,30 +66,12 @@ TEST(DryRun, PendingImportsRefuseTheRun) {
   const Scene scene;
   for (const auto& [event, damage, pending, error] : rows) {
     fs::remove(scene.root() / "spa.db");
-    SpaDB::create_spa_database(scene.root().string(), 1, {"x", event, "x"});
+    SpaDB::create_spa_database(scene.root().string(), {"x", event, "x"});
     scene.sh("sqlite3 spa.db \"" + damage + "\"");
     support::write_text(scene.storage().product() / "pending_imports", pending);
     expect_end(scene.dry_run(), error.empty() ? 0 : 1, error);
     EXPECT_EQ(scene.dry_run(1, {"--FORCE_CONSISTENCY_ALL_IMAGE"}).exit_status, 0);
   }
-}
-
-TEST(DryRun, FullHostNameIsAskedForBeforeTheShortOne) {
-  if (support::run({"unshare", "--uts", "true"}).exit_status != 0) GTEST_SKIP() << "not allowed";
-  const Scene scene;
-  scene.put("hosta", "p", {"hosta_1000_C1_F1.img"});
-  scene.storage().list_image("hosta", "p", 1000, {1}, "dp_full");
-  scene.script("tvdevinfo",
-               "echo V dp_short 1 2 3 4 5 6 7 8 9 media1x\n"
-               "echo V dp_full 1 2 3 4 5 6 7 8 9 MEDIA1.example.lan\n");
-  for (const std::string domain : {"example", "other"}) {
-    const Ended ended =
-        scene.run_in_shell("exec unshare --uts sh -c 'printf media1." + domain +
-                               ".lan > /proc/sys/kernel/hostname; exec \"$@\"' sh \"$@\"",
-                           support::k_dry_run);
-    EXPECT_EQ(contains(ended.out, "\n{"), domain == "other") << ended.err;
-  }
-  EXPECT_FALSE(contains(scene.dry_run(1, {"--tvr_disk_pool", "dp_full"}).out, "\n{"));
 }
 
 TEST(DryRun, RefusesToStartWithoutWhatItNeeds) {
@@ -114,6 +96,8 @@ TEST(DryRun, RefusesToStartWithoutWhatItNeeds) {
   for (const auto& [script, error] : rows) {
     scene.sh(script);
     expect_end(scene.dry_run(), 1, error);
+    if (contains(error, "--tvr_disk_pool"))
+      expect_end(scene.dry_run(1, {"--tvr_disk_pool=x"}), 0, "");
   }
 }
 

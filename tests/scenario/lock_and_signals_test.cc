@@ -35,8 +35,8 @@ TEST(Lock, AnythingAtItsPathRefusesTheRun) {
   // As a run on another host holds it.
   boost::interprocess::file_lock elsewhere(path.c_str());
   elsewhere.lock();
-  const std::string elsewhere_text = "process 1, but a run elsewhere holds it. Wait until ";
-  expect_end(scene.scan(), 1, message + elsewhere_text + "that run has ended.\n");
+  expect_end(scene.scan(), 1,
+             message + "process 1, but a run elsewhere holds it. Wait until that run has ended.\n");
 }
 
 TEST(Lock, IsHeldThroughTheRunWithThePidReadableAndAnotherRunsStays) {
@@ -92,8 +92,8 @@ TEST(Signals, OneASecondLaterTakesItsDefaultAction) {
 TEST(Signals, IgnoredOnesStayIgnored) {
   const Scene scene;
   scene.put("hosta", "p", {});
-  const std::string pid = "$(cat " + scene.lock_file().string() + ")";
-  scene.script("tvimagequery", "kill -INT " + pid + "; kill -HUP " + pid + "; exit 227\n");
+  scene.script("tvimagequery",
+               "for i in INT HUP; do kill -$i $(cat mdfixup.lock); done; exit 227\n");
   expect_end(scene.run_in_shell("trap '' INT HUP; \"$@\"", support::k_dry_run), 0, "");
 }
 

@@ -1,5 +1,6 @@
 #include <signal.h>
 
+#include <regex>
 #include <set>
 
 #include "sandbox/planter.h"
@@ -24,9 +25,8 @@ Words rows(const Scene& scene, const std::string& task, const std::string& query
 std::uint64_t total_bytes(const Words& pos) {
   std::uint64_t bytes = 0;
   for (const std::string& po : pos) {
-    Words columns;
-    boost::algorithm::split(columns, po, boost::algorithm::is_any_of("|"));
-    bytes += std::stoull(columns.at(3));
+    const auto before_size = boost::algorithm::find_nth(po, "|", 2);
+    bytes += std::stoull(std::string(before_size.end(), po.end()));
   }
   return bytes;
 }
@@ -67,8 +67,7 @@ TEST(Record, SaysWhatTheLogsSay) {
   scene.put("hostb", "broken", {});
   support::write_text(scene.po_db("hostb", "broken"), "no database");
   const Words printed = lines_beginning(scene.dry_run(4).out, "{");
-  for (const std::string& line : planted.orphan_lines)
-    EXPECT_EQ(std::count(printed.begin(), printed.end(), line), 1) << line;
+  expect_parts(boost::algorithm::join(printed, ""), planted.orphan_lines);
   for (const std::string task : {"dry_run", "deletion"}) {
     const bool deletes = task == "deletion";
     if (deletes) {
@@ -104,16 +103,13 @@ TEST(Record, SaysWhatTheLogsSay) {
             Words{std::to_string(before.size() - after.size()) + "|" +
                   std::to_string(total_bytes(before) - total_bytes(after)) + "\n"});
   for (const char* task : {"scan", "repair", "dry_run", "deletion"}) {
-    std::string summary =
-        rows(scene, task,
-             "'policy directories ' || dirs || ', failed ' || failed_dirs || ', POs ' || pos || "
-             "', copies ' || copies || ', orphan copies ' || orphan_copies || ', missing copies ' "
-             "|| missing_copies || ', POs taken ' || taken_pos || ', of other copies ' || "
-             "other_copies_pos || ', POs moved ' || moved_pos || ', collisions ' || collisions "
-             "|| ',' FROM run")
-            .at(0);
-    summary.pop_back();
-    expect_parts(scene.run_log(), {summary});
+    std::string counts = rows(scene, task,
+                              "'', dirs, failed_dirs, pos, copies, orphan_copies, missing_copies, "
+                              "taken_pos, other_copies_pos, moved_pos, collisions, '' FROM run")
+                             .at(0);
+    counts.pop_back();
+    // All numbers of the log, and nothing between them.
+    expect_parts(std::regex_replace(scene.run_log(), std::regex("[^0-9]+"), "|"), {counts});
   }
 }
 
@@ -132,9 +128,10 @@ TEST(Record, IsOneFileAfterTheEndAndSaysHowTheRunEnded) {
   EXPECT_EQ(rows(scene, "repair", "ending, exit_status FROM run"), Words{"orderly|0\n"});
   fs::remove_all(scene.root() / "catalog");
   EXPECT_EQ(scene.scan().exit_status, 1);
-  const Words aborted = rows(scene, "scan", "ending, exit_status, ending_text FROM run");
-  EXPECT_TRUE(starts_with(aborted.at(0), "exception|1|")) << aborted[0];
-  EXPECT_TRUE(contains(aborted[0], (scene.root() / "catalog").string())) << aborted[0];
+  EXPECT_EQ(rows(scene, "scan",
+                 "ending, exit_status FROM run WHERE instr(ending_text, '" +
+                     (scene.root() / "catalog").string() + "')"),
+            Words{"exception|1\n"});
   std::multiset<int> modes;
   for (const auto& entry : fs::directory_iterator(runs_dir(scene))) {
     EXPECT_EQ(entry.path().extension(), ".db");

@@ -1,6 +1,7 @@
 #include "tests/scenario/scenario.h"
 
 #include <sched.h>
+#include <unistd.h>
 
 #include <thread>
 
@@ -35,7 +36,8 @@ TEST_P(Repair, MovesEachSpellingToItsOwnDirectory) {
   scene.put("HostA", "p", {"HostA_1_C1_F1.img", "HostA_2_C1_F1.img"});
   support::sqlite(scene.po_db("HostA", "p"),
                   "UPDATE po SET poid = substr(poid, 2) || 'x' WHERE rowid = 2");
-  scene.sh("ln -s hosta catalog/2/hostA");
+  const std::string owner = ::geteuid() == 0 ? "4242" : std::to_string(::geteuid());
+  scene.sh("cd catalog/2; ln -s hosta hostA; chown " + owner + " .; chmod 2750 .");
   Words expected = scene.pos();
   const std::string kept = expected[5];
   expected.erase(expected.begin());  // the first one is in both directories
@@ -61,6 +63,10 @@ TEST_P(Repair, MovesEachSpellingToItsOwnDirectory) {
   expect_parts(ended.err, {"Metadata collisions were encountered.\nSee " +
                            (scene.storage().log_dir() / "dedupe_client").string()});
   expect_parts(scene.run_log(), {"POs moved 3, collisions 1,", "/2/hostA to hosta\n"});
+  const std::string made = (scene.root() / "catalog/2/HOSTA").string();
+  EXPECT_EQ(support::run({"stat", "-c", "%a %u", made, made + "/p", made + "/p/po.db"}).out,
+            "2750 " + owner + "\n2750 " + owner + "\n640 " + owner + "\n")
+      << "as the directory around it";
 }
 
 // Each client's own, and many whose directories have POs of each other.
@@ -117,9 +123,9 @@ TEST_P(Repair, FailureLeavesTheCatalogAsideAndCanBeRunAgain) {
       {"mkdir -p HostA/p; yes | head -c 5000 > HostA/p/po.db",
        "ERROR(not a path-object database): unable to ", "rm -r HostA"},
       {"mkdir -p HostA/p/po.db", "/HostA/p/po.db; it is no regular file\n", "rm -r HostA"},
-      {"sqlite3 hosta/p/po.db 'PRAGMA user_version=2'",
+      {"sqlite3 hosta/p/po.db 'PRAGMA user_version=2'; cp -r hosta hostb",
        "ERROR(database has a newer version): unable to get the basenames from ",
-       "sqlite3 hosta/p/po.db 'PRAGMA user_version=1'"},
+       "rm -r hostb; sqlite3 hosta/p/po.db 'PRAGMA user_version=1'"},
       // The target has a PO of this name, which cannot be read.
       {"cp -r hosta HostA; sqlite3 HostA/p/po.db \"UPDATE po SET record='x'\"",
        "ERROR(malformed data): unable to get the po for basename HostA_1_C1_F1.img and directory ",
@@ -139,6 +145,8 @@ TEST_P(Repair, FailureLeavesTheCatalogAsideAndCanBeRunAgain) {
     EXPECT_EQ(ended.exit_status, 1);
     EXPECT_TRUE(contains(ended.err, error) && ends_with(ended.err, aside)) << ended.err;
     expect_parts(scene.logs("repaired_"), {error});
+    EXPECT_LE(lines_beginning(ended.err, rows[2][1]).size(), static_cast<unsigned>(GetParam()))
+        << "a worker goes on behind a failure";
     EXPECT_TRUE(ends_with(ended.out, "\nCase-sensitivity repair finished with some errors.\n"));
     EXPECT_FALSE(contains(ended.out, "Please start")) << "it is left for the operator to look";
     EXPECT_FALSE(contains(scene.run_log(), "failed 0")) << scene.run_log();
@@ -161,44 +169,47 @@ Ended repair_behind(const Scene& scene, const std::string& script) {
 }
 
 // What can be tried before the catalog is moved is tried then, and a repair that fails before it did
-// anything moves it back.
-TEST(RepairFaults, CatalogIsNotLeftAsideForNothing) {
+// anything moves it back. A target that cannot be written keeps what it has, and so does the source.
+TEST(RepairFaults, WhatFailsChangesNothingAndLeavesNoCatalogAsideForNothing) {
   const Scene scene;
   scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
+  scene.put("HostA", "p", {"HostA_2_C1_F1.img"});
+  scene.sh("cd catalog/2/HostA/p; ln po.db po.db.new");  // as a crash may leave it
   const Words before = scene.pos();
   const std::string lister = " > quorv/tavrin/bin/tvprocs; ";
   // The third and later clones are the threads, behind two commands.
   const std::string no_threads = k_strace + "-e inject=clone3:error=EAGAIN:when=3+ ";
-  const std::string rows[][2] = {
+  const std::string at_target = k_strace + "-f -P " + work_dir(scene, "HostA");
+  // The fault, the error, and whether the repair has begun.
+  const std::tuple<std::string, std::string, bool> rows[] = {
       {k_strace + "-P " + (scene.root() / "catalog/2/hosta").string() +
            " -e inject=getdents64:error=EIO ",
-       "Aborting with error:  could not read"},
-      {no_threads, "Aborting with error:  could not create a worker"},
-      {"echo 'mv log log.aside; touch log'" + lister, "Aborting with error:  "},
+       "Aborting with error:  could not read", false},
+      {no_threads, "Aborting with error:  could not create a worker", false},
+      {"echo 'mv log log.aside; touch log'" + lister, "Aborting with error:  ", false},
       {"rm log; mv log.aside log; echo 'kill -INT $(cat mdfixup.lock)'" + lister,
-       "once.\nThe repair was interrupted before it began; nothing in the catalog was changed.\n"},
+       "once.\nThe repair was interrupted before it began; nothing in the catalog was changed.\n",
+       false},
+      {"echo" + lister + at_target + " -e inject=fsync:error=EIO", "could not store the directory ",
+       true},
+      // SQLite keeps the transaction after this one, and would commit it.
+      {at_target + "/po.db-journal -e inject=openat:error=EMFILE",
+       "unable to store the po for basename HostA_1", true},
   };
-  for (const auto& [fault, error] : rows) {
+  for (const auto& [fault, error, has_begun] : rows) {
     const Ended ended = repair_behind(scene, fault);
     EXPECT_EQ(ended.exit_status, 1);
     EXPECT_FALSE(contains(ended.out, "Please start")) << ended.out;
     expect_parts(ended.err, {error});
-    EXPECT_FALSE(contains(ended.err, "The repair is not finished")) << ended.err;
+    EXPECT_EQ(contains(ended.err, "The repair is not finished"), has_begun) << ended.err;
+    if (has_begun) scene.sh("mv " + k_work + " catalog");
     EXPECT_EQ(scene.pos(), before);
   }
+  expect_parts(scene.run_log(), {"the progress of the run cannot be told: "});
   // One that an earlier repair left there may be half repaired.
-  scene.sh("echo > quorv/tavrin/bin/tvprocs; mv catalog " + k_work);
+  scene.sh("mv catalog " + k_work);
   (void)repair_behind(scene, no_threads);
   EXPECT_FALSE(fs::exists(scene.root() / "catalog"));
-}
-
-TEST(RepairFaults, FirstFailedDirectoryEndsIt) {
-  const Scene scene;
-  for (const char* client : {"hosta", "hostb"}) {
-    scene.put(client, "p", {});
-    support::sqlite(scene.po_db(client, "p"), "PRAGMA user_version = 2");
-  }
-  EXPECT_EQ(lines_beginning(scene.repair().err, "ERROR").size(), 1U);
 }
 
 // A power failure may take away whatever was not stored: the removal of the source's journal, which
@@ -217,27 +228,6 @@ TEST(RepairFaults, TargetIsStoredBeforeTheSourceIsCommitted) {
         "unlink(\"" + base + "/hosta/p/po.db-journal\")"}) {
     at = calls.find(step, at);
     ASSERT_NE(at, std::string::npos) << step << " in\n" << calls;
-  }
-}
-
-TEST(RepairFaults, TargetThatCannotBeWrittenKeepsWhatItHasAndSoDoesTheSource) {
-  // The file in the target's directory that a call fails on, the failure, and the error.
-  const std::string rows[][3] = {
-      {" ", "fsync:error=EIO", "could not store the directory "},
-      // SQLite keeps the transaction after this one, and would commit it.
-      {"/po.db-journal ", "openat:error=EMFILE", "unable to store the po for basename HostA_1"},
-  };
-  for (const auto& [file, fault, error] : rows) {
-    const Scene scene;
-    scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
-    scene.put("HostA", "p", {"HostA_2_C1_F1.img"});
-    scene.sh("cd catalog/2/HostA/p; ln po.db po.db.new");  // as a crash may leave it
-    const Words before = scene.pos();
-    const std::string at = "-P " + work_dir(scene, "HostA") + file;
-    const Ended ended = repair_behind(scene, k_strace + "-f " + at + "-e inject=" + fault);
-    EXPECT_EQ(ended.exit_status, 1);
-    expect_parts(ended.err, {error});
-    EXPECT_EQ(scene.pos(k_work), before);
   }
 }
 
@@ -260,7 +250,14 @@ TEST(RepairFaults, POThatCannotBeReadStaysAndTheOthersMove) {
   support::sqlite(file,
                   "UPDATE po SET record = randomblob(20000) WHERE rowid = 2;"
                   "INSERT INTO po VALUES ('HOSTA_4', '', 0, 0, 'no blob'),"
+                  "('HostA_5', x'70', 1, 0, x''), ('HostA_6', 'p', 1.5, 0, x''),"
+                  "('HostA_7', '', -1, 9223372036854775807, x''),"
+                  "('HostA_8', CAST(x'61006200' AS TEXT), 0, 0, x'0061002700ff'),"
                   "(CAST('HostA_1_C1_F1.img' AS BLOB), '', 0, 0, x''), (x'00', '', 0, 0, x'')");
+  const std::string columns =
+      "SELECT basename, hex(poid), typeof(poid), size, mtime, hex(record), typeof(record) FROM po "
+      "WHERE typeof(basename) = 'text' AND substr(basename, 7, 1) IN ('1', '3', '7', '8')";
+  const std::string movable = support::sqlite(file, columns);
   // The record's pages are a chain; the first is made to lead nowhere.
   const std::string page =
       support::sqlite(file, "SELECT min(pageno) FROM dbstat WHERE pagetype = 'overflow'");
@@ -271,12 +268,14 @@ TEST(RepairFaults, POThatCannotBeReadStaysAndTheOthersMove) {
   expect_end(scene.repair(), 0,
              "ERROR(malformed data" + unable + "HostA_1_C1_F1.img" + in + "ERROR(malformed data" +
                  unable + "HOSTA_4" + in + "ERROR(database is damaged" + unable +
-                 "HostA_2_C1_F1.img" + in);
+                 "HostA_2_C1_F1.img" + in + "ERROR(malformed data" + unable + "HostA_5" + in +
+                 "ERROR(malformed data" + unable + "HostA_6" + in);
+  EXPECT_EQ(support::sqlite(scene.po_db("HostA", "p"), columns), movable);
   const std::string names = "SELECT basename, typeof(basename) FROM po ORDER BY 2 DESC, 1";
-  EXPECT_EQ(support::sqlite(scene.po_db("HostA", "p"), names),
-            "HostA_1_C1_F1.img|text\nHostA_3_C1_F1.img|text\n");
-  EXPECT_TRUE(starts_with(support::sqlite(file, names), "HOSTA_4|text\nHostA_2_C1_F1.img|text\n"));
-  EXPECT_EQ(lines_beginning(support::sqlite(file, names), "").size(), 4U)
+  EXPECT_EQ(lines_beginning(support::sqlite(scene.po_db("HostA", "p"), names), "").size(), 4U);
+  EXPECT_TRUE(starts_with(support::sqlite(file, names),
+                          "HOSTA_4|text\nHostA_2_C1_F1.img|text\nHostA_5|text\nHostA_6|text\n"));
+  EXPECT_EQ(lines_beginning(support::sqlite(file, names), "").size(), 6U)
       << "a name that is no text stays, and its twin moves";
   EXPECT_FALSE(fs::exists(scene.root() / "catalog/2/HOSTA")) << "nothing could be moved there";
 }

@@ -30,10 +30,6 @@ void Scene::put(const std::string& client, const std::string& policy,
   dir.finish();
 }
 
-void Scene::script(const std::string& name, const std::string& text) const {
-  write_script(admincmd(name), text);
-}
-
 void Scene::sh(const std::string& script) const {
   support::run({"sh", "-c", "cd " + root().string() + "; " + script});
 }
@@ -42,14 +38,6 @@ Words Scene::command(const Words& arguments) const {
   Words words{MDFIXUP_PROGRAM, "--tvr_location", m_storage.product().string()};
   words.insert(words.end(), arguments.begin(), arguments.end());
   return words;
-}
-
-Child::Environment Scene::environment() const {
-  return {{"KSREGISTRY", m_storage.registry_file().string()}};
-}
-
-std::unique_ptr<Child> Scene::start(const Words& arguments) const {
-  return std::make_unique<Child>(command(arguments), environment());
 }
 
 Ended Scene::run_in_shell(const std::string& script, const Words& arguments) const {
@@ -63,10 +51,6 @@ Ended Scene::run_task(const Words& task, int threads, const Words& more) const {
   words.insert(words.end(), task.begin(), task.end());
   words.insert(words.end(), more.begin(), more.end());
   return run(words);
-}
-
-Ended Scene::dry_run(int threads, const Words& more) const {
-  return run_task(k_dry_run, threads, more);
 }
 
 Words Scene::pos(const std::string& catalog) const {

@@ -43,22 +43,30 @@ class Scene {
   void put(const std::string& client, const std::string& policy, const Words& basenames) const;
 
   // Replaces a command of the product by a shell script.
-  void script(const std::string& name, const std::string& text) const;
+  void script(const std::string& name, const std::string& text) const {
+    write_script(admincmd(name), text);
+  }
 
   // Runs a shell script in the storage's root.
   void sh(const std::string& script) const;
 
   // What starts the program with the arguments, the product's location in front.
   Words command(const Words& arguments) const;
-  Child::Environment environment() const;
-  std::unique_ptr<Child> start(const Words& arguments) const;
+  Child::Environment environment() const {
+    return {{"KSREGISTRY", m_storage.registry_file().string()}};
+  }
+  std::unique_ptr<Child> start(const Words& arguments) const {
+    return std::make_unique<Child>(command(arguments), environment());
+  }
 
   // Runs it to its end.
   Ended run(const Words& arguments) const { return start(arguments)->wait(); }
   Ended scan(int threads = 1) const { return run_task(k_scan, threads); }
   Ended repair(int threads = 1) const { return run_task(k_repair, threads); }
   Ended remove_orphans(int threads = 1) const { return run_task(k_deletion, threads); }
-  Ended dry_run(int threads = 1, const Words& more = {}) const;
+  Ended dry_run(int threads = 1, const Words& more = {}) const {
+    return run_task(k_dry_run, threads, more);
+  }
 
   // Runs it by way of a shell script in the storage's root, in which "$@" stands for the program and its arguments.
   Ended run_in_shell(const std::string& script, const Words& arguments) const;

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdio>
+#include <regex>
 #include <stdexcept>
 
 namespace support {
@@ -15,24 +16,14 @@ namespace {
 
 constexpr unsigned short k_wide = 200;
 
-void exec(const std::vector<std::string>& command, const sandbox::Child::Environment& environment) {
-  for (const auto& [name, value] : environment) ::setenv(name.c_str(), value.c_str(), 1);
-  std::vector<char*> argv;
-  for (const std::string& word : command) argv.push_back(const_cast<char*>(word.c_str()));
-  argv.push_back(nullptr);
-  ::execvp(argv[0], argv.data());
-  ::_exit(127);
-}
-
 }  // namespace
 
 bool terminals_are_there() {
-  int ours = -1;
-  int others = -1;
-  if (::openpty(&ours, &others, nullptr, nullptr, nullptr) != 0) return false;
-  (void)::close(ours);
-  (void)::close(others);
-  return true;
+  try {
+    return OnTerminal([] {}).wait() == 0;
+  } catch (const std::runtime_error&) {
+    return false;
+  }
 }
 
 OnTerminal::OnTerminal(const std::function<void()>& body, unsigned short columns) {
@@ -50,11 +41,7 @@ OnTerminal::OnTerminal(const std::function<void()>& body, unsigned short columns
 
 OnTerminal::OnTerminal(const std::vector<std::string>& command,
                        const sandbox::Child::Environment& environment)
-    : OnTerminal([&] { exec(command, environment); }, k_wide) {}
-
-OnTerminal::~OnTerminal() {
-  ::close(m_terminal);
-}
+    : OnTerminal([&] { sandbox::exec(command, environment); }, k_wide) {}
 
 // At its end, when no process has it any more, a terminal fails with EIO.
 bool OnTerminal::read_more() {
@@ -78,22 +65,8 @@ int OnTerminal::wait() {
 }
 
 std::string OnTerminal::screen() const {
-  static const std::string k_erase_rest = "\033[K";
-  std::string shown;
-  std::size_t at = 0;
-  for (std::size_t i = 0; i < m_written.size(); ++i) {
-    if (m_written.compare(i, k_erase_rest.size(), k_erase_rest) == 0) {
-      shown.resize(at);
-      i += k_erase_rest.size() - 1;
-    } else if (m_written[i] == '\r') {
-      at = shown.rfind('\n') + 1;  // of the whole text where there is none
-    } else if (m_written[i] == '\n') {
-      at = (shown += '\n').size();
-    } else {
-      shown.replace(at++, 1, 1, m_written[i]);
-    }
-  }
-  return shown;
+  static const std::regex gone("(\r[^\r\n\033]*\033\\[K)*\r\033\\[K|\r(?=\n)");
+  return std::regex_replace(m_written, gone, "");
 }
 
 }  // namespace support

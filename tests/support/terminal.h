@@ -1,6 +1,7 @@
 #pragma once
 
 #include <sys/types.h>
+#include <unistd.h>
 
 #include <functional>
 #include <string>
@@ -22,7 +23,7 @@ class OnTerminal {
   explicit OnTerminal(const std::function<void()>& body, unsigned short columns = 0);
   OnTerminal(const std::vector<std::string>& command,
              const sandbox::Child::Environment& environment);
-  ~OnTerminal();
+  ~OnTerminal() { ::close(m_terminal); }
   OnTerminal(const OnTerminal&) = delete;
   OnTerminal& operator=(const OnTerminal&) = delete;
 
@@ -35,8 +36,8 @@ class OnTerminal {
   // What was written so far, as it came.
   const std::string& written() const { return m_written; }
 
-  // What stands on the terminal then: carriage returns, line ends and the erasing of a line's rest
-  // taken for what they do.
+  // What stands on the terminal then: without the lines that were erased before anything else was
+  // written.
   std::string screen() const;
 
  private:

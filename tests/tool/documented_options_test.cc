@@ -26,9 +26,9 @@ std::vector<std::smatch> matches(const std::string& text, const char* pattern) {
 
 // The first groups of all matches.
 Words all(const std::string& text, const char* pattern) {
-  Words words;
-  for (const std::smatch& match : matches(text, pattern)) words.push_back(match[1]);
-  return words;
+  const std::regex regex(pattern);
+  return {std::sregex_token_iterator(text.begin(), text.end(), regex, 1),
+          std::sregex_token_iterator()};
 }
 
 Options options_of_the_table() {
@@ -38,7 +38,7 @@ Options options_of_the_table() {
     const std::string name = std::string("--") + (*o)->long_name;
     const std::string value = (*o)->default_text != nullptr ? (*o)->default_text : "none";
     const bool hidden = shown.find(name) == std::string::npos;
-    options[name] = ((*o)->kind == OptKind::flag ? "flag" : value) + (hidden ? " hidden" : "");
+    options[name] = ((*o)->is_flag() ? "flag" : value) + (hidden ? " hidden" : "");
     if ((*o)->letter != 0) options[std::string("-") + (*o)->letter] = options[name];
   }
   return options;

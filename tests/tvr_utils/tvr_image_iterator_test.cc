@@ -46,7 +46,7 @@ std::string images(const std::string& output, const std::string& end) {
 
 TEST(TVRImageIterator, DeliversImagesWithAcceptedFragments) {
   const std::string one = image("c", "p", "10") + frag("1", "1", "5");
-  const std::string one_image = "c p 10 1:1:5 1:0:5\n";
+  const std::string one_image = "c p 10 1:1:5\n";
   const std::string of_9 = image("c", "p", "9");
   // What is listed, how the command goes on, and the images or the error.
   const std::string rows[][3] = {
@@ -55,15 +55,15 @@ TEST(TVRImageIterator, DeliversImagesWithAcceptedFragments) {
       {one, "", one_image},
       {of_9 + frag("1", "f", "5") + frag("1", "1", "5"), "", "bad cast"},
       {image("c", "p", "-7") + frag("1", "1", "5") + frag("1", "+2", "9") + frag("2", "-3", "3"),
-       "", "c p -7 1:1:5 1:2:9 2:-3:3 1:0:9 2:0:3\n"},
+       "", "c p -7 1:1:5 1:2:9 2:-3:3\n"},
       {of_9 + frag("x", "1", "5", "a;b;c;other;e") + one, "", one_image},
-      {of_9 + frag("1", "1", "5", ";b;;c;pool;e"), "", "c p 9 1:1:5 1:0:5\n"},
-      {of_9 + frag("1", "1", "5", "a;;b;c;pool;"), "", "c p 9 1:1:5 1:0:5\n"},
+      {of_9 + frag("1", "1", "5", ";b;;c;pool;e"), "", "c p 9 1:1:5\n"},
+      {of_9 + frag("1", "1", "5", "a;;b;c;pool;"), "", "c p 9 1:1:5\n"},
       {one + image("C", "p", "11") + frag("1", "1", "6") + image("c", "p", "12") +
            frag("2", "1", "7"),
-       "", one_image + "c p 12 2:1:7 2:0:7\n"},
+       "", one_image + "c p 12 2:1:7\n"},
       {one + image("c", "q", "11") + frag("1", "1", "6") + image("c", "p", "11"), "", one_image},
-      {one + "HISTO 1 2\n\n" + frag("1", "2", "3"), "", "c p 10 1:1:5 1:2:3 1:0:5\n"},
+      {one + "HISTO 1 2\n\n" + frag("1", "2", "3"), "", "c p 10 1:1:5 1:2:3\n"},
       {image("c", "p", "1x"), "", "bad cast"},
       {"IMAGE c 2 3 4 5 p 7 8 9 10 11 12\n", "", "status 4"},
       {image("c", "q", "10") + frag("1", "1", "5"), "exit 25", "status 17"},

@@ -4,13 +4,6 @@
 
 namespace catalog::podb {
 
-DeleteOrphanPOs::DeleteOrphanPOs(const boost::filesystem::path& policy_dir,
-                                 ConsistencyFindings& findings, record::Directory& directory,
-                                 const boost::filesystem::path& admincmd_dir,
-                                 const std::string& disk_pool)
-    : BaseCompareWithTVR(policy_dir, findings, directory, admincmd_dir, disk_pool,
-                         SQLitePODB::Access::read_write) {}
-
 std::string DeleteOrphanPOs::initial_string() {
   return "";
 }

@@ -13,10 +13,9 @@ namespace catalog::podb {
 //   log; what was deleted before stays deleted.
 class DeleteOrphanPOs : public BaseCompareWithTVR {
  public:
-  DeleteOrphanPOs(const boost::filesystem::path& policy_dir, ConsistencyFindings& findings,
-                  record::Directory& directory, const boost::filesystem::path& admincmd_dir,
-                  const std::string& disk_pool);
+  using BaseCompareWithTVR::BaseCompareWithTVR;
 
+  static constexpr SQLitePODB::Access access = SQLitePODB::Access::read_write;
   static constexpr Findings::Effect effect = Findings::Effect::changes;
 
   void visit_one_image_copy(std::int64_t backup_time, std::uint32_t copy_number) override;

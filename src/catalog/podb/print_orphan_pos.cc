@@ -2,13 +2,6 @@
 
 namespace catalog::podb {
 
-PrintOrphanPOs::PrintOrphanPOs(const boost::filesystem::path& policy_dir,
-                               ConsistencyFindings& findings, record::Directory& directory,
-                               const boost::filesystem::path& admincmd_dir,
-                               const std::string& disk_pool)
-    : BaseCompareWithTVR(policy_dir, findings, directory, admincmd_dir, disk_pool,
-                         SQLitePODB::Access::read_only) {}
-
 std::string PrintOrphanPOs::initial_string() {
   return "\nImages that would be deleted:\n";
 }

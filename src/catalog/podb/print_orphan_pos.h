@@ -9,10 +9,9 @@ namespace catalog::podb {
 // Tells which image copies a deletion would take, and how many POs with them. Only reads.
 class PrintOrphanPOs : public BaseCompareWithTVR {
  public:
-  PrintOrphanPOs(const boost::filesystem::path& policy_dir, ConsistencyFindings& findings,
-                 record::Directory& directory, const boost::filesystem::path& admincmd_dir,
-                 const std::string& disk_pool);
+  using BaseCompareWithTVR::BaseCompareWithTVR;
 
+  static constexpr SQLitePODB::Access access = SQLitePODB::Access::read_only;
   static constexpr Findings::Effect effect = Findings::Effect::none;
 
   void visit_one_image_copy(std::int64_t backup_time, std::uint32_t copy_number) override;

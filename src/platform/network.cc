@@ -1,4 +1,0 @@
-#include "platform/network.h"
-
-void NetStart() {}
-void NetStop() {}
