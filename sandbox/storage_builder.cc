@@ -4,11 +4,11 @@
 #include <functional>
 #include <random>
 
-#include <boost/algorithm/string/trim.hpp>
 #include <boost/filesystem/operations.hpp>
 
 #include "catalog/dirs_iterator.h"
 #include "cr/config.h"
+#include "cr/inifile.h"
 #include "platform/po.h"
 #include "platform/spadb.h"
 #include "platform/status.h"
@@ -28,15 +28,6 @@ void require(cr_status_t status, const fs::path& policy_dir) {
     throw Cr_ErrnoException(status, "could not fill " + policy_dir.string(),
                             CRStatusToStringA(status));
   }
-}
-
-// A configuration's reader drops blanks around a value, which ends with its line.
-const std::string& storable(const std::string& value) {
-  if (boost::algorithm::trim_copy(value) != value ||
-      value.find_first_of("\r\n") != std::string::npos) {
-    throw Cr_ErrnoException(k_status_malformed, "the path '" + value + "' cannot be configured");
-  }
-  return value;
 }
 
 // Lines as long as the product's are: mostly fields that nobody here looks at.
@@ -75,12 +66,13 @@ fs::path StorageBuilder::policy_dir(const std::string& client, const std::string
 }
 
 void StorageBuilder::write_configuration() const {
-  const std::string config = (m_root / "etc" / "storage.cfg").string();
-  write_text(registry_file(),
-             "[" + cr::k_registry_key + "]\nConfigFilePath=" + storable(config) + "\n");
-  write_text(config, "[" + cr::k_storage_section + "]\n" + cr::k_root_dir_entry + "=" +
-                         storable(m_root.string()) + "\n" + cr::k_log_dir_entry + "=" +
-                         storable(log_dir().string()) + "\n");
+  const fs::path config = m_root / "etc" / "storage.cfg";
+  fs::create_directories(config.parent_path());
+  cr::Inifile(registry_file().string())
+      .save_new(cr::k_registry_key, "ConfigFilePath", config.string());
+  cr::Inifile file(config.string());
+  file.save_new(cr::k_storage_section, cr::k_root_dir_entry, m_root.string());
+  file.save(cr::k_storage_section, cr::k_log_dir_entry, log_dir().string());
 }
 
 void StorageBuilder::write_product() const {

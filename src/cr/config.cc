@@ -38,7 +38,7 @@ Config Config::init_from_ksregistry(const std::string& registry_file, const std:
   if (!dct::filesystem::exists(registry_file)) {
     throw_missing("Failed to locate the ksregistry path: " + registry_file + ".");
   }
-  const std::string file = Inifile(registry_file).get_path(pool_key, k_config_file_entry);
+  const std::string file = Inifile(registry_file).read().get_path(pool_key, k_config_file_entry);
   if (file.empty()) {
     throw_missing("Failed to locate the ConfigFilePath entry for section " + pool_key + " in " +
                   registry_file + " .");

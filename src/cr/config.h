@@ -37,7 +37,7 @@ class Config {
   std::string find(const std::string& section, const std::string& entry) const;
 
  private:
-  explicit Config(const std::string& file) : m_inifile(file) {}
+  explicit Config(const std::string& file) : m_inifile(file) { m_inifile.read(); }
 
   Inifile m_inifile;
 };

@@ -1,5 +1,6 @@
 #include "cr/inifile.h"
 
+#include <boost/algorithm/string/trim.hpp>
 #include <boost/property_tree/ini_parser.hpp>
 
 #include "platform/file_kind.h"
@@ -9,15 +10,31 @@ namespace cr {
 
 namespace pt = boost::property_tree;
 
-Inifile::Inifile(const std::string& file) : m_file(file) {
-  if (platform::file_kind(file) == platform::FileKind::special) {
-    throw Cr_ErrnoException(k_status_entry_missing, file + ": is no regular file");
-  }
+namespace {
+
+template <class Operation>
+void guarded(Operation operation) {
   try {
-    pt::read_ini(file, m_tree);
+    operation();
   } catch (const pt::ini_parser_error& error) {
     throw Cr_ErrnoException(k_status_entry_missing, error.what());  // names the file and the line
   }
+}
+
+pt::ptree& child(pt::ptree& tree, const std::string& name) {
+  const auto found = tree.find(name);
+  if (found != tree.not_found()) return found->second;
+  return tree.push_back({name, pt::ptree()})->second;
+}
+
+}  // namespace
+
+const Inifile& Inifile::read() {
+  if (platform::file_kind(m_file) == platform::FileKind::special) {
+    throw Cr_ErrnoException(k_status_entry_missing, m_file + ": is no regular file");
+  }
+  guarded([this] { pt::read_ini(m_file, m_tree); });
+  return *this;
 }
 
 // Names may hold dots, so they are not read as the library's paths.
@@ -31,6 +48,22 @@ std::string Inifile::get(const std::string& section, const std::string& entry) c
 std::string Inifile::get_path(const std::string& section, const std::string& entry) const {
   constexpr std::size_t k_longest = 4095;
   return get(section, entry).substr(0, k_longest).c_str();  // ends at a zero byte, as all paths
+}
+
+void Inifile::save_new(const std::string& section, const std::string& entry,
+                       const std::string& value) {
+  m_tree.clear();
+  save(section, entry, value);
+}
+
+void Inifile::save(const std::string& section, const std::string& entry, const std::string& value) {
+  const bool is_one_line = value.find_first_of("\r\n") == std::string::npos;
+  if (!is_one_line || boost::algorithm::trim_copy(value) != value) {  // would be read as another one
+    throw Cr_ErrnoException(k_status_malformed,
+                            "the value '" + value + "' cannot be stored in " + m_file);
+  }
+  child(child(m_tree, section), entry).data() = value;
+  guarded([this] { pt::write_ini(m_file, m_tree); });
 }
 
 }  // namespace cr
