@@ -1,13 +1,11 @@
 #include "platform/run_log.h"
 
-#include <time.h>
-#include <unistd.h>
-
-#include <chrono>
-#include <iomanip>
 #include <memory>
-#include <sstream>
+#include <mutex>
 #include <string>
+
+#include <spdlog/logger.h>
+#include <spdlog/sinks/base_sink.h>
 
 #include "platform/append_file.h"
 #include "platform/one_line.h"
@@ -15,7 +13,29 @@
 
 namespace {
 
-std::unique_ptr<platform::AppendFile> s_log;
+// Writes through AppendFile rather than through the library's own file sink: that one drops the
+// text of a line it cannot write, and makes its file with the process's default mode.
+class AppendFileSink : public spdlog::sinks::base_sink<std::mutex> {
+ public:
+  explicit AppendFileSink(const std::string& path) : m_file(path) {}
+
+ protected:
+  void sink_it_(const spdlog::details::log_msg& message) override {
+    spdlog::memory_buf_t line;
+    formatter_->format(message, line);
+    const std::string_view text(line.data(), line.size());
+    if (!m_file.append(text)) platform::tell_or_lose(text);
+  }
+  void flush_() override {}
+
+ private:
+  platform::AppendFile m_file;
+};
+
+std::shared_ptr<spdlog::logger>& run_log() {
+  static std::shared_ptr<spdlog::logger> log;
+  return log;
+}
 
 MessageListener s_listener = nullptr;
 
@@ -31,38 +51,21 @@ std::string without_controls(std::string text) {
   return text;
 }
 
-// Local time, with milliseconds.
-std::string timestamp() {
-  using std::chrono::milliseconds;
-  constexpr int k_second_milliseconds = 1000;
-  const auto since_epoch = std::chrono::system_clock::now().time_since_epoch();
-  const auto now = std::chrono::duration_cast<milliseconds>(since_epoch).count();
-  const std::time_t seconds = now / k_second_milliseconds;
-  struct tm local {};
-  (void)::localtime_r(&seconds, &local);
-  std::ostringstream text;
-  text << std::put_time(&local, "%Y-%m-%d %H:%M:%S.") << std::setw(3) << std::setfill('0')
-       << now % k_second_milliseconds;
-  return text.str();
-}
-
-void write(const char* level, const std::string& line) {
-  if (!s_log) return;
-  const std::string entry = timestamp() + " " + level + " pid=" + std::to_string(::getpid()) +
-                            " thread=" + std::to_string(::gettid()) + " " + line + "\n";
-  if (!s_log->append(entry)) platform::tell_or_lose(entry);
-}
-
-void write_and_hand_on(bool is_warning, std::string_view text) {
+void write(spdlog::level::level_enum level, std::string_view text) {
   const std::string line = platform::on_one_line(text);
-  write(is_warning ? "warning" : "error", line);
-  if (s_listener != nullptr) s_listener(is_warning, line);
+  if (run_log()) run_log()->log(level, line);
+  if (s_listener != nullptr && level != spdlog::level::info) {
+    s_listener(level == spdlog::level::warn, line);
+  }
 }
 
 }  // namespace
 
-void dctLogSetA(const char* path) {
-  s_log = std::make_unique<platform::AppendFile>(path);
+void dctLogSetA(const char* path, const char* program_name) {
+  auto sink = std::make_shared<AppendFileSink>(path);
+  auto log = std::make_shared<spdlog::logger>(program_name, std::move(sink));
+  log->set_pattern("%Y-%m-%d %H:%M:%S.%e %l pid=%P thread=%t %v");
+  run_log() = std::move(log);
 }
 
 void listen_to_run_log(MessageListener listener) {
@@ -70,15 +73,15 @@ void listen_to_run_log(MessageListener listener) {
 }
 
 void InfoA(std::string_view text) {
-  write("info", platform::on_one_line(text));
+  write(spdlog::level::info, text);
 }
 // An operator at a terminal reads no log while the run goes on. Names come from databases that anybody
 // may have written to, and must not control the terminal.
 void WarningA(std::string_view text) {
-  if (!s_log) return;
-  write_and_hand_on(true, text);
+  if (!run_log()) return;
+  write(spdlog::level::warn, text);
   platform::tell_terminal("WARNING: " + without_controls(platform::on_one_line(text)) + "\n");
 }
 void ErrorA(std::string_view text) {
-  write_and_hand_on(false, text);
+  write(spdlog::level::err, text);
 }

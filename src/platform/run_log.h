@@ -7,7 +7,7 @@
 //
 // Threads: call it before other threads log.
 // Errors: Cr_ErrnoException, naming the path, when the file cannot be opened.
-void dctLogSetA(const char* path);
+void dctLogSetA(const char* path, const char* program_name);
 
 // One line in the run log; line ends inside the text are written as "\n". A line that cannot be
 // written goes to standard error. A warning is also shown on standard error if that is a terminal.

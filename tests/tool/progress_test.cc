@@ -19,7 +19,7 @@ using std::chrono::seconds;
 TEST(ProgressOfTask, IsToldInTheRunLogAtEachInterval) {
   const support::TempDir dir;
   const std::string run_log = (dir.path() / "run.log").string();
-  dctLogSetA(run_log.c_str());
+  dctLogSetA(run_log.c_str(), "test");
   const auto await = [&](const std::string& text) {
     while (support::read_text(run_log).find(text) == std::string::npos) ::sched_yield();
   };
@@ -39,7 +39,7 @@ TEST(ProgressOfTask, IsToldInTheRunLogAtEachInterval) {
   await("progress: 3 of 3 directories, all directories done, finishing, ");
   const std::string log = support::read_text(dir.path() / "log" / "task.log");
   EXPECT_EQ(log.find("Skip DSID"), log.rfind("Skip DSID")) << "the count logs nothing";
-  dctLogSetA("/dev/null");
+  dctLogSetA("/dev/null", "test");
 }
 
 TEST(ProgressText, LeavesOutWhatIsNotKnown) {
