@@ -275,7 +275,7 @@ TEST(Report, NamesCannotActOnTheTerminal) {
 }
 
 TEST(Report, MemoryDoesNotGrowWithTheOrphans) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef MDFIXUP_SANITIZED
   GTEST_SKIP() << "the sanitizers need address space of their own";
 #endif
   const Records records;
