@@ -27,7 +27,9 @@ template <class Row>
 void select_from_all(const fs::path& catalog, SQLitePODB::Access access,
                      const std::string& statement, const Row& row) {
   for (const fs::path& policy_dir : policy_dirs(catalog)) {
-    const SQLitePODB::BasenameVisitor visitor = [&](std::string_view text) { row(policy_dir, text); };
+    const SQLitePODB::BasenameVisitor visitor = [&](std::string_view text) {
+      row(policy_dir, text);
+    };
     SQLitePODB database("", policy_dir.string(), access);
     const cr_status_t status = database.exec_sql(statement, &visitor);
     if (status != k_status_ok) {

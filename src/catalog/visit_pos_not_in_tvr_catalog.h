@@ -18,8 +18,8 @@ namespace catalog {
 // the catalog no longer has to the visitor V; at the end lists the images of clients and policies
 // that no directory holds.
 //
-// V derives from podb::BaseCompareWithTVR, names its logs and says what access its work needs; the visitors it is built for are
-// named at the end of the implementation.
+// V derives from podb::BaseCompareWithTVR, names its logs and says what access its work needs; the
+// visitors it is built for are named at the end of the implementation.
 //
 // Threads: as the base; the list of visited pairs has a lock of its own.
 // Ownership: shares its logs.

@@ -58,7 +58,8 @@ void Inifile::save_new(const std::string& section, const std::string& entry,
 
 void Inifile::save(const std::string& section, const std::string& entry, const std::string& value) {
   const bool is_one_line = value.find_first_of("\r\n") == std::string::npos;
-  if (!is_one_line || boost::algorithm::trim_copy(value) != value) {  // would be read as another one
+  if (!is_one_line ||
+      boost::algorithm::trim_copy(value) != value) {  // would be read as another one
     throw Cr_ErrnoException(k_status_malformed,
                             "the value '" + value + "' cannot be stored in " + m_file);
   }

@@ -20,9 +20,10 @@ struct OptDescriptor {
   bool is_flag() const { return std::holds_alternative<bool*>(variable); }
 };
 
-// Sets every variable of the NULL-terminated table to its default, if it has one, and then, from left to right, to what the command line says. Values stand as `--name value` or
-// `--name=value`; a value that begins with "-" only as `--name=value`, so that a forgotten value
-// never swallows the next option. Names are not abbreviated.
+// Sets every variable of the NULL-terminated table to its default, if it has one, and then, from left
+// to right, to what the command line says. Values stand as `--name value` or `--name=value`; a value
+// that begins with "-" only as `--name=value`, so that a forgotten value never swallows the next
+// option. Names are not abbreviated.
 //
 // Returns 0; or -1 after one line on standard error, which names what is wrong, for an option that
 // is unknown, lacks its value, has one it cannot take, or for a word that is no option.
