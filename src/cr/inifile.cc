@@ -1,5 +1,7 @@
 #include "cr/inifile.h"
 
+#include <algorithm>
+
 #include <boost/algorithm/string/trim.hpp>
 #include <boost/property_tree/ini_parser.hpp>
 
@@ -47,7 +49,8 @@ std::string Inifile::get(const std::string& section, const std::string& entry) c
 
 std::string Inifile::get_path(const std::string& section, const std::string& entry) const {
   constexpr std::size_t k_longest = 4095;
-  return get(section, entry).substr(0, k_longest).c_str();  // ends at a zero byte, as all paths
+  const std::string path = get(section, entry);
+  return path.substr(0, std::min(path.find('\0'), k_longest));  // ends at a zero byte, as all paths
 }
 
 void Inifile::save_new(const std::string& section, const std::string& entry,

@@ -33,10 +33,12 @@ TEST(ProgressOfTask, IsToldInTheRunLogAtEachInterval) {
     if (visited == 3) await("/s, 0 failed, 7 findings\n");
     return 0;
   });
-  Progress progress(task, {hours(1), milliseconds(1)});
-  EXPECT_TRUE(task.traverse());
-  progress.traversal_is_over();
-  await("progress: 3 of 3 directories, all directories done, finishing, ");
+  {
+    Progress progress(task, {hours(1), milliseconds(1)});
+    EXPECT_TRUE(task.traverse());
+    progress.traversal_is_over();
+    await("progress: 3 of 3 directories, all directories done, finishing, ");
+  }
   const std::string log = support::read_text(dir.path() / "log" / "task.log");
   EXPECT_EQ(log.find("Skip DSID"), log.rfind("Skip DSID")) << "the count logs nothing";
   dctLogSetA("/dev/null", "test");
