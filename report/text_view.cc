@@ -85,13 +85,14 @@ void show_bars(std::ostream& out, const Timeline& timeline) {
 }
 
 void show(std::ostream& out, const Table& table, std::int64_t most) {
-  if (table.count == 0) {
+  std::vector<Row> rows;
+  if (table.count != 0) table.rows([&](const Row& row) { rows.push_back(row); }, most);
+  // Also where a run that goes on took the rows away since they were counted.
+  if (rows.empty()) {
     if (*table.when_empty != '\0') out << "\n  " << table.when_empty << "\n";
     return;
   }
   out << "\n  " << table.caption << " (" << with_commas(table.count) << "):\n";
-  std::vector<Row> rows;
-  table.rows([&](const Row& row) { rows.push_back(row); }, most);
   write_lines(out, rows);
   if (table.count > rows.size()) {
     out << "  ... and " << with_commas(table.count - rows.size()) << " more; --json shows all\n";

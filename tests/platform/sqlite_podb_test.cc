@@ -76,8 +76,23 @@ TEST_F(SQLitePODBTest, RunsExactlyOneStatement) {
   EXPECT_EQ(database.changed_rows(), 1) << "nothing ran before";
 }
 
-TEST_F(SQLitePODBTest, JournalsAreKeptAndNoStorageIsMade) {
+TEST_F(SQLitePODBTest, WhatIsCreatedGoesUnlessSomethingWasStored) {
+  const fs::path client = m_policy.parent_path();
+  fs::create_directories(client);
+  SQLitePODB(m_dir.path(), m_policy).do_begin_transaction();
+  EXPECT_TRUE(fs::is_empty(client));
+  {
+    const SQLitePODB database(m_dir.path(), m_policy);
+    support::sqlite(m_file, "INSERT INTO po VALUES ('of another process', '', 0, 0, x'')");
+  }
+  EXPECT_TRUE(fs::exists(m_file));
+}
+
+TEST_F(SQLitePODBTest, WhatACreationThatDiedLeftIsClearedJournalsAreKeptAndNoStorageIsMade) {
+  for (const char* left : {".new", ".new-journal"})
+    support::write_text(m_file.string() + left, "half a database");
   create({"a"});
+  EXPECT_EQ(std::distance(fs::directory_iterator(m_policy), fs::directory_iterator()), 1);
   // What a writer that died leaves beside its database: nobody holds a lock, and it is not empty.
   const std::string journal = m_file.string() + "-journal";
   support::write_text(journal, "the pages as they were");

@@ -7,6 +7,7 @@
 #include "record/run_record.h"
 #include "report/escape.h"
 #include "report/timeline.h"
+#include "report/views.h"
 #include "sandbox/planter.h"
 #include "tests/support/scene.h"
 
@@ -230,6 +231,8 @@ TEST(Report, UnreadableRecordsAreNamedAndTheOthersShown) {
       {"rm \"$1\"; ln -s /dev/zero \"$1\"", "it is no regular file"},
       {"PRAGMA application_id = 1", "it is no record of a run"},
       {"PRAGMA user_version = 9", "a version that this program does not know"},
+      {"CREATE TABLE more (x)", "its tables are not"},
+      {"CREATE VIEW more AS SELECT 1", "its tables are not"},
       {"CREATE TRIGGER t AFTER INSERT ON run BEGIN SELECT 1; END", "its tables are not"},
       {"DELETE FROM run", "it holds no run"},
       {"UPDATE orphan SET backup_time = 'text', pos = 'text', bytes = -9, directory = 77"},
@@ -272,6 +275,18 @@ TEST(Report, NamesCannotActOnTheTerminal) {
       << "what JSON can carry stays";
   EXPECT_EQ(report::html(hostile), R"(a\x1b[2J\x0d\x9b\u{202e}&lt;b&gt;&quot;\t)");
   EXPECT_EQ(report::printable("h\xc3\xb6st\\x\xc3"), "h\xc3\xb6st\\\\x\\xc3");
+}
+
+TEST(Report, RowsThatARunTookAwaySinceTheyWereCountedAreNotShown) {
+  report::Report made;
+  const report::Table table{"key", "Caption", 1,
+                            [](const report::RowVisitor& /*visit*/, std::int64_t /*most*/) {}};
+  made.sections.push_back({"Title", "dry run", {}, {}, {}, {table}});
+  for (const auto& write : {report::write_text, report::write_page}) {
+    std::ostringstream out;
+    write(made, out);
+    EXPECT_TRUE(contains(out.str(), "Title") && !contains(out.str(), "</table>")) << out.str();
+  }
 }
 
 TEST(Report, MemoryDoesNotGrowWithTheOrphans) {

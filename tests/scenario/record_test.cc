@@ -37,7 +37,9 @@ TEST(Record, SaysWhatTheLogsSay) {
   plan.clients = 2;
   plan.images = 40;
   const sandbox::Planted planted = sandbox::plant(scene.storage(), plan);
-  scene.put("hosta\xff", "p", {"HostA\xff_1_C1_F1.img", "HostA\xff_2_C1_F1.img"});
+  Words moving{"HostA\xff_1_C1_F1.img"};
+  for (int i = 100; i < 160; ++i) moving.push_back("HostA\xff_" + std::to_string(i) + "_C1_F1.img");
+  scene.put("hosta\xff", "p", moving);
   scene.put("HostA\xff", "p", {"HostA\xff_1_C10_F1.img", "HostA\xff_1_C1_F1.img"});
   support::sqlite(scene.po_db("HostA\xff", "p"),
                   "UPDATE po SET poid = 'other' WHERE basename LIKE '%C1!_%' ESCAPE '!'");

@@ -35,6 +35,7 @@ TEST_P(Repair, MovesEachSpellingToItsOwnDirectory) {
              "HostA_3_C1_F1.img", "hosta_1_C1_F1.img", "hostb_5_C1_F1.img"});
   scene.put("HostA", "p", {"HostA_1_C1_F1.img", "HostA_2_C1_F1.img"});
   support::sqlite(scene.po_db("HostA", "p"),
+                  "UPDATE po SET size = size + 1;"
                   "UPDATE po SET poid = substr(poid, 2) || 'x' WHERE rowid = 2");
   const std::string owner = ::geteuid() == 0 ? "4242" : std::to_string(::geteuid());
   scene.sh("cd catalog/2; ln -s hosta hostA; chown " + owner + " .; chmod 2750 .");
@@ -210,6 +211,34 @@ TEST(RepairFaults, WhatFailsChangesNothingAndLeavesNoCatalogAsideForNothing) {
   scene.sh("mv catalog " + k_work);
   (void)repair_behind(scene, no_threads);
   EXPECT_FALSE(fs::exists(scene.root() / "catalog"));
+}
+
+// SQLite ends the transaction when it cannot read while it stores: what came after would stay.
+TEST(RepairFaults, FailedReadOfTheTargetStoresAllOrNothing) {
+  const Scene scene;
+  Words source;
+  for (int i = 1000; i < 1012; ++i) source.push_back("HostA_" + std::to_string(i) + "_C1_F1.img");
+  Words target{source[0], source[5], source[8], source[11]};
+  for (int i = 2000; i < 2800; ++i) target.push_back("HostA_" + std::to_string(i) + "_C1_F1.img");
+  scene.put("hosta", "p", source);
+  scene.put("HostA", "p", target);
+  support::sqlite(scene.po_db("HostA", "p"),
+                  "UPDATE po SET poid = 'other' WHERE rowid IN (1, 2, 4)");
+  const Words before = scene.pos();
+  scene.sh("cp -r catalog before");
+  EXPECT_EQ(scene.repair().exit_status, 0);
+  const Words after = scene.pos();
+  const std::string read =
+      k_strace + "-f -P " + work_dir(scene, "HostA") + "/po.db -e inject=pread64:error=EBADF:when=";
+  int stored_nothing = 0;
+  for (int when = 8; when < 24; ++when) {
+    scene.sh("rm -rf catalog " + k_work + "; cp -r before catalog");
+    const Ended ended = repair_behind(scene, read + std::to_string(when) + " ");
+    const Words pos = scene.pos(ended.exit_status == 0 ? "catalog" : k_work);
+    EXPECT_TRUE(pos == before || pos == after) << when << ended.err;
+    if (pos == before) ++stored_nothing;
+  }
+  EXPECT_GT(stored_nothing, 0);
 }
 
 // A power failure may take away whatever was not stored: the removal of the source's journal, which

@@ -166,17 +166,30 @@ cr_status_t RepairPODB::copy_group(Groups::const_iterator group, SQLitePODB& rea
   return k_status_ok;
 }
 
-// Most targets have no PO of the name, so that nobody looks before one is there. What failed is not
-// tried again: it may have ended the transaction.
+// Most targets have no PO of the name, so that nobody looks before one is there. A failure may have
+// ended the transaction: nothing is stored after it, and the look then only tells what failed.
 cr_status_t RepairPODB::copy_po(FilePO& po, SQLitePODB& target, const std::string& basename,
                                 const fs::path& target_dir) {
-  const cr_status_t stored = target.put_new(&po);
-  if (stored == k_status_ok) return k_status_ok;
-  cr_status_t status = found_collision(po, target, basename, target_dir);
-  if (status != k_status_ok) return status;
-  status = stored == k_status_handled ? target.put(&po) : stored;
+  cr_status_t status = target.put_new(&po);
+  if (status == k_status_handled) {
+    status = found_collision(po, target, basename, target_dir);
+    if (status != k_status_ok) return status;
+    status = target.put(&po);
+  } else if (status != k_status_ok) {
+    FilePO existing;
+    const cr_status_t looked = get_from_target(target, basename, existing, target_dir);
+    if (looked != k_status_ok && looked != k_status_db_no_such_po) return looked;
+  }
   if (status == k_status_ok) return k_status_ok;
   return write_error(ErrorType::put_to_target, status, target_dir, basename);
+}
+
+// A PO that is not there is no error.
+cr_status_t RepairPODB::get_from_target(SQLitePODB& target, const std::string& basename, FilePO& po,
+                                        const fs::path& target_dir) {
+  const cr_status_t status = target.get(basename, po);
+  if (status == k_status_ok || status == k_status_db_no_such_po) return status;
+  return write_error(ErrorType::get_from_target, status, target_dir, basename);
 }
 
 cr_status_t RepairPODB::remove_from_source(const ChosenNames& basenames) {
@@ -201,11 +214,9 @@ cr_status_t RepairPODB::commit_both(SQLitePODB& target, const fs::path& target_d
 cr_status_t RepairPODB::found_collision(FilePO& po, SQLitePODB& target, const std::string& basename,
                                         const fs::path& target_dir) {
   FilePO existing;
-  const cr_status_t status = target.get(basename, existing);
+  const cr_status_t status = get_from_target(target, basename, existing, target_dir);
   if (status == k_status_db_no_such_po) return k_status_ok;
-  if (status != k_status_ok) {
-    return write_error(ErrorType::get_from_target, status, target_dir, basename);
-  }
+  if (status != k_status_ok) return status;
   if (POGetHashRef(existing) == POGetHashRef(po)) return k_status_ok;  // a move cut short before
   report_collision(po, basename, target_dir);
   return k_status_handled;

@@ -53,6 +53,8 @@ class RepairPODB : public BaseVisitPODB {
                          const boost::filesystem::path& target_dir, ChosenNames& copied);
   cr_status_t copy_po(FilePO& po, SQLitePODB& target, const std::string& basename,
                       const boost::filesystem::path& target_dir);
+  cr_status_t get_from_target(SQLitePODB& target, const std::string& basename, FilePO& po,
+                              const boost::filesystem::path& target_dir);
   cr_status_t remove_from_source(const ChosenNames& basenames);
   cr_status_t commit_both(SQLitePODB& target, const boost::filesystem::path& target_dir);
   cr_status_t found_collision(FilePO& po, SQLitePODB& target, const std::string& basename,
