@@ -15,7 +15,7 @@ namespace report {
 
 using Texts = std::vector<std::string>;
 
-// Null stands for what no record tells; an array is one of texts.
+// Null stands for what is not known; an array is one of texts.
 using Value = nlohmann::ordered_json;
 
 template <class Number>

@@ -50,6 +50,13 @@ const std::string k_with_names =
     "d.client_policy";
 const std::string k_with_target = k_with_names + " LEFT JOIN client_policy t ON t.id = target";
 
+template <class RowOf>
+Table table_of_groups(const char* key, const char* caption, const Images& images, RowOf row_of,
+                      const char* when_empty, const char* note) {
+  return {key,        caption, images.groups.size(), rows_of(images.groups, row_of),
+          when_empty, note,    images.timeline};
+}
+
 // The rows refer to the contents.
 Table orphans_of(const SharedContents& contents, bool gone) {
   const auto row_of = [gone, keep = contents](const Group* group) {
@@ -74,14 +81,8 @@ Table orphans_of(const SharedContents& contents, bool gone) {
     if (group->other_copies_pos != 0) row.tag += all ? ", other copies too" : "other copies too";
     return row;
   };
-  const Images& orphans = contents->orphans;
-  return {"orphans",
-          "Orphan copies",
-          orphans.groups.size(),
-          rows_of(orphans.groups, row_of),
-          "None: the record lists no orphan copy.",
-          "",
-          orphans.timeline};
+  return table_of_groups("orphans", "Orphan copies", contents->orphans, row_of,
+                         "None: the record lists no orphan copy.", "");
 }
 
 Table missing_of(const SharedContents& contents) {
@@ -95,16 +96,13 @@ Table missing_of(const SharedContents& contents) {
                group->dir_failed ? "bad" : "",
                group->dir_failed ? "directory failed: not compared" : ""};
   };
-  const Images& missing = contents->missing;
-  return {"missing",
-          "Missing copies",
-          missing.groups.size(),
-          rows_of(missing.groups, row_of),
-          "None: the record lists no missing copy.",
-          "Copies that the backup catalog lists and the metadata lacks. A deletion does not touch "
-          "them. All images of a failed directory are among them, and copies whose POs carry "
-          "another spelling of the client's name.",
-          missing.timeline};
+  return table_of_groups("missing", "Missing copies", contents->missing, row_of,
+                         "None: the record lists no missing copy.",
+                         "Copies that the backup catalog lists and the metadata lacks. A deletion "
+                         "does not touch them. "
+                         "All images of a failed directory are among them, and copies whose POs "
+                         "carry another spelling "
+                         "of the client's name.");
 }
 
 std::vector<Table> scan_tables(const RunFile& file, RunReader& reader) {

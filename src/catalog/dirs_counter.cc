@@ -18,7 +18,7 @@ void DirsCounter::count_until(const std::function<bool()>& enough) {
       m_walk->do_increment(true);
     }
   } catch (const std::exception&) {
-    m_has_failed = true;  // the walk that does the work meets the same, and tells
+    m_has_failed = true;  // the walk that does the work meets the same, and reports it
   }
 }
 

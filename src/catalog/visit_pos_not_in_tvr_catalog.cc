@@ -125,9 +125,9 @@ void VisitPOsNotInTVRCatalog<V>::list_unvisited_pairs() {
     }
     if (is_visited) continue;
     missing.backup_time = image->backup_time;
-    std::set<std::uint32_t> told;
+    std::set<std::uint32_t> reported;
     for (const std::uint32_t copy_number : image->copy_numbers) {
-      if (!told.insert(copy_number).second) continue;
+      if (!reported.insert(copy_number).second) continue;
       ++counts.missing_copies;
       missing.copy_number = copy_number;
       m_findings->missing(missing);

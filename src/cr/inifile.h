@@ -7,8 +7,8 @@
 
 namespace cr {
 
-// A configuration file: sections in brackets, `entry=value` lines, comments behind `;` or `#` at the
-// start of a line; blanks around names and values are dropped.
+// A configuration file: sections in brackets, `entry=value` lines, lines of comment that begin with `;`
+// or `#`; blanks around names and values are dropped.
 //
 // Threads: one thread, but for get and get_path.
 // Errors: Cr_ErrnoException that names the file.

@@ -12,7 +12,7 @@
 
 namespace {
 
-// A run that went well and could not report all has failed. Of its record it has told already.
+// A run that went well but could not write all its reports has failed. Its record reports for itself.
 int with_reports(int result) {
   if (result != k_exit_success) return result;
   if (!platform::standard_output_is_whole() || platform::reports_were_lost()) {

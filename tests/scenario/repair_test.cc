@@ -147,7 +147,7 @@ TEST_P(Repair, FailureLeavesTheCatalogAsideAndCanBeRunAgain) {
     EXPECT_TRUE(contains(ended.err, error) && ends_with(ended.err, aside)) << ended.err;
     expect_parts(scene.logs("repaired_"), {error});
     EXPECT_LE(lines_beginning(ended.err, rows[2][1]).size(), static_cast<unsigned>(GetParam()))
-        << "a worker goes on behind a failure";
+        << "a worker goes on after a failure";
     EXPECT_TRUE(ends_with(ended.out, "\nCase-sensitivity repair finished with some errors.\n"));
     EXPECT_FALSE(contains(ended.out, "Please start")) << "it is left for the operator to look";
     EXPECT_FALSE(contains(scene.run_log(), "failed 0")) << scene.run_log();

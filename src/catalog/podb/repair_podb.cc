@@ -166,8 +166,9 @@ cr_status_t RepairPODB::copy_group(Groups::const_iterator group, SQLitePODB& rea
   return k_status_ok;
 }
 
-// Most targets have no PO of the name, so that nobody looks before one is there. A failure may have
-// ended the transaction: nothing is stored after it, and the look then only tells what failed.
+// Most targets have no PO of the name: the insertion finds that out, and only then is one compared. A
+// failed insertion may have ended the transaction, so nothing is stored after it; the lookup decides
+// only which error is reported.
 cr_status_t RepairPODB::copy_po(FilePO& po, SQLitePODB& target, const std::string& basename,
                                 const fs::path& target_dir) {
   cr_status_t status = target.put_new(&po);
