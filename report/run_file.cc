@@ -124,7 +124,8 @@ Files files_of(const Texts& words, std::vector<Fault>& faults) {
 bool is_listed(const record::Count& count) {
   using record::DirCounts;
   return count.value != &DirCounts::pos && count.value != &DirCounts::copies &&
-         count.value != &DirCounts::future_copies;
+         count.value != &DirCounts::future_copies && count.value != &DirCounts::unapproved_copies &&
+         count.value != &DirCounts::absent_copies && count.value != &DirCounts::restored_pos;
 }
 
 std::string ending_of(const RunFile& file) {

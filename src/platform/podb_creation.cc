@@ -15,6 +15,7 @@
 #include "platform/po_schema.h"
 #include "platform/sqlite_connection.h"
 #include "platform/status.h"
+#include "platform/stored_files.h"
 
 namespace fs = boost::filesystem;
 
@@ -63,14 +64,6 @@ void write_schema(const std::string& temporary) {
   }
 }
 
-void store_directory(const std::string& directory) {
-  const int descriptor = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (descriptor < 0) fail(errno, "could not open the directory ", directory);
-  const int error = ::fsync(descriptor) == 0 ? 0 : errno;
-  (void)::close(descriptor);  // nothing was written through it
-  if (error != 0) fail(error, "could not store the directory ", directory);
-}
-
 // Gives what was made the owner and the permissions of the directory around it, so that whoever uses
 // the one can use the other.
 void take_after(const std::string& directory, const std::string& made, mode_t permissions) {
@@ -82,15 +75,6 @@ void take_after(const std::string& directory, const std::string& made, mode_t pe
   }
   if (::chmod(made.c_str(), info.st_mode & permissions) != 0) {
     fail(errno, "could not set the permissions of ", made);
-  }
-}
-
-// The names on the way down to the policy directory, whoever made them: a run that died may have
-// made some and not come to this.
-void store_names(const fs::path& catalog_root, fs::path dir) {
-  for (; !dir.empty(); dir = dir.parent_path()) {
-    store_directory(dir.string());
-    if (dir == catalog_root) return;
   }
 }
 
@@ -109,7 +93,8 @@ PODBCreation::PODBCreation(const fs::path& catalog_root, const fs::path& policy_
     const bool names_are_stored = is_there(m_file) && !is_there(temporary_name(m_file));
     if (names_are_stored) return;
     if (!is_there(m_file)) make_database();
-    store_names(catalog_root, policy_dir);
+    // Whoever made them: a run that died may have made some and not come to this.
+    sync_directories(catalog_root, policy_dir);
     clear_temporary(m_file);  // last: as long as it is there, the names may not be stored
   } catch (...) {
     undo();
@@ -153,6 +138,12 @@ void PODBCreation::make_database() {
   } else if (errno != EEXIST) {
     fail(errno, "could not create the database ", file);
   }
+}
+
+std::vector<std::string> PODBCreation::made() const {
+  std::vector<std::string> made = m_made_directories;
+  if (m_made_database) made.push_back(m_file.string());
+  return made;
 }
 
 void PODBCreation::undo() {

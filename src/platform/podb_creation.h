@@ -30,6 +30,9 @@ class PODBCreation {
 
   bool made_database() const { return m_made_database; }
 
+  // The directories and the database, outermost first.
+  std::vector<std::string> made() const;
+
   // Takes away again what was made: the database, which must hold nothing, and each directory in
   // which nobody has put anything. What cannot be taken away stays.
   void undo();

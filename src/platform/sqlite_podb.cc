@@ -16,15 +16,14 @@ namespace fs = boost::filesystem;
 namespace {
 
 using platform::bind_end;
+using platform::bytes_of;
+using platform::PORow;
 using platform::step_through;
 using platform::step_up_to;
 using platform::text_of;
+using platform::Value;
 
-std::string_view bytes_of(const SQLite::Column& column) {
-  const auto* bytes = static_cast<const char*>(column.getBlob());
-  if (bytes == nullptr) return {};
-  return {bytes, static_cast<std::size_t>(column.getBytes())};
-}
+constexpr const char* k_insert_new = "INSERT OR IGNORE INTO po VALUES (?, ?, ?, ?, ?)";
 
 // A prepared statement in use. It is reset at the end: one that stays on its row keeps its lock.
 class StatementInUse {
@@ -41,6 +40,7 @@ class StatementInUse {
   StatementInUse& operator=(const StatementInUse&) = delete;
 
   SQLite::Statement* operator->() { return m_statement; }
+  SQLite::Statement& operator*() { return *m_statement; }
 
  private:
   SQLite::Statement* m_statement;
@@ -118,20 +118,21 @@ cr_status_t SQLitePODB::get_basenames_without(std::string_view prefix,
   });
 }
 
-cr_status_t SQLitePODB::get_sizes_in(const std::vector<platform::BasenameRange>& ranges,
-                                     bool with_sizes, const SizeVisitor& visitor) {
+cr_status_t SQLitePODB::get_entries_in(const std::vector<platform::BasenameRange>& ranges,
+                                       bool with_sizes, const EntryVisitor& visitor) {
   constexpr std::int64_t k_most_bytes = std::int64_t{1} << 53;
   return in_one_lock_cycle([&] {
     SQLite::Statement pos(*m_database,
-                          std::string("SELECT basename, ") + (with_sizes ? "size" : "0") +
+                          std::string("SELECT basename, rowid, ") + (with_sizes ? "size" : "0") +
                               " FROM po WHERE basename >= ? AND basename < ? ORDER BY basename");
     for (const platform::BasenameRange& range : ranges) {
       pos.bindNoCopy(1, range.from);
       bind_end(pos, 2, range.to);
       while (pos.executeStep()) {
-        const std::int64_t size = pos.getColumn(1).getInt64();
+        const std::int64_t size = pos.getColumn(2).getInt64();
         const std::int64_t bytes = std::clamp<std::int64_t>(size, 0, k_most_bytes);
-        visitor(text_of(pos.getColumn(0)), static_cast<std::uint64_t>(bytes));
+        visitor({text_of(pos.getColumn(0)), pos.getColumn(1).getInt64(),
+                 static_cast<std::uint64_t>(bytes)});
       }
       pos.reset();
     }
@@ -152,10 +153,17 @@ cr_status_t SQLitePODB::get_basenames(std::vector<std::string>& names,
   return status;
 }
 
-cr_status_t SQLitePODB::get(const std::string& basename, PO& po) {
+// The operation of a checked database.
+template <class Operation>
+cr_status_t SQLitePODB::checked(Operation operation) {
   return guarded([&] {
     const cr_status_t status = check();
-    if (status != k_status_ok) return status;
+    return status == k_status_ok ? operation() : status;
+  });
+}
+
+cr_status_t SQLitePODB::get(const std::string& basename, PO& po) {
+  return checked([&] {
     StatementInUse statement(*m_database, m_get,
                              "SELECT poid, size, mtime, record FROM po WHERE basename = ?");
     statement->bindNoCopy(1, basename);
@@ -182,14 +190,12 @@ cr_status_t SQLitePODB::put(const PO* po) {
 }
 
 cr_status_t SQLitePODB::put_new(const PO* po) {
-  return put(*po, m_put_new, "INSERT OR IGNORE INTO po VALUES (?, ?, ?, ?, ?)");
+  return put(*po, m_put_new, k_insert_new);
 }
 
 cr_status_t SQLitePODB::put(const PO& po, std::unique_ptr<SQLite::Statement>& insert,
                             const char* sql) {
-  return guarded([&] {
-    const cr_status_t status = check();
-    if (status != k_status_ok) return status;
+  return checked([&] {
     const POData& data = po.data();
     StatementInUse statement(*m_database, insert, sql);
     statement->bindNoCopy(1, data.basename);
@@ -201,12 +207,50 @@ cr_status_t SQLitePODB::put(const PO& po, std::unique_ptr<SQLite::Statement>& in
   });
 }
 
+cr_status_t SQLitePODB::put_new_row(const PORow& row) {
+  return checked([&] {
+    StatementInUse statement(*m_database, m_put_new, k_insert_new);
+    platform::bind_row(*statement, 1, row);
+    return statement->exec() == 0 ? k_status_handled : k_status_ok;
+  });
+}
+
+cr_status_t SQLitePODB::get_row(std::int64_t number, PORow& row) {
+  return get_row(m_get_numbered, "SELECT * FROM po WHERE rowid = ?", number, row);
+}
+
+cr_status_t SQLitePODB::get_row(const Value& basename, PORow& row) {
+  return get_row(m_get_row, "SELECT * FROM po WHERE basename = ?", basename, row);
+}
+
+cr_status_t SQLitePODB::get_row(std::unique_ptr<SQLite::Statement>& get, const char* sql,
+                                const Value& key, PORow& row) {
+  return checked([&] {
+    StatementInUse statement(*m_database, get, sql);
+    platform::bind_value(*statement, 1, key);
+    if (!statement->executeStep()) return k_status_db_no_such_po;
+    platform::read_row(*statement, 0, row);
+    return k_status_ok;
+  });
+}
+
 cr_status_t SQLitePODB::remove(const std::string& basename) {
-  return guarded([&] {
-    const cr_status_t status = check();
-    if (status != k_status_ok) return status;
-    StatementInUse statement(*m_database, m_remove, "DELETE FROM po WHERE basename = ?");
-    statement->bindNoCopy(1, basename);
+  return remove_row(Value(basename));
+}
+
+cr_status_t SQLitePODB::remove_row(std::int64_t number) {
+  return remove_row(m_remove_numbered, "DELETE FROM po WHERE rowid = ?", number);
+}
+
+cr_status_t SQLitePODB::remove_row(const Value& basename) {
+  return remove_row(m_remove, "DELETE FROM po WHERE basename = ?", basename);
+}
+
+cr_status_t SQLitePODB::remove_row(std::unique_ptr<SQLite::Statement>& remove, const char* sql,
+                                   const Value& key) {
+  return checked([&] {
+    StatementInUse statement(*m_database, remove, sql);
+    platform::bind_value(*statement, 1, key);
     return statement->exec() == 0 ? k_status_db_no_such_po : k_status_ok;
   });
 }
@@ -259,6 +303,10 @@ cr_status_t SQLitePODB::exec_sql(const std::string& sql, const BasenameVisitor* 
 
 std::int64_t SQLitePODB::changed_rows() const {
   return m_database ? m_database->getChanges() : 0;
+}
+
+std::vector<std::string> SQLitePODB::made() const {
+  return m_creation ? m_creation->made() : std::vector<std::string>();
 }
 
 cr_status_t SQLitePODB::in_one_lock_cycle(const std::function<void()>& listing) {

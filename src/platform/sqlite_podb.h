@@ -9,6 +9,7 @@
 
 #include <boost/filesystem/path.hpp>
 
+#include "platform/po_row.h"
 #include "platform/status.h"
 
 class PO;
@@ -70,12 +71,18 @@ class SQLitePODB {
   // built from.
   cr_status_t get_basenames(std::vector<std::string>& names, const std::string& condition);
 
-  // Hands the basenames in one range after the other to `visitor`, with the sizes of their POs, or with 0
-  // where these are not wanted: the index alone is read then. Names that are no texts are left out. No
-  // size is below 0 or above 2^53, so that sums fit.
-  using SizeVisitor = std::function<void(std::string_view basename, std::uint64_t bytes)>;
-  cr_status_t get_sizes_in(const std::vector<platform::BasenameRange>& ranges, bool with_sizes,
-                           const SizeVisitor& visitor);
+  // What is listed of a PO.
+  struct Entry {
+    std::string_view basename;  // valid during the call only
+    std::int64_t row;           // its number in the database, until somebody else writes to that
+    std::uint64_t bytes;        // the PO's size, at most 2^53, so that sums fit
+  };
+  using EntryVisitor = std::function<void(const Entry&)>;
+
+  // Hands the POs in one range of basenames after the other to `visitor`. Where sizes are not wanted they
+  // are 0, and the index alone is read. Names that are no texts are left out.
+  cr_status_t get_entries_in(const std::vector<platform::BasenameRange>& ranges, bool with_sizes,
+                             const EntryVisitor& visitor);
 
   // Fills `po` with the PO of that basename. k_status_db_no_such_po when there is none;
   // k_status_malformed when a column holds another type than its own, which a PO cannot carry.
@@ -86,6 +93,13 @@ class SQLitePODB {
 
   // Stores `po` where none has its basename; k_status_handled, and nothing is stored, where one has.
   cr_status_t put_new(const PO* po);
+
+  // The same of a PO as it is stored, whatever its columns hold.
+  cr_status_t get_row(std::int64_t number, platform::PORow& row);
+  cr_status_t get_row(const platform::Value& basename, platform::PORow& row);
+  cr_status_t put_new_row(const platform::PORow& row);
+  cr_status_t remove_row(std::int64_t number);
+  cr_status_t remove_row(const platform::Value& basename);
 
   // Removes the PO of that basename; k_status_db_no_such_po when there is none.
   cr_status_t remove(const std::string& basename);
@@ -106,12 +120,22 @@ class SQLitePODB {
   // The POs that the last successful exec_sql, put, put_new or remove inserted, changed or deleted.
   std::int64_t changed_rows() const;
 
+  // What was made when it was opened, directories and database, outermost first. Nothing, once a
+  // transaction was committed.
+  std::vector<std::string> made() const;
+
  private:
   template <class Operation>
   static cr_status_t guarded(Operation operation);
   cr_status_t in_one_lock_cycle(const std::function<void()>& listing);
   cr_status_t check();
+  template <class Operation>
+  cr_status_t checked(Operation operation);
   cr_status_t put(const PO& po, std::unique_ptr<SQLite::Statement>& insert, const char* sql);
+  cr_status_t get_row(std::unique_ptr<SQLite::Statement>& get, const char* sql,
+                      const platform::Value& key, platform::PORow& row);
+  cr_status_t remove_row(std::unique_ptr<SQLite::Statement>& remove, const char* sql,
+                         const platform::Value& key);
   bool holds_nothing();
 
   const Access m_access;
@@ -123,4 +147,7 @@ class SQLitePODB {
   std::unique_ptr<SQLite::Statement> m_put;
   std::unique_ptr<SQLite::Statement> m_put_new;
   std::unique_ptr<SQLite::Statement> m_remove;
+  std::unique_ptr<SQLite::Statement> m_get_numbered;
+  std::unique_ptr<SQLite::Statement> m_get_row;
+  std::unique_ptr<SQLite::Statement> m_remove_numbered;
 };

@@ -18,6 +18,10 @@ struct DirCounts {
   std::uint64_t moved_pos = 0;
   std::uint64_t collisions = 0;
   std::uint64_t future_copies = 0;  // newer than the host's clock by more than a day
+  std::uint64_t unapproved_copies =
+      0;                            // orphans that a deletion left, since nobody had approved them
+  std::uint64_t absent_copies = 0;  // approved ones that are no orphans any more
+  std::uint64_t restored_pos = 0;
 };
 
 // A count: where it is kept, its name in records and JSON, and the words for one and for more.
@@ -30,7 +34,7 @@ struct Count {
 };
 
 // The one list of counts. Totals, summary line, progress, records, reports and JSON are made from it.
-inline constexpr std::array<Count, 10> k_counts{{
+inline constexpr std::array<Count, 13> k_counts{{
     {&DirCounts::pos, "pos", "PO", "POs", true},
     {&DirCounts::copies, "copies", "copy", "copies", true},
     {&DirCounts::orphan_copies, "orphan_copies", "orphan copy", "orphan copies", true},
@@ -42,6 +46,11 @@ inline constexpr std::array<Count, 10> k_counts{{
     {&DirCounts::collisions, "collisions", "collision", "collisions", true},
     {&DirCounts::future_copies, "future_copies", "copy of the future", "copies of the future",
      false},
+    {&DirCounts::unapproved_copies, "unapproved_copies", "orphan copy not approved",
+     "orphan copies not approved", false},
+    {&DirCounts::absent_copies, "absent_copies", "approved copy that is no orphan any more",
+     "approved copies that are no orphans any more", false},
+    {&DirCounts::restored_pos, "restored_pos", "PO restored", "POs restored", false},
 }};
 static_assert(sizeof(DirCounts) == k_counts.size() * sizeof(std::uint64_t), "each is listed");
 

@@ -11,7 +11,11 @@
 // stand in directories and databases; times are seconds since the epoch, unless said otherwise.
 namespace record {
 
-enum class Task { none, scan, repair, dry_run, deletion };
+enum class Task { none, scan, repair, dry_run, deletion, restore };
+
+// Whether what a run changed can be undone: it changed nothing, what is needed is in its record, was not
+// wanted there, or was removed since.
+enum class Undo { none, saved, off, forgotten };
 
 // A policy directory in hand. Belongs to one thread.
 struct Directory {
@@ -19,7 +23,8 @@ struct Directory {
   std::string client;
   std::string policy;
   DirCounts counts;
-  std::int64_t id = 0;  // in the record; 0 until something of the directory is stored
+  std::int64_t id = 0;         // in the record; 0 until something of the directory is stored
+  std::int64_t saved_pos = 0;  // in the record
 };
 
 // A copy that the metadata holds and the backup catalog does not. Should a deletion take another number
@@ -45,6 +50,11 @@ struct MissingCopy {
 struct Moved {
   std::string target_client;
   std::vector<std::vector<std::string>::const_iterator> basenames;
+};
+
+// What a repair made for the POs that it moved: a directory or a database.
+struct Made {
+  std::string path;  // below the catalog
 };
 
 // A PO that stayed because `target_client` has another one of its name.
@@ -88,13 +98,17 @@ struct Run {
   std::string catalog;
   std::string disk_pool;
   std::optional<std::int64_t> listing_hours;  // that a listing of the backup catalog reaches back
+  std::int64_t catalog_backup_time = 0;       // that these begin two days before; 0 for the epoch
   std::int64_t threads = 0;
   std::int64_t start_nanoseconds = 0;
   std::int64_t end_nanoseconds = 0;  // 0 for a run without an end
   RunEnd end;
   std::string catalog_aside;  // where a repair left the catalog; empty when it is in its place
+  Undo undo = Undo::none;
+  std::string of_run;  // the id of the run that is restored, or whose orphans were approved
   std::uint64_t dirs = 0;
   std::uint64_t failed_dirs = 0;
+  std::uint64_t skipped_dirs = 0;  // that were not wanted
   DirCounts counts;
 };
 

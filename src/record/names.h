@@ -15,7 +15,9 @@ struct Names {
   std::array<const char*, N> all;
 };
 
-inline constexpr Names<Task, 5> k_task_names{{"none", "scan", "repair", "dry_run", "deletion"}};
+inline constexpr Names<Task, 6> k_task_names{
+    {"none", "scan", "repair", "dry_run", "deletion", "restore"}};
+inline constexpr Names<Undo, 4> k_undo_names{{"none", "saved", "off", "forgotten"}};
 inline constexpr Names<Ending, 4> k_ending_names{{"none", "orderly", "signal", "exception"}};
 inline constexpr Names<Severity, 2> k_severity_names{{"warning", "error"}};
 

@@ -16,7 +16,9 @@
 #include <boost/filesystem/operations.hpp>
 
 #include "platform/sqlite_connection.h"
+#include "platform/statement_rows.h"
 #include "platform/status.h"
+#include "platform/stored_files.h"
 #include "record/names.h"
 #include "record/schema.h"
 
@@ -32,6 +34,10 @@ class Binder {
   explicit Binder(SQLite::Statement& statement) : m_statement(statement) {}
   void add(const std::string& text) { m_statement.bindNoCopy(++m_index, text); }
   void add(std::uint64_t number) { add(static_cast<std::int64_t>(number)); }
+  void add(const platform::PORow& row) {
+    platform::bind_row(m_statement, m_index + 1, row);
+    m_index += static_cast<int>(row.size());
+  }
   void add(const DirCounts& counts) {
     for (const Count& count : k_counts) add(counts.*count.value);
   }
@@ -124,12 +130,15 @@ RecordDatabase::RecordDatabase(const std::string& file, Run run) : m_run(std::mo
   const std::string unfinished = file + ".new";
   make_file(unfinished);
   try {
-    create(unfinished);
+    m_database = platform::open_database(unfinished, SQLite::OPEN_READWRITE);
+    create();
+    platform::sync_file(unfinished);
     put_in_place(unfinished, file);
   } catch (...) {
     (void)::unlink(unfinished.c_str());  // what ended it is reported
     throw;
   }
+  platform::sync_directory(fs::path(file).parent_path().string());
   m_database = platform::open_database(file, SQLite::OPEN_READWRITE);
   m_database->setBusyTimeout(k_busy_timeout_milliseconds);
   // A commit appends to the write-ahead log and is not synced. The syncs of a checkpoint come once for
@@ -139,9 +148,8 @@ RecordDatabase::RecordDatabase(const std::string& file, Run run) : m_run(std::mo
   m_last_commit = Clock::now();
 }
 
-// No journal, no syncs: nobody misses the file if this does not come to its end.
-void RecordDatabase::create(const std::string& file) {
-  m_database = platform::open_database(file, SQLite::OPEN_READWRITE);
+// No journal, no syncs on the way: nobody misses the file if this does not come to its end.
+void RecordDatabase::create() {
   m_database->exec("PRAGMA journal_mode=OFF");
   m_database->exec("PRAGMA synchronous=OFF");
   begin();
@@ -179,17 +187,18 @@ void RecordDatabase::commit_if_due() {
 }
 
 void RecordDatabase::store_run(const Run& run) {
-  constexpr std::size_t k_other_columns = 17;
+  constexpr std::size_t k_other_columns = 21;
   static const std::string sql = "INSERT OR REPLACE INTO run VALUES (1" +
                                  repeated(", ?", k_counts.size() + k_other_columns) + ")";
   using Optional = std::optional<std::int64_t>;
   execute(sql.c_str(), run.counts, name_of(k_task_names, run.task), run.version, run.host, run.pid,
-          run.storage_root, run.catalog, run.disk_pool, run.listing_hours, run.threads,
-          run.start_nanoseconds,
+          run.storage_root, run.catalog, run.disk_pool, run.listing_hours, run.catalog_backup_time,
+          run.threads, run.start_nanoseconds,
           run.end_nanoseconds == 0 ? Optional() : Optional(run.end_nanoseconds),
           name_of(k_ending_names, run.end.ending), run.end.text,
           run.end.ending == Ending::none ? Optional() : Optional(run.end.exit_status),
-          run.catalog_aside, run.dirs, run.failed_dirs);
+          run.catalog_aside, name_of(k_undo_names, run.undo), run.of_run, run.dirs, run.failed_dirs,
+          run.skipped_dirs);
 }
 
 std::int64_t RecordDatabase::id_of(const std::string& client, const std::string& policy) {
@@ -238,6 +247,12 @@ void RecordDatabase::store(Directory& directory, const Moved& moved) {
   }
 }
 
+void RecordDatabase::store(Directory& directory, const platform::PORow& row) {
+  store(directory);
+  const std::int64_t id = directory.id * k_saved_of_directory + ++directory.saved_pos;
+  execute("INSERT INTO saved VALUES (?, ?, ?, ?, ?, ?)", id, row);
+}
+
 void RecordDatabase::store(Directory& directory, const Collision& collision) {
   store(directory);
   execute("INSERT INTO collision VALUES (NULL, ?, ?, ?)", directory.id,
@@ -247,6 +262,10 @@ void RecordDatabase::store(Directory& directory, const Collision& collision) {
 void RecordDatabase::store(Directory& directory, const UnparsedName& name) {
   store(directory);
   execute("INSERT INTO unparsed VALUES (NULL, ?, ?, ?)", directory.id, name.basename, name.reason);
+}
+
+void RecordDatabase::store(const Made& made) {
+  execute("INSERT INTO made VALUES (NULL, ?)", made.path);
 }
 
 void RecordDatabase::store(const MissingCopy& copy) {
@@ -276,6 +295,11 @@ void RecordDatabase::store_state(const Directory& directory, std::string_view st
   static const std::string sql =
       "UPDATE directory SET " + count_columns(" = ?") + "state = ?, reason = ? WHERE id = ?";
   execute(sql.c_str(), directory.counts, std::string(state), reason, directory.id);
+}
+
+void RecordDatabase::sync_commits() {
+  commit();
+  m_database->exec("PRAGMA synchronous=FULL");
 }
 
 // The switch changes some bytes of one sector. It needs no journal, which a reader could not roll back.

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/po_row.h"
 #include "record/findings.h"
 
 namespace SQLite {
@@ -40,11 +41,14 @@ class RecordDatabase {
   void store(Directory& directory);
   void store(Directory& directory, const Orphan& orphan);
   void store(Directory& directory, const Moved& moved);
+  // A PO that is about to be deleted.
+  void store(Directory& directory, const platform::PORow& row);
   void store(Directory& directory, const Collision& collision);
   void store(Directory& directory, const UnparsedName& name);
   // Counts and state of a stored directory.
   void store_state(const Directory& directory, std::string_view state, const std::string& reason);
 
+  void store(const Made& made);
   void store(const MissingCopy& copy);
   void store(Severity severity, const std::string& text);
   // A link, or that the link of this path was removed.
@@ -55,6 +59,9 @@ class RecordDatabase {
   void commit();
   // Commits when a second has passed since the last time.
   void commit_if_due();
+
+  // Commits, and from now on syncs each commit.
+  void sync_commits();
 
   // Syncs what was committed and makes it a single file. Where the log cannot be taken into the
   // database, as while a report reads it, both files stay, and are read together.
@@ -72,7 +79,7 @@ class RecordDatabase {
   std::optional<std::int64_t> find(const char* sql, const Values&... values);
   template <class... Values>
   SQLite::Statement& bound(const char* sql, const Values&... values);
-  void create(const std::string& file);
+  void create();
   void store_run(const Run& run);
   std::int64_t id_of(const std::string& client, const std::string& policy);
 

@@ -69,6 +69,10 @@ DirCounts RunReader::Row::counts(std::size_t first) const {
   return counts;
 }
 
+void RunReader::Row::po(std::size_t first, platform::PORow& row) const {
+  for (platform::Value& value : row) platform::read_value(m_columns[first++], value);
+}
+
 void RunReader::rows(const std::string& query, const RowVisitor& visit, std::int64_t most) {
   guarded([&] {
     SQLite::Statement statement(*m_database, query + " LIMIT ?");
@@ -123,22 +127,24 @@ Run RunReader::run() {
     run.task = value_of(k_task_names, row.text(at++));
     run.end.ending = value_of(k_ending_names, row.text(at++));
     for (std::string* text : {&run.version, &run.host, &run.storage_root, &run.catalog,
-                              &run.disk_pool, &run.end.text, &run.catalog_aside}) {
+                              &run.disk_pool, &run.end.text, &run.catalog_aside, &run.of_run}) {
       *text = row.text(at++);
     }
-    for (std::int64_t* number :
-         {&run.pid, &run.threads, &run.start_nanoseconds, &run.end_nanoseconds}) {
+    for (std::int64_t* number : {&run.pid, &run.threads, &run.start_nanoseconds,
+                                 &run.end_nanoseconds, &run.catalog_backup_time}) {
       *number = row.number(at++);
     }
+    run.undo = value_of(k_undo_names, row.text(at++));
     run.end.exit_status = static_cast<int>(row.number(at++));
     run.dirs = row.count(at++);
     run.failed_dirs = row.count(at++);
+    run.skipped_dirs = row.count(at++);
     if (!row.is_null(at)) run.listing_hours = row.number(at);
   };
   rows("SELECT " + count_columns("") +
            "task, ending, version, host, storage_root, catalog, disk_pool, ending_text, "
-           "catalog_aside, pid, threads, started, ended, exit_status, dirs, failed_dirs, "
-           "listing_hours FROM run",
+           "catalog_aside, of_run, pid, threads, started, ended, catalog_backup_time, undo, "
+           "exit_status, dirs, failed_dirs, skipped_dirs, listing_hours FROM run",
        take, 1);
   if (!is_there) {
     throw Cr_ErrnoException(k_status_malformed, "could not read the record " + m_file,

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/po_row.h"
 #include "record/findings.h"
 
 namespace SQLite {
@@ -40,6 +41,8 @@ class RunReader {
     std::uint64_t count(std::size_t column) const;  // 0 for a negative number
     bool is_null(std::size_t column) const;
     DirCounts counts(std::size_t first) const;
+    // A PO that was saved, in the columns from there on.
+    void po(std::size_t first, platform::PORow& row) const;
 
    private:
     std::vector<SQLite::Column> m_columns;

@@ -63,11 +63,11 @@ void RunRecord::begin(const boost::filesystem::path& log_dir, const Run& run) {
   if (!fault.empty()) report_failure(fault);
 }
 
-void RunRecord::store(const std::function<void(RecordDatabase&)>& what) {
+bool RunRecord::store(const std::function<void(RecordDatabase&)>& what) {
   std::string fault;
   {
     const boost::lock_guard<boost::mutex> guard(m_mutex);
-    if (!m_database) return;
+    if (!m_database) return false;
     try {
       m_database->begin();
       what(*m_database);
@@ -78,11 +78,14 @@ void RunRecord::store(const std::function<void(RecordDatabase&)>& what) {
     }
   }
   if (!fault.empty()) report_failure(fault);
+  return fault.empty();
 }
 
 void RunRecord::report_failure(const std::string& why) {
+  const char* what_follows =
+      m_when_lost == WhenLost::run_goes_on ? "; the run goes on" : "; nothing more is deleted";
   const std::string text =
-      "the record of this run, " + m_file + ", could not be written: " + why + "; the run goes on";
+      "the record of this run, " + m_file + ", could not be written: " + why + what_follows;
   m_failed = true;
   (void)platform::tell_standard_error("ERROR: " + text + "\n");  // the run log has it as well
   ErrorA(text);
@@ -104,8 +107,13 @@ void RunRecord::failed(Directory& directory, const std::string& reason) {
   });
 }
 
-void RunRecord::commit() {
-  store([](RecordDatabase& record) { record.commit(); });
+bool RunRecord::commit() {
+  return store([](RecordDatabase& record) { record.commit(); });
+}
+
+bool RunRecord::sync_commits(WhenLost when_lost) {
+  m_when_lost = when_lost;
+  return store([](RecordDatabase& record) { record.sync_commits(); });
 }
 
 void RunRecord::end(const RunEnd& end) {
@@ -116,7 +124,7 @@ void RunRecord::end(const RunEnd& end) {
     run.end = end;
     run.end_nanoseconds = now.count();
   });
-  commit();
+  (void)commit();  // a failure was reported
   const boost::lock_guard<boost::mutex> guard(m_mutex);
   if (m_database) m_database->close();
   m_database.reset();

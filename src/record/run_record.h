@@ -20,8 +20,7 @@ namespace record {
 // commit; what is in the database is whole. Before `begin`, and after a failure, nothing is stored.
 // Threads: every member but begin and end may be called from any thread; one directory belongs to one
 //   thread at a time. SQL runs under the mutex: rows go into memory, a commit writes without a sync.
-// Errors: none. A failure to write is reported once, on standard error and in the run log, and the run
-//   goes on.
+// Errors: none. A failure to write is reported once, on standard error and in the run log.
 class RunRecord {
  public:
   RunRecord() = default;
@@ -46,8 +45,15 @@ class RunRecord {
   // The same of one that failed, which is stored in any case.
   void failed(Directory& directory, const std::string& reason);
 
-  // Commits what was stored until now, for what must not be lost by a kill.
-  void commit();
+  // Commits what was stored until now, for what must not be lost by a kill. False when the record does
+  // not hold it.
+  bool commit();
+
+  // What becomes of a run whose record cannot be written. That it stops is the caller's doing.
+  enum class WhenLost { run_goes_on, run_stops };
+
+  // For a run that changes the metadata, before it does: commits, and from now on syncs each commit.
+  bool sync_commits(WhenLost when_lost);
 
   // Stores how the run ended, syncs and closes the record.
   void end(const RunEnd& end);
@@ -56,11 +62,12 @@ class RunRecord {
   bool failed() const { return m_failed; }
 
  private:
-  void store(const std::function<void(RecordDatabase&)>& what);
+  bool store(const std::function<void(RecordDatabase&)>& what);
   void report_failure(const std::string& why);
 
   boost::mutex m_mutex;
   std::string m_file;
+  std::atomic<WhenLost> m_when_lost{WhenLost::run_goes_on};
   std::atomic<bool> m_failed{false};
   std::unique_ptr<RecordDatabase> m_database BOOST_THREAD_GUARDED_BY(m_mutex);
 };

@@ -19,9 +19,11 @@ std::string table(const char* name, const std::string& columns) {
 constexpr const char* k_run_columns =
     "task TEXT NOT NULL, version TEXT NOT NULL, host TEXT NOT NULL, pid INTEGER NOT NULL, "
     "storage_root TEXT NOT NULL, catalog TEXT NOT NULL, disk_pool TEXT NOT NULL, "
-    "listing_hours INTEGER, threads INTEGER NOT NULL, started INTEGER NOT NULL, ended INTEGER, "
+    "listing_hours INTEGER, catalog_backup_time INTEGER NOT NULL, threads INTEGER NOT NULL, "
+    "started INTEGER NOT NULL, ended INTEGER, "
     "ending TEXT NOT NULL, ending_text TEXT NOT NULL, exit_status INTEGER, "
-    "catalog_aside TEXT NOT NULL, dirs INTEGER NOT NULL, failed_dirs INTEGER NOT NULL";
+    "catalog_aside TEXT NOT NULL, undo TEXT NOT NULL, of_run TEXT NOT NULL, dirs INTEGER NOT NULL, "
+    "failed_dirs INTEGER NOT NULL, skipped_dirs INTEGER NOT NULL";
 constexpr const char* k_orphan_columns =
     "directory INTEGER NOT NULL, backup_time INTEGER NOT NULL, copy INTEGER NOT NULL, pos INTEGER "
     "NOT NULL, bytes INTEGER NOT NULL, deleted INTEGER NOT NULL";
@@ -50,6 +52,9 @@ const std::vector<std::string>& schema() {
       table("missing", k_missing_columns),
       table("moved", k_moved_columns),
       table("collision", k_moved_columns),
+      table("made", "path TEXT NOT NULL"),
+      // Without types, which would change what is stored.
+      table("saved", "basename, poid, size, mtime, record"),
       table("link", "path TEXT NOT NULL, target TEXT NOT NULL, removed INTEGER NOT NULL"),
       table("unparsed", "directory INTEGER NOT NULL, basename TEXT NOT NULL, reason TEXT NOT NULL"),
       table("message", "severity TEXT NOT NULL, text TEXT NOT NULL"),

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -7,7 +8,11 @@
 namespace record {
 
 constexpr int k_application_id = 0x4D444658;
-constexpr int k_version = 1;
+constexpr int k_version = 2;
+
+// POs are saved under numbers that put those of a directory together: its own, times this, plus a count
+// from 1.
+constexpr std::int64_t k_saved_of_directory = std::int64_t{1} << 32;
 
 // The statements that make the tables and indexes, in their order.
 const std::vector<std::string>& schema();

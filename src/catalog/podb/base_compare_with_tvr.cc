@@ -106,11 +106,10 @@ cr_status_t BaseCompareWithTVR::find_takings(bool with_sizes) {
   m_takings = DeletionTakings(client(), image_copies());
   const bool few = image_copies().size() * k_pos_as_cheap_as_a_range < tally().pos;
   const std::vector<platform::BasenameRange> all{{"", ""}};
-  return podb().get_sizes_in(few ? m_takings.ranges() : all, with_sizes,
-                             [this](std::string_view basename, std::uint64_t bytes) {
-                               // LIKE holds for texts alone, which these are.
-                               m_takings.add(basename, bytes);
-                             });
+  // LIKE holds for texts alone, which these are.
+  return podb().get_entries_in(
+      few ? m_takings.ranges() : all, with_sizes,
+      [this](const SQLitePODB::Entry& entry) { m_takings.add(entry.basename, entry.bytes); });
 }
 
 const record::Orphan& BaseCompareWithTVR::orphan(std::int64_t backup_time,

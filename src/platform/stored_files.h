@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+#include <boost/filesystem/path.hpp>
+
+namespace platform {
+
+// Syncs what a file holds.
+// Errors: Cr_ErrnoException, naming the path, as of the others. Closing the file drops the locks that
+//   this process has on it.
+void sync_file(const std::string& file);
+
+// Syncs the names in a directory.
+void sync_directory(const std::string& directory);
+
+// Syncs the names on the way from `top`, a directory, down to `directory`, and in it.
+void sync_directories(const boost::filesystem::path& top, boost::filesystem::path directory);
+
+}  // namespace platform
