@@ -18,11 +18,11 @@ using record::Task;
 std::vector<const RunFile*> in_detail(const std::vector<RunFile>& runs) {
   const bool any_named =
       std::any_of(runs.begin(), runs.end(), [](const RunFile& run) { return run.was_named; });
-  std::set<std::pair<std::string, Task>> known;
+  std::set<std::pair<std::string, std::string>> known;
   std::vector<const RunFile*> chosen;
   for (const RunFile& run : runs) {
     const bool is_newest = !any_named && !run.was_refused && run.run.task != Task::none &&
-                           known.emplace(run.dir, run.run.task).second;
+                           known.emplace(run.dir, task_of(run)).second;
     if (run.was_named || is_newest) chosen.push_back(&run);
   }
   std::stable_partition(chosen.begin(), chosen.end(), std::mem_fn(&RunFile::lists_orphans));

@@ -109,7 +109,7 @@ TEST(Report, TellsWhatTheRunsFound) {
   EXPECT_EQ(first, Json::parse(R"({"client": "hosta", "policy": "gone", "copies": 3,
       "dir_copies": 3, "dir_pos": 3, "share": 1.0, "pos": 3, "loses_everything": true,
       "oldest_backup_time": 1000000, "newest_backup_time": 9000000, "other_copies_pos": 1,
-      "kept_copies": 0})"));
+      "kept_copies": 0, "unapproved_copies": 0})"));
   EXPECT_EQ(dry_run["orphans"][1]["loses_everything"], false);
   EXPECT_EQ(dry_run["other_copies"][0]["basename"], "hosta_1000000_C10_F1.img");
   EXPECT_EQ(dry_run["failed_directories"][0]["directory"],
@@ -192,6 +192,13 @@ TEST(Report, NamesWhatToLookAtBeforeActing) {
       {argument + "--FORCE_CONSISTENCY_ALL_IMAGE')", "wait to be imported"},
       {"UPDATE directory SET copies = 1", "1 directory would lose every copy"},
       {"UPDATE run SET task = 'deletion'", "1 orphan copy could not be deleted"},
+      {"UPDATE run SET task = 'deletion', undo = 'off'; UPDATE orphan SET deleted = 1",
+       "2 POs cannot be put back: --no_undo"},
+      {"UPDATE run SET task = 'deletion', undo = 'saved'; UPDATE orphan SET deleted = 1", ""},
+      {"UPDATE run SET skipped_dirs = 1", "1 directory was skipped, for --only or --except"},
+      {"UPDATE run SET task = 'restore', collisions = 1; INSERT INTO collision VALUES (1, 1, 1, "
+       "'x')",
+       "1 PO could not be put back: a different one"},
       {"UPDATE run SET other_copies_pos = 1; INSERT INTO collateral VALUES (1, 1, 'x')",
        "1 PO of other copies would go with the orphans"},
       {"INSERT INTO unparsed VALUES (1, 1, 'x', 'y')", "1 PO was left out of the comparison"},
@@ -199,6 +206,8 @@ TEST(Report, NamesWhatToLookAtBeforeActing) {
        "UPDATE run SET task = 'deletion'"},
       {"", "before a later run: Case repair of",
        "UPDATE run SET task = 'repair', ending = 'none', dirs = 0"},
+      {"", "before a later run: Restore of", "UPDATE run SET task = 'restore'"},
+      {"", "", "UPDATE run SET task = 'restore';" + argument + "--dry_run')"},
       {"", "A later one was refused or aborted: Dry run of 1970-01-01 00:01:50, Some images wait",
        message("error", "Some images wait") +
            "UPDATE run SET exit_status = 1, dirs = 0; DELETE FROM directory"},
@@ -211,6 +220,82 @@ TEST(Report, NamesWhatToLookAtBeforeActing) {
     EXPECT_EQ(concerns.size(), row.concern.empty() ? 0U : 1U) << concerns;
     EXPECT_TRUE(contains(concerns.dump(), row.concern)) << row.concern << ": " << concerns;
     EXPECT_EQ(contains(report({file}).out, "does not prove the list right"), row.concern.empty());
+  }
+}
+
+TEST(Report, SaysHowARunIsUndone) {
+  const std::string deletion =
+      "UPDATE run SET task = 'deletion', undo = 'saved'; INSERT INTO saved VALUES (1, 'a', 1, 2, "
+      "3, 4);";
+  const std::string restore = "UPDATE run SET task = 'restore', of_run = '100-7';";
+  const std::string how = "mdfixup-undo restore 100-7 (1 PO saved)";
+  const std::string in_part = "mdfixup-undo restore 100-7 (1 PO saved; undone in part by 110-7)";
+  const auto argument = [](const std::string& text) {
+    return "INSERT INTO argument (text) VALUES ('" + text + "');";
+  };
+  const struct {
+    std::string sql;
+    std::string how;
+    std::vector<std::string> later = {};  // what makes later records others than those of dry runs
+  } rows[] = {
+      {"", ""},
+      {"UPDATE run SET task = 'deletion', undo = 'saved'", "nothing to undo"},
+      {"UPDATE run SET task = 'deletion', undo = 'off'", "not saved (--no_undo)"},
+      {"UPDATE run SET task = 'deletion', undo = 'forgotten'", "forgotten (mdfixup-undo forget)"},
+      {"UPDATE run SET task = 'repair', undo = 'saved'; INSERT INTO moved VALUES (1, 1, 1, 'a');"
+       "INSERT INTO link VALUES (1, 'l', 't', 1), (2, 'k', 't', 0)",
+       "mdfixup-undo restore 100-7 (1 move and 1 removed link saved)"},
+      {deletion, how},
+      {deletion, "undone by 110-7", {restore}},
+      {deletion, "undone by 110-7", {restore, restore + "UPDATE run SET exit_status = 1"}},
+      {deletion, how, {restore + "UPDATE run SET of_run = '99-7'"}},
+      {deletion, how, {restore + argument("--dry_run")}},
+      {deletion,
+       how,
+       {restore + "UPDATE run SET exit_status = 1, dirs = 0; DELETE FROM directory"}},
+      {deletion, in_part, {restore + argument("--client=hosta")}},
+      {deletion, in_part, {restore + argument("--policy") + argument("p")}},
+      {deletion, in_part, {restore + "UPDATE run SET exit_status = 1"}},
+      {deletion, in_part, {restore + "UPDATE run SET ending = 'none'"}},
+  };
+  for (const auto& row : rows) {
+    const Records records;
+    const std::string file = records.add(100, row.sql);
+    std::int64_t start = 100;
+    for (const std::string& sql : row.later) records.add(start += 10, sql);
+    const Json run = Json::parse(report({"--json", file}).out)["details"][0]["run"];
+    EXPECT_EQ(run["how_to_undo"], row.how) << row.sql;
+    EXPECT_EQ(run["undone_by"] == "110-7", row.how == "undone by 110-7");
+    EXPECT_EQ(contains(report({file}).out, "  Undo    "), !row.how.empty());
+  }
+}
+
+// An orphan that is not deleted was left by choice as far as its directory says so.
+TEST(Report, ADeletionTellsWhatItLeftFromWhatFailed) {
+  const struct {
+    std::string unapproved;
+    int left;
+    int failed;
+  } rows[] = {{"0", 0, 2}, {"1", 1, 1}, {"2", 2, 0}, {"9", 2, 0}};
+  for (const auto& row : rows) {
+    const Records records;
+    const std::string file = records.add(
+        100,
+        "UPDATE run SET task = 'deletion', of_run = '90-7', orphan_copies = 3, absent_copies = 4;"
+        "INSERT INTO orphan VALUES (2, 1, 1001, 1, 2, 9, 0), (3, 1, 1002, 1, 2, 9, 1);"
+        "INSERT INTO collateral VALUES (1, 2, 'stays'), (2, 3, 'went');"
+        "UPDATE run SET other_copies_pos = 1; UPDATE directory SET unapproved_copies = " +
+            row.unapproved);
+    const Json found = records.newest();
+    EXPECT_EQ(found["listed"]["unapproved_copies"], row.left);
+    EXPECT_EQ(found["listed"]["kept_copies"], row.failed);
+    EXPECT_EQ(found["listed"]["absent_copies"], 4);
+    EXPECT_EQ(found["orphans"][0]["unapproved_copies"], row.left);
+    EXPECT_EQ(found["orphans"][0]["kept_copies"], row.failed);
+    ASSERT_EQ(found["other_copies"].size(), 1U);
+    EXPECT_EQ(found["other_copies"][0]["basename"], "went");
+    EXPECT_EQ(contains(found["concerns"].dump(), "could not be deleted"), row.failed != 0);
+    EXPECT_TRUE(contains(report({file}).out, "Approved by         90-7"));
   }
 }
 
@@ -266,8 +351,8 @@ TEST(Report, NamesCannotActOnTheTerminal) {
   const Records records;
   const std::string hostile = "a\x1b[2J\r\x9b\xe2\x80\xae<b>\"\t";
   records.add(100, "UPDATE client_policy SET client = '" + hostile + "'");
-  for (const char* form : {"--text", "--images"}) {
-    const Ended text = report({form, records.dir()});
+  for (const support::Words& words : {support::Words{records.dir()}, {"--images", records.dir()}}) {
+    const Ended text = report(words);
     EXPECT_TRUE(contains(text.out, R"(a\x1b[2J\x0d\x9b\u{202e}<b>"\t)")) << text.out;
     EXPECT_EQ(text.out.find_first_of("\x1b\r"), std::string::npos);
   }
@@ -294,12 +379,17 @@ TEST(Report, MemoryDoesNotGrowWithTheOrphans) {
   GTEST_SKIP() << "the sanitizers need address space of their own";
 #endif
   const Records records;
-  records.add(
+  const std::string file = records.add(
       100, "INSERT INTO orphan SELECT NULL, 1, value, 1, 2, 9, 0 FROM generate_series(1, 300000)");
-  for (const char* form : {"--text", "--json", "--html=-", "--images"}) {
-    const Ended ended = support::run({"sh", "-c", "ulimit -v 40000; exec \"$@\"", "sh",  // KiB
-                                      MDFIXUP_REPORT_PROGRAM, form, records.dir()});
-    EXPECT_EQ(ended.exit_status, 0) << form << ended.err;
+  for (const support::Words& words : {support::Words{records.dir()},
+                                      {"--json", records.dir()},
+                                      {"--html=-", records.dir()},
+                                      {"--images", records.dir()}}) {
+    support::Words command{"sh", "-c", "ulimit -v 40000; exec \"$@\"", "sh",  // KiB
+                           MDFIXUP_REPORT_PROGRAM};
+    command.insert(command.end(), words.begin(), words.end());
+    const Ended ended = support::run(command);
+    EXPECT_EQ(ended.exit_status, 0) << words[0] << ended.err;
   }
 }
 
