@@ -24,6 +24,11 @@ Ended report(support::Words arguments) {
   return support::run(arguments, {{"TZ", "UTC"}, {"KSREGISTRY", "/no/such"}});
 }
 
+Json compared(support::Words arguments) {
+  arguments.insert(arguments.begin(), {"--compare", "--json"});
+  return Json::parse(report(arguments).out)["details"][0];
+}
+
 // A log directory, and what makes records in it.
 class Records {
  public:
@@ -119,6 +124,19 @@ TEST(Report, TellsWhatTheRunsFound) {
       report({"--images", "--json", dry_run["run"]["id"], log_dir}).out, "{");
   ASSERT_EQ(images.size(), printed);
   expect_documented(Json::parse(images[0]), page);
+  scene.dry_run(4);
+  const std::string old_id = dry_run["run"]["id"];
+  const std::string new_id = Json::parse(report({"--json", log_dir}).out)["runs"][0]["id"];
+  const Json same = compared({old_id, deletion["run"]["id"], log_dir});
+  const Json changed = compared({old_id, new_id, log_dir});
+  expect_documented(same, page);
+  EXPECT_EQ(same["listed"]["common_copies"], printed);
+  EXPECT_EQ(same["listed"]["common_bytes"], dry_run["run"]["taken_bytes"]);
+  EXPECT_EQ(changed["listed"]["only_old_copies"], printed) << "the deletion took them";
+  EXPECT_EQ(sum(changed["orphans_compared"], "only_old_pos"), dry_run["run"]["taken_pos"]);
+  EXPECT_EQ(changed["listed"]["only_new_copies"], 0);
+  EXPECT_EQ(changed["listed"]["common_missing_copies"], dry_run["run"]["missing_copies"]);
+  EXPECT_TRUE(contains(changed["concerns"].dump(), "changed in between: Deletion of"));
 }
 
 TEST(Report, RunsAreNamedByIdOrFileAndDirectoriesKeptApart) {
@@ -299,6 +317,95 @@ TEST(Report, ADeletionTellsWhatItLeftFromWhatFailed) {
   }
 }
 
+// What makes the record at second 100 and the one at 200 of the same dry run differ, and what is said.
+TEST(Report, ComparesWhatTwoRunsList) {
+  const std::string missing = "INSERT INTO missing VALUES (1, 1, 5, 1);";
+  // Two directories' copies, not in their order: the multiples of 2, and those of 3.
+  const auto many = [](const std::string& step, const std::string& last) {
+    return "INSERT INTO directory (id, dsid, client_policy, state) VALUES (2, '3', 1, 'done');"
+           "DELETE FROM orphan; INSERT INTO orphan SELECT NULL, 1 + t % 5 / 3, t, t % 7, 1, 1, 0 "
+           "FROM "
+           "(SELECT 6000 - value * " +
+           step + " AS t FROM generate_series(0, " + last + "))";
+  };
+  const struct {
+    std::string old_sql;
+    std::string new_sql;
+    std::string counts;  // common, changed, only old, only new; and the same of missing copies
+    std::size_t groups = 1;
+  } rows[] = {
+      {"", "", "1 0 0 0, 0 0 0"},
+      {"", "UPDATE orphan SET backup_time = 1001", "0 0 1 1, 0 0 0"},
+      {"", "UPDATE orphan SET copy = 2", "0 0 1 1, 0 0 0"},
+      {"", "UPDATE directory SET dsid = '3'", "0 0 1 1, 0 0 0"},
+      {"", "UPDATE client_policy SET client = 'hostA'", "0 0 1 1, 0 0 0", 2},
+      {"", "UPDATE client_policy SET policy = 'p2'", "0 0 1 1, 0 0 0", 2},
+      {"", "UPDATE client_policy SET client = CAST(client AS BLOB)", "1 0 0 0, 0 0 0"},
+      {"", "UPDATE orphan SET pos = 3", "1 1 0 0, 0 0 0"},
+      {"", "UPDATE orphan SET bytes = 3", "1 1 0 0, 0 0 0"},
+      {"", "INSERT INTO orphan SELECT 9, directory, backup_time, copy, pos, bytes, 0 FROM orphan",
+       "1 0 0 0, 0 0 0"},
+      {"DELETE FROM orphan", "", "0 0 0 1, 0 0 0"},
+      {"DELETE FROM orphan", "DELETE FROM orphan", "0 0 0 0, 0 0 0", 0},
+      {missing, missing + "INSERT INTO missing VALUES (2, 1, 4, 1)", "1 0 0 0, 1 0 1"},
+      {missing, "", "1 0 0 0, 0 1 0"},
+      {many("2", "2999"), many("3", "1999"), "1000 0 2000 1000, 0 0 0"},
+  };
+  for (const auto& row : rows) {
+    const Records records;
+    const std::string old_record = records.add(100, row.old_sql);
+    const Json found = compared({old_record, records.add(200, row.new_sql)});
+    const Json& listed = found["listed"];
+    std::string counts;
+    for (const char* key :
+         {"common_copies", "changed_copies", "only_old_copies", "only_new_copies"}) {
+      const std::uint64_t in_groups = sum(found["orphans_compared"], key);
+      counts += std::to_string(in_groups) + " ";
+      EXPECT_EQ(listed[key], in_groups) << key;
+    }
+    counts.back() = ',';
+    for (const char* key : {"common", "only_old", "only_new"}) {
+      counts += " " + listed[key + std::string("_missing_copies")].dump();
+    }
+    EXPECT_EQ(counts, row.counts) << row.old_sql << row.new_sql;
+    EXPECT_EQ(found["orphans_compared"].size(), row.groups) << row.new_sql;
+    EXPECT_EQ(found["concerns"].size(), 0U) << found["concerns"];
+  }
+}
+
+TEST(Report, SaysWhatMakesTwoRunsHardToCompare) {
+  const struct {
+    std::string sql;  // for the record of 200
+    std::string concern;
+    std::string between = {};  // for one of 150
+  } rows[] = {
+      {"", ""},
+      {"UPDATE run SET storage_root = '/k'", "Different storages: OLD has , NEW has /k"},
+      {"UPDATE run SET disk_pool = 'dp'", "Different disk pools"},
+      {"UPDATE run SET catalog_backup_time = 60",
+       "OLD has all images, NEW has since 1970-01-01 00:01"},
+      {"UPDATE run SET task = 'deletion'", "NEW is no dry run: Deletion of"},
+      {"UPDATE run SET exit_status = 1", "NEW did not end well: failed (exit status 1)"},
+      {"UPDATE run SET ending = 'none'", "NEW did not end well: no end recorded"},
+      {"UPDATE run SET skipped_dirs = 2", "NEW skipped 2 directories"},
+      {"UPDATE run SET started = 1", "OLD began after NEW"},
+      {"UPDATE directory SET state = 'failed'", "1 directory failed, or stopped, in one"},
+      {"", "changed in between: Case repair of 1970-01-01 00:02:30",
+       "UPDATE run SET task = 'repair'"},
+      {"", "", "UPDATE run SET task = 'scan'"},
+  };
+  for (const auto& row : rows) {
+    const Records records;
+    const std::string old_record = records.add(100);
+    if (!row.between.empty()) records.add(150, row.between);
+    const std::string new_record = records.add(200, row.sql);
+    const Json found = compared({old_record, new_record});
+    EXPECT_EQ(found["concerns"].size(), row.concern.empty() ? 0U : 1U) << found["concerns"];
+    EXPECT_TRUE(contains(found["concerns"].dump(), row.concern)) << found["concerns"];
+    EXPECT_EQ(found["compared"]["new_record"], new_record);
+  }
+}
+
 // Whatever stands where a record should be: one clear error, and the others are shown. A record with
 // values that no run writes has no certain fault: it is shown, or rejected.
 TEST(Report, UnreadableRecordsAreNamedAndTheOthersShown) {
@@ -334,6 +441,9 @@ TEST(Report, UnreadableRecordsAreNamedAndTheOthersShown) {
     const bool is_sql = row.damage.find("$1") == std::string::npos;
     const std::string damaged = records.add(200, is_sql ? row.damage : "");
     if (!is_sql) support::run({"sh", "-c", row.damage, "sh", damaged});
+    const Ended both = report({"--compare", records.file("100-7"), damaged});
+    EXPECT_TRUE(row.fault.empty() ? both.exit_status <= 2 : both.exit_status == 2) << row.damage;
+    EXPECT_TRUE(contains(both.err, damaged) || row.fault.empty()) << both.err;
     for (const std::string form : {"--text", "--json", "--html=-", "--runs", "--images"}) {
       const Ended ended = report({form, row.fault.empty() ? damaged : records.dir()});
       if (row.fault.empty() && ended.exit_status == 0) continue;
@@ -350,8 +460,9 @@ TEST(Report, UnreadableRecordsAreNamedAndTheOthersShown) {
 TEST(Report, NamesCannotActOnTheTerminal) {
   const Records records;
   const std::string hostile = "a\x1b[2J\r\x9b\xe2\x80\xae<b>\"\t";
-  records.add(100, "UPDATE client_policy SET client = '" + hostile + "'");
-  for (const support::Words& words : {support::Words{records.dir()}, {"--images", records.dir()}}) {
+  const std::string file = records.add(100, "UPDATE client_policy SET client = '" + hostile + "'");
+  for (const support::Words& words :
+       {support::Words{records.dir()}, {"--images", records.dir()}, {"--compare", file, file}}) {
     const Ended text = report(words);
     EXPECT_TRUE(contains(text.out, R"(a\x1b[2J\x0d\x9b\u{202e}<b>"\t)")) << text.out;
     EXPECT_EQ(text.out.find_first_of("\x1b\r"), std::string::npos);
@@ -384,7 +495,8 @@ TEST(Report, MemoryDoesNotGrowWithTheOrphans) {
   for (const support::Words& words : {support::Words{records.dir()},
                                       {"--json", records.dir()},
                                       {"--html=-", records.dir()},
-                                      {"--images", records.dir()}}) {
+                                      {"--images", records.dir()},
+                                      {"--compare", file, file}}) {
     support::Words command{"sh", "-c", "ulimit -v 40000; exec \"$@\"", "sh",  // KiB
                            MDFIXUP_REPORT_PROGRAM};
     command.insert(command.end(), words.begin(), words.end());
@@ -397,6 +509,7 @@ TEST(Report, CommandLine) {
   const Records records;
   const std::string dir = records.dir();
   const std::string file = records.add(100);
+  const std::string scan = records.add(90, "UPDATE run SET task = 'scan'");
   const struct {
     support::Words arguments;
     int exit_status;
@@ -414,6 +527,11 @@ TEST(Report, CommandLine) {
       {{"--json", "--text", dir}, 1, "exclude each other"},
       {{"--runs", "--images", dir}, 1, "exclude each other"},
       {{"--html=-", "--images", dir}, 1, "exclude each other"},
+      {{"--compare", file, "100-7", dir}, 0, "1 orphan copy in both"},
+      {{"--compare", file, "5-5", dir}, 2, "5-5: is no file"},
+      {{"--compare", file, dir}, 1, "--compare takes two records"},
+      {{"--compare", file, scan}, 1, "takes dry runs: 90-7 (case scan) lists no orphans"},
+      {{"--compare", "--images", file, file}, 1, "exclude each other"},
       {{"--jsn", dir}, 1, "unrecognised option"},
       {{"--html", "/no/such/page.html", dir}, 1, "could not write /no/such/page.html"},
       {{"--html", dir, dir}, 1, "could not write " + dir},
