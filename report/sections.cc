@@ -137,7 +137,9 @@ std::string undo_of(const RunFile& file, const Contents& contents) {
   if (file.run.undo != record::Undo::saved) return "";
   const std::uint64_t moves = contents.listed.moved_pos;
   const std::uint64_t links = contents.removed_links;
-  if (contents.saved_pos + moves + links == 0) return "nothing to undo";
+  if (contents.saved_pos + moves + links == 0) {
+    return contents.listed.taken_pos == 0 ? "nothing to undo" : "the record holds nothing for it";
+  }
   std::string saved = counted(contents.saved_pos, "PO", "POs");
   if (!file.is_deletion()) {
     saved =

@@ -258,6 +258,8 @@ TEST(Report, SaysHowARunIsUndone) {
   } rows[] = {
       {"", ""},
       {"UPDATE run SET task = 'deletion', undo = 'saved'", "nothing to undo"},
+      {"UPDATE run SET task = 'deletion', undo = 'saved'; UPDATE orphan SET deleted = 1",
+       "the record holds nothing for it"},
       {"UPDATE run SET task = 'deletion', undo = 'off'", "not saved (--no_undo)"},
       {"UPDATE run SET task = 'deletion', undo = 'forgotten'", "forgotten (mdfixup-undo forget)"},
       {"UPDATE run SET task = 'repair', undo = 'saved'; INSERT INTO moved VALUES (1, 1, 1, 'a');"
