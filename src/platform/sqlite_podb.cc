@@ -9,6 +9,7 @@
 #include "platform/po_schema.h"
 #include "platform/podb_creation.h"
 #include "platform/sqlite_connection.h"
+#include "platform/statement_in_use.h"
 #include "platform/statement_rows.h"
 
 namespace fs = boost::filesystem;
@@ -18,33 +19,13 @@ namespace {
 using platform::bind_end;
 using platform::bytes_of;
 using platform::PORow;
+using platform::StatementInUse;
 using platform::step_through;
 using platform::step_up_to;
 using platform::text_of;
 using platform::Value;
 
 constexpr const char* k_insert_new = "INSERT OR IGNORE INTO po VALUES (?, ?, ?, ?, ?)";
-
-// A prepared statement in use. It is reset at the end: one that stays on its row keeps its lock.
-class StatementInUse {
- public:
-  StatementInUse(SQLite::Database& database, std::unique_ptr<SQLite::Statement>& statement,
-                 const char* sql) {
-    if (!statement) statement = std::make_unique<SQLite::Statement>(database, sql);
-    m_statement = statement.get();
-  }
-  ~StatementInUse() {
-    (void)m_statement->tryReset();  // repeats the error of the last step, which was thrown then
-  }
-  StatementInUse(const StatementInUse&) = delete;
-  StatementInUse& operator=(const StatementInUse&) = delete;
-
-  SQLite::Statement* operator->() { return m_statement; }
-  SQLite::Statement& operator*() { return *m_statement; }
-
- private:
-  SQLite::Statement* m_statement;
-};
 
 }  // namespace
 

@@ -1,60 +1,22 @@
 #include "record/record_database.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <type_traits>
 #include <utility>
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
-#include <boost/filesystem/operations.hpp>
-
 #include "platform/sqlite_connection.h"
-#include "platform/statement_rows.h"
-#include "platform/status.h"
-#include "platform/stored_files.h"
+#include "record/binder.h"
 #include "record/names.h"
+#include "record/record_file.h"
 #include "record/schema.h"
-
-namespace fs = boost::filesystem;
 
 namespace record {
 
 namespace {
-
-// Binds values to a statement, one after the other. Texts must outlive its use.
-class Binder {
- public:
-  explicit Binder(SQLite::Statement& statement) : m_statement(statement) {}
-  void add(const std::string& text) { m_statement.bindNoCopy(++m_index, text); }
-  void add(std::uint64_t number) { add(static_cast<std::int64_t>(number)); }
-  void add(const platform::PORow& row) {
-    platform::bind_row(m_statement, m_index + 1, row);
-    m_index += static_cast<int>(row.size());
-  }
-  void add(const DirCounts& counts) {
-    for (const Count& count : k_counts) add(counts.*count.value);
-  }
-  void add(const std::optional<std::int64_t>& number) {
-    ++m_index;
-    if (number) m_statement.bind(m_index, *number);
-    if (!number) m_statement.bind(m_index);
-  }
-  template <class Number, class = std::enable_if_t<std::is_arithmetic_v<Number>>>
-  void add(Number number) {
-    m_statement.bind(++m_index, number);
-  }
-
- private:
-  SQLite::Statement& m_statement;
-  int m_index = 0;
-};
 
 std::string repeated(const std::string& text, std::size_t times) {
   std::string result;
@@ -72,27 +34,6 @@ const char* insertion_of(std::size_t rows) {
     return made;
   }();
   return statements[rows].c_str();
-}
-
-// An empty file that was not there. Where locks cannot be had, SQLite would only say so after ten
-// seconds.
-void make_file(const std::string& path) {
-  constexpr mode_t k_mode = 0640;
-  struct flock lock {};
-  lock.l_type = F_WRLCK;
-  const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, k_mode);
-  const bool is_made = descriptor >= 0 && ::fcntl(descriptor, F_SETLK, &lock) == 0;
-  const int error = errno;
-  if (descriptor >= 0) (void)::close(descriptor);  // nothing was written
-  if (descriptor >= 0 && !is_made) (void)::unlink(path.c_str());
-  if (!is_made) throw Cr_ErrnoException(error, "could not make " + path, std::strerror(error));
-}
-
-void put_in_place(const std::string& made, const std::string& file) {
-  if (fs::exists(file)) throw Cr_ErrnoException(EEXIST, file + " is there already");
-  if (std::rename(made.c_str(), file.c_str()) != 0) {
-    throw Cr_ErrnoException(errno, "could not make " + file, std::strerror(errno));
-  }
 }
 
 }  // namespace
@@ -132,13 +73,11 @@ RecordDatabase::RecordDatabase(const std::string& file, Run run) : m_run(std::mo
   try {
     m_database = platform::open_database(unfinished, SQLite::OPEN_READWRITE);
     create();
-    platform::sync_file(unfinished);
     put_in_place(unfinished, file);
   } catch (...) {
     (void)::unlink(unfinished.c_str());  // what ended it is reported
     throw;
   }
-  platform::sync_directory(fs::path(file).parent_path().string());
   m_database = platform::open_database(file, SQLite::OPEN_READWRITE);
   m_database->setBusyTimeout(k_busy_timeout_milliseconds);
   // A commit appends to the write-ahead log and is not synced. The syncs of a checkpoint come once for
