@@ -15,15 +15,16 @@ _mdfixup_value() { # WORD_BEFORE VALUE_OPTION...
   esac
 }
 
-# Offers the words that begin like the one being completed and that the line does not hold yet, in
-# this order: the first is what a key press too many inserts.
+# Offers the words that begin like the one being completed and that the line does not hold yet, unless
+# they may be repeated, in this order: the first is what a key press too many inserts.
 _mdfixup_offer() { # CURRENT WORD...
   local current=$1 word IFS=' '
   local others=" ${COMP_WORDS[*]::COMP_CWORD} ${COMP_WORDS[*]:COMP_CWORD + 1} "
   shift
   compopt -o nosort
   for word; do
-    [[ $word != "$current"* || $others == *" $word "* ]] || COMPREPLY+=("$word")
+    [[ $word == "$current"* ]] || continue
+    [[ $others != *" $word "* || $word == --only || $word == --except ]] && COMPREPLY+=("$word")
   done
 }
 
@@ -32,10 +33,11 @@ _mdfixup() { # COMMAND CURRENT WORD_BEFORE, as for all completions
   local common='--num_threads --tvr_location'
   local repair='--force --cleanup_case_work_space'
   local consistency='--FORCE_CONSISTENCY_ALL_IMAGE --FORCE_DEDUPE_METADATA_CONSISTENCY'
-  consistency+=' --tvr_disk_pool --catalog_backup_time'
+  consistency+=' --tvr_disk_pool --catalog_backup_time --max_orphan_share --only --except'
   local offered
   COMPREPLY=()
-  _mdfixup_value "$3" --num_threads --tvr_location --tvr_disk_pool --catalog_backup_time && return
+  _mdfixup_value "$3" --num_threads --tvr_location --tvr_disk_pool --catalog_backup_time \
+    --max_orphan_share --only --except && return
   # The word itself: behind a ":" in a value there is nothing to be completed.
   case ${COMP_WORDS[COMP_CWORD]} in '' | -*) ;; *) return ;; esac
   # The other words of the line tell the task. Before there is one, what changes nothing comes first.
@@ -46,7 +48,9 @@ _mdfixup() { # COMMAND CURRENT WORD_BEFORE, as for all completions
     *' --scan_client_name_case '*) offered=$common ;;
     *' --repair_client_name_case '*) offered="$common $repair" ;;
     *' --force '*) offered="--repair_client_name_case $common $repair" ;;
-    *' --FORCE_'* | *' --dry_run '* | *' --tvr_disk_pool '* | *' --catalog_backup_time '*)
+    *' --dry_run '*) offered="$common $consistency" ;;
+    *' --FORCE_'* | *' --tvr_disk_pool '* | *' --catalog_backup_time '* | *' --max_orphan_share '* | \
+      *' --only '* | *' --except '*)
       offered="--dry_run $common $consistency"
       ;;
     *)

@@ -68,11 +68,12 @@ void log_what_is_listed(const std::string& disk_pool) {
 
 template <class V>
 bool compare(const StoragePaths& storage, const fs::path& admincmd_dir,
-             const std::string& disk_pool) {
-  const boost::scoped_ptr<catalog::BaseTraverseCatalog> task(
+             const std::string& disk_pool, const catalog::ConsistencyLimits& limits) {
+  const boost::scoped_ptr<catalog::VisitPOsNotInTVRCatalog<V>> task(
       new catalog::VisitPOsNotInTVRCatalog<V>(storage.log_dir, storage.catalog, thread_count(),
                                               true, admincmd_dir, disk_pool,
                                               opt_catalog_backup_time));
+  task->set_limits(limits);
   return run_task(*task);
 }
 
@@ -85,12 +86,21 @@ bool record_is_kept() {
   return false;
 }
 
+catalog::ConsistencyLimits limits_given() {
+  catalog::ConsistencyLimits limits;
+  if (opt_max_orphan_share >= 0) {
+    limits.max_orphan_share = static_cast<std::uint32_t>(opt_max_orphan_share);
+  }
+  limits.filter = catalog::DirFilter(opt_only, opt_except);
+  return limits;
+}
+
 // With the services stopped; they are asked for again whatever happens.
 bool delete_orphans(const StoragePaths& storage, const fs::path& admincmd_dir,
-                    const std::string& disk_pool) {
+                    const std::string& disk_pool, const catalog::ConsistencyLimits& limits) {
   bool done = false;
   try {
-    done = compare<catalog::podb::DeleteOrphanPOs>(storage, admincmd_dir, disk_pool);
+    done = compare<catalog::podb::DeleteOrphanPOs>(storage, admincmd_dir, disk_pool, limits);
   } catch (...) {
     StartServices(opt_tvr_location);
     throw;
@@ -125,12 +135,13 @@ int consistency_mode(const StoragePaths& storage) {
   const std::string disk_pool = disk_pool_name(admincmd_dir);
   if (disk_pool.empty()) return k_exit_failure;
   log_what_is_listed(disk_pool);
+  const catalog::ConsistencyLimits limits = limits_given();
   bool done = false;
   if (opt_dry_run) {
-    done = compare<catalog::podb::PrintOrphanPOs>(storage, admincmd_dir, disk_pool);
+    done = compare<catalog::podb::PrintOrphanPOs>(storage, admincmd_dir, disk_pool, limits);
   } else {
     if (!record_is_kept() || !StopServices(opt_tvr_location)) return k_exit_failure;
-    done = delete_orphans(storage, admincmd_dir, disk_pool);
+    done = delete_orphans(storage, admincmd_dir, disk_pool, limits);
   }
   if (!done) return k_exit_failure;
   platform::print("mdfixup finished successfully.\n");

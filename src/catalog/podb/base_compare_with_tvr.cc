@@ -82,6 +82,14 @@ std::string BaseCompareWithTVR::text_of(const record::DirCounts& counts) {
          number_of(counts, &record::DirCounts::missing_copies);
 }
 
+std::string BaseCompareWithTVR::excess_of_orphans(std::uint32_t most_percent) const {
+  constexpr std::uint64_t k_all_percent = 100;
+  const std::uint64_t orphans = image_copies().size();
+  if (orphans * k_all_percent <= tally().copies * most_percent) return "";
+  return std::to_string(orphans) + " of " + std::to_string(tally().copies) +
+         " copies are orphans, more than " + std::to_string(most_percent) + " percent";
+}
+
 void BaseCompareWithTVR::visit_image_copies_not_in_TV_impl() {
   if (image_copies().size() == 0) return;
   if (image_copies().size() == tally().copies) findings().none_listed(policy_path());

@@ -27,6 +27,10 @@ class BaseCompareWithTVR : public BasenameTimeAndCopySet {
   // Errors: what the listing throws. What the set holds then is not known to be orphaned.
   virtual void compare_metadata_impl();
 
+  // What is said of more orphans than `most_percent` of the directory's copies; empty if there are not
+  // more. After the comparison.
+  std::string excess_of_orphans(std::uint32_t most_percent) const;
+
   // Hands each orphan, in ascending order, to visit_one_image_copy.
   // Errors: Cr_ErrnoException when the database cannot be read any more; nothing was handed on then.
   virtual void visit_image_copies_not_in_TV_impl();
