@@ -34,6 +34,7 @@ _mdfixup() { # COMMAND CURRENT WORD_BEFORE, as for all completions
   local repair='--force --cleanup_case_work_space'
   local consistency='--FORCE_CONSISTENCY_ALL_IMAGE --FORCE_DEDUPE_METADATA_CONSISTENCY'
   consistency+=' --tvr_disk_pool --catalog_backup_time --max_orphan_share --only --except'
+  local deletion='--no_undo'
   local offered
   COMPREPLY=()
   _mdfixup_value "$3" --num_threads --tvr_location --tvr_disk_pool --catalog_backup_time \
@@ -49,13 +50,14 @@ _mdfixup() { # COMMAND CURRENT WORD_BEFORE, as for all completions
     *' --repair_client_name_case '*) offered="$common $repair" ;;
     *' --force '*) offered="--repair_client_name_case $common $repair" ;;
     *' --dry_run '*) offered="$common $consistency" ;;
+    *' --no_undo '*) offered="$common $consistency $deletion" ;;
     *' --FORCE_'* | *' --tvr_disk_pool '* | *' --catalog_backup_time '* | *' --max_orphan_share '* | \
       *' --only '* | *' --except '*)
-      offered="--dry_run $common $consistency"
+      offered="--dry_run $common $consistency $deletion"
       ;;
     *)
       offered="--scan_client_name_case --dry_run $common --repair_client_name_case $repair"
-      offered+=" $consistency --help"
+      offered+=" $consistency $deletion --help"
       ;;
   esac
   # A list of words on purpose.

@@ -74,13 +74,16 @@ bool compare(const StoragePaths& storage, const fs::path& admincmd_dir,
                                               true, admincmd_dir, disk_pool,
                                               opt_catalog_backup_time));
   task->set_limits(limits);
+  task->set_saves_pos(!opt_no_undo);
   return run_task(*task);
 }
 
 // A deletion is undone with its record.
 bool record_is_kept() {
   using record::run_record;
-  run_record().note([](record::Run& run) { run.undo = record::Undo::saved; });
+  if (opt_no_undo) InfoA("nothing is saved (--no_undo): this deletion cannot be undone");
+  run_record().note(
+      [](record::Run& run) { run.undo = opt_no_undo ? record::Undo::off : record::Undo::saved; });
   if (run_record().sync_commits(record::RunRecord::WhenLost::run_stops)) return true;
   dct::report_error("Refusing to delete anything without a record of the run.\n");
   return false;

@@ -22,6 +22,7 @@ const char* opt_tvr_disk_pool = nullptr;
 std::int32_t opt_max_orphan_share = -1;
 std::vector<std::string> opt_only;
 std::vector<std::string> opt_except;
+bool opt_no_undo = false;
 bool opt_help = false;
 
 namespace {
@@ -49,6 +50,7 @@ const OptDescriptor o_dry_run{0, "dry_run", "false", &opt_dry_run};
 const OptDescriptor o_max_orphan_share{0, "max_orphan_share", nullptr, &opt_max_orphan_share};
 const OptDescriptor o_only{0, "only", nullptr, &opt_only};
 const OptDescriptor o_except{0, "except", nullptr, &opt_except};
+const OptDescriptor o_no_undo{0, "no_undo", "false", &opt_no_undo};
 
 namespace {
 
@@ -66,6 +68,7 @@ const OptDescriptor* const options[] = {&o_cleanup,
                                         &o_max_orphan_share,
                                         &o_only,
                                         &o_except,
+                                        &o_no_undo,
                                         &o_help,
                                         nullptr};
 

@@ -23,6 +23,7 @@ extern const char* opt_tvr_disk_pool;      // null when not given
 extern std::int32_t opt_max_orphan_share;  // percent; below 0 when not given
 extern std::vector<std::string> opt_only;
 extern std::vector<std::string> opt_except;
+extern bool opt_no_undo;
 extern bool opt_help;
 
 extern const OptDescriptor o_scan;
@@ -33,6 +34,7 @@ extern const OptDescriptor o_dry_run;
 extern const OptDescriptor o_max_orphan_share;
 extern const OptDescriptor o_only;
 extern const OptDescriptor o_except;
+extern const OptDescriptor o_no_undo;
 
 // All options, NULL-terminated.
 const OptDescriptor* const* option_table();

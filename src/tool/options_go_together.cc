@@ -26,14 +26,17 @@ bool limits_go_with_the_task() {
   const struct {
     const OptDescriptor& option;
     bool is_given;
-  } limits[] = {{o_max_orphan_share, opt_max_orphan_share >= 0},
-                {o_only, !opt_only.empty()},
-                {o_except, !opt_except.empty()}};
-  for (const auto& [option, is_given] : limits) {
+    bool is_for_dry_runs;
+  } limits[] = {{o_max_orphan_share, opt_max_orphan_share >= 0, true},
+                {o_only, !opt_only.empty(), true},
+                {o_except, !opt_except.empty(), true},
+                {o_no_undo, opt_no_undo, false}};
+  for (const auto& [option, is_given, is_for_dry_runs] : limits) {
     if (!is_given) continue;
     if (opt_scan) return refuse_with(option, o_scan);
     if (opt_repair) return refuse_with(option, o_repair);
     if (!opt_catalog_DR) return refuse_without(option, o_catalog_DR);
+    if (opt_dry_run && !is_for_dry_runs) return refuse_with(option, o_dry_run);
   }
   return true;
 }
