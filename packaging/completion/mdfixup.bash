@@ -11,7 +11,7 @@ _mdfixup_value() { # WORD_BEFORE VALUE_OPTION...
   [[ " $* " == *" $option "* ]] || return 1
   case $option in
     --tvr_location) compopt -o dirnames ;;
-    --html) compopt -o default ;;
+    --html | --approved) compopt -o default ;;
   esac
 }
 
@@ -34,11 +34,11 @@ _mdfixup() { # COMMAND CURRENT WORD_BEFORE, as for all completions
   local repair='--force --cleanup_case_work_space'
   local consistency='--FORCE_CONSISTENCY_ALL_IMAGE --FORCE_DEDUPE_METADATA_CONSISTENCY'
   consistency+=' --tvr_disk_pool --catalog_backup_time --max_orphan_share --only --except'
-  local deletion='--no_undo'
+  local deletion='--approved --no_undo'
   local offered
   COMPREPLY=()
   _mdfixup_value "$3" --num_threads --tvr_location --tvr_disk_pool --catalog_backup_time \
-    --max_orphan_share --only --except && return
+    --max_orphan_share --only --except --approved && return
   # The word itself: behind a ":" in a value there is nothing to be completed.
   case ${COMP_WORDS[COMP_CWORD]} in '' | -*) ;; *) return ;; esac
   # The other words of the line tell the task. Before there is one, what changes nothing comes first.
@@ -50,7 +50,7 @@ _mdfixup() { # COMMAND CURRENT WORD_BEFORE, as for all completions
     *' --repair_client_name_case '*) offered="$common $repair" ;;
     *' --force '*) offered="--repair_client_name_case $common $repair" ;;
     *' --dry_run '*) offered="$common $consistency" ;;
-    *' --no_undo '*) offered="$common $consistency $deletion" ;;
+    *' --approved '* | *' --no_undo '*) offered="$common $consistency $deletion" ;;
     *' --FORCE_'* | *' --tvr_disk_pool '* | *' --catalog_backup_time '* | *' --max_orphan_share '* | \
       *' --only '* | *' --except '*)
       offered="--dry_run $common $consistency $deletion"

@@ -4,6 +4,7 @@
 
 #include <boost/scope_exit.hpp>
 
+#include "catalog/approved_orphans.h"
 #include "catalog/podb/delete_orphan_pos.h"
 #include "catalog/podb/print_orphan_pos.h"
 #include "dct/log_file.h"
@@ -83,12 +84,18 @@ int VisitPOsNotInTVRCatalog<V>::visit_dir(const fs::path& policy_dir) {
 template <class V>
 void VisitPOsNotInTVRCatalog<V>::compare_dir(const fs::path& policy_dir,
                                              record::Directory& directory) {
+  const ApprovedOrphans::Directory* approved = nullptr;
+  if (m_limits.approved != nullptr) {
+    approved = &m_limits.approved->of(directory);
+    m_approved_copies_of_visited_dirs += approved->size();
+  }
   V visitor(policy_dir, *m_findings, directory, m_admincmd_dir, m_disk_pool, V::access);
   if (!visitor.has_database()) require_same_root();
   // Before anything is deleted, while there is time to stop; the totals count them all.
   if (directory.counts.future_copies != 0) m_findings->future_copies(policy_dir);
   visitor.set_catalog_backup_time(m_catalog_backup_time);
   visitor.set_saves_pos(m_saves_pos);
+  if (approved != nullptr) visitor.set_approved(*approved);
   compare(visitor);
   require_few_orphans(visitor);
   visitor.visit_image_copies_not_in_TV_impl();
@@ -128,15 +135,31 @@ std::vector<std::string> VisitPOsNotInTVRCatalog<V>::closing_lines() const {
   if (!m_limits.filter.wants_all()) {
     lines.push_back(std::to_string(totals().skipped_dirs()) + " policy directories skipped");
   }
+  if (m_limits.approved != nullptr) {
+    const record::DirCounts counts = totals().counts();
+    lines.push_back(number_of(counts, &record::DirCounts::unapproved_copies) + ", " +
+                    number_of(counts, &record::DirCounts::absent_copies));
+  }
   return lines;
 }
 
 template <class V>
 void VisitPOsNotInTVRCatalog<V>::summarize_impl() {
+  if (m_limits.approved != nullptr && reached_end()) count_copies_of_absent_dirs();
   (void)record::run_record().commit();  // the listing may take long
   if (!util::interrupted()) list_unvisited_pairs();
   if (util::interrupted()) InfoA("the listing of missing images was left out or cut short");
   BaseTraverseCatalog::summarize_impl();
+}
+
+// Of a directory that failed nobody knows whether its copies are still orphans; of one that is gone
+// there is no copy.
+template <class V>
+void VisitPOsNotInTVRCatalog<V>::count_copies_of_absent_dirs() {
+  record::DirCounts counts;
+  counts.absent_copies =
+      m_limits.approved->count(m_limits.filter) - m_approved_copies_of_visited_dirs;
+  totals_to_add_to().add(counts);
 }
 
 template <class V>

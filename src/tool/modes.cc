@@ -1,5 +1,6 @@
 #include "tool/modes.h"
 
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -15,6 +16,7 @@
 #include "platform/reports.h"
 #include "platform/run_log.h"
 #include "record/run_record.h"
+#include "tool/approval.h"
 #include "tool/catalog_aside.h"
 #include "tool/exit_status.h"
 #include "tool/option_table.h"
@@ -63,6 +65,7 @@ void log_what_is_listed(const std::string& disk_pool) {
   record::run_record().note([&](record::Run& run) {
     run.disk_pool = disk_pool;
     run.listing_hours = static_cast<std::int64_t>(hours);
+    run.catalog_backup_time = opt_catalog_backup_time;
   });
 }
 
@@ -138,11 +141,17 @@ int consistency_mode(const StoragePaths& storage) {
   const std::string disk_pool = disk_pool_name(admincmd_dir);
   if (disk_pool.empty()) return k_exit_failure;
   log_what_is_listed(disk_pool);
-  const catalog::ConsistencyLimits limits = limits_given();
+  catalog::ConsistencyLimits limits = limits_given();
   bool done = false;
   if (opt_dry_run) {
     done = compare<catalog::podb::PrintOrphanPOs>(storage, admincmd_dir, disk_pool, limits);
   } else {
+    std::unique_ptr<const catalog::ApprovedOrphans> approved;
+    if (opt_approved != nullptr) {
+      approved = read_approval(storage, disk_pool);
+      if (!approved) return k_exit_failure;
+      limits.approved = approved.get();
+    }
     if (!record_is_kept() || !StopServices(opt_tvr_location)) return k_exit_failure;
     done = delete_orphans(storage, admincmd_dir, disk_pool, limits);
   }

@@ -19,6 +19,7 @@ std::int64_t opt_catalog_backup_time = 0;
 std::int32_t opt_num_threads = 1;
 const char* opt_tvr_location = nullptr;
 const char* opt_tvr_disk_pool = nullptr;
+const char* opt_approved = nullptr;
 std::int32_t opt_max_orphan_share = -1;
 std::vector<std::string> opt_only;
 std::vector<std::string> opt_except;
@@ -47,6 +48,7 @@ const OptDescriptor o_force{0, "force", "false", &opt_force};
 const OptDescriptor o_catalog_DR{0, "FORCE_DEDUPE_METADATA_CONSISTENCY", "false", &opt_catalog_DR};
 const OptDescriptor o_repair{0, "repair_client_name_case", "false", &opt_repair};
 const OptDescriptor o_dry_run{0, "dry_run", "false", &opt_dry_run};
+const OptDescriptor o_approved{0, "approved", nullptr, &opt_approved};
 const OptDescriptor o_max_orphan_share{0, "max_orphan_share", nullptr, &opt_max_orphan_share};
 const OptDescriptor o_only{0, "only", nullptr, &opt_only};
 const OptDescriptor o_except{0, "except", nullptr, &opt_except};
@@ -65,6 +67,7 @@ const OptDescriptor* const options[] = {&o_cleanup,
                                         &o_num_threads,
                                         &o_tvr_location,
                                         &o_tvr_disk_pool,
+                                        &o_approved,
                                         &o_max_orphan_share,
                                         &o_only,
                                         &o_except,

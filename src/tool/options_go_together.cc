@@ -27,7 +27,8 @@ bool limits_go_with_the_task() {
     const OptDescriptor& option;
     bool is_given;
     bool is_for_dry_runs;
-  } limits[] = {{o_max_orphan_share, opt_max_orphan_share >= 0, true},
+  } limits[] = {{o_approved, opt_approved != nullptr, false},
+                {o_max_orphan_share, opt_max_orphan_share >= 0, true},
                 {o_only, !opt_only.empty(), true},
                 {o_except, !opt_except.empty(), true},
                 {o_no_undo, opt_no_undo, false}};

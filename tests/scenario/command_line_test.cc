@@ -42,6 +42,8 @@ TEST(CommandLine, IsRejectedInOneLineOrTheFirstMatchingModeWins) {
        "The --except option cannot be used with the --repair_client_name"},
       {"--max_orphan_share 0", "",
        "option requires the --FORCE_DEDUPE_METADATA_CONSISTENCY option"},
+      {consistency + "--dry_run --approved 1-1", "",
+       "The --approved option cannot be used with the --dry_run option"},
       {consistency + "--dry_run --no_undo", "",
        "The --no_undo option cannot be used with the --dry_run option"},
       {scan + "--tvr_location /no/such", "",
