@@ -11,19 +11,20 @@ _mdfixup_value() { # WORD_BEFORE VALUE_OPTION...
   [[ " $* " == *" $option "* ]] || return 1
   case $option in
     --tvr_location) compopt -o dirnames ;;
-    --html) compopt -o default ;;
+    --html | --approved) compopt -o default ;;
   esac
 }
 
-# Offers the words that begin like the one being completed and that the line does not hold yet, in
-# this order: the first is what a key press too many inserts.
+# Offers the words that begin like the one being completed and that the line does not hold yet, unless
+# they may be repeated, in this order: the first is what a key press too many inserts.
 _mdfixup_offer() { # CURRENT WORD...
   local current=$1 word IFS=' '
   local others=" ${COMP_WORDS[*]::COMP_CWORD} ${COMP_WORDS[*]:COMP_CWORD + 1} "
   shift
   compopt -o nosort
   for word; do
-    [[ $word != "$current"* || $others == *" $word "* ]] || COMPREPLY+=("$word")
+    [[ $word == "$current"* ]] || continue
+    [[ $others != *" $word "* || $word == --only || $word == --except ]] && COMPREPLY+=("$word")
   done
 }
 
@@ -32,10 +33,12 @@ _mdfixup() { # COMMAND CURRENT WORD_BEFORE, as for all completions
   local common='--num_threads --tvr_location'
   local repair='--force --cleanup_case_work_space'
   local consistency='--FORCE_CONSISTENCY_ALL_IMAGE --FORCE_DEDUPE_METADATA_CONSISTENCY'
-  consistency+=' --tvr_disk_pool --catalog_backup_time'
+  consistency+=' --tvr_disk_pool --catalog_backup_time --max_orphan_share --only --except'
+  local deletion='--approved --no_undo'
   local offered
   COMPREPLY=()
-  _mdfixup_value "$3" --num_threads --tvr_location --tvr_disk_pool --catalog_backup_time && return
+  _mdfixup_value "$3" --num_threads --tvr_location --tvr_disk_pool --catalog_backup_time \
+    --max_orphan_share --only --except --approved && return
   # The word itself: behind a ":" in a value there is nothing to be completed.
   case ${COMP_WORDS[COMP_CWORD]} in '' | -*) ;; *) return ;; esac
   # The other words of the line tell the task. Before there is one, what changes nothing comes first.
@@ -46,12 +49,15 @@ _mdfixup() { # COMMAND CURRENT WORD_BEFORE, as for all completions
     *' --scan_client_name_case '*) offered=$common ;;
     *' --repair_client_name_case '*) offered="$common $repair" ;;
     *' --force '*) offered="--repair_client_name_case $common $repair" ;;
-    *' --FORCE_'* | *' --dry_run '* | *' --tvr_disk_pool '* | *' --catalog_backup_time '*)
-      offered="--dry_run $common $consistency"
+    *' --dry_run '*) offered="$common $consistency" ;;
+    *' --approved '* | *' --no_undo '*) offered="$common $consistency $deletion" ;;
+    *' --FORCE_'* | *' --tvr_disk_pool '* | *' --catalog_backup_time '* | *' --max_orphan_share '* | \
+      *' --only '* | *' --except '*)
+      offered="--dry_run $common $consistency $deletion"
       ;;
     *)
       offered="--scan_client_name_case --dry_run $common --repair_client_name_case $repair"
-      offered+=" $consistency --help"
+      offered+=" $consistency $deletion --help"
       ;;
   esac
   # A list of words on purpose.

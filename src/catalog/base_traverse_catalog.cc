@@ -24,6 +24,14 @@ BaseTraverseCatalog::~BaseTraverseCatalog() = default;
 
 void BaseTraverseCatalog::summarize_impl() {}
 
+bool BaseTraverseCatalog::wants(const fs::path& /*policy_dir*/) const {
+  return true;
+}
+
+std::vector<std::string> BaseTraverseCatalog::closing_lines() const {
+  return {};
+}
+
 bool BaseTraverseCatalog::traverse() {
   m_root = WalkRoot(m_metadata_dir);
   const bool ran_to_its_end = m_num_threads < 2 ? walk_on_this_thread() : walk_on_workers();
@@ -54,6 +62,10 @@ bool BaseTraverseCatalog::walk_on_workers() {
 }
 
 int BaseTraverseCatalog::visit_and_count(const fs::path& policy_dir) {
+  if (!wants(policy_dir)) {
+    m_totals.add_skipped_dir();
+    return k_status_ok;
+  }
   m_totals.add_dir();
   const int status = visit_dir(policy_dir);
   m_totals.add_done_dir();

@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <string>
+#include <vector>
 
 #include <boost/filesystem/path.hpp>
 #include <boost/shared_ptr.hpp>
@@ -30,6 +31,10 @@ class BaseTraverseCatalog {
                       bool stop_on_error);
   virtual ~BaseTraverseCatalog();
 
+  // Whether the directory is to be visited; the others count as skipped. Called from any thread, also
+  // before the traversal.
+  virtual bool wants(const boost::filesystem::path& policy_dir) const;
+
   // Processes one policy directory. Returns 0 for success. Reports what goes wrong inside the
   // directory; what it throws ends the walk.
   virtual int visit_dir(const boost::filesystem::path& policy_dir) = 0;
@@ -41,10 +46,13 @@ class BaseTraverseCatalog {
   // any thread.
   virtual std::string findings() const = 0;
 
+  // What the end of the run says after the counts, each a line without its end.
+  virtual std::vector<std::string> closing_lines() const;
+
   BaseTraverseCatalog(const BaseTraverseCatalog&) = delete;
   BaseTraverseCatalog& operator=(const BaseTraverseCatalog&) = delete;
 
-  // Visits every policy directory. True when the walk ran to its end and no directory failed; false
+  // Visits every policy directory that is wanted. True when the walk ran to its end and no directory failed; false
   // too when a signal asked the run to stop, however far it had come.
   // Errors: what the walk or visit_dir threw, rethrown on this thread when every worker has ended;
   //   WalkRootChanged.
@@ -53,7 +61,7 @@ class BaseTraverseCatalog {
   // Whether the last traversal saw all directories, failed ones among them.
   bool reached_end() const { return m_reached_end; }
 
-  // Visits one directory and counts it; for the traversal's own use.
+  // Visits one directory, if it is wanted, and counts it; for the traversal's own use.
   int visit_and_count(const boost::filesystem::path& policy_dir);
 
   const boost::filesystem::path& metadata_dir() const { return m_metadata_dir; }

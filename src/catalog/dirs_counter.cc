@@ -14,7 +14,7 @@ void DirsCounter::count_until(const std::function<bool()>& enough) {
         m_total = m_count;
         return;
       }
-      ++m_count;
+      if (m_wanted(m_walk->dereference())) ++m_count;
       m_walk->do_increment(true);
     }
   } catch (const std::exception&) {

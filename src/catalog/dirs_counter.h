@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <utility>
 
 #include <boost/filesystem/path.hpp>
 
@@ -17,7 +18,11 @@ namespace catalog {
 // Errors: none; a catalog that cannot be walked is never counted.
 class DirsCounter {
  public:
-  explicit DirsCounter(const boost::filesystem::path& root) : m_root(root) {}
+  using Wanted = std::function<bool(const boost::filesystem::path&)>;
+
+  // Counts those that are wanted.
+  DirsCounter(const boost::filesystem::path& root, Wanted wanted)
+      : m_root(root), m_wanted(std::move(wanted)) {}
 
   // Goes on with the walk, until its end or until `enough`, which is asked at each directory.
   void count_until(const std::function<bool()>& enough);
@@ -27,6 +32,7 @@ class DirsCounter {
 
  private:
   const boost::filesystem::path m_root;
+  const Wanted m_wanted;
   std::optional<DirsIterator> m_walk;  // none before it was begun
   std::uint64_t m_count = 0;
   std::optional<std::uint64_t> m_total;

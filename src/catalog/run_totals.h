@@ -18,6 +18,7 @@ class RunTotals {
   void add_dir() { ++m_dirs; }
   void add_done_dir() { ++m_done_dirs; }
   void add_failed_dir() { ++m_failed_dirs; }
+  void add_skipped_dir() { ++m_skipped_dirs; }  // which is none of the others
   void add(const record::DirCounts& counts) {
     for (std::size_t i = 0; i < m_counts.size(); ++i)
       m_counts[i] += counts.*record::k_counts[i].value;
@@ -26,6 +27,7 @@ class RunTotals {
   std::uint64_t dirs() const { return m_dirs; }
   std::uint64_t done_dirs() const { return m_done_dirs; }  // those in hand left out
   std::uint64_t failed_dirs() const { return m_failed_dirs; }
+  std::uint64_t skipped_dirs() const { return m_skipped_dirs; }
   record::DirCounts counts() const {
     record::DirCounts counts;
     for (std::size_t i = 0; i < m_counts.size(); ++i)
@@ -37,6 +39,7 @@ class RunTotals {
   std::atomic<std::uint64_t> m_dirs{0};
   std::atomic<std::uint64_t> m_done_dirs{0};
   std::atomic<std::uint64_t> m_failed_dirs{0};
+  std::atomic<std::uint64_t> m_skipped_dirs{0};
   std::array<std::atomic<std::uint64_t>, record::k_counts.size()> m_counts{};
 };
 

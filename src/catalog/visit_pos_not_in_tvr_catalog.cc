@@ -4,6 +4,7 @@
 
 #include <boost/scope_exit.hpp>
 
+#include "catalog/approved_orphans.h"
 #include "catalog/podb/delete_orphan_pos.h"
 #include "catalog/podb/print_orphan_pos.h"
 #include "dct/log_file.h"
@@ -57,6 +58,12 @@ VisitPOsNotInTVRCatalog<V>::VisitPOsNotInTVRCatalog(const fs::path& log_director
 }
 
 template <class V>
+bool VisitPOsNotInTVRCatalog<V>::wants(const fs::path& policy_dir) const {
+  return m_limits.filter.wants(policy_dir.parent_path().filename().string(),
+                               policy_dir.filename().string());
+}
+
+template <class V>
 int VisitPOsNotInTVRCatalog<V>::visit_dir(const fs::path& policy_dir) {
   record::Directory directory = directory_of(policy_dir);
   const auto work = [&] {
@@ -77,14 +84,36 @@ int VisitPOsNotInTVRCatalog<V>::visit_dir(const fs::path& policy_dir) {
 template <class V>
 void VisitPOsNotInTVRCatalog<V>::compare_dir(const fs::path& policy_dir,
                                              record::Directory& directory) {
+  const ApprovedOrphans::Directory* approved = nullptr;
+  if (m_limits.approved != nullptr) {
+    approved = &m_limits.approved->of(directory);
+    m_approved_copies_of_visited_dirs += approved->size();
+  }
   V visitor(policy_dir, *m_findings, directory, m_admincmd_dir, m_disk_pool, V::access);
   if (!visitor.has_database()) require_same_root();
   // Before anything is deleted, while there is time to stop; the totals count them all.
   if (directory.counts.future_copies != 0) m_findings->future_copies(policy_dir);
   visitor.set_catalog_backup_time(m_catalog_backup_time);
   visitor.set_saves_pos(m_saves_pos);
+  if (approved != nullptr) visitor.set_approved(*approved);
   compare(visitor);
+  require_few_orphans(visitor);
   visitor.visit_image_copies_not_in_TV_impl();
+  note_visited(visitor);
+}
+
+// A directory with too many has been compared all the same: what it misses is reported already.
+template <class V>
+void VisitPOsNotInTVRCatalog<V>::require_few_orphans(const V& visitor) {
+  if (!m_limits.max_orphan_share) return;
+  const std::string excess = visitor.excess_of_orphans(*m_limits.max_orphan_share);
+  if (excess.empty()) return;
+  note_visited(visitor);
+  throw Cr_ErrnoException(k_status_over_limit, excess);
+}
+
+template <class V>
+void VisitPOsNotInTVRCatalog<V>::note_visited(const V& visitor) {
   const boost::lock_guard<boost::mutex> guard(m_mutex);
   m_visited_pairs.push_back(pair_text(visitor.client(), visitor.policy()));
 }
@@ -101,11 +130,43 @@ std::string VisitPOsNotInTVRCatalog<V>::findings() const {
 }
 
 template <class V>
+std::vector<std::string> VisitPOsNotInTVRCatalog<V>::closing_lines() const {
+  std::vector<std::string> lines;
+  if (!m_limits.filter.wants_all()) {
+    lines.push_back(std::to_string(totals().skipped_dirs()) + " policy directories skipped");
+  }
+  if (m_limits.approved != nullptr) {
+    const record::DirCounts counts = totals().counts();
+    lines.push_back(number_of(counts, &record::DirCounts::unapproved_copies) + ", " +
+                    number_of(counts, &record::DirCounts::absent_copies));
+  }
+  return lines;
+}
+
+template <class V>
 void VisitPOsNotInTVRCatalog<V>::summarize_impl() {
+  if (m_limits.approved != nullptr && reached_end()) count_copies_of_absent_dirs();
   (void)record::run_record().commit();  // the listing may take long
   if (!util::interrupted()) list_unvisited_pairs();
   if (util::interrupted()) InfoA("the listing of missing images was left out or cut short");
   BaseTraverseCatalog::summarize_impl();
+}
+
+// Of a directory that failed nobody knows whether its copies are still orphans; of one that is gone
+// there is no copy.
+template <class V>
+void VisitPOsNotInTVRCatalog<V>::count_copies_of_absent_dirs() {
+  record::DirCounts counts;
+  counts.absent_copies =
+      m_limits.approved->count(m_limits.filter) - m_approved_copies_of_visited_dirs;
+  totals_to_add_to().add(counts);
+}
+
+template <class V>
+bool VisitPOsNotInTVRCatalog<V>::is_to_be_listed(const std::set<std::string>& visited,
+                                                 const std::string& client,
+                                                 const std::string& policy) const {
+  return visited.count(pair_text(client, policy)) == 0 && m_limits.filter.wants(client, policy);
 }
 
 template <class V>
@@ -117,7 +178,7 @@ void VisitPOsNotInTVRCatalog<V>::list_unvisited_pairs() {
     totals_to_add_to().add(counts);
   };
   record::MissingCopy missing;
-  bool is_visited = false;
+  bool is_listed = false;
   const TVRImageIterator end;
   TVRImageIterator image(m_admincmd_dir, m_disk_pool,
                          podb::listing_hours_ago(m_catalog_backup_time));
@@ -126,9 +187,9 @@ void VisitPOsNotInTVRCatalog<V>::list_unvisited_pairs() {
     if (image->client_name != missing.client || image->policy_name != missing.policy) {
       missing.client = image->client_name;
       missing.policy = image->policy_name;
-      is_visited = visited.count(pair_text(missing.client, missing.policy)) != 0;
+      is_listed = is_to_be_listed(visited, missing.client, missing.policy);
     }
-    if (is_visited) continue;
+    if (!is_listed) continue;
     missing.backup_time = image->backup_time;
     std::set<std::uint32_t> reported;
     for (const std::uint32_t copy_number : image->copy_numbers) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <set>
@@ -10,6 +11,7 @@
 #include <boost/thread/mutex.hpp>
 
 #include "catalog/base_traverse_catalog.h"
+#include "catalog/consistency_limits.h"
 #include "catalog/findings/consistency_findings.h"
 
 namespace catalog {
@@ -22,7 +24,7 @@ namespace catalog {
 // visitors it is built for are named at the end of the implementation.
 //
 // Threads: as the base; the list of visited pairs has a lock of its own.
-// Ownership: shares its logs.
+// Ownership: shares its logs; refers to what was approved, which must outlive it.
 // Errors: a directory that fails is reported and noted, and the traversal goes on. summarize_impl
 //   throws what the final listing throws.
 template <class V>
@@ -38,24 +40,38 @@ class VisitPOsNotInTVRCatalog : public BaseTraverseCatalog {
   // Whether POs are saved before they are deleted; they are unless told otherwise. Before the traversal.
   void set_saves_pos(bool saves_pos) { m_saves_pos = saves_pos; }
 
+  // Before the traversal.
+  void set_limits(const ConsistencyLimits& limits) { m_limits = limits; }
+
+  bool wants(const boost::filesystem::path& policy_dir) const override;
+
   // 0 also for a failed directory, which does not end the walk. A deletion without a record does.
   int visit_dir(const boost::filesystem::path& policy_dir) override;
 
-  // The final listing. Left out when a signal stopped the traversal: every directory that was not
-  // visited would be reported as missing.
+  // Counts what was approved of directories that are gone. Then the final listing, which is left out
+  // when a signal stopped the traversal: every directory that was not visited would be reported as
+  // missing.
   void summarize_impl() override;
 
   std::string findings() const override;
+  std::vector<std::string> closing_lines() const override;
 
  private:
   void compare_dir(const boost::filesystem::path& policy_dir, record::Directory& directory);
+  void require_few_orphans(const V& visitor);
+  void note_visited(const V& visitor);
+  void count_copies_of_absent_dirs();
   void list_unvisited_pairs();
+  bool is_to_be_listed(const std::set<std::string>& visited, const std::string& client,
+                       const std::string& policy) const;
   std::set<std::string> visited_pairs();
 
   const boost::filesystem::path m_admincmd_dir;
   const std::string m_disk_pool;
   const std::int64_t m_catalog_backup_time;
   bool m_saves_pos = true;
+  ConsistencyLimits m_limits;
+  std::atomic<std::uint64_t> m_approved_copies_of_visited_dirs{0};
   boost::shared_ptr<dct::util::LogFile> m_missing_images_log;
   std::unique_ptr<ConsistencyFindings> m_findings;
   std::vector<std::string> m_visited_pairs BOOST_THREAD_GUARDED_BY(m_mutex);

@@ -50,6 +50,11 @@ void store(const OptDescriptor& /*option*/, const std::string& text, const char*
   variable = texts.emplace_back(text).c_str();
 }
 
+void store(const OptDescriptor& /*option*/, const std::string& text,
+           std::vector<std::string>& texts) {
+  texts.push_back(text);
+}
+
 void store(const OptDescriptor& option, const std::string& text) {
   std::visit([&](auto* variable) { store(option, text, *variable); }, option.variable);
 }

@@ -3,12 +3,14 @@
 #include <cstdint>
 #include <string>
 #include <variant>
+#include <vector>
 
 // The variable that receives an option's value; its type is the kind of the option.
 using OptVariable = std::variant<bool*,          // a flag: true when given
                                  std::int32_t*,  // an integer
                                  std::int64_t*,  // a time in seconds since the epoch
-                                 const char**>;  // text that lives until the process ends
+                                 const char**,   // text that lives until the process ends
+                                 std::vector<std::string>*>;  // one text for each time it is given
 
 // One command-line option. `letter` may be 0, `default_text` null.
 struct OptDescriptor {

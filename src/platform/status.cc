@@ -34,6 +34,7 @@ constexpr std::pair<cr_status_t, const char*> k_status_texts[] = {
     {k_status_db_write_ahead_log, "database has a write-ahead log"},
     {k_status_record_lost, "the record of the run could not be written"},
     {k_status_interrupted, "interrupted by a signal"},
+    {k_status_over_limit, "over the limit"},
 };
 
 }  // namespace

@@ -38,6 +38,7 @@ constexpr cr_status_t k_status_db_write_ahead_log = 211;
 
 constexpr cr_status_t k_status_record_lost = 220;
 constexpr cr_status_t k_status_interrupted = 221;
+constexpr cr_status_t k_status_over_limit = 222;
 
 // A short text for a status, without brackets or a line end. Any value is accepted.
 // Threads: may be called from any thread.

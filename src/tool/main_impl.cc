@@ -22,6 +22,7 @@
 #include "tool/exit_status.h"
 #include "tool/modes.h"
 #include "tool/option_table.h"
+#include "tool/options_go_together.h"
 #include "tool/usage.h"
 #include "util/file_lock.h"
 #include "util/interrupt.h"
@@ -101,21 +102,6 @@ void log_mode(const char* mode, record::Task task, const StoragePaths& storage) 
   InfoA("storage root " + storage.root.string() + ", catalog " + storage.catalog.string() +
         ", host " + host_name());
   record::run_record().note([task](record::Run& run) { run.task = task; });
-}
-
-bool options_go_together() {
-  if (opt_scan) return true;
-  if (opt_force && !opt_repair) {
-    dct::report_error(std::string("The --force option requires the --") + o_repair.long_name +
-                      " option\n");
-    return false;
-  }
-  if (opt_repair && opt_dry_run) {
-    dct::report_error(std::string("The --") + o_dry_run.long_name +
-                      " option cannot be used with the --" + o_repair.long_name + " option\n");
-    return false;
-  }
-  return true;
 }
 
 // What the flags ask for; the first that applies wins.

@@ -1,5 +1,6 @@
 #include "tool/modes.h"
 
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -15,6 +16,7 @@
 #include "platform/reports.h"
 #include "platform/run_log.h"
 #include "record/run_record.h"
+#include "tool/approval.h"
 #include "tool/catalog_aside.h"
 #include "tool/exit_status.h"
 #include "tool/option_table.h"
@@ -63,34 +65,48 @@ void log_what_is_listed(const std::string& disk_pool) {
   record::run_record().note([&](record::Run& run) {
     run.disk_pool = disk_pool;
     run.listing_hours = static_cast<std::int64_t>(hours);
+    run.catalog_backup_time = opt_catalog_backup_time;
   });
 }
 
 template <class V>
 bool compare(const StoragePaths& storage, const fs::path& admincmd_dir,
-             const std::string& disk_pool) {
-  const boost::scoped_ptr<catalog::BaseTraverseCatalog> task(
+             const std::string& disk_pool, const catalog::ConsistencyLimits& limits) {
+  const boost::scoped_ptr<catalog::VisitPOsNotInTVRCatalog<V>> task(
       new catalog::VisitPOsNotInTVRCatalog<V>(storage.log_dir, storage.catalog, thread_count(),
                                               true, admincmd_dir, disk_pool,
                                               opt_catalog_backup_time));
+  task->set_limits(limits);
+  task->set_saves_pos(!opt_no_undo);
   return run_task(*task);
 }
 
 // A deletion is undone with its record.
 bool record_is_kept() {
   using record::run_record;
-  run_record().note([](record::Run& run) { run.undo = record::Undo::saved; });
+  if (opt_no_undo) InfoA("nothing is saved (--no_undo): this deletion cannot be undone");
+  run_record().note(
+      [](record::Run& run) { run.undo = opt_no_undo ? record::Undo::off : record::Undo::saved; });
   if (run_record().sync_commits(record::RunRecord::WhenLost::run_stops)) return true;
   dct::report_error("Refusing to delete anything without a record of the run.\n");
   return false;
 }
 
+catalog::ConsistencyLimits limits_given() {
+  catalog::ConsistencyLimits limits;
+  if (opt_max_orphan_share >= 0) {
+    limits.max_orphan_share = static_cast<std::uint32_t>(opt_max_orphan_share);
+  }
+  limits.filter = catalog::DirFilter(opt_only, opt_except);
+  return limits;
+}
+
 // With the services stopped; they are asked for again whatever happens.
 bool delete_orphans(const StoragePaths& storage, const fs::path& admincmd_dir,
-                    const std::string& disk_pool) {
+                    const std::string& disk_pool, const catalog::ConsistencyLimits& limits) {
   bool done = false;
   try {
-    done = compare<catalog::podb::DeleteOrphanPOs>(storage, admincmd_dir, disk_pool);
+    done = compare<catalog::podb::DeleteOrphanPOs>(storage, admincmd_dir, disk_pool, limits);
   } catch (...) {
     StartServices(opt_tvr_location);
     throw;
@@ -125,12 +141,19 @@ int consistency_mode(const StoragePaths& storage) {
   const std::string disk_pool = disk_pool_name(admincmd_dir);
   if (disk_pool.empty()) return k_exit_failure;
   log_what_is_listed(disk_pool);
+  catalog::ConsistencyLimits limits = limits_given();
   bool done = false;
   if (opt_dry_run) {
-    done = compare<catalog::podb::PrintOrphanPOs>(storage, admincmd_dir, disk_pool);
+    done = compare<catalog::podb::PrintOrphanPOs>(storage, admincmd_dir, disk_pool, limits);
   } else {
+    std::unique_ptr<const catalog::ApprovedOrphans> approved;
+    if (opt_approved != nullptr) {
+      approved = read_approval(storage, disk_pool);
+      if (!approved) return k_exit_failure;
+      limits.approved = approved.get();
+    }
     if (!record_is_kept() || !StopServices(opt_tvr_location)) return k_exit_failure;
-    done = delete_orphans(storage, admincmd_dir, disk_pool);
+    done = delete_orphans(storage, admincmd_dir, disk_pool, limits);
   }
   if (!done) return k_exit_failure;
   platform::print("mdfixup finished successfully.\n");

@@ -3,6 +3,9 @@
 #include <ctime>
 #include <iostream>
 
+#include "catalog/dir_filter.h"
+#include "platform/one_line.h"
+
 std::string progname;
 
 bool opt_cleanup = false;
@@ -16,17 +19,20 @@ std::int64_t opt_catalog_backup_time = 0;
 std::int32_t opt_num_threads = 1;
 const char* opt_tvr_location = nullptr;
 const char* opt_tvr_disk_pool = nullptr;
+const char* opt_approved = nullptr;
+std::int32_t opt_max_orphan_share = -1;
+std::vector<std::string> opt_only;
+std::vector<std::string> opt_except;
+bool opt_no_undo = false;
 bool opt_help = false;
 
 namespace {
 
 constexpr const char* GLOBAL_def_tvr_loc = "/usr/quorv";
 constexpr std::int32_t k_most_threads = 1024;
+constexpr std::int32_t k_most_percent = 100;
 
 const OptDescriptor o_cleanup{0, "cleanup_case_work_space", "false", &opt_cleanup};
-const OptDescriptor o_scan{0, "scan_client_name_case", "false", &opt_scan};
-const OptDescriptor o_force{0, "force", "false", &opt_force};
-const OptDescriptor o_catalog_DR{0, "FORCE_DEDUPE_METADATA_CONSISTENCY", "false", &opt_catalog_DR};
 const OptDescriptor o_pendimport_consistency{0, "FORCE_CONSISTENCY_ALL_IMAGE", "false",
                                              &opt_pendimport_consistency};
 const OptDescriptor o_catalog_backup_time{0, "catalog_backup_time", "0", &opt_catalog_backup_time};
@@ -37,8 +43,16 @@ const OptDescriptor o_help{'h', "help", "false", &opt_help};
 
 }  // namespace
 
+const OptDescriptor o_scan{0, "scan_client_name_case", "false", &opt_scan};
+const OptDescriptor o_force{0, "force", "false", &opt_force};
+const OptDescriptor o_catalog_DR{0, "FORCE_DEDUPE_METADATA_CONSISTENCY", "false", &opt_catalog_DR};
 const OptDescriptor o_repair{0, "repair_client_name_case", "false", &opt_repair};
 const OptDescriptor o_dry_run{0, "dry_run", "false", &opt_dry_run};
+const OptDescriptor o_approved{0, "approved", nullptr, &opt_approved};
+const OptDescriptor o_max_orphan_share{0, "max_orphan_share", nullptr, &opt_max_orphan_share};
+const OptDescriptor o_only{0, "only", nullptr, &opt_only};
+const OptDescriptor o_except{0, "except", nullptr, &opt_except};
+const OptDescriptor o_no_undo{0, "no_undo", "false", &opt_no_undo};
 
 namespace {
 
@@ -53,6 +67,11 @@ const OptDescriptor* const options[] = {&o_cleanup,
                                         &o_num_threads,
                                         &o_tvr_location,
                                         &o_tvr_disk_pool,
+                                        &o_approved,
+                                        &o_max_orphan_share,
+                                        &o_only,
+                                        &o_except,
+                                        &o_no_undo,
                                         &o_help,
                                         nullptr};
 
@@ -64,6 +83,16 @@ bool within(const OptDescriptor& option, std::int64_t value, std::int64_t most) 
   return false;
 }
 
+bool names_directories(const OptDescriptor& option, const std::vector<std::string>& texts) {
+  for (const std::string& text : texts) {
+    if (catalog::DirFilter::is_name(text)) continue;
+    std::cerr << progname << ": the argument ('" << platform::on_one_line(text)
+              << "') for option '--" << option.long_name << "' is not CLIENT or CLIENT/POLICY\n";
+    return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 const OptDescriptor* const* option_table() {
@@ -73,5 +102,7 @@ const OptDescriptor* const* option_table() {
 bool parse_options(int argc, char** argv) {
   return opt_parse(options, argc, argv) == 0 &&
          within(o_num_threads, opt_num_threads, k_most_threads) &&
-         within(o_catalog_backup_time, opt_catalog_backup_time, std::time(nullptr));
+         within(o_catalog_backup_time, opt_catalog_backup_time, std::time(nullptr)) &&
+         within(o_max_orphan_share, opt_max_orphan_share, k_most_percent) &&
+         names_directories(o_only, opt_only) && names_directories(o_except, opt_except);
 }

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "platform/options.h"
 
@@ -18,11 +19,24 @@ extern bool opt_pendimport_consistency;
 extern std::int64_t opt_catalog_backup_time;  // seconds since the epoch, 0 when not given
 extern std::int32_t opt_num_threads;
 extern const char* opt_tvr_location;
-extern const char* opt_tvr_disk_pool;  // null when not given
+extern const char* opt_tvr_disk_pool;      // null when not given
+extern const char* opt_approved;           // null when not given
+extern std::int32_t opt_max_orphan_share;  // percent; below 0 when not given
+extern std::vector<std::string> opt_only;
+extern std::vector<std::string> opt_except;
+extern bool opt_no_undo;
 extern bool opt_help;
 
+extern const OptDescriptor o_scan;
 extern const OptDescriptor o_repair;
+extern const OptDescriptor o_force;
+extern const OptDescriptor o_catalog_DR;
 extern const OptDescriptor o_dry_run;
+extern const OptDescriptor o_approved;
+extern const OptDescriptor o_max_orphan_share;
+extern const OptDescriptor o_only;
+extern const OptDescriptor o_except;
+extern const OptDescriptor o_no_undo;
 
 // All options, NULL-terminated.
 const OptDescriptor* const* option_table();

@@ -32,7 +32,8 @@ void log_summary(const catalog::RunTotals& totals, Duration time) {
 void log_warnings(const catalog::BaseTraverseCatalog& task) {
   const record::DirCounts counts = task.totals().counts();
   if (task.reached_end() && task.totals().dirs() == 0) {
-    WarningA("no policy directory was found in the catalog");
+    WarningA(task.totals().skipped_dirs() == 0 ? "no policy directory was found in the catalog"
+                                               : "all policy directories were skipped");
   }
   if (counts.other_copies_pos != 0) {
     WarningA("the deletion takes POs of other copies than those named; the task's log lists them");
@@ -47,6 +48,10 @@ void log_warnings(const catalog::BaseTraverseCatalog& task) {
   }
 }
 
+void log_closing_lines(const catalog::BaseTraverseCatalog& task) {
+  for (const std::string& line : task.closing_lines()) InfoA(line);
+}
+
 // The end of what an operator has watched.
 void show_totals(const catalog::BaseTraverseCatalog& task, Duration time) {
   const std::string findings = task.findings();
@@ -55,12 +60,14 @@ void show_totals(const catalog::BaseTraverseCatalog& task, Duration time) {
                           " failed" + (findings.empty() ? "" : ", " + findings) + ", " +
                           with_milliseconds(time) + " s" +
                           (util::interrupted() ? "; interrupted" : "") + "\n");
+  for (const std::string& line : task.closing_lines()) platform::tell_terminal(line + "\n");
 }
 
 void report_totals(const catalog::BaseTraverseCatalog& task, Duration time) noexcept {
   try {
     log_summary(task.totals(), time);
     catalog::store_totals(task.totals());
+    log_closing_lines(task);
     log_warnings(task);
     show_totals(task, time);
   } catch (const std::exception&) {

@@ -12,18 +12,22 @@ TEST(Progress, LineOnTheTerminalLeavesNothingBehind) {
     for (const std::string client : {"hosta", "hostb", "hostc"})
       scene.put(client, "p", {client + "_1600000000_C1_F1.img", client + "_1600000001_C1_F1.img"});
     support::write_text(scene.storage().policy_dir("broken", "p") / "po.db", "no database");
-    support::OnTerminal run(scene.command(dry_run_on(threads)), scene.environment());
+    scene.put("hostd", "p", {});
+    Words words = dry_run_on(threads);
+    words.insert(words.end(), {"--except", "hostd"});
+    support::OnTerminal run(scene.command(words), scene.environment());
     scene.await_pause();
     run.await(" of 4 directories, ");
     run.await(" orphan copies");
     scene.go_on();
     EXPECT_EQ(run.wait(), 1);
-    const Ended plain = scene.run(dry_run_on(threads));
+    const Ended plain = scene.run(words);
     for (const char* begin : {"{", "ERROR"}) {
       EXPECT_EQ(lines_beginning(run.screen(), begin),
                 lines_beginning(plain.out + plain.err, begin));
     }
     expect_parts(run.screen(), {"\nTotal: 4 policy directories, 1 failed, 6 orphan copies, 0 mi",
+                                "\n1 policy directories skipped\n",
                                 "copies in the metadata: is it the right disk pool?\n"});
     EXPECT_FALSE(contains(run.screen(), " of 4 directories")) << run.screen();
     EXPECT_FALSE(contains(plain.out + plain.err, "\033"));

@@ -98,6 +98,13 @@ std::string ConsistencyFindings::not_deleted(record::Directory& directory,
   return error;
 }
 
+void ConsistencyFindings::not_approved(record::Directory& directory, const record::Orphan& orphan) {
+  record::Orphan left = orphan;
+  left.other_copies.clear();  // a record lists those that went along
+  run_record().add(directory, left);
+  write_to_log("Not approved, left: " + text_of(directory, orphan));
+}
+
 void ConsistencyFindings::took_others(const record::Directory& directory,
                                       const record::Orphan& orphan, std::uint64_t taken_pos) const {
   WarningA("the deletion took " + std::to_string(taken_pos) + " POs instead of " +

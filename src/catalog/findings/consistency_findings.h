@@ -41,6 +41,9 @@ class ConsistencyFindings : public Findings {
   void deleted(record::Directory& directory, const record::Orphan& orphan);
   std::string not_deleted(record::Directory& directory, const record::Orphan& orphan);
 
+  // An orphan that a deletion leaves, since nobody has approved what it would take.
+  void not_approved(record::Directory& directory, const record::Orphan& orphan);
+
   // The deletion took another number of POs than was found.
   void took_others(const record::Directory& directory, const record::Orphan& orphan,
                    std::uint64_t taken_pos) const;

@@ -45,6 +45,7 @@ void store_totals(const RunTotals& totals) {
   run_record().note([&](record::Run& run) {
     run.dirs = totals.dirs();
     run.failed_dirs = totals.failed_dirs();
+    run.skipped_dirs = totals.skipped_dirs();
     run.counts = totals.counts();
   });
 }

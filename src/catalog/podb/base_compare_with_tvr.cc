@@ -82,14 +82,55 @@ std::string BaseCompareWithTVR::text_of(const record::DirCounts& counts) {
          number_of(counts, &record::DirCounts::missing_copies);
 }
 
+std::string BaseCompareWithTVR::excess_of_orphans(std::uint32_t most_percent) const {
+  constexpr std::uint64_t k_all_percent = 100;
+  const std::uint64_t orphans = image_copies().size();
+  if (orphans * k_all_percent <= tally().copies * most_percent) return "";
+  return std::to_string(orphans) + " of " + std::to_string(tally().copies) +
+         " copies are orphans, more than " + std::to_string(most_percent) + " percent";
+}
+
 void BaseCompareWithTVR::visit_image_copies_not_in_TV_impl() {
+  if (m_approved != nullptr) count_absent_copies();
   if (image_copies().size() == 0) return;
   if (image_copies().size() == tally().copies) findings().none_listed(policy_path());
   find_takings();
+  if (m_approved != nullptr) leave_unapproved();
   image_copies().for_each([this](const details::numbers& orphan) {
     ++tally().orphan_copies;
     visit_one_image_copy(orphan.backup_time, orphan.copy_number);
   });
+}
+
+void BaseCompareWithTVR::count_absent_copies() {
+  std::uint64_t absent = m_approved->size();
+  image_copies().for_each([&](const details::numbers& copy) {
+    if (m_approved->lists(copy.backup_time, copy.copy_number)) --absent;
+  });
+  tally().absent_copies = absent;
+}
+
+// What an orphan takes depends on those before it: a PO counts for the first statement that takes it.
+// So those that stay may leave others with more POs than were announced, and these are looked at anew.
+// That ends soon: the statements that take one PO are of copies whose numbers begin like its own.
+void BaseCompareWithTVR::leave_unapproved() {
+  std::map<details::numbers, record::Orphan> left;
+  std::size_t left_before = 0;
+  do {
+    left_before = left.size();
+    image_copies().for_each([&](const details::numbers& copy) {
+      const record::Orphan& orphan = m_takings.of(copy);
+      if (!m_approved->allows(orphan)) left.emplace(copy, orphan);
+    });
+    if (left.size() == left_before) break;
+    for (const auto& [copy, orphan] : left) take_out(copy);
+    find_takings();
+  } while (image_copies().size() != 0);
+  for (const auto& [copy, orphan] : left) {
+    ++tally().orphan_copies;
+    ++tally().unapproved_copies;
+    findings().not_approved(directory(), orphan);
+  }
 }
 
 // What is taken is found even where pages that hold sizes are damaged: the deletion may not need them.

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "catalog/approved_orphans.h"
 #include "catalog/podb/basename_time_and_copy_set.h"
 #include "catalog/podb/deletion_takings.h"
 
@@ -27,7 +28,12 @@ class BaseCompareWithTVR : public BasenameTimeAndCopySet {
   // Errors: what the listing throws. What the set holds then is not known to be orphaned.
   virtual void compare_metadata_impl();
 
-  // Hands each orphan, in ascending order, to visit_one_image_copy.
+  // What is said of more orphans than `most_percent` of the directory's copies; empty if there are not
+  // more. After the comparison.
+  std::string excess_of_orphans(std::uint32_t most_percent) const;
+
+  // Hands each orphan, in ascending order, to visit_one_image_copy. Those that may not be taken are
+  // reported before, and left.
   // Errors: Cr_ErrnoException when the database cannot be read any more; nothing was handed on then.
   virtual void visit_image_copies_not_in_TV_impl();
 
@@ -48,6 +54,9 @@ class BaseCompareWithTVR : public BasenameTimeAndCopySet {
 
   void set_catalog_backup_time(std::int64_t seconds) { m_catalog_backup_time = seconds; }
 
+  // What of the directory may be taken; without it, each orphan. It must outlive the visitor.
+  void set_approved(const ApprovedOrphans::Directory& approved) { m_approved = &approved; }
+
  protected:
   // The orphan that is being visited, with what its deletion statement takes.
   const record::Orphan& orphan(std::int64_t backup_time, std::uint32_t copy_number) const;
@@ -58,6 +67,8 @@ class BaseCompareWithTVR : public BasenameTimeAndCopySet {
   void count_taken(const record::Orphan& orphan) const;
 
  private:
+  void count_absent_copies();
+  void leave_unapproved();
   void find_takings();
   cr_status_t find_takings(bool with_sizes);
   void compare_image(std::int64_t backup_time, std::map<std::uint32_t, bool>& copies);
@@ -69,6 +80,7 @@ class BaseCompareWithTVR : public BasenameTimeAndCopySet {
   const DeletionTakings::Rows m_rows;  // whoever may write deletes
   bool m_saves_pos = true;
   DeletionTakings m_takings;
+  const ApprovedOrphans::Directory* m_approved = nullptr;
 };
 
 }  // namespace catalog::podb

@@ -32,6 +32,7 @@ class BasenameTimeAndCopySet : public BaseVisitPODB {
 
  protected:
   const CopySet& image_copies() const { return m_image_copies; }
+  void take_out(const details::numbers& copy) { m_image_copies.erase(copy); }
   ConsistencyFindings& findings() const { return m_findings; }
 
  private:
