@@ -32,7 +32,8 @@ std::string formatted(std::int64_t time, const char* form,
 }  // namespace
 
 std::string name_of(record::Task task) {
-  constexpr const char* k_names[] = {"no task", "case scan", "case repair", "dry run", "deletion"};
+  constexpr const char* k_names[] = {"no task", "case scan", "case repair",
+                                     "dry run", "deletion",  "restore"};
   return k_names[static_cast<int>(task)];
 }
 

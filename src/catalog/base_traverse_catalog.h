@@ -1,11 +1,15 @@
 #pragma once
 
+#include <cstdint>
 #include <exception>
+#include <memory>
+#include <optional>
 #include <string>
 
 #include <boost/filesystem/path.hpp>
 #include <boost/shared_ptr.hpp>
 
+#include "catalog/dirs_source.h"
 #include "catalog/run_totals.h"
 #include "catalog/walk_root.h"
 #include "platform/status.h"
@@ -40,6 +44,13 @@ class BaseTraverseCatalog {
   // What was found so far, in the words of the task: "3 collisions, 5 of another kind". Called from
   // any thread.
   virtual std::string findings() const = 0;
+
+  // The directories to visit, from the first; this one walks the catalog.
+  // Errors: filesystem_error when it cannot be read.
+  virtual std::unique_ptr<DirsSource> open_dirs() const;
+
+  // How many these are, if it is known without a walk.
+  virtual std::optional<std::uint64_t> number_of_dirs() const { return std::nullopt; }
 
   BaseTraverseCatalog(const BaseTraverseCatalog&) = delete;
   BaseTraverseCatalog& operator=(const BaseTraverseCatalog&) = delete;

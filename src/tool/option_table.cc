@@ -30,15 +30,15 @@ const OptDescriptor o_catalog_DR{0, "FORCE_DEDUPE_METADATA_CONSISTENCY", "false"
 const OptDescriptor o_pendimport_consistency{0, "FORCE_CONSISTENCY_ALL_IMAGE", "false",
                                              &opt_pendimport_consistency};
 const OptDescriptor o_catalog_backup_time{0, "catalog_backup_time", "0", &opt_catalog_backup_time};
-const OptDescriptor o_num_threads{0, "num_threads", "1", &opt_num_threads};
-const OptDescriptor o_tvr_location{0, "tvr_location", GLOBAL_def_tvr_loc, &opt_tvr_location};
 const OptDescriptor o_tvr_disk_pool{0, "tvr_disk_pool", nullptr, &opt_tvr_disk_pool};
-const OptDescriptor o_help{'h', "help", "false", &opt_help};
 
 }  // namespace
 
 const OptDescriptor o_repair{0, "repair_client_name_case", "false", &opt_repair};
 const OptDescriptor o_dry_run{0, "dry_run", "false", &opt_dry_run};
+const OptDescriptor o_num_threads{0, "num_threads", "1", &opt_num_threads};
+const OptDescriptor o_tvr_location{0, "tvr_location", GLOBAL_def_tvr_loc, &opt_tvr_location};
+const OptDescriptor o_help{'h', "help", "false", &opt_help};
 
 namespace {
 
@@ -66,12 +66,15 @@ bool within(const OptDescriptor& option, std::int64_t value, std::int64_t most) 
 
 }  // namespace
 
+bool num_threads_are_in_range() {
+  return within(o_num_threads, opt_num_threads, k_most_threads);
+}
+
 const OptDescriptor* const* option_table() {
   return options;
 }
 
 bool parse_options(int argc, char** argv) {
-  return opt_parse(options, argc, argv) == 0 &&
-         within(o_num_threads, opt_num_threads, k_most_threads) &&
+  return opt_parse(options, argc, argv) == 0 && num_threads_are_in_range() &&
          within(o_catalog_backup_time, opt_catalog_backup_time, std::time(nullptr));
 }

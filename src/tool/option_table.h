@@ -23,9 +23,15 @@ extern bool opt_help;
 
 extern const OptDescriptor o_repair;
 extern const OptDescriptor o_dry_run;
+extern const OptDescriptor o_num_threads;
+extern const OptDescriptor o_tvr_location;
+extern const OptDescriptor o_help;
 
 // All options, NULL-terminated.
 const OptDescriptor* const* option_table();
+
+// Whether as many threads may be asked for. Standard error is told when they may not.
+bool num_threads_are_in_range();
 
 // Sets the variables from the command line. False, after one line on standard error that names what
 // is wrong, when it is rejected.
