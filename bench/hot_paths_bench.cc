@@ -133,28 +133,9 @@ BENCHMARK(MoveOfAGroup)
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
 
-// One orphan's statement in a directory of as many POs.
-void DeletionStatement(benchmark::State& state) {
-  const OneDirectory directory(state.range(0));
-  SQLitePODB database("", directory.policy_dir().string(), SQLitePODB::Access::read_write);
-  std::int64_t time = k_first_time;
-  for (auto _ : state) {
-    const auto status =
-        database.exec_sql(catalog::podb::deletion_statement(k_client, {time++, 1}), nullptr);
-    if (status != k_status_ok || database.changed_rows() != 1) {
-      state.SkipWithError("the copy could not be deleted");
-    }
-  }
-}
-BENCHMARK(DeletionStatement)
-    ->Arg(1000)
-    ->Arg(100000)
-    ->Iterations(200)
-    ->UseRealTime()
-    ->Unit(benchmark::kMillisecond);
-
 // What is found out beforehand for as many orphans in as many POs.
 void TakingsOfAllOrphans(benchmark::State& state) {
+  using catalog::podb::DeletionTakings;
   catalog::podb::CopySet orphans;
   std::vector<std::string> names;
   for (std::int64_t i = 0; i < state.range(0); ++i) {
@@ -162,8 +143,9 @@ void TakingsOfAllOrphans(benchmark::State& state) {
     names.push_back(k_client + "_" + std::to_string(k_first_time + i) + "_C1_F1.img");
   }
   for (auto _ : state) {
-    catalog::podb::DeletionTakings takings(k_client, orphans);
-    for (const std::string& name : names) takings.add(name, 0);
+    DeletionTakings takings(k_client, orphans, DeletionTakings::Rows::kept);
+    for (const std::string& name : names) takings.add({name, 0, 0});
+    takings.finish();
     benchmark::DoNotOptimize(takings);
   }
   state.SetItemsProcessed(state.iterations() * state.range(0));

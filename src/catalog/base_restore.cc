@@ -1,6 +1,5 @@
 #include "catalog/base_restore.h"
 
-#include <cerrno>
 #include <ctime>
 
 #include "dct/filesystem.h"
@@ -57,7 +56,7 @@ std::string BaseRestore::findings() const {
 }
 
 void stop_if_interrupted() {
-  if (util::interrupted()) throw Cr_ErrnoException(EINTR, "it was interrupted");
+  if (util::interrupted()) throw Cr_ErrnoException(k_status_interrupted, "it was interrupted");
 }
 
 }  // namespace catalog

@@ -65,8 +65,12 @@ int VisitPOsNotInTVRCatalog<V>::visit_dir(const fs::path& policy_dir) {
     return k_status_ok;
   };
   return do_or_fail(work, [&](int status, const std::string& why) {
-    m_findings->not_compared(directory, policy_dir, status, why);
-    return k_status_ok;
+    if (status == k_status_interrupted) {
+      m_findings->unfinished(directory, policy_dir, why);
+    } else {
+      m_findings->not_compared(directory, policy_dir, status, why);
+    }
+    return status == k_status_record_lost ? status : k_status_ok;
   });
 }
 
@@ -78,6 +82,7 @@ void VisitPOsNotInTVRCatalog<V>::compare_dir(const fs::path& policy_dir,
   // Before anything is deleted, while there is time to stop; the totals count them all.
   if (directory.counts.future_copies != 0) m_findings->future_copies(policy_dir);
   visitor.set_catalog_backup_time(m_catalog_backup_time);
+  visitor.set_saves_pos(m_saves_pos);
   compare(visitor);
   visitor.visit_image_copies_not_in_TV_impl();
   const boost::lock_guard<boost::mutex> guard(m_mutex);
@@ -97,7 +102,7 @@ std::string VisitPOsNotInTVRCatalog<V>::findings() const {
 
 template <class V>
 void VisitPOsNotInTVRCatalog<V>::summarize_impl() {
-  record::run_record().commit();  // the listing may take long
+  (void)record::run_record().commit();  // the listing may take long
   if (!util::interrupted()) list_unvisited_pairs();
   if (util::interrupted()) InfoA("the listing of missing images was left out or cut short");
   BaseTraverseCatalog::summarize_impl();

@@ -35,7 +35,10 @@ class VisitPOsNotInTVRCatalog : public BaseTraverseCatalog {
                           bool stop_on_error, const boost::filesystem::path& admincmd_dir,
                           const std::string& disk_pool, std::int64_t catalog_backup_time);
 
-  // Always 0: a failed directory does not end the walk.
+  // Whether POs are saved before they are deleted; they are unless told otherwise. Before the traversal.
+  void set_saves_pos(bool saves_pos) { m_saves_pos = saves_pos; }
+
+  // 0 also for a failed directory, which does not end the walk. A deletion without a record does.
   int visit_dir(const boost::filesystem::path& policy_dir) override;
 
   // The final listing. Left out when a signal stopped the traversal: every directory that was not
@@ -52,6 +55,7 @@ class VisitPOsNotInTVRCatalog : public BaseTraverseCatalog {
   const boost::filesystem::path m_admincmd_dir;
   const std::string m_disk_pool;
   const std::int64_t m_catalog_backup_time;
+  bool m_saves_pos = true;
   boost::shared_ptr<dct::util::LogFile> m_missing_images_log;
   std::unique_ptr<ConsistencyFindings> m_findings;
   std::vector<std::string> m_visited_pairs BOOST_THREAD_GUARDED_BY(m_mutex);

@@ -301,10 +301,6 @@ cr_status_t SQLitePODB::exec_sql(const std::string& sql, const BasenameVisitor* 
   });
 }
 
-std::int64_t SQLitePODB::changed_rows() const {
-  return m_database ? m_database->getChanges() : 0;
-}
-
 std::vector<std::string> SQLitePODB::made() const {
   return m_creation ? m_creation->made() : std::vector<std::string>();
 }

@@ -117,9 +117,6 @@ class SQLitePODB {
   // error, and nothing runs then.
   cr_status_t exec_sql(const std::string& sql, const BasenameVisitor* rows);
 
-  // The POs that the last successful exec_sql, put, put_new or remove inserted, changed or deleted.
-  std::int64_t changed_rows() const;
-
   // What was made when it was opened, directories and database, outermost first. Nothing, once a
   // transaction was committed.
   std::vector<std::string> made() const;

@@ -32,6 +32,8 @@ constexpr std::pair<cr_status_t, const char*> k_status_texts[] = {
     {k_status_db_unfinished, "database was left in the middle of a change"},
     {k_status_db_no_such_po, "no such path object"},
     {k_status_db_write_ahead_log, "database has a write-ahead log"},
+    {k_status_record_lost, "the record of the run could not be written"},
+    {k_status_interrupted, "interrupted by a signal"},
 };
 
 }  // namespace

@@ -36,6 +36,9 @@ constexpr cr_status_t k_status_db_unfinished = 209;
 constexpr cr_status_t k_status_db_no_such_po = 210;
 constexpr cr_status_t k_status_db_write_ahead_log = 211;
 
+constexpr cr_status_t k_status_record_lost = 220;
+constexpr cr_status_t k_status_interrupted = 221;
+
 // A short text for a status, without brackets or a line end. Any value is accepted.
 // Threads: may be called from any thread.
 std::string CRStatusToStringA(cr_status_t status);

@@ -70,6 +70,15 @@ bool compare(const StoragePaths& storage, const fs::path& admincmd_dir,
   return run_task(*task);
 }
 
+// A deletion is undone with its record.
+bool record_is_kept() {
+  using record::run_record;
+  run_record().note([](record::Run& run) { run.undo = record::Undo::saved; });
+  if (run_record().sync_commits(record::RunRecord::WhenLost::run_stops)) return true;
+  dct::report_error("Refusing to delete anything without a record of the run.\n");
+  return false;
+}
+
 // With the services stopped; they are asked for again whatever happens.
 bool delete_orphans(const StoragePaths& storage, const fs::path& admincmd_dir,
                     const std::string& disk_pool) {
@@ -114,7 +123,7 @@ int consistency_mode(const StoragePaths& storage) {
   if (opt_dry_run) {
     done = compare<catalog::podb::PrintOrphanPOs>(storage, admincmd_dir, disk_pool);
   } else {
-    if (!StopServices(opt_tvr_location)) return k_exit_failure;
+    if (!record_is_kept() || !StopServices(opt_tvr_location)) return k_exit_failure;
     done = delete_orphans(storage, admincmd_dir, disk_pool);
   }
   if (!done) return k_exit_failure;

@@ -74,7 +74,7 @@ bool is_interrupted() {
 
 void note_catalog_aside(const std::string& where) {
   record::run_record().note([&](record::Run& run) { run.catalog_aside = where; });
-  record::run_record().commit();
+  (void)record::run_record().commit();  // a failure was reported
 }
 
 // What a repair leaves if it ends now.
@@ -205,6 +205,8 @@ int run(const StoragePaths& storage, Left& left) {
   if (!location_can_be_run() || !directories_can_be_renamed(storage)) return k_exit_failure;
   if (!services_are_stopped()) return k_exit_failure;
   left.services_stopped = true;
+  record::run_record().note([](record::Run& run) { run.undo = record::Undo::saved; });
+  (void)record::run_record().sync_commits(record::RunRecord::WhenLost::run_goes_on);
   return Repair(storage, left).run();
 }
 

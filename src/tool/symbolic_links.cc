@@ -94,7 +94,7 @@ Paths note_symbolic_links(const fs::path& catalog) {
   for (const fs::path& link : find_links(catalog)) {
     if (note(catalog, link)) noted.push_back(link.lexically_relative(catalog));
   }
-  record::run_record().commit();
+  (void)record::run_record().commit();
   if (!noted.empty() && platform::reports_were_lost()) {
     throw Cr_ErrnoException(EIO, "the symbolic links could not be noted and were not removed");
   }
@@ -114,7 +114,7 @@ void remove_symbolic_links(const fs::path& dir, const Paths& noted) {
                         " could not be removed\n");
     }
   }
-  record::run_record().commit();
+  (void)record::run_record().commit();
 }
 
 bool any_link_is_gone(const fs::path& dir, const Paths& noted) {

@@ -72,8 +72,11 @@ TEST_F(SQLitePODBTest, RunsExactlyOneStatement) {
   EXPECT_NE(database.get_basenames(names, "1; " + remove), 0);
   for (const std::string& more : {std::string("; x"), std::string(";--"), std::string("\0", 1)})
     EXPECT_NE(database.exec_sql(remove + more, nullptr), 0) << more;
+  EXPECT_EQ(database.get_basenames(names, "1"), 0);
+  EXPECT_EQ(names, Names{"a"}) << "nothing ran before";
   EXPECT_EQ(database.exec_sql(remove + ";\n", nullptr), 0);
-  EXPECT_EQ(database.changed_rows(), 1) << "nothing ran before";
+  EXPECT_EQ(database.get_basenames(names, "1"), 0);
+  EXPECT_EQ(names, Names());
 }
 
 TEST_F(SQLitePODBTest, WhatIsCreatedGoesUnlessSomethingWasStored) {

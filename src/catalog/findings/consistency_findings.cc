@@ -104,6 +104,14 @@ void ConsistencyFindings::took_others(const record::Directory& directory,
            std::to_string(orphan.pos) + " for the image " + text_of(directory, orphan));
 }
 
+void ConsistencyFindings::unfinished(record::Directory& directory, const fs::path& policy_dir,
+                                     const std::string& reason) {
+  report_failed(directory,
+                "ERROR: the deletion in " + as_utf8(policy_dir) + " is not finished: " + reason +
+                    "; the next deletion goes on\n",
+                reason);
+}
+
 void ConsistencyFindings::not_compared(record::Directory& directory, const fs::path& policy_dir,
                                        int status, const std::string& reason) {
   report_failed(

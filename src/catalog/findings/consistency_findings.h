@@ -45,6 +45,10 @@ class ConsistencyFindings : public Findings {
   void took_others(const record::Directory& directory, const record::Orphan& orphan,
                    std::uint64_t taken_pos) const;
 
+  // A signal has stopped the deletion in the directory; it is over.
+  void unfinished(record::Directory& directory, const boost::filesystem::path& policy_dir,
+                  const std::string& reason);
+
   // The directory could not be compared; it is over.
   void not_compared(record::Directory& directory, const boost::filesystem::path& policy_dir,
                     int status, const std::string& reason);

@@ -43,9 +43,15 @@ void RepairFindings::case_issues(const record::Directory& directory) const {
                " has case sensitivity issues.\n");
 }
 
-void RepairFindings::moved(record::Directory& directory, const record::Moved& moved,
-                           const fs::path& from, const fs::path& to) {
-  if (!moved.basenames.empty()) record::run_record().add(directory, moved);
+void RepairFindings::moving(record::Directory& directory, const record::Moved& moved,
+                            const MadeForTarget& made) const {
+  record::run_record().add(directory, moved);
+  for (const record::Made& each : made) record::run_record().add(each);
+  (void)record::run_record().commit();  // without its record the repair goes on
+}
+
+void RepairFindings::moved(const record::Moved& moved, const fs::path& from,
+                           const fs::path& to) const {
   write_to_log("Moved " + std::to_string(moved.basenames.size()) + " POs from " + from.string() +
                " to " + to.string() + "\n");
 }

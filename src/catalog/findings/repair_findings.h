@@ -1,6 +1,8 @@
 #pragma once
 
 #include <atomic>
+#include <string>
+#include <vector>
 
 #include "catalog/findings/findings.h"
 
@@ -28,8 +30,13 @@ class RepairFindings : public Findings {
   // The directory has POs that do not begin with its client's name.
   void case_issues(const record::Directory& directory) const;
 
-  void moved(record::Directory& directory, const record::Moved& moved,
-             const boost::filesystem::path& from, const boost::filesystem::path& to);
+  // Before POs are moved: it is undone with the record.
+  using MadeForTarget = std::vector<record::Made>;
+  void moving(record::Directory& directory, const record::Moved& moved,
+              const MadeForTarget& made) const;
+
+  void moved(const record::Moved& moved, const boost::filesystem::path& from,
+             const boost::filesystem::path& to) const;
 
   // `po` is all that can be said of the PO that stayed.
   void collision(record::Directory& directory, const record::Collision& collision,

@@ -26,7 +26,9 @@ BaseCompareWithTVR::BaseCompareWithTVR(const boost::filesystem::path& policy_dir
                                        const std::string& disk_pool, SQLitePODB::Access access)
     : BasenameTimeAndCopySet(policy_dir, findings, directory, access),
       m_admincmd_dir(admincmd_dir),
-      m_disk_pool(disk_pool) {
+      m_disk_pool(disk_pool),
+      m_rows(access == SQLitePODB::Access::read_write ? DeletionTakings::Rows::kept
+                                                      : DeletionTakings::Rows::counted) {
   const std::string& dir = dct::filesystem::as_utf8(policy_dir);
   findings.started(directory, policy_dir);
   m_missing.client = client();
@@ -103,13 +105,14 @@ void BaseCompareWithTVR::find_takings() {
 cr_status_t BaseCompareWithTVR::find_takings(bool with_sizes) {
   // To go to a place in the index costs as much as to read several POs on the way.
   constexpr std::size_t k_pos_as_cheap_as_a_range = 3;
-  m_takings = DeletionTakings(client(), image_copies());
+  m_takings = DeletionTakings(client(), image_copies(), m_rows);
   const bool few = image_copies().size() * k_pos_as_cheap_as_a_range < tally().pos;
   const std::vector<platform::BasenameRange> all{{"", ""}};
-  // LIKE holds for texts alone, which these are.
-  return podb().get_entries_in(
-      few ? m_takings.ranges() : all, with_sizes,
-      [this](const SQLitePODB::Entry& entry) { m_takings.add(entry.basename, entry.bytes); });
+  const cr_status_t status =
+      podb().get_entries_in(few ? m_takings.ranges() : all, with_sizes,
+                            [this](const SQLitePODB::Entry& po) { m_takings.add(po); });
+  m_takings.finish();
+  return status;
 }
 
 const record::Orphan& BaseCompareWithTVR::orphan(std::int64_t backup_time,

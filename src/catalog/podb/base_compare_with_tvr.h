@@ -43,11 +43,17 @@ class BaseCompareWithTVR : public BasenameTimeAndCopySet {
   // What the counts of a run say was found.
   static std::string text_of(const record::DirCounts& counts);
 
+  // Whether POs are saved before they are deleted; they are unless told otherwise.
+  void set_saves_pos(bool saves_pos) { m_saves_pos = saves_pos; }
+
   void set_catalog_backup_time(std::int64_t seconds) { m_catalog_backup_time = seconds; }
 
  protected:
   // The orphan that is being visited, with what its deletion statement takes.
   const record::Orphan& orphan(std::int64_t backup_time, std::uint32_t copy_number) const;
+
+  const DeletionTakings& takings() const { return m_takings; }
+  bool saves_pos() const { return m_saves_pos; }
 
   void count_taken(const record::Orphan& orphan) const;
 
@@ -59,7 +65,9 @@ class BaseCompareWithTVR : public BasenameTimeAndCopySet {
   std::int64_t m_catalog_backup_time = 0;  // seconds since the epoch
   boost::filesystem::path m_admincmd_dir;
   std::string m_disk_pool;
-  record::MissingCopy m_missing;  // the one passed on last
+  record::MissingCopy m_missing;       // the one passed on last
+  const DeletionTakings::Rows m_rows;  // whoever may write deletes
+  bool m_saves_pos = true;
   DeletionTakings m_takings;
 };
 

@@ -15,7 +15,15 @@ namespace {
 
 constexpr unsigned char k_beyond_ascii = 0x80;
 
-std::string deletion_pattern(const std::string& client, const details::numbers& copy) {
+details::numbers key_of(const record::Orphan& orphan) {
+  return {orphan.backup_time, orphan.copy_number};
+}
+
+bool is_before(const record::Orphan& orphan, const details::numbers& key) {
+  return key_of(orphan) < key;
+}
+
+std::string pattern_of(const std::string& client, const details::numbers& copy) {
   return client + "_" + std::to_string(copy.backup_time) + "_C" + std::to_string(copy.copy_number) +
          "%";
 }
@@ -45,17 +53,13 @@ std::size_t digits_at(std::string_view text, std::size_t begin) {
 
 }  // namespace
 
-std::string deletion_statement(const std::string& client, const details::numbers& copy) {
-  return "DELETE FROM po WHERE basename LIKE '" + deletion_pattern(client, copy) + "';";
-}
-
-DeletionTakings::DeletionTakings(const std::string& client, const CopySet& orphans)
-    : m_client(client), m_characters_before_time(count_characters(client) + 1) {
+DeletionTakings::DeletionTakings(const std::string& client, const CopySet& orphans, Rows rows)
+    : m_client(client), m_characters_before_time(count_characters(client) + 1), m_keep(rows) {
+  m_orphans.reserve(orphans.size());
   orphans.for_each([this](const details::numbers& orphan) {
-    record::Orphan found;
+    record::Orphan& found = m_orphans.emplace_back();
     found.backup_time = orphan.backup_time;
     found.copy_number = orphan.copy_number;
-    m_takings.emplace_hint(m_takings.end(), orphan, std::move(found));
   });
 }
 
@@ -65,8 +69,8 @@ std::vector<platform::BasenameRange> DeletionTakings::ranges() const {
   using platform::first_behind;
   const std::string own = m_client + "_";
   std::vector<platform::BasenameRange> ranges;
-  for (const auto& [copy, taking] : m_takings) {
-    const std::string begin = own + std::to_string(copy.backup_time);
+  for (const record::Orphan& orphan : m_orphans) {
+    const std::string begin = own + std::to_string(orphan.backup_time);
     ranges.push_back({begin, first_behind(begin)});
   }
   std::sort(ranges.begin(), ranges.end(),
@@ -80,24 +84,43 @@ std::vector<platform::BasenameRange> DeletionTakings::ranges() const {
   return result;
 }
 
-void DeletionTakings::add(std::string_view basename, std::uint64_t bytes) {
-  const auto taker = first_taker(basename);
-  if (taker == m_takings.end()) return;
-  ++taker->second.pos;
-  taker->second.bytes += bytes;
-  if (!names_copy(basename, taker->first)) taker->second.other_copies.emplace_back(basename);
+void DeletionTakings::add(const SQLitePODB::Entry& po) {
+  const auto taker = first_taker(po.basename);
+  if (taker == m_orphans.end()) return;
+  ++taker->pos;
+  taker->bytes += po.bytes;
+  if (!names_copy(po.basename, *taker)) taker->other_copies.emplace_back(po.basename);
+  if (m_keep == Rows::counted) return;
+  m_rows.push_back({static_cast<std::uint32_t>(taker - m_orphans.begin()), po.row});
+}
+
+void DeletionTakings::finish() {
+  std::sort(m_rows.begin(), m_rows.end());
+}
+
+const record::Orphan& DeletionTakings::of(const details::numbers& orphan) const {
+  return m_orphans.at(index_of(orphan));
+}
+
+std::uint32_t DeletionTakings::index_of(const details::numbers& orphan) const {
+  const auto found = std::lower_bound(m_orphans.begin(), m_orphans.end(), orphan, is_before);
+  return static_cast<std::uint32_t>(found - m_orphans.begin());
+}
+
+bool DeletionTakings::matches(const details::numbers& orphan, const std::string& basename) const {
+  return platform::sql_like(pattern_of(m_client, orphan), basename);
 }
 
 // A pattern wants its time's digits where the client name and one character end, behind them any one
 // character, and a "C". Either the name's digits there are the time, or all but the last are and
 // that one is the any character; nothing else can match.
-DeletionTakings::Takings::iterator DeletionTakings::first_taker(std::string_view basename) {
+DeletionTakings::Orphans::iterator DeletionTakings::first_taker(std::string_view basename) {
   const std::string_view rest = from_time_on(basename);
   const std::size_t sign = !rest.empty() && rest.front() == '-' ? 1 : 0;
   const std::string_view time = rest.substr(0, sign + digits_at(rest, sign));
-  if (time.size() == sign) return m_takings.end();
+  if (time.size() == sign) return m_orphans.end();
   const auto taker = first_taker_at(time, basename);
-  if (taker != m_takings.end()) return taker;
+  if (taker != m_orphans.end()) return taker;
   return first_taker_at(time.substr(0, time.size() - 1), basename);
 }
 
@@ -114,20 +137,19 @@ std::string_view DeletionTakings::from_time_on(std::string_view basename) const 
   return rest;
 }
 
-DeletionTakings::Takings::iterator DeletionTakings::first_taker_at(std::string_view time_text,
+DeletionTakings::Orphans::iterator DeletionTakings::first_taker_at(std::string_view time_text,
                                                                    std::string_view basename) {
   std::int64_t time = 0;
-  if (!util::try_to_number(time_text, time)) return m_takings.end();
-  auto taker = m_takings.lower_bound({time, 0});
-  for (; taker != m_takings.end() && taker->first.backup_time == time; ++taker) {
-    if (platform::sql_like(deletion_pattern(m_client, taker->first), std::string(basename))) {
-      return taker;
-    }
+  if (!util::try_to_number(time_text, time)) return m_orphans.end();
+  const details::numbers first{time, 0};
+  auto taker = std::lower_bound(m_orphans.begin(), m_orphans.end(), first, is_before);
+  for (; taker != m_orphans.end() && taker->backup_time == time; ++taker) {
+    if (matches(key_of(*taker), std::string(basename))) return taker;
   }
-  return m_takings.end();
+  return m_orphans.end();
 }
 
-bool DeletionTakings::names_copy(std::string_view basename, const details::numbers& copy) const {
+bool DeletionTakings::names_copy(std::string_view basename, const record::Orphan& copy) const {
   if (match_prefix(basename, m_client) != PrefixMatch::exact) return false;
   try {
     BasenameTimeAndCopy name;

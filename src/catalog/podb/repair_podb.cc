@@ -113,14 +113,23 @@ cr_status_t RepairPODB::move_basenames_group(Groups::const_iterator group) {
   status = copy_to_target(group, target, target_dir, moved.basenames);
   if (status == k_status_ok) status = remove_from_source(moved.basenames);
   if (status == k_status_ok && !moved.basenames.empty()) {
+    m_findings.moving(directory(), moved, made_for(target));
     status = commit_both(target, target_dir);
   }
   roll_back(target);
   roll_back(podb());
   if (status != k_status_ok) return status;
   tally().moved_pos += moved.basenames.size();
-  m_findings.moved(directory(), moved, policy_path(), target_dir);
+  m_findings.moved(moved, policy_path(), target_dir);
   return k_status_ok;
+}
+
+RepairFindings::MadeForTarget RepairPODB::made_for(const SQLitePODB& target) const {
+  RepairFindings::MadeForTarget made;
+  for (const fs::path path : target.made()) {
+    made.push_back({path.lexically_relative(location().catalog_root).string()});
+  }
+  return made;
 }
 
 cr_status_t RepairPODB::begin_both(SQLitePODB& target, const fs::path& target_dir) {

@@ -46,6 +46,7 @@ class RepairPODB : public BaseVisitPODB {
   void report_no_texts(const Names& no_texts);
   void group_basenames(const Names& names, Groups& groups) const;
   cr_status_t move_basenames_group(Groups::const_iterator group);
+  RepairFindings::MadeForTarget made_for(const SQLitePODB& target) const;
   cr_status_t begin_both(SQLitePODB& target, const boost::filesystem::path& target_dir);
   cr_status_t copy_to_target(Groups::const_iterator group, SQLitePODB& target,
                              const boost::filesystem::path& target_dir, ChosenNames& copied);
