@@ -122,10 +122,10 @@ Options:
   --client NAME   restore this client alone
   --policy NAME   restore this policy alone
   --dry_run       restore: report what would be restored, and change nothing
-  --num_threads NUMBER
-                  threads to restore with, 0 to 1024; 1 if not given
-  --tvr_location DIRECTORY
-                  where Tavrin is installed; /usr/quorv if not given
+  --num_threads arg (=1)
+                  threads to restore with, 0 to 1024
+  --tvr_location arg (=/usr/quorv)
+                  where Tavrin is installed
   -h --help       show this help
 
 A restore needs the services stopped. A deletion can be undone until the storage has

@@ -4,6 +4,7 @@
 
 #include "catalog/restore_deletion.h"
 #include "catalog/restore_repair.h"
+#include "dct/report_error.h"
 #include "platform/reports.h"
 #include "tool/catalog_aside.h"
 #include "tool/exit_status.h"
@@ -34,6 +35,10 @@ Task task_for(const StoragePaths& storage, const record::Run& run,
 bool restore(const StoragePaths& storage, const record::Run& run,
              const catalog::RestoreRequest& request) {
   const Task task = task_for(storage, run, request);
+  if (task->number_of_dirs() == 0U && !request.wanted.are_all()) {
+    dct::report_error("ERROR: the run changed nothing of this client and policy\n");
+    return false;
+  }
   return run_task(*task) && task->all_is_restored();
 }
 
