@@ -26,7 +26,9 @@ JOBS = {
         **{size: (size, 0, ALONE) for size in storages.SIZES if size.endswith(" POs")},
     },
     "repair": {size: (size, 0, USUAL) for size in ("M", "deep")},
-    "deletion": {size: (size, 0, USUAL) for size in ("S", "M", "deep")},
+    "deletion": {size: (size, 0, [*USUAL, ("no undo", 1)]) for size in ("S", "M", "deep")},
+    "restore": {"M": ("M", 0, [(program, threads) for threads in (1, 2)
+                               for program in ("limit", "mdfixup")])},
 }
 
 
@@ -34,6 +36,8 @@ def compare(task_name, name, rounds, work):
     size, milliseconds, contenders = JOBS[task_name][name]
     storage = storages.Storage(BUILD, work, task_name, size, milliseconds)
     task = tasks.Task(task_name, BUILD, BENCH, storage)
+    if task_name == "restore":
+        storage.delete_all(BUILD)
     if task.changes:
         storage.keep()
     series = [runs.Series(contender, threads) for contender, threads in contenders]

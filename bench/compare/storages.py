@@ -1,5 +1,6 @@
 """The storages that the programs are compared on."""
 
+import os
 import pathlib
 import shutil
 import subprocess
@@ -28,9 +29,12 @@ def default_dir():
 def shares(task, size):
     """The shares of the copies that are out of place, orphans and missing.
 
-    A dry run and a deletion come behind a repair. Few are found in a large directory, since the
-    deletion reads all of it for each. What is missing makes up for the two POs of a copy.
+    A dry run and a deletion come behind a repair, a restore behind the deletion of all. Few are
+    found in a large directory, since the limit's deletion reads all of it for each. What is missing
+    makes up for the two POs of a copy.
     """
+    if task == "restore":
+        return 0, 1, 0
     found = {"deep": 0.0002}.get(size, 0.02)
     out_of_place = {"scan": found, "repair": 0.5}.get(task, 0)
     missing = 0.25 if size.startswith("wide") else found
@@ -52,6 +56,18 @@ class Storage:
         self.query = self.root / "quorv/tavrin/bin/admincmd/tvimagequery"
         shutil.copy(build / "bench/query", self.query)
         (self.query.parent / "milliseconds").write_text(f"{query_milliseconds}\n")
+
+    def delete_all(self, build):
+        """Deletes the orphans, and puts the run's record beside the storage."""
+        subprocess.run([build / "src/mdfixup", "--tvr_location", self.root / "quorv",
+                        "--FORCE_DEDUPE_METADATA_CONSISTENCY"], check=True, capture_output=True,
+                       env={**os.environ, "KSREGISTRY": str(self.root / "etc/ksregistry.cfg")})
+        (made,) = (self.root / "log/mdfixup/runs").glob("*.db")
+        shutil.move(made, self.record)
+
+    @property
+    def record(self):
+        return self._pristine.parent / "record.db"
 
     def keep(self):
         """Notes the catalog as it is."""

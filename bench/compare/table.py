@@ -29,7 +29,7 @@ def row(task, size, one, series):
     limit = find(series, "limit", one.threads)
     single = find(series, one.contender, 1)
     peers = [find(series, peer, 1) for peer in ("python", "shell")]
-    ours = one.contender == "mdfixup"
+    ours = one.contender in ("mdfixup", "no undo")
     ratio = ours and limit is not None
     cells = [
         task, size, one.contender, one.threads,

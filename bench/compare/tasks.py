@@ -13,7 +13,7 @@ class Task:
         self._build = build
         self._bench = bench
         self._storage = storage
-        self.changes = name in ("repair", "deletion")
+        self.changes = name in ("repair", "deletion", "restore")
 
     def command(self, contender, threads):
         catalog = self._storage.catalog
@@ -21,18 +21,24 @@ class Task:
         words = [catalog]
         if kind == "consistency":
             words = [self._name, catalog, self._storage.query, "dp_sandbox"]
+        if self._name == "restore":
+            words = [catalog, self._storage.record]
         if contender == "limit":
             return [self._build / "bench" / f"limit-{kind}", *words, threads]
         if contender == "python":
             return [sys.executable, self._bench / f"peers/{kind}.py", *words]
         if contender == "shell":
             return [self._bench / f"peers/{kind}.sh", *words]
+        location = ["--tvr_location", self._storage.root / "quorv", "--num_threads", threads]
+        if self._name == "restore":
+            return [self._build / "undo/mdfixup-undo", "restore", self._storage.record, *location]
         flags = {"scan": ["--scan_client_name_case"],
                  "repair": ["--repair_client_name_case"],
                  "dry_run": ["--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run"],
                  "deletion": ["--FORCE_DEDUPE_METADATA_CONSISTENCY"]}[self._name]
-        return [self._build / "src/mdfixup", "--tvr_location", self._storage.root / "quorv",
-                "--num_threads", threads, *flags]
+        if contender == "no undo":
+            flags = [*flags, "--no_undo"]
+        return [self._build / "src/mdfixup", *location, *flags]
 
     def environment(self):
         return {"KSREGISTRY": str(self._storage.root / "etc/ksregistry.cfg")}
@@ -44,7 +50,7 @@ class Task:
             self._expect("scan", [line for line in lines if line.startswith("Client ")])
         if self._name in ("dry_run", "deletion"):
             missing = [line for line in lines if line.endswith("|")]
-            if contender == "mdfixup":
+            if contender in ("mdfixup", "no undo"):
                 missing = self._storage.missing_images()
             self._expect("missing", missing)
         if self._name == "dry_run":

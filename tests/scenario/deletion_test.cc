@@ -161,16 +161,15 @@ TEST_P(Deletion, ServicesAreAskedForAgainWhateverFails) {
   for (const std::string client : {"hosta", "hostb"}) {
     scene.put(client, "p", {client + "_1000_C1_F1.img", client + "_2000_C1_F1.img"});
     scene.storage().list_image(client, "p", 2000, {1});
+    support::sqlite(scene.po_db(client, "p"),
+                    "UPDATE po SET record = randomblob(100000) WHERE basename LIKE '%_1000_%'");
   }
   const auto before = scene.pos();
-  const std::string error =
-      "ERROR: could not delete the POs for the image: "
-      "{client: hosta, policy: p, backup_time: 1000, copy_number: 1}.\n";
   const std::string catalog = (scene.root() / "catalog").string();
-  // A journal does not fit, the logs do; the storage disappears, which the first query finds mounted
+  // What is to be deleted does not fit into the record, which does; the storage disappears, which the first query finds mounted
   // and the last one does not; the final listing fails; a log cannot be made.
   const std::string rows[][2] = {
-      {"ulimit -f 6", "; " + error},
+      {"ulimit -f 240", "; nothing more is deleted\n"},
       {"rm -r log/meta*; for i in $(seq 9); do cp -r catalog/2/hosta catalog/2/$i; done; mv " +
            query + " " + query + ".real; echo 'mv " + catalog + " " + catalog +
            ".gone 2>&-; exec $0.real \"$@\"' > " + query + "; chmod +x " + query,
@@ -187,12 +186,52 @@ TEST_P(Deletion, ServicesAreAskedForAgainWhateverFails) {
     expect_parts(ended.err, {expected});
     EXPECT_TRUE(ends_with(ended.out, support::k_start_services)) << ended.out;
     if (expected == rows[0][1]) {
+      const std::string error = "ERROR: could not delete the POs for the image: {client: host";
       expect_parts(scene.logs("OrphanImages_"), {"\n" + error});
+      expect_parts(ended.err, {"the record of the run could not be written) : ", "; " + error});
       EXPECT_EQ(scene.pos(), before);
     }
     if (expected != rows[1][1]) continue;
     EXPECT_EQ(reported_missing(scene).size(), 0U) << "it is not an empty one";
   }
+}
+
+TEST(DeletionFaults, POThatCannotBeReadEndsTheDirectoryBehindTheOrphansBeforeIt) {
+  const Scene scene;
+  const std::string image = "{client: hosta, policy: p, backup_time: ";
+  scene.put("hosta", "p", {"hosta_1_C1_F1.img", "hosta_2_C1_F1.img", "hosta_3_C1_F1.img"});
+  const fs::path file = scene.po_db("hosta", "p");
+  support::sqlite(file, "UPDATE po SET record = randomblob(20000) WHERE rowid = 2");
+  damage_long_record(file);
+  const Ended ended = scene.remove_orphans();
+  EXPECT_EQ(ended.exit_status, 1);
+  expect_parts(ended.err, {"ERROR (database is damaged) : could not compare",
+                           "; ERROR: could not delete the POs for the image: " + image + "2, "});
+  const std::string log = scene.logs("OrphanImages_");
+  expect_parts(log, {"\nDeleted the POs for the image: " + image + "1, ", "\nDeleted 1 POs.\n",
+                     "\nERROR: could not delete the POs for the image: " + image + "2, "});
+  EXPECT_FALSE(contains(log, "backup_time: 3, "));
+  EXPECT_EQ(support::sqlite(file, "SELECT basename FROM po"),
+            "hosta_2_C1_F1.img\nhosta_3_C1_F1.img\n");
+}
+
+TEST(DeletionFaults, SignalStopsADirectoryBehindATransaction) {
+  const Scene scene;
+  constexpr int k_orphans = 2500;
+  Words names;
+  for (int i = 0; i < k_orphans; ++i) names.push_back("hosta_" + std::to_string(i) + "_C1_F1.img");
+  scene.put("hosta", "p", names);
+  scene.script("tvimagequery",
+               "mkdir first 2>&- && kill -INT $(cat mdfixup.lock); sleep 0.1; exit 227\n");
+  const Ended ended = scene.run_in_shell("\"$@\"", support::k_deletion);
+  EXPECT_EQ(ended.exit_status, 1);
+  expect_parts(ended.err, {"ERROR: the deletion in ",
+                           " is not finished: stopped after 1000 orphan copies, which are "
+                           "deleted; the next deletion goes on\n"});
+  expect_parts(scene.run_log(), {"failed 1,", "POs taken 1000,"});
+  EXPECT_EQ(scene.pos().size(), 1500U);
+  EXPECT_EQ(scene.run_in_shell("\"$@\"", support::k_deletion).exit_status, 0);
+  EXPECT_EQ(scene.pos(), Words());
 }
 
 }  // namespace scenario::deletion

@@ -287,11 +287,7 @@ TEST(RepairFaults, POThatCannotBeReadStaysAndTheOthersMove) {
       "SELECT basename, hex(poid), typeof(poid), size, mtime, hex(record), typeof(record) FROM po "
       "WHERE typeof(basename) = 'text' AND substr(basename, 7, 1) IN ('1', '3', '7', '8')";
   const std::string movable = support::sqlite(file, columns);
-  // The record's pages are a chain; the first is made to lead nowhere.
-  const std::string page =
-      support::sqlite(file, "SELECT min(pageno) FROM dbstat WHERE pagetype = 'overflow'");
-  std::string bytes = support::read_text(file);
-  support::write_text(file, bytes.replace((std::stoul(page) - 1) * 4096, 4, "\x7f\xff\xff\xff"));
+  damage_long_record(file);
   const std::string unable = "): unable to get the po for basename ";
   const std::string in = " and directory " + work_dir(scene, "hosta") + ".\n";
   expect_end(scene.repair(), 0,

@@ -31,4 +31,12 @@ inline void expect_end(const Ended& ended, int exit_status, const std::string& e
   EXPECT_EQ(ended.err, err);
 }
 
+// The pages of a record that is too long for one are a chain; the first is made to lead nowhere.
+inline void damage_long_record(const fs::path& po_db) {
+  const std::string page =
+      support::sqlite(po_db, "SELECT min(pageno) FROM dbstat WHERE pagetype = 'overflow'");
+  std::string bytes = support::read_text(po_db);
+  support::write_text(po_db, bytes.replace((std::stoul(page) - 1) * 4096, 4, "\x7f\xff\xff\xff"));
+}
+
 }  // namespace scenario
