@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include <boost/algorithm/string/predicate.hpp>
-#include <boost/filesystem/path.hpp>
+#include <boost/filesystem/operations.hpp>
 
 #include "cr/config.h"
 #include "dct/report_error.h"
@@ -89,16 +89,14 @@ std::optional<SavedRun> find_saved_run(const std::string& word) {
   for (const RunFile& file : all) {
     if (file.was_named) return saved_run(file, all);
   }
-  const std::string name = boost::filesystem::path(word).filename().string();
   const auto fault = std::find_if(faults.begin(), faults.end(), [&](const report::Fault& each) {
-    const std::string its = boost::filesystem::path(each.path).filename().string();
-    return its == name || its == name + ".db";
+    using boost::algorithm::ends_with;
+    const bool is_it = ends_with(each.path, word) || ends_with(each.path, word + ".db");
+    return is_it && boost::filesystem::exists(each.path);
   });
-  if (fault != faults.end()) {
-    complain(*fault);
-  } else {
-    complain({word, "is no record of a run, and no run has this id"});
-  }
+  complain(fault != faults.end()
+               ? *fault
+               : report::Fault{word, "is no record of a run, and no run has this id"});
   return std::nullopt;
 }
 
