@@ -155,7 +155,8 @@ std::string outcome_of(const RunFile& file) {
   if (run.failed_dirs != 0) text += ", " + with_commas(run.failed_dirs) + " failed";
   for (const record::Count& count : record::k_counts) {
     const std::uint64_t value = run.counts.*count.value;
-    if (value != 0 && is_listed(count)) text += ", " + counted(value, count.one, count.many);
+    const bool is_told = is_listed(count) || count.value == &record::DirCounts::restored_pos;
+    if (value != 0 && is_told) text += ", " + counted(value, count.one, count.many);
   }
   return text;
 }
