@@ -93,6 +93,14 @@ TEST_P(Undo, GivesADeletionsPOsBackInPartsAndAllOfThem) {
   expect_summary({"--dry_run"}, 0,
                  "472 POs restored (dry run), there already 0, symbolic links 0, not restored 0");
   EXPECT_EQ(m_scene.snapshot(), deleted);
+  // Neither journal nor record fits.
+  const Ended full =
+      support::run({"sh", "-c", "ulimit -f 8; \"$0\" restore \"$@\"", MDFIXUP_UNDO_PROGRAM, m_run,
+                    "--tvr_location", m_scene.storage().product().string()},
+                   m_scene.environment());
+  EXPECT_EQ(full.exit_status, 1);
+  EXPECT_EQ(lines_beginning(full.err, "ERROR: could not restore ").size(), 6U) << full.err;
+  EXPECT_EQ(m_scene.snapshot(), deleted);
   expect_summary({"--client", "hosta", "--policy=p"}, 0,
                  "78 POs restored, there already 0, symbolic links 0, not restored 0");
   expect_summary({"--client", "hosta"}, 0,
