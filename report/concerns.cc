@@ -1,7 +1,6 @@
 #include "report/sections.h"
 
 #include <algorithm>
-#include <optional>
 
 #include "report/wording.h"
 
@@ -11,29 +10,23 @@ namespace {
 
 using Concerns = std::vector<Concern>;
 
-// The value of an option, the last one given; none when it was not given.
-std::optional<std::string> option(const Texts& arguments, const std::string& name) {
-  std::optional<std::string> value;
-  for (std::size_t i = 0; i < arguments.size(); ++i) {
-    if (arguments[i] == name) value = i + 1 < arguments.size() ? arguments[i + 1] : "";
-    if (arguments[i].rfind(name + "=", 0) == 0) value = arguments[i].substr(name.size() + 1);
-  }
-  return value;
-}
-
 // Adds what `holds`.
 void add_if(Concerns& concerns, bool holds, const std::string& text, const char* about = "facts") {
   if (holds) concerns.push_back({text, about});
 }
 
-void add_options(const Texts& arguments, Concerns& concerns) {
-  const auto horizon = option(arguments, "--catalog_backup_time");
+void add_options(const RunFile& file, Concerns& concerns) {
+  const auto horizon = option(file, "--catalog_backup_time");
   add_if(concerns, horizon && horizon->find_first_not_of('0') != std::string::npos,
          "--catalog_backup_time is not 0: images older than that were not listed, and count as "
          "orphans though the backup catalog may have them");
-  add_if(concerns, option(arguments, "--FORCE_CONSISTENCY_ALL_IMAGE").has_value(),
+  add_if(concerns, option(file, "--FORCE_CONSISTENCY_ALL_IMAGE").has_value(),
          "--FORCE_CONSISTENCY_ALL_IMAGE: nobody looked for images that wait to be imported, and "
          "those count as orphans");
+  const std::uint64_t skipped = file.run.skipped_dirs;
+  add_if(concerns, skipped != 0,
+         counted(skipped, "directory was", "directories were") +
+             " skipped, for --only or --except: nothing was looked at there");
 }
 
 // A run of the same task that did nothing, and one that changed what this one saw, even if it was
@@ -102,6 +95,10 @@ void add_findings(const RunFile& file, const Contents& contents, Concerns& conce
        gone ? " of other copies went with the orphans"
             : " of other copies would go with the orphans",
        "other_copies"},
+      {gone && file.run.undo == record::Undo::off ? contents.listed.taken_pos : 0, "PO", "POs",
+       " cannot be put back: --no_undo saved nothing. Without it, mdfixup-undo restore undoes a "
+       "deletion",
+       "facts"},
       {contents.kept_copies, "orphan copy", "orphan copies", " could not be deleted", "orphans"},
       {failed, "directory", "directories", " failed: not all of what is there was seen",
        "failed_directories"},
@@ -111,7 +108,9 @@ void add_findings(const RunFile& file, const Contents& contents, Concerns& conce
       {file.errors > failed ? file.errors - failed : 0, "error", "errors",
        failed == 0 ? "" : " other than of failed directories", "errors"},
       {contents.listed.collisions, "PO", "POs",
-       " stayed because of another one: settle that before a deletion, which may take them",
+       file.is_restore()
+           ? " could not be put back: a different one of that name is there"
+           : " stayed because of another one: settle that before a deletion, which may take them",
        "collisions"},
       {contents.names_left_out, "PO was", "POs were",
        " left out of the comparison, mostly for another spelling of the client's name: scan and "
@@ -143,7 +142,7 @@ Concerns concerns_of(const RunFile& file, const Contents& contents,
   Concerns concerns;
   add_shares(file.run.counts, concerns);
   add_run(file, all, concerns);
-  add_options(file.run.arguments, concerns);
+  add_options(file, concerns);
   add_findings(file, contents, concerns);
   add_counts(file, contents, concerns);
   return concerns;

@@ -41,7 +41,8 @@ Contents::Contents(RunReader& reader, record::Task task) {
   // Directories of several numbers that are all walked, such as 2 and 02, count as one.
   reader.rows(
       "SELECT p.id, client, policy, iif(min(state IS 'done'), sum(pos), 0), "
-      "iif(min(state IS 'done'), sum(copies), 0), max(state IS 'failed') FROM client_policy p "
+      "iif(min(state IS 'done'), sum(copies), 0), max(state IS 'failed'), "
+      "sum(unapproved_copies) FROM client_policy p "
       "LEFT JOIN directory ON client_policy = p.id GROUP BY p.id",
       [&](const Line& row) {
         Group& group = groups[row.number(0)];
@@ -50,6 +51,7 @@ Contents::Contents(RunReader& reader, record::Task task) {
         group.dir_pos = row.count(3);
         group.dir_copies = row.count(4);
         group.dir_failed = row.count(5) != 0;
+        group.unapproved = row.count(6);
       });
   const std::string with_directory = " LEFT JOIN directory d ON d.id = directory";
   reader.rows(
@@ -64,29 +66,35 @@ Contents::Contents(RunReader& reader, record::Task task) {
         group.pos += row.count(2);
         group.bytes += row.count(3);
       });
-  reader.rows(
-      "SELECT client_policy FROM collateral JOIN orphan o ON o.id = orphan" + with_directory,
-      [&](const Line& row) { ++groups[row.number(0)].other_copies_pos; });
+  reader.rows("SELECT client_policy FROM collateral JOIN orphan o ON o.id = orphan" +
+                  with_directory + (task == record::Task::deletion ? " WHERE deleted" : ""),
+              [&](const Line& row) { ++groups[row.number(0)].other_copies_pos; });
   reader.rows("SELECT client_policy, backup_time FROM missing", [&](const Line& row) {
     add(row.number(1), groups[row.number(0)].missing, missing.timeline);
   });
   sum_up();
-  listed.other_copies_pos = reader.count("collateral");
   listed.moved_pos = reader.count("moved");
   listed.collisions = reader.count("collision");
   failed_dirs = reader.count("directory WHERE state = 'failed'");
   open_dirs = reader.count("directory WHERE state IS NULL");
   dirs_with_issues = reader.count("directory WHERE state IS NOT 'failed'");
+  saved_pos = reader.count("saved");
+  removed_links = reader.count("link WHERE removed");
   if (task != record::Task::repair) names_left_out = reader.count("unparsed");
 }
 
 void Contents::sum_up() {
-  for (const auto& [id, group] : groups) {
+  for (auto& [id, group] : groups) {
+    group.unapproved = std::min(group.unapproved, group.kept);
+    group.kept -= group.unapproved;
+    listed.other_copies_pos += group.other_copies_pos;
     listed.missing_copies += group.missing.count;
     if (group.missing.count != 0) missing.groups.push_back(&group);
-    if (group.orphans.count + group.kept == 0) continue;
+    const std::uint64_t orphan_copies = group.orphans.count + group.kept + group.unapproved;
+    if (orphan_copies == 0) continue;
     orphans.groups.push_back(&group);
-    listed.orphan_copies += group.orphans.count + group.kept;
+    listed.orphan_copies += orphan_copies;
+    listed.unapproved_copies += group.unapproved;
     listed.taken_pos += group.pos;
     listed.taken_bytes += group.bytes;
     kept_copies += group.kept;

@@ -29,8 +29,9 @@ struct Group {
   bool dir_failed = false;  // all that the catalog has of it seems to be missing
   Copies orphans;           // that would go or went
   Copies missing;
-  std::uint64_t kept = 0;  // orphans that a deletion could not delete
-  std::uint64_t pos = 0;   // that the deletion of the orphans takes or took
+  std::uint64_t kept = 0;        // orphans that a deletion could not delete
+  std::uint64_t unapproved = 0;  // and those that it left, since nobody had approved them
+  std::uint64_t pos = 0;         // that the deletion of the orphans takes or took
   std::uint64_t bytes = 0;
   std::uint64_t other_copies_pos = 0;  // of these, the ones of other copies
 
@@ -59,6 +60,8 @@ struct Contents {
   Images missing;
   record::DirCounts listed;  // what a run counts, as far as the record lists it
   std::uint64_t kept_copies = 0;
+  std::uint64_t saved_pos = 0;
+  std::uint64_t removed_links = 0;
   std::uint64_t losing_everything = 0;  // groups with orphans
   std::uint64_t unknown_shares = 0;
   std::uint64_t failed_dirs = 0;

@@ -64,8 +64,9 @@ void open(Json object, std::ostream& out) {
 }
 
 void write(const Section& section, std::ostream& out) {
-  Json head{
-      {"run", object_of(section.facts)}, {"concerns", Json::array()}, {"listed", Json::object()}};
+  Json head{{section.key, object_of(section.facts)},
+            {"concerns", Json::array()},
+            {"listed", Json::object()}};
   for (const Concern& concern : section.concerns) head["concerns"].push_back(concern.text);
   for (const Figure& figure : section.figures) head["listed"][figure.key] = figure.number;
   for (const Table& table : section.tables) {

@@ -23,10 +23,11 @@ constexpr int k_incomplete = 2;
 constexpr const char* k_usage =
     R"(Usage: mdfixup-report [--text | --json | --html FILE] [--runs | --images]
                       [LOG DIRECTORY | RECORD...]
+       mdfixup-report --compare [--text | --json | --html FILE] OLD NEW
 Shows what runs of mdfixup found and did, from the records in the log directory: all runs and,
 in detail, the newest run of each task. A record is named by its file or by the id of its run,
-and is then shown in detail. Without a log directory, the one of the storage's configuration is
-read. Nothing is changed.
+and is then shown in detail. OLD and NEW are records of dry runs. Without a log directory, the
+one of the storage's configuration is read. Nothing is changed.
 )";
 
 void complain(const std::string& text) {
@@ -42,6 +43,7 @@ po::options_description describe() {
       "one page, written to FILE; - is standard output");
   add("runs", "only the table of runs");
   add("images", "one line, or one JSON object, for each orphan");
+  add("compare", "the orphans that two dry runs share, and those of one alone");
   add("help,h", "show this help");
   return options;
 }
@@ -65,12 +67,15 @@ po::variables_map parse(int argc, char** argv) {
   require_one_at_most({"text", "json", "html"}, "--text, --json and --html exclude each other");
   require_one_at_most({"runs", "images"}, "--runs and --images exclude each other");
   require_one_at_most({"html", "images"}, "--html and --images exclude each other");
+  require_one_at_most({"compare", "runs"}, "--compare and --runs exclude each other");
+  require_one_at_most({"compare", "images"}, "--compare and --images exclude each other");
   return given;
 }
 
 report::Request request_of(const po::variables_map& given) {
   report::Request request;
   if (given.count("path") != 0) request.words = given["path"].as<report::Texts>();
+  request.is_comparison = given.count("compare") != 0;
   if (given.count("runs") != 0) request.scope = report::Scope::runs;
   if (given.count("images") != 0) request.scope = report::Scope::images;
   if (given.count("html") != 0) request.most_rows = report::k_most_page_rows;

@@ -96,7 +96,7 @@ struct Concern {
   const char* about = "facts";  // or the key of the table that says more
 };
 
-// One run in detail.
+// One run in detail, or a comparison of two.
 struct Section {
   std::string title;
   std::string task;               // as it is shown: "dry run"
@@ -104,6 +104,7 @@ struct Section {
   std::vector<Fact> facts;
   std::vector<Figure> figures;  // of what the record lists
   std::vector<Table> tables;
+  const char* key = "run";  // of the facts
 };
 
 // What is asked for: runs in detail as well, the table of runs alone, or the orphans alone.

@@ -91,6 +91,26 @@ void list(const std::string& dir, std::map<std::string, bool>& ids, Files& files
   if (error) faults.push_back({dir, error.message()});
 }
 
+bool undoes(const RunFile& restore, const RunFile& file) {
+  return restore.is_restore() && restore.changes_storage() && !restore.was_refused &&
+         restore.dir == file.dir && restore.run.of_run == file.id;
+}
+
+bool restores_all(const RunFile& restore) {
+  return restore.ended_well() && !option(restore, "--client") && !option(restore, "--policy");
+}
+
+// Of runs, newest first.
+void note_restores(std::vector<RunFile>& runs) {
+  for (auto file = runs.begin(); file != runs.end(); ++file) {
+    for (auto restore = file; restore != runs.begin();) {
+      if (!undoes(*--restore, *file)) continue;
+      const bool is_known = file->undone_by && file->undone_by->is_whole;
+      if (!is_known) file->undone_by = Undoing{restore->id, restores_all(*restore)};
+    }
+  }
+}
+
 // Where the words lead, before anything is read.
 Files files_of(const Texts& words, std::vector<Fault>& faults) {
   Files named;
@@ -121,11 +141,34 @@ Files files_of(const Texts& words, std::vector<Fault>& faults) {
 
 }  // namespace
 
+bool RunFile::is_trial() const {
+  return is_restore() && option(*this, "--dry_run");
+}
+
+bool RunFile::changes_storage() const {
+  return run.task == record::Task::repair || is_deletion() || (is_restore() && !is_trial());
+}
+
+std::optional<std::string> option(const RunFile& file, const std::string& name) {
+  const Texts& arguments = file.run.arguments;
+  std::optional<std::string> value;
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    if (arguments[i] == name) value = i + 1 < arguments.size() ? arguments[i + 1] : "";
+    if (arguments[i].rfind(name + "=", 0) == 0) value = arguments[i].substr(name.size() + 1);
+  }
+  return value;
+}
+
 bool is_listed(const record::Count& count) {
   using record::DirCounts;
   return count.value != &DirCounts::pos && count.value != &DirCounts::copies &&
-         count.value != &DirCounts::future_copies && count.value != &DirCounts::unapproved_copies &&
-         count.value != &DirCounts::absent_copies && count.value != &DirCounts::restored_pos;
+         count.value != &DirCounts::future_copies && !is_of_run(count);
+}
+
+bool is_of_run(const record::Count& count) {
+  using record::DirCounts;
+  return count.value == &DirCounts::unapproved_copies || count.value == &DirCounts::absent_copies ||
+         count.value == &DirCounts::restored_pos;
 }
 
 std::string ending_of(const RunFile& file) {
@@ -142,8 +185,12 @@ std::string ending_of(const RunFile& file) {
   return text + (end.text.empty() ? "" : ": " + end.text);
 }
 
+std::string task_of(const RunFile& file) {
+  return name_of(file.run.task) + (file.is_trial() ? " (dry run)" : "");
+}
+
 std::string title_of(const RunFile& file) {
-  std::string task = name_of(file.run.task);
+  std::string task = task_of(file);
   task[0] = static_cast<char>(std::toupper(task[0]));
   return task + " of " + local_time(file.start());
 }
@@ -155,8 +202,8 @@ std::string outcome_of(const RunFile& file) {
   if (run.failed_dirs != 0) text += ", " + with_commas(run.failed_dirs) + " failed";
   for (const record::Count& count : record::k_counts) {
     const std::uint64_t value = run.counts.*count.value;
-    const bool is_told = is_listed(count) || count.value == &record::DirCounts::restored_pos;
-    if (value != 0 && is_told) text += ", " + counted(value, count.one, count.many);
+    const bool is_found = is_listed(count) || is_of_run(count);
+    if (value != 0 && is_found) text += ", " + counted(value, count.one, count.many);
   }
   return text;
 }
@@ -186,6 +233,7 @@ std::vector<RunFile> find_runs(const Texts& words, std::vector<Fault>& faults) {
   std::sort(runs.begin(), runs.end(), [](const RunFile& a, const RunFile& b) {
     return std::tie(a.run.start_nanoseconds, a.file) > std::tie(b.run.start_nanoseconds, b.file);
   });
+  note_restores(runs);
   return runs;
 }
 

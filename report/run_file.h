@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,13 @@ namespace report {
 
 constexpr std::int64_t k_second_nanoseconds = 1000000000;
 constexpr std::uint64_t k_most_messages = 10;
+
+// A restore that put back what a run had changed.
+struct Undoing {
+  std::string id;
+  bool is_whole =
+      false;  // otherwise it left something: it failed, was stopped, or had a part to restore
+};
 
 // A run as a whole, as its record has it.
 struct RunFile {
@@ -26,6 +34,7 @@ struct RunFile {
   Texts messages;  // the first errors and then the first warnings, at most k_most_messages of each
   // It did nothing: it was refused, or failed before its first directory.
   bool was_refused = false;
+  std::optional<Undoing> undone_by;  // a whole one if there is one, else the newest
 
   std::int64_t start() const { return run.start_nanoseconds / k_second_nanoseconds; }
   bool has_end() const { return run.end.ending != record::Ending::none; }
@@ -36,16 +45,26 @@ struct RunFile {
   const std::string& first_warning() const {
     return messages.at(std::min(errors, k_most_messages));
   }
-  bool changes_storage() const { return run.task == record::Task::repair || is_deletion(); }
+  bool changes_storage() const;
   bool is_deletion() const { return run.task == record::Task::deletion; }
+  bool is_restore() const { return run.task == record::Task::restore; }
+  bool is_trial() const;  // a restore that changes nothing
   bool lists_orphans() const { return is_deletion() || run.task == record::Task::dry_run; }
 };
 
 // Whether records have a row for each one that is counted.
 bool is_listed(const record::Count& count);
+// Whether it stands among what a run found or did, though records have no rows for it.
+bool is_of_run(const record::Count& count);
+
+// The value of an option of the run, the last one given; none when it was not given.
+std::optional<std::string> option(const RunFile& file, const std::string& name);
 
 // "ended well", "failed (exit status 1)", ...
 std::string ending_of(const RunFile& file);
+
+// "dry run", "restore (dry run)", ...
+std::string task_of(const RunFile& file);
 
 // "Dry run of 2026-11-21 14:25:35", in local time.
 std::string title_of(const RunFile& file);

@@ -1,5 +1,6 @@
 #include "report/sections.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "record/names.h"
@@ -19,6 +20,8 @@ std::vector<Fact> facts_of(const RunFile& file) {
   const double seconds =
       (static_cast<double>(run.end_nanoseconds) - static_cast<double>(run.start_nanoseconds)) /
       static_cast<double>(k_second_nanoseconds);
+  const auto& undone = file.undone_by;
+  const std::string restore = undone ? undone->id : "";
   std::vector<Fact> facts{
       {{"id", "Run", Kind::word}, file.id, true},
       {{"task"}, record::name_of(record::k_task_names, run.task)},
@@ -26,7 +29,7 @@ std::vector<Fact> facts_of(const RunFile& file) {
       {{"start_time"}, file.start()},
       {{"end_time"}, known(ended, end)},
       {{"seconds", "Seconds", Kind::number}, known(ended, seconds)},
-      {{"", "Task", Kind::word}, name_of(run.task), true},
+      {{"", "Task", Kind::word}, task_of(file), true},
       {{"host", "Host"}, run.host},
       {{"storage_root", "Storage", Kind::verbatim}, run.storage_root},
       {{"disk_pool", "Disk pool"}, run.disk_pool},
@@ -34,6 +37,7 @@ std::vector<Fact> facts_of(const RunFile& file) {
       {{"catalog_aside", "Left aside", Kind::verbatim}, run.catalog_aside},
       {{"listing_hours", "Horizon, hours", Kind::number},
        known(run.listing_hours.has_value(), run.listing_hours.value_or(0))},
+      {{"catalog_backup_time"}, run.catalog_backup_time},
       {{"threads", "Threads", Kind::number}, run.threads},
       {{"version", "Version"}, run.version},
       {{"pid", "Process", Kind::word}, run.pid},
@@ -41,13 +45,19 @@ std::vector<Fact> facts_of(const RunFile& file) {
       {{"exit_status"}, known(ended, std::int64_t(run.end.exit_status))},
       {{"ending", "Ending"}, ending_of(file), true},
       {{"outcome", "Outcome"}, outcome_of(file), true},
+      {{"undo"}, record::name_of(record::k_undo_names, run.undo)},
+      {{"undone_by"}, known(undone && undone->is_whole, restore)},
+      {{"undone_in_part_by"}, known(undone && !undone->is_whole, restore)},
+      {{"of_run", file.is_restore() ? "Restored run" : "Approved by", Kind::word}, run.of_run},
       {{"warnings", "Warnings", Kind::number}, file.warnings, true},
       {{"errors", "Errors", Kind::number}, file.errors, true},
       {{"messages", "Messages", Kind::notes}, file.messages, true},
       {{"record", "Record", Kind::verbatim}, file.file},
       {{"record_bytes", "Bytes of the record", Kind::number, true}, file.bytes, true},
       {{"dirs"}, known(ended, run.dirs)},
-      {{"failed_dirs"}, known(ended, run.failed_dirs)}};
+      {{"failed_dirs"}, known(ended, run.failed_dirs)},
+      {{"skipped_dirs", run.skipped_dirs == 0 ? "" : "Skipped directories", Kind::number},
+       known(ended, run.skipped_dirs)}};
   for (const record::Count& count : record::k_counts) {
     facts.push_back({{count.name}, known(ended, run.counts.*count.value)});
   }
@@ -73,6 +83,17 @@ Figure figure_of_directories(const Contents& contents, bool gone) {
   return figure;
 }
 
+// Whether a run of this kind says the number, be it 0.
+bool belongs_to(const record::Count& count, const RunFile& file) {
+  using record::DirCounts;
+  const bool is_repair = file.run.task == Task::repair;
+  if (count.value == &DirCounts::moved_pos) return is_repair;
+  if (count.value == &DirCounts::collisions) return is_repair || file.is_restore();
+  if (count.value == &DirCounts::restored_pos) return file.is_restore();
+  if (is_of_run(count)) return file.is_deletion() && !file.run.of_run.empty();
+  return is_listed(count) && file.lists_orphans();
+}
+
 // Of what the record lists.
 std::vector<Figure> figures_of(const RunFile& file, const Contents& contents) {
   using record::DirCounts;
@@ -82,21 +103,21 @@ std::vector<Figure> figures_of(const RunFile& file, const Contents& contents) {
     figures.push_back({key, number, number == 1 ? one : many, of, is_alarming && number != 0});
   };
   for (const record::Count& count : record::k_counts) {
-    const bool of_repair =
-        count.value == &DirCounts::moved_pos || count.value == &DirCounts::collisions;
-    if (!is_listed(count) || !(of_repair ? file.run.task == Task::repair : file.lists_orphans())) {
-      continue;
-    }
-    const std::uint64_t listed = contents.listed.*count.value;
+    if (!belongs_to(count, file)) continue;
+    const bool has_rows = is_listed(count) || count.value == &DirCounts::unapproved_copies;
+    const record::DirCounts& source = has_rows ? contents.listed : file.run.counts;
+    const std::uint64_t number = source.*count.value;
     std::string of;
-    if (count.value == &DirCounts::orphan_copies) of = part_of(listed, file.run.counts.copies);
-    if (count.value == &DirCounts::taken_pos) of = part_of(listed, file.run.counts.pos);
-    add(count.name, listed, count.one, count.many, count.value == &DirCounts::other_copies_pos, of);
+    if (count.value == &DirCounts::orphan_copies) of = part_of(number, file.run.counts.copies);
+    if (count.value == &DirCounts::taken_pos) of = part_of(number, file.run.counts.pos);
+    add(count.name, number, count.one, count.many, count.value == &DirCounts::other_copies_pos, of);
+    if (!has_rows && !file.has_end()) figures.back().number = nullptr;
   }
   if (file.lists_orphans()) figures.push_back(figure_of_directories(contents, file.is_deletion()));
   if (file.is_deletion()) {
-    add("kept_copies", contents.kept_copies, "orphan copy was not deleted",
-        "orphan copies were not deleted", true);
+    add("kept_copies", contents.kept_copies, "orphan copy could not be deleted",
+        "orphan copies could not be deleted", true);
+    add("saved_pos", contents.saved_pos, "PO saved for an undo", "POs saved for an undo", false);
   }
   if (file.run.task == Task::scan) {
     add("dirs_with_issues", contents.dirs_with_issues,
@@ -107,7 +128,40 @@ std::vector<Figure> figures_of(const RunFile& file, const Contents& contents) {
   return figures;
 }
 
-std::string subject_of(Task task) {
+// How what the run changed is undone; empty for a run that changed nothing.
+std::string undo_of(const RunFile& file, const Contents& contents) {
+  const bool is_whole = file.undone_by && file.undone_by->is_whole;
+  if (is_whole) return "undone by " + file.undone_by->id;
+  if (file.run.undo == record::Undo::off) return "not saved (--no_undo)";
+  if (file.run.undo == record::Undo::forgotten) return "forgotten (mdfixup-undo forget)";
+  if (file.run.undo != record::Undo::saved) return "";
+  const std::uint64_t moves = contents.listed.moved_pos;
+  const std::uint64_t links = contents.removed_links;
+  if (contents.saved_pos + moves + links == 0) {
+    return contents.listed.taken_pos == 0 ? "nothing to undo" : "the record holds nothing for it";
+  }
+  std::string saved = counted(contents.saved_pos, "PO", "POs");
+  if (!file.is_deletion()) {
+    saved =
+        counted(moves, "move", "moves") + " and " + counted(links, "removed link", "removed links");
+  }
+  return "mdfixup-undo restore " + file.id + " (" + saved + " saved" +
+         (file.undone_by ? "; undone in part by " + file.undone_by->id : "") + ")";
+}
+
+std::vector<Fact> facts_in_detail(const RunFile& file, const Contents& contents) {
+  std::vector<Fact> facts = facts_of(file);
+  const auto undo = std::find_if(facts.begin(), facts.end(), [](const Fact& fact) {
+    return fact.column.key == std::string("undo");
+  });
+  facts.insert(undo, {{"how_to_undo", "Undo"}, undo_of(file, contents)});
+  return facts;
+}
+
+std::string subject_of(const RunFile& file) {
+  const Task task = file.run.task;
+  if (file.is_trial()) return ": what a restore would put back";
+  if (file.is_restore()) return ": what was put back";
   if (task == Task::deletion) return ": what the deletion took";
   return task == Task::dry_run ? ": what a deletion would take" : "";
 }
@@ -128,12 +182,9 @@ Table table_of(const std::vector<RunFile>& runs) {
 Section section_of(const RunFile& file, const std::vector<RunFile>& all, std::int64_t most) {
   record::RunReader reader(file.file);
   const auto contents = std::make_shared<const Contents>(reader, file.run.task);
-  Section section{title_of(file) + subject_of(file.run.task),
-                  name_of(file.run.task),
-                  concerns_of(file, *contents, all),
-                  facts_of(file),
-                  figures_of(file, *contents),
-                  tables_of(file, reader, contents)};
+  Section section{title_of(file) + subject_of(file), task_of(file),
+                  concerns_of(file, *contents, all), facts_in_detail(file, *contents),
+                  figures_of(file, *contents),       tables_of(file, reader, contents)};
   for (const Table& table : section.tables) {
     table.rows([](const Row& /*row*/) {}, most);
   }

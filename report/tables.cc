@@ -58,8 +58,10 @@ Table table_of_groups(const char* key, const char* caption, const Images& images
 }
 
 // The rows refer to the contents.
-Table orphans_of(const SharedContents& contents, bool gone) {
-  const auto row_of = [gone, keep = contents](const Group* group) {
+Table orphans_of(const RunFile& file, const SharedContents& contents) {
+  const bool gone = file.is_deletion();
+  const char* const unapproved = gone && !file.run.of_run.empty() ? "Not approved" : "";
+  const auto row_of = [gone, unapproved, keep = contents](const Group* group) {
     const bool is_known = group->has_share();
     const bool all = group->loses_everything();
     Row row{
@@ -75,7 +77,8 @@ Table orphans_of(const SharedContents& contents, bool gone) {
          {k_pos, group->pos},
          {{"bytes", "Bytes", Kind::number, true}, group->bytes},
          {{"other_copies_pos", "Of other copies", Kind::number, true}, group->other_copies_pos},
-         {{"kept_copies", gone ? "Not deleted" : "", Kind::number, true}, group->kept}}};
+         {{"kept_copies", gone ? "Not deleted" : "", Kind::number, true}, group->kept},
+         {{"unapproved_copies", unapproved, Kind::number, true}, group->unapproved}}};
     if (all) row.mark = "all";
     if (all) row.tag = gone ? "lost everything" : "would lose everything";
     if (group->other_copies_pos != 0) row.tag += all ? ", other copies too" : "other copies too";
@@ -137,6 +140,18 @@ std::vector<Table> repair_tables(const RunFile& file, RunReader& reader) {
           names_of(file, reader, "unread", "POs that stayed because they could not be read")};
 }
 
+std::vector<Table> restore_tables(const RunFile& file, RunReader& reader) {
+  return {query(file, reader, "collisions", "Collisions: POs that a different one stands in for",
+                {k_client, k_policy, k_basename}, "client, policy, basename",
+                "collision" + k_with_names),
+          query(file, reader, "restored",
+                file.is_trial() ? "POs that would be put back" : "POs put back",
+                {k_client, k_policy, {"restored_pos", "POs", Kind::number, true}},
+                "client, policy, sum(restored_pos)",
+                "directory JOIN client_policy p ON p.id = client_policy WHERE restored_pos != 0 "
+                "GROUP BY p.id ORDER BY client, policy")};
+}
+
 std::vector<Table> consistency_tables(const RunFile& file, RunReader& reader,
                                       const SharedContents& contents) {
   Table others = query(file, reader, "other_copies", "POs of other copies that the deletion takes",
@@ -146,11 +161,12 @@ std::vector<Table> consistency_tables(const RunFile& file, RunReader& reader,
                         {"backup_time", "Backup, UTC", Kind::time},
                         {"copy_number", "Copy", Kind::number}},
                        "basename, client, policy, backup_time, copy",
-                       "collateral LEFT JOIN orphan o ON o.id = orphan" + k_with_names);
+                       "collateral LEFT JOIN orphan o ON o.id = orphan" + k_with_names +
+                           (file.is_deletion() ? " WHERE o.deleted" : ""));
   others.note =
       "One that belongs to an orphan goes anyway. One under another spelling: repair first. Any "
       "other may be of a live image: do not run the deletion.";
-  return {orphans_of(contents, file.is_deletion()), others,
+  return {orphans_of(file, contents), others,
           names_of(file, reader, "names_left_out", "POs left out of the comparison"),
           missing_of(contents)};
 }
@@ -172,6 +188,7 @@ std::vector<Table> tables_of(const RunFile& file, RunReader& reader,
   std::vector<Table> tables;
   if (task == Task::scan) tables = scan_tables(file, reader);
   if (task == Task::repair) tables = repair_tables(file, reader);
+  if (file.is_restore()) tables = restore_tables(file, reader);
   if (file.lists_orphans()) tables = consistency_tables(file, reader, contents);
   tables.push_back(
       directories_of(file, reader, "failed_directories", "Failed directories", "state = 'failed'"));

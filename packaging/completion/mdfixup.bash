@@ -86,8 +86,8 @@ _mdfixup_report() {
     return
   fi
   case " ${COMP_WORDS[*]::COMP_CWORD} " in
-    *' --text '* | *' --json '* | *' --html '*) _mdfixup_offer "$2" --runs --images ;;
-    *) _mdfixup_offer "$2" --text --json --html --runs --images --help ;;
+    *' --text '* | *' --json '* | *' --html '*) _mdfixup_offer "$2" --runs --images --compare ;;
+    *) _mdfixup_offer "$2" --text --json --html --runs --images --compare --help ;;
   esac
 }
 

@@ -73,16 +73,24 @@ void RunReader::Row::po(std::size_t first, platform::PORow& row) const {
   for (platform::Value& value : row) platform::read_value(m_columns[first++], value);
 }
 
-void RunReader::rows(const std::string& query, const RowVisitor& visit, std::int64_t most) {
-  guarded([&] {
-    SQLite::Statement statement(*m_database, query + " LIMIT ?");
-    statement.bind(1, most);
-    if (!statement.executeStep()) return;
-    const Row row(statement);  // whatever row the statement is on
-    do {
-      visit(row);
-    } while (statement.executeStep());
+RunReader::Cursor::Cursor(RunReader& reader, const std::string& query) : m_reader(reader) {
+  m_reader.guarded(
+      [&] { m_statement = std::make_unique<SQLite::Statement>(*m_reader.m_database, query); });
+}
+
+RunReader::Cursor::~Cursor() = default;
+
+const RunReader::Row* RunReader::Cursor::next() {
+  return m_reader.guarded([this]() -> const Row* {
+    if (!m_statement->executeStep()) return nullptr;
+    if (!m_row) m_row = std::make_unique<const Row>(*m_statement);  // whatever row it is on
+    return m_row.get();
   });
+}
+
+void RunReader::rows(const std::string& query, const RowVisitor& visit, std::int64_t most) {
+  Cursor cursor(*this, query + " LIMIT " + std::to_string(most));
+  while (const Row* const row = cursor.next()) visit(*row);
 }
 
 std::uint64_t RunReader::count(const std::string& from) {

@@ -47,6 +47,22 @@ class RunReader {
    private:
     std::vector<SQLite::Column> m_columns;
   };
+  // The rows of a query, one after the other, for what reads several queries side by side.
+  class Cursor {
+   public:
+    Cursor(RunReader& reader, const std::string& query);
+    ~Cursor();
+    Cursor(const Cursor&) = delete;
+    Cursor& operator=(const Cursor&) = delete;
+
+    // The next row, which is good until the next call; null after the last.
+    const Row* next();
+
+   private:
+    RunReader& m_reader;
+    std::unique_ptr<SQLite::Statement> m_statement;
+    std::unique_ptr<const Row> m_row;
+  };
   using RowVisitor = std::function<void(const Row&)>;
 
   // As many rows as there are.

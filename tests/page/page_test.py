@@ -83,6 +83,8 @@ class Page(unittest.TestCase):
             fill(shutil.copy(record, logs), *arguments)
             subprocess.run([PROGRAM, "--html", work / f"{name}.html", logs], check=True,
                            stdout=subprocess.DEVNULL)
+        both = [next((logs.parent / name).glob("*.db")) for name in ("clean", "hostile")]
+        subprocess.run([PROGRAM, "--compare", "--html", work / "compared.html", *both], check=True)
         cls.work = work
         cls.browser = cls.enterClassContext(Browser())
 
@@ -175,14 +177,18 @@ class Page(unittest.TestCase):
             " document.querySelectorAll('img, link, iframe, object, embed, [src], [style],"
             " [onerror], [onload], [onfocus], [autofocus], a:not([href^=\"#\"])').length]"),
             ["undefined", 1, 1, 0])
+        self.open("compared")
+        for caption in ("Orphan copies of both", "Missing copies of both"):
+            self.assertLessEqual(set(HOSTILE.values()), set(self.column(1, caption)))
+        self.assertEqual(self.column(2, "Orphan copies of both")[-1], "3")  # alpha's are in both
         self.assertEqual(self.browser.log("browser"), [])
         requests = [line for line in self.browser.log("performance")
                     if "Network.requestWillBeSent" in line["message"]]
-        self.assertEqual(len(requests), 1)  # the page itself
+        self.assertEqual(len(requests), 2)  # the pages themselves
 
     def test_fits_a_phone(self):
         self.browser.set_width(375, 812, mobile=True)
-        for name in ("hostile", "clean"):
+        for name in ("hostile", "compared", "clean"):
             self.open(name)
             self.assertEqual(self.browser.run("return document.documentElement.scrollWidth"), 375)
             self.assertEqual(self.browser.run(

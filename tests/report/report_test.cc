@@ -24,6 +24,11 @@ Ended report(support::Words arguments) {
   return support::run(arguments, {{"TZ", "UTC"}, {"KSREGISTRY", "/no/such"}});
 }
 
+Json compared(support::Words arguments) {
+  arguments.insert(arguments.begin(), {"--compare", "--json"});
+  return Json::parse(report(arguments).out)["details"][0];
+}
+
 // A log directory, and what makes records in it.
 class Records {
  public:
@@ -109,7 +114,7 @@ TEST(Report, TellsWhatTheRunsFound) {
   EXPECT_EQ(first, Json::parse(R"({"client": "hosta", "policy": "gone", "copies": 3,
       "dir_copies": 3, "dir_pos": 3, "share": 1.0, "pos": 3, "loses_everything": true,
       "oldest_backup_time": 1000000, "newest_backup_time": 9000000, "other_copies_pos": 1,
-      "kept_copies": 0})"));
+      "kept_copies": 0, "unapproved_copies": 0})"));
   EXPECT_EQ(dry_run["orphans"][1]["loses_everything"], false);
   EXPECT_EQ(dry_run["other_copies"][0]["basename"], "hosta_1000000_C10_F1.img");
   EXPECT_EQ(dry_run["failed_directories"][0]["directory"],
@@ -119,6 +124,19 @@ TEST(Report, TellsWhatTheRunsFound) {
       report({"--images", "--json", dry_run["run"]["id"], log_dir}).out, "{");
   ASSERT_EQ(images.size(), printed);
   expect_documented(Json::parse(images[0]), page);
+  scene.dry_run(4);
+  const std::string old_id = dry_run["run"]["id"];
+  const std::string new_id = Json::parse(report({"--json", log_dir}).out)["runs"][0]["id"];
+  const Json same = compared({old_id, deletion["run"]["id"], log_dir});
+  const Json changed = compared({old_id, new_id, log_dir});
+  expect_documented(same, page);
+  EXPECT_EQ(same["listed"]["common_copies"], printed);
+  EXPECT_EQ(same["listed"]["common_bytes"], dry_run["run"]["taken_bytes"]);
+  EXPECT_EQ(changed["listed"]["only_old_copies"], printed) << "the deletion took them";
+  EXPECT_EQ(sum(changed["orphans_compared"], "only_old_pos"), dry_run["run"]["taken_pos"]);
+  EXPECT_EQ(changed["listed"]["only_new_copies"], 0);
+  EXPECT_EQ(changed["listed"]["common_missing_copies"], dry_run["run"]["missing_copies"]);
+  EXPECT_TRUE(contains(changed["concerns"].dump(), "changed in between: Deletion of"));
 }
 
 TEST(Report, RunsAreNamedByIdOrFileAndDirectoriesKeptApart) {
@@ -192,6 +210,13 @@ TEST(Report, NamesWhatToLookAtBeforeActing) {
       {argument + "--FORCE_CONSISTENCY_ALL_IMAGE')", "wait to be imported"},
       {"UPDATE directory SET copies = 1", "1 directory would lose every copy"},
       {"UPDATE run SET task = 'deletion'", "1 orphan copy could not be deleted"},
+      {"UPDATE run SET task = 'deletion', undo = 'off'; UPDATE orphan SET deleted = 1",
+       "2 POs cannot be put back: --no_undo"},
+      {"UPDATE run SET task = 'deletion', undo = 'saved'; UPDATE orphan SET deleted = 1", ""},
+      {"UPDATE run SET skipped_dirs = 1", "1 directory was skipped, for --only or --except"},
+      {"UPDATE run SET task = 'restore', collisions = 1; INSERT INTO collision VALUES (1, 1, 1, "
+       "'x')",
+       "1 PO could not be put back: a different one"},
       {"UPDATE run SET other_copies_pos = 1; INSERT INTO collateral VALUES (1, 1, 'x')",
        "1 PO of other copies would go with the orphans"},
       {"INSERT INTO unparsed VALUES (1, 1, 'x', 'y')", "1 PO was left out of the comparison"},
@@ -199,6 +224,8 @@ TEST(Report, NamesWhatToLookAtBeforeActing) {
        "UPDATE run SET task = 'deletion'"},
       {"", "before a later run: Case repair of",
        "UPDATE run SET task = 'repair', ending = 'none', dirs = 0"},
+      {"", "before a later run: Restore of", "UPDATE run SET task = 'restore'"},
+      {"", "", "UPDATE run SET task = 'restore';" + argument + "--dry_run')"},
       {"", "A later one was refused or aborted: Dry run of 1970-01-01 00:01:50, Some images wait",
        message("error", "Some images wait") +
            "UPDATE run SET exit_status = 1, dirs = 0; DELETE FROM directory"},
@@ -211,6 +238,173 @@ TEST(Report, NamesWhatToLookAtBeforeActing) {
     EXPECT_EQ(concerns.size(), row.concern.empty() ? 0U : 1U) << concerns;
     EXPECT_TRUE(contains(concerns.dump(), row.concern)) << row.concern << ": " << concerns;
     EXPECT_EQ(contains(report({file}).out, "does not prove the list right"), row.concern.empty());
+  }
+}
+
+TEST(Report, SaysHowARunIsUndone) {
+  const std::string deletion =
+      "UPDATE run SET task = 'deletion', undo = 'saved'; INSERT INTO saved VALUES (1, 'a', 1, 2, "
+      "3, 4);";
+  const std::string restore = "UPDATE run SET task = 'restore', of_run = '100-7';";
+  const std::string how = "mdfixup-undo restore 100-7 (1 PO saved)";
+  const std::string in_part = "mdfixup-undo restore 100-7 (1 PO saved; undone in part by 110-7)";
+  const auto argument = [](const std::string& text) {
+    return "INSERT INTO argument (text) VALUES ('" + text + "');";
+  };
+  const struct {
+    std::string sql;
+    std::string how;
+    std::vector<std::string> later = {};  // what makes later records others than those of dry runs
+  } rows[] = {
+      {"", ""},
+      {"UPDATE run SET task = 'deletion', undo = 'saved'", "nothing to undo"},
+      {"UPDATE run SET task = 'deletion', undo = 'saved'; UPDATE orphan SET deleted = 1",
+       "the record holds nothing for it"},
+      {"UPDATE run SET task = 'deletion', undo = 'off'", "not saved (--no_undo)"},
+      {"UPDATE run SET task = 'deletion', undo = 'forgotten'", "forgotten (mdfixup-undo forget)"},
+      {"UPDATE run SET task = 'repair', undo = 'saved'; INSERT INTO moved VALUES (1, 1, 1, 'a');"
+       "INSERT INTO link VALUES (1, 'l', 't', 1), (2, 'k', 't', 0)",
+       "mdfixup-undo restore 100-7 (1 move and 1 removed link saved)"},
+      {deletion, how},
+      {deletion, "undone by 110-7", {restore}},
+      {deletion, "undone by 110-7", {restore, restore + "UPDATE run SET exit_status = 1"}},
+      {deletion, how, {restore + "UPDATE run SET of_run = '99-7'"}},
+      {deletion, how, {restore + argument("--dry_run")}},
+      {deletion,
+       how,
+       {restore + "UPDATE run SET exit_status = 1, dirs = 0; DELETE FROM directory"}},
+      {deletion, in_part, {restore + argument("--client=hosta")}},
+      {deletion, in_part, {restore + argument("--policy") + argument("p")}},
+      {deletion, in_part, {restore + "UPDATE run SET exit_status = 1"}},
+      {deletion, in_part, {restore + "UPDATE run SET ending = 'none'"}},
+  };
+  for (const auto& row : rows) {
+    const Records records;
+    const std::string file = records.add(100, row.sql);
+    std::int64_t start = 100;
+    for (const std::string& sql : row.later) records.add(start += 10, sql);
+    const Json run = Json::parse(report({"--json", file}).out)["details"][0]["run"];
+    EXPECT_EQ(run["how_to_undo"], row.how) << row.sql;
+    EXPECT_EQ(run["undone_by"] == "110-7", row.how == "undone by 110-7");
+    EXPECT_EQ(contains(report({file}).out, "  Undo    "), !row.how.empty());
+  }
+}
+
+// An orphan that is not deleted was left by choice as far as its directory says so.
+TEST(Report, ADeletionTellsWhatItLeftFromWhatFailed) {
+  const struct {
+    std::string unapproved;
+    int left;
+    int failed;
+  } rows[] = {{"0", 0, 2}, {"1", 1, 1}, {"2", 2, 0}, {"9", 2, 0}};
+  for (const auto& row : rows) {
+    const Records records;
+    const std::string file = records.add(
+        100,
+        "UPDATE run SET task = 'deletion', of_run = '90-7', orphan_copies = 3, absent_copies = 4;"
+        "INSERT INTO orphan VALUES (2, 1, 1001, 1, 2, 9, 0), (3, 1, 1002, 1, 2, 9, 1);"
+        "INSERT INTO collateral VALUES (1, 2, 'stays'), (2, 3, 'went');"
+        "UPDATE run SET other_copies_pos = 1; UPDATE directory SET unapproved_copies = " +
+            row.unapproved);
+    const Json found = records.newest();
+    EXPECT_EQ(found["listed"]["unapproved_copies"], row.left);
+    EXPECT_EQ(found["listed"]["kept_copies"], row.failed);
+    EXPECT_EQ(found["listed"]["absent_copies"], 4);
+    EXPECT_EQ(found["orphans"][0]["unapproved_copies"], row.left);
+    EXPECT_EQ(found["orphans"][0]["kept_copies"], row.failed);
+    ASSERT_EQ(found["other_copies"].size(), 1U);
+    EXPECT_EQ(found["other_copies"][0]["basename"], "went");
+    EXPECT_EQ(contains(found["concerns"].dump(), "could not be deleted"), row.failed != 0);
+    EXPECT_TRUE(contains(report({file}).out, "Approved by         90-7"));
+  }
+}
+
+// What makes the record at second 100 and the one at 200 of the same dry run differ, and what is said.
+TEST(Report, ComparesWhatTwoRunsList) {
+  const std::string missing = "INSERT INTO missing VALUES (1, 1, 5, 1);";
+  // Two directories' copies, not in their order: the multiples of 2, and those of 3.
+  const auto many = [](const std::string& step, const std::string& last) {
+    return "INSERT INTO directory (id, dsid, client_policy, state) VALUES (2, '3', 1, 'done');"
+           "DELETE FROM orphan; INSERT INTO orphan SELECT NULL, 1 + t % 5 / 3, t, t % 7, 1, 1, 0 "
+           "FROM "
+           "(SELECT 6000 - value * " +
+           step + " AS t FROM generate_series(0, " + last + "))";
+  };
+  const struct {
+    std::string old_sql;
+    std::string new_sql;
+    std::string counts;  // common, changed, only old, only new; and the same of missing copies
+    std::size_t groups = 1;
+  } rows[] = {
+      {"", "", "1 0 0 0, 0 0 0"},
+      {"", "UPDATE orphan SET backup_time = 1001", "0 0 1 1, 0 0 0"},
+      {"", "UPDATE orphan SET copy = 2", "0 0 1 1, 0 0 0"},
+      {"", "UPDATE directory SET dsid = '3'", "0 0 1 1, 0 0 0"},
+      {"", "UPDATE client_policy SET client = 'hostA'", "0 0 1 1, 0 0 0", 2},
+      {"", "UPDATE client_policy SET policy = 'p2'", "0 0 1 1, 0 0 0", 2},
+      {"", "UPDATE client_policy SET client = CAST(client AS BLOB)", "1 0 0 0, 0 0 0"},
+      {"", "UPDATE orphan SET pos = 3", "1 1 0 0, 0 0 0"},
+      {"", "UPDATE orphan SET bytes = 3", "1 1 0 0, 0 0 0"},
+      {"", "INSERT INTO orphan SELECT 9, directory, backup_time, copy, pos, bytes, 0 FROM orphan",
+       "1 0 0 0, 0 0 0"},
+      {"DELETE FROM orphan", "", "0 0 0 1, 0 0 0"},
+      {"DELETE FROM orphan", "DELETE FROM orphan", "0 0 0 0, 0 0 0", 0},
+      {missing, missing + "INSERT INTO missing VALUES (2, 1, 4, 1)", "1 0 0 0, 1 0 1"},
+      {missing, "", "1 0 0 0, 0 1 0"},
+      {many("2", "2999"), many("3", "1999"), "1000 0 2000 1000, 0 0 0"},
+  };
+  for (const auto& row : rows) {
+    const Records records;
+    const std::string old_record = records.add(100, row.old_sql);
+    const Json found = compared({old_record, records.add(200, row.new_sql)});
+    const Json& listed = found["listed"];
+    std::string counts;
+    for (const char* key :
+         {"common_copies", "changed_copies", "only_old_copies", "only_new_copies"}) {
+      const std::uint64_t in_groups = sum(found["orphans_compared"], key);
+      counts += std::to_string(in_groups) + " ";
+      EXPECT_EQ(listed[key], in_groups) << key;
+    }
+    counts.back() = ',';
+    for (const char* key : {"common", "only_old", "only_new"}) {
+      counts += " " + listed[key + std::string("_missing_copies")].dump();
+    }
+    EXPECT_EQ(counts, row.counts) << row.old_sql << row.new_sql;
+    EXPECT_EQ(found["orphans_compared"].size(), row.groups) << row.new_sql;
+    EXPECT_EQ(found["concerns"].size(), 0U) << found["concerns"];
+  }
+}
+
+TEST(Report, SaysWhatMakesTwoRunsHardToCompare) {
+  const struct {
+    std::string sql;  // for the record of 200
+    std::string concern;
+    std::string between = {};  // for one of 150
+  } rows[] = {
+      {"", ""},
+      {"UPDATE run SET storage_root = '/k'", "Different storages: OLD has , NEW has /k"},
+      {"UPDATE run SET disk_pool = 'dp'", "Different disk pools"},
+      {"UPDATE run SET catalog_backup_time = 60",
+       "OLD has all images, NEW has since 1970-01-01 00:01"},
+      {"UPDATE run SET task = 'deletion'", "NEW is no dry run: Deletion of"},
+      {"UPDATE run SET exit_status = 1", "NEW did not end well: failed (exit status 1)"},
+      {"UPDATE run SET ending = 'none'", "NEW did not end well: no end recorded"},
+      {"UPDATE run SET skipped_dirs = 2", "NEW skipped 2 directories"},
+      {"UPDATE run SET started = 1", "OLD began after NEW"},
+      {"UPDATE directory SET state = 'failed'", "1 directory failed, or stopped, in one"},
+      {"", "changed in between: Case repair of 1970-01-01 00:02:30",
+       "UPDATE run SET task = 'repair'"},
+      {"", "", "UPDATE run SET task = 'scan'"},
+  };
+  for (const auto& row : rows) {
+    const Records records;
+    const std::string old_record = records.add(100);
+    if (!row.between.empty()) records.add(150, row.between);
+    const std::string new_record = records.add(200, row.sql);
+    const Json found = compared({old_record, new_record});
+    EXPECT_EQ(found["concerns"].size(), row.concern.empty() ? 0U : 1U) << found["concerns"];
+    EXPECT_TRUE(contains(found["concerns"].dump(), row.concern)) << found["concerns"];
+    EXPECT_EQ(found["compared"]["new_record"], new_record);
   }
 }
 
@@ -249,6 +443,9 @@ TEST(Report, UnreadableRecordsAreNamedAndTheOthersShown) {
     const bool is_sql = row.damage.find("$1") == std::string::npos;
     const std::string damaged = records.add(200, is_sql ? row.damage : "");
     if (!is_sql) support::run({"sh", "-c", row.damage, "sh", damaged});
+    const Ended both = report({"--compare", records.file("100-7"), damaged});
+    EXPECT_TRUE(row.fault.empty() ? both.exit_status <= 2 : both.exit_status == 2) << row.damage;
+    EXPECT_TRUE(contains(both.err, damaged) || row.fault.empty()) << both.err;
     for (const std::string form : {"--text", "--json", "--html=-", "--runs", "--images"}) {
       const Ended ended = report({form, row.fault.empty() ? damaged : records.dir()});
       if (row.fault.empty() && ended.exit_status == 0) continue;
@@ -265,9 +462,10 @@ TEST(Report, UnreadableRecordsAreNamedAndTheOthersShown) {
 TEST(Report, NamesCannotActOnTheTerminal) {
   const Records records;
   const std::string hostile = "a\x1b[2J\r\x9b\xe2\x80\xae<b>\"\t";
-  records.add(100, "UPDATE client_policy SET client = '" + hostile + "'");
-  for (const char* form : {"--text", "--images"}) {
-    const Ended text = report({form, records.dir()});
+  const std::string file = records.add(100, "UPDATE client_policy SET client = '" + hostile + "'");
+  for (const support::Words& words :
+       {support::Words{records.dir()}, {"--images", records.dir()}, {"--compare", file, file}}) {
+    const Ended text = report(words);
     EXPECT_TRUE(contains(text.out, R"(a\x1b[2J\x0d\x9b\u{202e}<b>"\t)")) << text.out;
     EXPECT_EQ(text.out.find_first_of("\x1b\r"), std::string::npos);
   }
@@ -294,12 +492,18 @@ TEST(Report, MemoryDoesNotGrowWithTheOrphans) {
   GTEST_SKIP() << "the sanitizers need address space of their own";
 #endif
   const Records records;
-  records.add(
+  const std::string file = records.add(
       100, "INSERT INTO orphan SELECT NULL, 1, value, 1, 2, 9, 0 FROM generate_series(1, 300000)");
-  for (const char* form : {"--text", "--json", "--html=-", "--images"}) {
-    const Ended ended = support::run({"sh", "-c", "ulimit -v 40000; exec \"$@\"", "sh",  // KiB
-                                      MDFIXUP_REPORT_PROGRAM, form, records.dir()});
-    EXPECT_EQ(ended.exit_status, 0) << form << ended.err;
+  for (const support::Words& words : {support::Words{records.dir()},
+                                      {"--json", records.dir()},
+                                      {"--html=-", records.dir()},
+                                      {"--images", records.dir()},
+                                      {"--compare", file, file}}) {
+    support::Words command{"sh", "-c", "ulimit -v 40000; exec \"$@\"", "sh",  // KiB
+                           MDFIXUP_REPORT_PROGRAM};
+    command.insert(command.end(), words.begin(), words.end());
+    const Ended ended = support::run(command);
+    EXPECT_EQ(ended.exit_status, 0) << words[0] << ended.err;
   }
 }
 
@@ -307,6 +511,7 @@ TEST(Report, CommandLine) {
   const Records records;
   const std::string dir = records.dir();
   const std::string file = records.add(100);
+  const std::string scan = records.add(90, "UPDATE run SET task = 'scan'");
   const struct {
     support::Words arguments;
     int exit_status;
@@ -324,6 +529,11 @@ TEST(Report, CommandLine) {
       {{"--json", "--text", dir}, 1, "exclude each other"},
       {{"--runs", "--images", dir}, 1, "exclude each other"},
       {{"--html=-", "--images", dir}, 1, "exclude each other"},
+      {{"--compare", file, "100-7", dir}, 0, "1 orphan copy in both"},
+      {{"--compare", file, "5-5", dir}, 2, "5-5: is no file"},
+      {{"--compare", file, dir}, 1, "--compare takes two records"},
+      {{"--compare", file, scan}, 1, "takes dry runs: 90-7 (case scan) lists no orphans"},
+      {{"--compare", "--images", file, file}, 1, "exclude each other"},
       {{"--jsn", dir}, 1, "unrecognised option"},
       {{"--html", "/no/such/page.html", dir}, 1, "could not write /no/such/page.html"},
       {{"--html", dir, dir}, 1, "could not write " + dir},

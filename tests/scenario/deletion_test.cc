@@ -215,6 +215,25 @@ TEST(DeletionFaults, POThatCannotBeReadEndsTheDirectoryBehindTheOrphansBeforeIt)
             "hosta_2_C1_F1.img\nhosta_3_C1_F1.img\n");
 }
 
+TEST(DeletionFaults, RowsAreOnTheDiskBeforeTheyAreDeleted) {
+  const Scene scene;
+  scene.put("hosta", "p", {"hosta_1_C1_F1.img"});
+  (void)scene.run_in_shell(
+      "ASAN_OPTIONS=detect_leaks=0 exec strace -o trace -y -e fsync,fdatasync,unlink \"$@\"",
+      support::k_deletion);
+  const std::string calls = support::read_text(scene.root() / "trace");
+  const std::string file = "/hosta/p/po.db";
+  std::size_t at = 0;
+  // The first commit of the record makes each one behind it sync.
+  for (const std::string& step :
+       {std::string(".db-wal>"), std::string(".db-wal>"), file + "-journal>", file + ">",
+        "unlink(\"" + (scene.root() / "catalog/2").string() + file + "-journal\")"}) {
+    at = calls.find(step, at);
+    ASSERT_NE(at, std::string::npos) << step << " in\n" << calls;
+    at += step.size();
+  }
+}
+
 TEST(DeletionFaults, SignalStopsADirectoryBehindATransaction) {
   const Scene scene;
   constexpr int k_orphans = 2500;

@@ -243,7 +243,7 @@ TEST(RepairFaults, FailedReadOfTheTargetStoresAllOrNothing) {
 
 // A power failure may take away whatever was not stored: the removal of the source's journal, which
 // commits what was taken from it, comes behind the storing of all that leads to the target's POs.
-TEST(RepairFaults, TargetIsStoredBeforeTheSourceIsCommitted) {
+TEST(RepairFaults, RecordAndTargetAreStoredBeforeTheSourceIsCommitted) {
   const Scene scene;
   scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
   (void)scene.run_in_shell(k_strace + "-y -e fsync,fdatasync,unlink \"$@\"", support::k_repair);
@@ -253,8 +253,8 @@ TEST(RepairFaults, TargetIsStoredBeforeTheSourceIsCommitted) {
   std::size_t at = 0;
   for (const std::string& step :
        {target + ">", base + "/HostA>", base + ">", "unlink(\"" + target + "/po.db.new\")",
-        target + "/po.db>", "unlink(\"" + target + "/po.db-journal\")", target + ">",
-        "unlink(\"" + base + "/hosta/p/po.db-journal\")"}) {
+        std::string(".db-wal>"), target + "/po.db>", "unlink(\"" + target + "/po.db-journal\")",
+        target + ">", "unlink(\"" + base + "/hosta/p/po.db-journal\")"}) {
     at = calls.find(step, at);
     ASSERT_NE(at, std::string::npos) << step << " in\n" << calls;
   }
