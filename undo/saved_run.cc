@@ -29,30 +29,13 @@ std::uint64_t count_saved(RunReader& reader) {
   return count;
 }
 
-bool has_option(const RunFile& file, const std::string& option) {
-  return std::any_of(file.run.arguments.begin(), file.run.arguments.end(), [&](auto& argument) {
-    return argument == option || boost::algorithm::starts_with(argument, option + "=");
-  });
-}
-
-bool is_restore_of(const RunFile& file, const RunFile& run) {
-  return file.run.task == record::Task::restore && file.run.of_run == run.id &&
-         file.run.storage_root == run.run.storage_root && file.ended_well() &&
-         !has_option(file, "--dry_run");
-}
-
-SavedRun saved_run(const RunFile& file, const std::vector<RunFile>& all) {
+SavedRun saved_run(const RunFile& file) {
   SavedRun run;
   run.file = file;
   RunReader reader(file.file);
   run.pos = count_saved(reader);
   run.moves = reader.count("moved");
   run.links = reader.count("link");
-  for (const RunFile& other : all) {
-    if (!is_restore_of(other, file)) continue;
-    const bool is_part = has_option(other, "--client") || has_option(other, "--policy");
-    (is_part ? run.undone_in_part_by : run.undone_by) = other.id;
-  }
   return run;
 }
 
@@ -71,7 +54,7 @@ std::vector<SavedRun> list_saved_runs(bool& is_whole) {
   for (const RunFile& file : all) {
     if (file.run.undo != record::Undo::saved || file.run.storage_root != root) continue;
     try {
-      SavedRun run = saved_run(file, all);
+      SavedRun run = saved_run(file);
       if (run.has_something()) runs.push_back(std::move(run));
     } catch (const std::exception& error) {
       faults.push_back(report::fault_of(file.file, error));
@@ -87,7 +70,7 @@ std::optional<SavedRun> find_saved_run(const std::string& word) {
   std::vector<report::Fault> faults;
   const std::vector<RunFile> all = report::find_runs({word}, faults);
   for (const RunFile& file : all) {
-    if (file.was_named) return saved_run(file, all);
+    if (file.was_named) return saved_run(file);
   }
   const auto fault = std::find_if(faults.begin(), faults.end(), [&](const report::Fault& each) {
     using boost::algorithm::ends_with;

@@ -15,8 +15,6 @@ struct SavedRun {
   std::uint64_t pos = 0;    // that were saved
   std::uint64_t moves = 0;  // of POs
   std::uint64_t links = 0;
-  std::string undone_by;          // the id of a restore that ended well; empty if there is none
-  std::string undone_in_part_by;  // the same of one that was for a client or policy
 
   bool has_something() const { return pos + moves + links != 0; }
   bool can_be_undone() const { return file.run.undo == record::Undo::saved && has_something(); }

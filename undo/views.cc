@@ -62,9 +62,9 @@ std::string saved_text(const SavedRun& run) {
 }
 
 std::string undone_text(const SavedRun& run) {
-  if (!run.undone_by.empty()) return "undone by " + run.undone_by;
-  if (!run.undone_in_part_by.empty()) return "undone in part by " + run.undone_in_part_by;
-  return "";
+  const auto& undone = run.file.undone_by;
+  if (!undone) return "";
+  return (undone->is_whole ? "undone by " : "undone in part by ") + printable(undone->id);
 }
 
 void print_saved(RunReader& reader) {
