@@ -41,7 +41,8 @@ includes() {
   below tvr_utils 'tool|catalog|cr|mtstrm|record'
   below cr 'tool|catalog|tvr_utils|mtstrm|record'
   below catalog 'tool'
-  below . 'report|sandbox|tests'
+  below . 'report|undo|sandbox|tests'
+  grep -rnE '#include "(undo|sandbox|tests)/' report
 }
 
 below() { # FOLDER FORBIDDEN: no file of the folder includes one of the forbidden ones

@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Completes mdfixup, mdfixup-sandbox and mdfixup-report in bash. Uses nothing of the bash-completion
+# Completes mdfixup, mdfixup-undo, mdfixup-sandbox and mdfixup-report in bash. Uses nothing of the bash-completion
 # package, so it can simply be sourced as well.
 
 # Leaves the value of the option being completed to readline, which knows how to quote a name and what
@@ -97,6 +97,28 @@ _mdfixup_report() {
   esac
 }
 
+# The words of the line that are no options, up to the one being completed: the command and the run.
+_mdfixup_undo() {
+  local words=() word before=''
+  local options=(--client --policy --num_threads --tvr_location)
+  COMPREPLY=()
+  _mdfixup_value "$3" "${options[@]}" && return
+  for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+    [[ $word == [-=]* || $before == = || " ${options[*]} " == *" $before "* ]] || words+=("$word")
+    before=$word
+  done
+  if [[ ${#words[@]} == 0 && $2 != -* ]]; then
+    _mdfixup_offer "$2" list show restore forget
+  elif [[ ${#words[@]} == 1 && ${words[0]} != list && $2 != -* ]]; then
+    compopt -o default
+  elif [[ ${words[0]-} == restore ]]; then
+    _mdfixup_offer "$2" --dry_run "${options[@]}" --help
+  elif [[ ${#words[@]} == 0 ]]; then
+    _mdfixup_offer "$2" --help
+  fi
+}
+
 complete -F _mdfixup mdfixup
+complete -F _mdfixup_undo mdfixup-undo
 complete -F _mdfixup_sandbox mdfixup-sandbox
 complete -F _mdfixup_report mdfixup-report

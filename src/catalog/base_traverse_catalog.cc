@@ -2,7 +2,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
-#include "catalog/dirs_iterator.h"
+#include "catalog/locked_dirs_iterator.h"
 #include "catalog/traverse_catalog_thread_pool.h"
 #include "dct/log_file.h"
 #include "platform/reports.h"
@@ -32,6 +32,10 @@ std::vector<std::string> BaseTraverseCatalog::closing_lines() const {
   return {};
 }
 
+std::unique_ptr<DirsSource> BaseTraverseCatalog::open_dirs() const {
+  return std::make_unique<LockedDirsIterator>(m_metadata_dir, m_log.get());
+}
+
 bool BaseTraverseCatalog::traverse() {
   m_root = WalkRoot(m_metadata_dir);
   const bool ran_to_its_end = m_num_threads < 2 ? walk_on_this_thread() : walk_on_workers();
@@ -43,11 +47,11 @@ bool BaseTraverseCatalog::traverse() {
 }
 
 bool BaseTraverseCatalog::walk_on_this_thread() {
-  const DirsIterator end;
-  DirsIterator dir(m_metadata_dir, m_log.get(), k_policy_dir_depth);
-  while (!dir.equal(end) && !util::interrupted()) {
-    if (visit_and_count(dir.dereference()) != 0 && m_stop_on_error) return false;
-    dir.do_increment(true);
+  const std::unique_ptr<DirsSource> dirs = open_dirs();
+  while (!util::interrupted()) {
+    const std::string path = dirs->get_next_path();
+    if (path.empty()) break;
+    if (visit_and_count(path) != 0 && m_stop_on_error) return false;
   }
   return true;
 }

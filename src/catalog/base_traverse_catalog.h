@@ -1,12 +1,16 @@
 #pragma once
 
+#include <cstdint>
 #include <exception>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <boost/filesystem/path.hpp>
 #include <boost/shared_ptr.hpp>
 
+#include "catalog/dirs_source.h"
 #include "catalog/run_totals.h"
 #include "catalog/walk_root.h"
 #include "platform/status.h"
@@ -48,6 +52,13 @@ class BaseTraverseCatalog {
 
   // What the end of the run says after the counts, each a line without its end.
   virtual std::vector<std::string> closing_lines() const;
+
+  // The directories to visit, from the first; this one walks the catalog.
+  // Errors: filesystem_error when it cannot be read.
+  virtual std::unique_ptr<DirsSource> open_dirs() const;
+
+  // How many these are, if it is known without a walk.
+  virtual std::optional<std::uint64_t> number_of_dirs() const { return std::nullopt; }
 
   BaseTraverseCatalog(const BaseTraverseCatalog&) = delete;
   BaseTraverseCatalog& operator=(const BaseTraverseCatalog&) = delete;

@@ -7,6 +7,7 @@
 #include <boost/thread/mutex.hpp>
 
 #include "catalog/dirs_iterator.h"
+#include "catalog/dirs_source.h"
 
 namespace catalog {
 
@@ -16,15 +17,12 @@ namespace catalog {
 //   with it the log lines of the DSID filter.
 // Ownership: refers to the log file, which must outlive it.
 // Errors: filesystem_error when a directory cannot be read, WalkRootChanged when the root is gone.
-class LockedDirsIterator {
+class LockedDirsIterator : public DirsSource {
  public:
   LockedDirsIterator(const boost::filesystem::path& root, dct::util::LogFile* log);
 
-  // The next policy directory; empty when there is none left, and ever after.
-  std::string get_next_path();
-
-  // Moves to the end: nothing more is handed out.
-  void stop();
+  std::string get_next_path() override;
+  void stop() override;
 
  private:
   void advance() BOOST_THREAD_REQUIRES(m_mutex);

@@ -3,24 +3,12 @@
 #include <ctime>
 #include <memory>
 
-#include <boost/algorithm/string/case_conv.hpp>
-
 #include "catalog/podb/repair_podb.h"
 #include "dct/log_file.h"
 
 namespace fs = boost::filesystem;
 
 namespace catalog {
-
-namespace {
-
-// Equal for all directories whose POs may belong to each other, and only for these.
-std::string lock_name(const podb::PolicyLocation& location) {
-  return std::to_string(location.dsid) + "/" + boost::algorithm::to_lower_copy(location.client) +
-         "/" + location.policy;
-}
-
-}  // namespace
 
 RepairClientNameCase::RepairClientNameCase(const fs::path& log_directory,
                                            const fs::path& catalog_dir, unsigned num_threads,
@@ -45,7 +33,8 @@ int RepairClientNameCase::visit_dir(const fs::path& policy_dir) {
 
 // A collision is no failure.
 int RepairClientNameCase::repair(const fs::path& policy_dir, record::Directory& directory) {
-  const util::KeyLock alone(m_spellings_locks, lock_name(podb::PolicyLocation(policy_dir)));
+  const podb::PolicyLocation location(policy_dir);
+  const util::KeyLock alone(m_spellings_locks, podb::spellings_lock_name(location));
   podb::RepairPODB visitor(policy_dir, *m_findings, directory);
   if (!visitor.has_database()) require_same_root();
   const int status = visitor.visit_podb_impl();

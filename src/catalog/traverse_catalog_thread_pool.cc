@@ -1,9 +1,9 @@
 #include "catalog/traverse_catalog_thread_pool.h"
 
 #include <cstring>
+#include <string>
 
 #include "catalog/base_traverse_catalog.h"
-#include "dct/log_file.h"
 #include "platform/run_log.h"
 #include "platform/status.h"
 #include "util/interrupt.h"
@@ -15,7 +15,7 @@ using Worker = Ks_Thread<TraverseCatalogThreadPool>;
 TraverseCatalogThreadPool::TraverseCatalogThreadPool(BaseTraverseCatalog* task, bool stop_on_error)
     : m_task(task),
       m_stop_on_error(stop_on_error),
-      m_dirs(task->metadata_dir(), &task->log()),
+      m_dirs(task->open_dirs()),
       m_running("Traverse Catalog Thread Pool") {
   for (unsigned i = 0; i < task->num_threads(); ++i) {
     m_threads.emplace_back(new Worker(&TraverseCatalogThreadPool::WorkerThread, this, 0, i));
@@ -79,7 +79,7 @@ void TraverseCatalogThreadPool::WorkerThread(Worker* thread) {
 
 void TraverseCatalogThreadPool::visit_dirs() {
   while (!util::interrupted()) {
-    const std::string path = m_dirs.get_next_path();
+    const std::string path = m_dirs->get_next_path();
     if (path.empty()) return;
     if (m_task->visit_and_count(path) != 0 && m_stop_on_error) {
       stop_walk(nullptr);
@@ -89,7 +89,7 @@ void TraverseCatalogThreadPool::visit_dirs() {
 }
 
 void TraverseCatalogThreadPool::stop_walk(const std::exception_ptr& exception) {
-  m_dirs.stop();
+  m_dirs->stop();
   const boost::lock_guard<boost::mutex> guard(m_mutex);
   m_failed = true;
   if (!m_exception) m_exception = exception;

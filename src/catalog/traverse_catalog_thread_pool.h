@@ -2,15 +2,15 @@
 
 #include <cstddef>
 #include <exception>
-#include <string>
+#include <memory>
 #include <vector>
 
 #include <boost/shared_ptr.hpp>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
+#include "catalog/dirs_source.h"
 #include "catalog/ks_thread.h"
-#include "catalog/locked_dirs_iterator.h"
 #include "mtstrm/resource_counter.h"
 
 namespace catalog {
@@ -25,8 +25,8 @@ class BaseTraverseCatalog;
 // Ownership: refers to the task. Does not join on destruction: Stop must have been called.
 class TraverseCatalogThreadPool {
  public:
-  // Positions on the first directory; starts no thread.
-  // Errors: filesystem_error when the catalog cannot be read.
+  // Asks the task for its directories; starts no thread.
+  // Errors: what the task throws, such as filesystem_error when the catalog cannot be read.
   TraverseCatalogThreadPool(BaseTraverseCatalog* task, bool stop_on_error);
 
   // Starts the workers; goes on with those that could be created.
@@ -53,7 +53,7 @@ class TraverseCatalogThreadPool {
 
   BaseTraverseCatalog* const m_task;
   const bool m_stop_on_error;
-  LockedDirsIterator m_dirs;
+  const std::unique_ptr<DirsSource> m_dirs;
   mutable boost::mutex m_mutex;
   bool m_failed BOOST_THREAD_GUARDED_BY(m_mutex) = false;
   std::exception_ptr m_exception BOOST_THREAD_GUARDED_BY(m_mutex);

@@ -1,108 +1,16 @@
 #include "tool/main_impl.h"
 
-#include <sys/utsname.h>
-#include <unistd.h>
-
-#include <chrono>
-#include <iomanip>
-#include <memory>
-#include <sstream>
 #include <string>
 
-#include <boost/filesystem/operations.hpp>
-
-#include "cr/config.h"
-#include "dct/child_environment.h"
-#include "dct/descriptor_limit.h"
-#include "dct/filesystem.h"
 #include "dct/report_error.h"
-#include "platform/run_log.h"
-#include "platform/status.h"
-#include "record/run_record.h"
 #include "tool/exit_status.h"
 #include "tool/modes.h"
 #include "tool/option_table.h"
 #include "tool/options_go_together.h"
+#include "tool/storage_run.h"
 #include "tool/usage.h"
-#include "util/file_lock.h"
-#include "util/interrupt.h"
-#include "util/lock_owner.h"
-#include "util/standard_descriptors.h"
-
-namespace fs = boost::filesystem;
 
 namespace {
-
-// Null, after a message, when another run holds the storage.
-std::unique_ptr<util::FileLock> take_lock(const fs::path& path) {
-  try {
-    return util::FileLock::init(path);
-  } catch (const Cr_ErrnoException& error) {
-    if (error.GetStatus() == k_status_lock_file_exists) {
-      dct::report_error("Refusing to run because the lock file " + dct::filesystem::as_utf8(path) +
-                        " already exists.\n");
-      dct::report_error(util::describe_lock_file(path));
-    } else if (error.GetStatus() == k_status_lock_held) {
-      dct::report_error(
-          "\nRefusing to run because we could not obtain an exclusive lock.\nAnother instance of " +
-          progname + " is running.\n");
-    }
-    return nullptr;
-  }
-}
-
-// An argument that does not read as one word stands in quotes, with a backslash before a quote or
-// another backslash.
-std::string as_one_word(const std::string& argument) {
-  const bool is_one =
-      !argument.empty() && argument.find_first_of(" \t\r\n\v\f\"\\") == std::string::npos;
-  if (is_one) return argument;
-  std::ostringstream quoted;
-  quoted << std::quoted(argument);
-  return quoted.str();
-}
-
-void set_up_run_log(const fs::path& log_dir, int argc, char** argv) {
-  const fs::path file = log_dir / "mdfixup" / "mdfixup.log";
-  fs::create_directories(file.parent_path());
-  dctLogSetA(file.c_str(), progname.c_str());
-  std::string arguments;
-  for (int i = 1; i < argc; ++i) arguments += " " + as_one_word(argv[i]);
-  InfoA("start: pid " + std::to_string(::getpid()) + ", arguments" + arguments);
-}
-
-std::string host_name() {
-  struct utsname host {};
-  (void)::uname(&host);  // fails for a bad address alone
-  return host.nodename;
-}
-
-void begin_record(const StoragePaths& storage, int argc, char** argv) {
-  using std::chrono::nanoseconds;
-  using std::chrono::system_clock;
-  const auto now = std::chrono::duration_cast<nanoseconds>(system_clock::now().time_since_epoch());
-  record::Run run;
-  run.arguments.assign(argv + 1, argv + argc);
-  run.version = MDFIXUP_VERSION;
-  run.host = host_name();
-  run.pid = ::getpid();
-  run.storage_root = storage.root.string();
-  run.catalog = storage.catalog.string();
-  run.start_nanoseconds = now.count();
-  listen_to_run_log([](bool is_warning, std::string_view text) {
-    const auto severity = is_warning ? record::Severity::warning : record::Severity::error;
-    record::run_record().add(severity, std::string(text));
-  });
-  record::run_record().begin(storage.log_dir, run);
-}
-
-// What a run worked on is not known from its arguments: most of it is found.
-void log_mode(const char* mode, record::Task task, const StoragePaths& storage) {
-  InfoA(std::string("mode: ") + mode);
-  InfoA("storage root " + storage.root.string() + ", catalog " + storage.catalog.string() +
-        ", host " + host_name());
-  record::run_record().note([task](record::Run& run) { run.task = task; });
-}
 
 // What the flags ask for; the first that applies wins.
 int run_mode(const StoragePaths& storage) {
@@ -127,35 +35,10 @@ int run_mode(const StoragePaths& storage) {
   return k_exit_failure;
 }
 
-int run_on_storage(int argc, char** argv) {
-  const auto config = cr::Config::init_from_ksregistry(cr::registry_file(), cr::k_registry_key);
-  StoragePaths storage;
-  config.get(cr::k_storage_section, cr::k_root_dir_entry, storage.root);
-  const auto lock = take_lock(storage.root / "mdfixup.lock");
-  if (!lock) return k_exit_failure;
-  storage.catalog = storage.root / "catalog";
-  storage.work_dir = storage.root / "zelp-database-caseconv";
-  storage.log_dir = cr::get_log_dir(config);
-  if (storage.log_dir.empty()) return k_exit_failure;
-  set_up_run_log(storage.log_dir, argc, argv);
-  begin_record(storage, argc, argv);
-  const fs::path location = opt_tvr_location;
-  if (!dct::filesystem::exists(location)) {
-    dct::report_error("The provided Tavrin install location ( " + location.string() +
-                      " ) does not exist\n");
-    return k_exit_failure;
-  }
-  return run_mode(storage);
-}
-
 }  // namespace
 
 int main_impl(int argc, char** argv) {
-  util::catch_progress_requests();
-  util::open_standard_descriptors();
-  dct::fix_child_environment();
-  dct::raise_descriptor_limit();
-  progname = GetProgramName(argv[0]);
+  prepare_process(argv[0]);
   if (!parse_options(argc, argv) || argc == 1) {
     Usage();
     return k_exit_failure;
@@ -164,5 +47,8 @@ int main_impl(int argc, char** argv) {
     Usage();
     return k_exit_success;
   }
-  return run_on_storage(argc, argv);
+  return run_on_storage(argc, argv, [&](const StoragePaths& storage) {
+    begin_record(storage, argc, argv);
+    return location_is_there() ? run_mode(storage) : k_exit_failure;
+  });
 }

@@ -37,13 +37,7 @@ bool directories_are_there(const fs::path& admincmd_dir, const StoragePaths& sto
                       " ) does not exist\n.");
     return false;
   }
-  if (!dct::filesystem::exists(storage.catalog)) {
-    dct::report_error("ERROR: The Tavrin Deduplication Catalog directory (" +
-                      storage.catalog.string() + ") does not exist.\n");
-    if (catalog_is_aside(storage)) dct::report_error(catalog_aside_text(storage));
-    return false;
-  }
-  return true;
+  return catalog_is_there(storage);
 }
 
 std::string disk_pool_name(const fs::path& admincmd_dir) {

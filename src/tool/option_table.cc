@@ -36,10 +36,7 @@ const OptDescriptor o_cleanup{0, "cleanup_case_work_space", "false", &opt_cleanu
 const OptDescriptor o_pendimport_consistency{0, "FORCE_CONSISTENCY_ALL_IMAGE", "false",
                                              &opt_pendimport_consistency};
 const OptDescriptor o_catalog_backup_time{0, "catalog_backup_time", "0", &opt_catalog_backup_time};
-const OptDescriptor o_num_threads{0, "num_threads", "1", &opt_num_threads};
-const OptDescriptor o_tvr_location{0, "tvr_location", GLOBAL_def_tvr_loc, &opt_tvr_location};
 const OptDescriptor o_tvr_disk_pool{0, "tvr_disk_pool", nullptr, &opt_tvr_disk_pool};
-const OptDescriptor o_help{'h', "help", "false", &opt_help};
 
 }  // namespace
 
@@ -53,6 +50,9 @@ const OptDescriptor o_max_orphan_share{0, "max_orphan_share", nullptr, &opt_max_
 const OptDescriptor o_only{0, "only", nullptr, &opt_only};
 const OptDescriptor o_except{0, "except", nullptr, &opt_except};
 const OptDescriptor o_no_undo{0, "no_undo", "false", &opt_no_undo};
+const OptDescriptor o_num_threads{0, "num_threads", "1", &opt_num_threads};
+const OptDescriptor o_tvr_location{0, "tvr_location", GLOBAL_def_tvr_loc, &opt_tvr_location};
+const OptDescriptor o_help{'h', "help", "false", &opt_help};
 
 namespace {
 
@@ -95,13 +95,16 @@ bool names_directories(const OptDescriptor& option, const std::vector<std::strin
 
 }  // namespace
 
+bool num_threads_are_in_range() {
+  return within(o_num_threads, opt_num_threads, k_most_threads);
+}
+
 const OptDescriptor* const* option_table() {
   return options;
 }
 
 bool parse_options(int argc, char** argv) {
-  return opt_parse(options, argc, argv) == 0 &&
-         within(o_num_threads, opt_num_threads, k_most_threads) &&
+  return opt_parse(options, argc, argv) == 0 && num_threads_are_in_range() &&
          within(o_catalog_backup_time, opt_catalog_backup_time, std::time(nullptr)) &&
          within(o_max_orphan_share, opt_max_orphan_share, k_most_percent) &&
          names_directories(o_only, opt_only) && names_directories(o_except, opt_except);

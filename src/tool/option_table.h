@@ -37,9 +37,15 @@ extern const OptDescriptor o_max_orphan_share;
 extern const OptDescriptor o_only;
 extern const OptDescriptor o_except;
 extern const OptDescriptor o_no_undo;
+extern const OptDescriptor o_num_threads;
+extern const OptDescriptor o_tvr_location;
+extern const OptDescriptor o_help;
 
 // All options, NULL-terminated.
 const OptDescriptor* const* option_table();
+
+// Whether as many threads may be asked for. Standard error is told when they may not.
+bool num_threads_are_in_range();
 
 // Sets the variables from the command line. False, after one line on standard error that names what
 // is wrong, when it is rejected.

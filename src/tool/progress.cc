@@ -86,7 +86,8 @@ void Progress::tell_what_is_due() {
 
 std::string Progress::text() {
   const bool is_over = m_traversal_is_over;
-  if (!is_over) {
+  const std::optional<std::uint64_t> known = m_task.number_of_dirs();
+  if (!is_over && !known) {
     m_dirs.count_until([this, until = Clock::now() + m_intervals.on_terminal] {
       return m_at_end || Clock::now() >= until;
     });
@@ -95,7 +96,7 @@ std::string Progress::text() {
   ProgressState state;
   state.failed_dirs = totals.failed_dirs();
   state.done_dirs = totals.done_dirs();
-  state.total_dirs = m_dirs.total();
+  state.total_dirs = known ? known : m_dirs.total();
   state.findings = m_task.findings();
   state.time = Clock::now() - m_start;
   if (is_over) state.phase = ProgressState::Phase::finishing;

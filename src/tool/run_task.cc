@@ -31,7 +31,7 @@ void log_summary(const catalog::RunTotals& totals, Duration time) {
 
 void log_warnings(const catalog::BaseTraverseCatalog& task) {
   const record::DirCounts counts = task.totals().counts();
-  if (task.reached_end() && task.totals().dirs() == 0) {
+  if (task.reached_end() && task.totals().dirs() == 0 && !task.number_of_dirs()) {
     WarningA(task.totals().skipped_dirs() == 0 ? "no policy directory was found in the catalog"
                                                : "all policy directories were skipped");
   }

@@ -26,17 +26,17 @@ companions=(mdfixup-report mdfixup-sandbox)
 share=usr/share completions=usr/share/bash-completion/completions
 manuals=("${companions[@]/#/$share/man/man1/}")
 expect "these files and no others" diff <({
-  printf '755 %s\n' usr/sbin/mdfixup "${companions[@]/#/usr/bin/}" usr/libexec/mdfixup/check
+  printf '755 %s\n' usr/sbin/mdfixup{,-undo} "${companions[@]/#/usr/bin/}" usr/libexec/mdfixup/check
   printf '644 %s\n' etc/{default,logrotate.d}/mdfixup \
     lib/systemd/system/mdfixup-check.{service,timer} $completions/mdfixup \
-    $share/zsh/vendor-completions/_mdfixup $share/man/man8/mdfixup.8.gz "${manuals[@]/%/.1.gz}" \
+    $share/zsh/vendor-completions/_mdfixup $share/man/man8/mdfixup{,-undo}.8.gz "${manuals[@]/%/.1.gz}" \
     $share/doc/mdfixup/{README.Debian,copyright,changelog.gz,changelog.Debian.gz} \
     $share/doc/mdfixup/{operating,reliability,report,troubleshooting}.md \
     $share/doc/mdfixup/examples/{ksregistry,storage}.cfg
-  printf '777 %s\n' "${companions[@]/#/$completions/}"
+  printf '777 %s\n' $completions/mdfixup-undo "${companions[@]/#/$completions/}"
 } | sort) <(cd "$root" && find etc lib usr ! -type d -printf '%m %p\n' | sort)
 
-for program in usr/sbin/mdfixup "${companions[@]/#/usr/bin/}"; do
+for program in usr/sbin/mdfixup{,-undo} "${companions[@]/#/usr/bin/}"; do
   readelf -Whld --dyn-syms "$root/$program" >"$work/elf"
   for mark in 'Type: *DYN .Position-Independent' GNU_RELRO 'Flags: NOW' 'GNU_STACK.* RW ' \
     __stack_chk_fail 'NEEDED.*libc\.so'; do

@@ -46,6 +46,12 @@ Ended Scene::run_in_shell(const std::string& script, const Words& arguments) con
   return support::run(words, environment());
 }
 
+Ended Scene::undo(Words arguments) const {
+  arguments.insert(arguments.begin(), MDFIXUP_UNDO_PROGRAM);
+  arguments.insert(arguments.end(), {"--tvr_location", m_storage.product().string()});
+  return support::run(arguments, environment());
+}
+
 Ended Scene::run_task(const Words& task, int threads, const Words& more) const {
   Words words{"--num_threads", std::to_string(threads)};
   words.insert(words.end(), task.begin(), task.end());

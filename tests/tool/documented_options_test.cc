@@ -90,11 +90,13 @@ Words options_of_zsh(const std::string& function) {
 TEST(DocumentedOptions, AreThoseOfTheProgram) {
   const Options sandbox = options_of_the_help(MDFIXUP_SANDBOX_PROGRAM);
   const Options report = options_of_the_help(MDFIXUP_REPORT_PROGRAM);
+  const Options undo = options_of_the_help(MDFIXUP_UNDO_PROGRAM);
   // The manual's page, the function of zsh, the options, and what they may follow in bash.
   const std::tuple<std::string, std::string, Options, Words> programs[] = {
       {"mdfixup.8", "_mdfixup_tasks", options_of_the_table(), {"mdfixup"}},
       {"mdfixup-sandbox.1", "_mdfixup_sandbox", sandbox, {"mdfixup-sandbox", "create", "dir"}},
       {"mdfixup-report.1", "_mdfixup_report", report, {"mdfixup-report"}},
+      {"mdfixup-undo.8", "_mdfixup_undo", undo, {"mdfixup-undo", "restore", "1-2"}},
   };
   for (auto [page, zsh_function, options, words] : programs) {
     EXPECT_EQ(options_of_the_manual(page), options) << page;

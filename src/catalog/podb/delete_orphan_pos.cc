@@ -11,7 +11,7 @@ namespace catalog::podb {
 
 namespace {
 
-details::numbers key_of(const record::Orphan& orphan) {
+details::numbers numbers_of(const record::Orphan& orphan) {
   return {orphan.backup_time, orphan.copy_number};
 }
 
@@ -63,13 +63,13 @@ cr_status_t DeleteOrphanPOs::delete_pos(record::Orphan& orphan) {
     if (status == k_status_db_no_such_po) return k_status_ok;
     if (status != k_status_ok) return status;
     const auto* basename = std::get_if<std::string>(&m_row.front());
-    if (basename == nullptr || !takings().matches(key_of(orphan), *basename)) return k_status_ok;
+    if (basename == nullptr || !takings().matches(numbers_of(orphan), *basename)) return k_status_ok;
     if (saves_pos()) record::run_record().add(directory(), m_row);
     status = podb().remove_row(number);
     if (status == k_status_ok) ++taken_pos;
     return status;
   };
-  const cr_status_t status = takings().for_each_row(key_of(orphan), take);
+  const cr_status_t status = takings().for_each_row(numbers_of(orphan), take);
   if (status != k_status_ok) return status;
   if (taken_pos != orphan.pos) findings().took_others(directory(), orphan, taken_pos);
   orphan.pos = taken_pos;

@@ -1,5 +1,6 @@
 #include "catalog/podb/policy_location.h"
 
+#include <boost/algorithm/string/case_conv.hpp>
 #include <boost/lexical_cast.hpp>
 
 namespace catalog::podb {
@@ -10,6 +11,11 @@ PolicyLocation::PolicyLocation(const boost::filesystem::path& policy_dir) {
   client = (--element)->string();
   dsid = boost::lexical_cast<long>((--element)->string());
   for (auto above = policy_dir.begin(); above != element; ++above) catalog_root /= *above;
+}
+
+std::string spellings_lock_name(const PolicyLocation& location) {
+  return std::to_string(location.dsid) + "/" + boost::algorithm::to_lower_copy(location.client) +
+         "/" + location.policy;
 }
 
 }  // namespace catalog::podb

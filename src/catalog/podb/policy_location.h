@@ -18,4 +18,7 @@ struct PolicyLocation {
   boost::filesystem::path catalog_root;
 };
 
+// Names a lock: equal for all directories whose POs a repair may move between them, and only for these.
+std::string spellings_lock_name(const PolicyLocation& location);
+
 }  // namespace catalog::podb

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include "record/run_reader.h"
+
+namespace catalog {
+
+// Readers of one record, each lent to one worker at a time: opening one for each directory would take
+// longer than to read what is there.
+//
+// Threads: every member may be called from any thread.
+// Errors: those of RunReader.
+class RecordReaders {
+ public:
+  explicit RecordReaders(std::string file) : m_file(std::move(file)) {}
+
+  // Lends a reader for as long as it lives.
+  class Lent {
+   public:
+    explicit Lent(RecordReaders& readers) : m_readers(readers), m_reader(readers.take()) {}
+    ~Lent() { m_readers.give_back(std::move(m_reader)); }
+    Lent(const Lent&) = delete;
+    Lent& operator=(const Lent&) = delete;
+
+    record::RunReader& operator*() const { return *m_reader; }
+
+   private:
+    RecordReaders& m_readers;
+    std::unique_ptr<record::RunReader> m_reader;
+  };
+
+ private:
+  using Reader = std::unique_ptr<record::RunReader>;
+
+  Reader take() {
+    {
+      const boost::lock_guard<boost::mutex> guard(m_mutex);
+      if (!m_free.empty()) {
+        Reader reader = std::move(m_free.back());
+        m_free.pop_back();
+        return reader;
+      }
+    }
+    return std::make_unique<record::RunReader>(m_file);
+  }
+
+  void give_back(Reader reader) {
+    const boost::lock_guard<boost::mutex> guard(m_mutex);
+    m_free.push_back(std::move(reader));
+  }
+
+  const std::string m_file;
+  boost::mutex m_mutex;
+  std::vector<Reader> m_free BOOST_THREAD_GUARDED_BY(m_mutex);
+};
+
+}  // namespace catalog

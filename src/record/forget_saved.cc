@@ -1,0 +1,32 @@
+#include "record/forget_saved.h"
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include "platform/sqlite_connection.h"
+#include "platform/status.h"
+#include "record/names.h"
+
+namespace record {
+
+// A journal that a kill leaves is one that a reader may not roll back, so the change goes to a
+// write-ahead log. The switch there and back changes some bytes of one sector and needs no journal.
+void forget_saved(const std::string& file) {
+  try {
+    const auto database = platform::open_database(file, SQLite::OPEN_READWRITE);
+    database->exec("PRAGMA journal_mode=OFF");
+    database->exec("PRAGMA journal_mode=WAL");
+    // Otherwise each page would be written to be overwritten.
+    database->exec("PRAGMA secure_delete=OFF");
+    SQLite::Transaction transaction(*database);
+    database->exec("DELETE FROM saved");
+    database->exec("UPDATE run SET undo = '" + name_of(k_undo_names, Undo::forgotten) + "'");
+    transaction.commit();
+    database->exec("VACUUM");
+    database->exec("PRAGMA journal_mode=OFF");
+  } catch (const SQLite::Exception& error) {
+    throw Cr_ErrnoException(platform::database_status(error), "could not change the record " + file,
+                            error.what());
+  }
+}
+
+}  // namespace record

@@ -1,0 +1,55 @@
+#include "tool/run_end.h"
+
+#include <exception>
+#include <string>
+
+#include "dct/report_error.h"
+#include "platform/reports.h"
+#include "platform/run_log.h"
+#include "platform/status.h"
+#include "record/run_record.h"
+#include "tool/exit_status.h"
+#include "util/interrupt.h"
+
+namespace {
+
+// A run that went well but could not write all its reports has failed. Its record reports for itself.
+int with_reports(int result) {
+  if (result != k_exit_success) return result;
+  if (!platform::standard_output_is_whole() || platform::reports_were_lost()) {
+    dct::report_error("The run ended well, but not all that it reports could be written.\n");
+    return k_exit_failure;
+  }
+  return record::run_record().failed() ? k_exit_failure : result;
+}
+
+record::RunEnd aborted(const std::string& text) {
+  dct::report_error("Aborting with error:  " + text + "\n");
+  return {record::Ending::exception, text, 0};
+}
+
+}  // namespace
+
+int run_to_the_end(const std::function<int()>& work) {
+  constexpr int k_aborted = 1;
+  constexpr int k_exit_status_bits = 0xff;
+  int result = k_aborted;
+  record::RunEnd end;
+  const util::SignalGuard signals;  // the record is closed with signals caught
+  try {
+    result = work();
+    const bool was_stopped = util::interrupted() && result != k_exit_success;
+    end.ending = was_stopped ? record::Ending::signal : record::Ending::orderly;
+  } catch (const Cr_ErrnoException& error) {
+    end = aborted(error.GetString());
+  } catch (const std::exception& error) {
+    end = aborted(error.what());
+  }
+  result = with_reports(result);
+  end.exit_status = result & k_exit_status_bits;
+  record::run_record().end(end);
+  result = with_reports(result);  // the record may be what could not be written
+  InfoA("end: exit status " + std::to_string(result & k_exit_status_bits));
+  // That line may be the one that found no place.
+  return result == k_exit_success && platform::reports_were_lost() ? k_exit_failure : result;
+}

@@ -1,0 +1,132 @@
+#include "tool/storage_run.h"
+
+#include <sys/utsname.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <iomanip>
+#include <memory>
+#include <sstream>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "cr/config.h"
+#include "dct/child_environment.h"
+#include "dct/descriptor_limit.h"
+#include "dct/filesystem.h"
+#include "dct/report_error.h"
+#include "platform/run_log.h"
+#include "platform/status.h"
+#include "record/run_record.h"
+#include "tool/exit_status.h"
+#include "tool/option_table.h"
+#include "util/file_lock.h"
+#include "util/interrupt.h"
+#include "util/lock_owner.h"
+#include "util/standard_descriptors.h"
+
+namespace fs = boost::filesystem;
+
+namespace {
+
+// Null, after a message, when another run holds the storage.
+std::unique_ptr<util::FileLock> take_lock(const fs::path& path) {
+  try {
+    return util::FileLock::init(path);
+  } catch (const Cr_ErrnoException& error) {
+    if (error.GetStatus() == k_status_lock_file_exists) {
+      dct::report_error("Refusing to run because the lock file " + dct::filesystem::as_utf8(path) +
+                        " already exists.\n");
+      dct::report_error(util::describe_lock_file(path));
+    } else if (error.GetStatus() == k_status_lock_held) {
+      dct::report_error(
+          "\nRefusing to run because we could not obtain an exclusive lock.\nAnother instance of " +
+          progname + " is running.\n");
+    }
+    return nullptr;
+  }
+}
+
+// An argument that does not read as one word stands in quotes, with a backslash before a quote or
+// another backslash.
+std::string as_one_word(const std::string& argument) {
+  const bool is_one =
+      !argument.empty() && argument.find_first_of(" \t\r\n\v\f\"\\") == std::string::npos;
+  if (is_one) return argument;
+  std::ostringstream quoted;
+  quoted << std::quoted(argument);
+  return quoted.str();
+}
+
+void set_up_run_log(const fs::path& log_dir, int argc, char** argv) {
+  const fs::path file = log_dir / "mdfixup" / "mdfixup.log";
+  fs::create_directories(file.parent_path());
+  dctLogSetA(file.c_str(), progname.c_str());
+  std::string arguments;
+  for (int i = 1; i < argc; ++i) arguments += " " + as_one_word(argv[i]);
+  InfoA("start: pid " + std::to_string(::getpid()) + ", arguments" + arguments);
+}
+
+std::string host_name() {
+  struct utsname host {};
+  (void)::uname(&host);  // fails for a bad address alone
+  return host.nodename;
+}
+
+}  // namespace
+
+void prepare_process(const char* argv0) {
+  util::catch_progress_requests();
+  util::open_standard_descriptors();
+  dct::fix_child_environment();
+  dct::raise_descriptor_limit();
+  progname = GetProgramName(argv0);
+}
+
+int run_on_storage(int argc, char** argv, const std::function<int(const StoragePaths&)>& work) {
+  const auto config = cr::Config::init_from_ksregistry(cr::registry_file(), cr::k_registry_key);
+  StoragePaths storage;
+  config.get(cr::k_storage_section, cr::k_root_dir_entry, storage.root);
+  const auto lock = take_lock(storage.root / "mdfixup.lock");
+  if (!lock) return k_exit_failure;
+  storage.catalog = storage.root / "catalog";
+  storage.work_dir = storage.root / "zelp-database-caseconv";
+  storage.log_dir = cr::get_log_dir(config);
+  if (storage.log_dir.empty()) return k_exit_failure;
+  set_up_run_log(storage.log_dir, argc, argv);
+  return work(storage);
+}
+
+void begin_record(const StoragePaths& storage, int argc, char** argv) {
+  using std::chrono::nanoseconds;
+  using std::chrono::system_clock;
+  const auto now = std::chrono::duration_cast<nanoseconds>(system_clock::now().time_since_epoch());
+  record::Run run;
+  run.arguments.assign(argv + 1, argv + argc);
+  run.version = MDFIXUP_VERSION;
+  run.host = host_name();
+  run.pid = ::getpid();
+  run.storage_root = storage.root.string();
+  run.catalog = storage.catalog.string();
+  run.start_nanoseconds = now.count();
+  listen_to_run_log([](bool is_warning, std::string_view text) {
+    const auto severity = is_warning ? record::Severity::warning : record::Severity::error;
+    record::run_record().add(severity, std::string(text));
+  });
+  record::run_record().begin(storage.log_dir, run);
+}
+
+void log_mode(const std::string& mode, record::Task task, const StoragePaths& storage) {
+  InfoA("mode: " + mode);
+  InfoA("storage root " + storage.root.string() + ", catalog " + storage.catalog.string() +
+        ", host " + host_name());
+  record::run_record().note([task](record::Run& run) { run.task = task; });
+}
+
+bool location_is_there() {
+  const fs::path location = opt_tvr_location;
+  if (dct::filesystem::exists(location)) return true;
+  dct::report_error("The provided Tavrin install location ( " + location.string() +
+                    " ) does not exist\n");
+  return false;
+}

@@ -1,0 +1,338 @@
+#include "tests/scenario/scenario.h"
+
+namespace scenario::undo {
+
+const std::string k_name = "mdfixup-undo: ";
+
+// What the product's clients and policies hold, with every type that a column may have.
+void plant(const Scene& scene) {
+  for (const std::string client : {"hosta", "hostb", "hostc"}) {
+    for (const std::string policy : {"p", "q"}) {
+      Words names;
+      for (int time = 1000; time < 1040; ++time) {
+        names.push_back(client + "_" + std::to_string(time) + "_C1_F1.img");
+        names.push_back(client + "_" + std::to_string(time) + "_C1_HDR.info");
+      }
+      scene.put(client, policy, names);
+      support::sqlite(scene.po_db(client, policy),
+                      "UPDATE po SET size = 1.5 WHERE rowid % 7 = 1; "
+                      "UPDATE po SET size = 'many', mtime = x'00ff' WHERE rowid % 7 = 2; "
+                      "UPDATE po SET poid = CAST(poid AS BLOB) WHERE rowid % 7 = 3; "
+                      "UPDATE po SET poid = '', record = '' WHERE rowid % 7 = 4; "
+                      "UPDATE po SET poid = 'a' || char(0) || 'b' WHERE rowid % 7 = 5; "
+                      "UPDATE po SET basename = basename || x'ff0a' WHERE rowid % 7 = 6");
+      if (client != "hostc") scene.storage().list_image(client, policy, 1000, {1});
+    }
+  }
+}
+
+// All rows of the catalog with their types, by directory; one without rows counts as none.
+std::map<std::string, std::string> rows(const Scene& scene) {
+  std::map<std::string, std::string> rows;
+  for (const auto& entry : fs::recursive_directory_iterator(scene.root() / "catalog")) {
+    if (entry.path().filename() != "po.db") continue;
+    const std::string text =
+        support::sqlite(entry.path(),
+                        "SELECT hex(basename), hex(poid), quote(size), quote(mtime), hex(record), "
+                        "typeof(basename), "
+                        "typeof(poid), typeof(record) FROM po ORDER BY basename");
+    if (!text.empty()) rows[entry.path().string()] = text;
+  }
+  return rows;
+}
+
+fs::path runs_dir(const Scene& scene) {
+  return scene.storage().log_dir() / "mdfixup" / "runs";
+}
+
+// The id of the one run of a task.
+std::string run_of(const Scene& scene, const std::string& task) {
+  Words ids;
+  for (const auto& entry : fs::directory_iterator(runs_dir(scene))) {
+    if (entry.path().extension() != ".db") continue;
+    if (support::sqlite(entry.path(), "SELECT task FROM run") != task + "\n") continue;
+    ids.push_back(entry.path().stem().string());
+  }
+  EXPECT_EQ(ids.size(), 1U) << task;
+  return ids.at(0);
+}
+
+// The line in the run log that sums up the restore.
+std::string summary(const Scene& scene) {
+  const std::string log = scene.run_log();
+  const std::size_t begin = log.rfind("restore: ");
+  return begin == std::string::npos ? "" : log.substr(begin + 9, log.find('\n', begin) - begin - 9);
+}
+
+class Undo : public testing::TestWithParam<const char*> {
+ protected:
+  Words restore(const Words& more) const {
+    Words words{"restore", m_run, "--num_threads", GetParam()};
+    words.insert(words.end(), more.begin(), more.end());
+    return words;
+  }
+  void expect_summary(const Words& more, int exit_status, const std::string& text) const {
+    const Ended ended = m_scene.undo(restore(more));
+    EXPECT_EQ(ended.exit_status, exit_status) << ended.err;
+    EXPECT_EQ(summary(m_scene), text) << ended.err << m_scene.logs("Restore_");
+  }
+
+  const Scene m_scene;
+  std::string m_run;
+};
+INSTANTIATE_TEST_SUITE_P(Threads, Undo, testing::Values("1", "4"));
+
+TEST_P(Undo, GivesADeletionsPOsBackInPartsAndAllOfThem) {
+  plant(m_scene);
+  const auto before = rows(m_scene);
+  expect_end(m_scene.remove_orphans(), 0, "");
+  const auto deleted = m_scene.snapshot();
+  ASSERT_NE(rows(m_scene), before);
+  m_run = run_of(m_scene, "deletion");
+
+  expect_summary({"--dry_run"}, 0,
+                 "472 POs restored (dry run), there already 0, symbolic links 0, not restored 0");
+  EXPECT_EQ(m_scene.snapshot(), deleted);
+  // Neither journal nor record fits.
+  const Ended full =
+      support::run({"sh", "-c", "ulimit -f 8; \"$0\" restore \"$@\"", MDFIXUP_UNDO_PROGRAM, m_run,
+                    "--tvr_location", m_scene.storage().product().string()},
+                   m_scene.environment());
+  EXPECT_EQ(full.exit_status, 1);
+  EXPECT_EQ(lines_beginning(full.err, "ERROR: could not restore ").size(), 6U) << full.err;
+  EXPECT_EQ(m_scene.snapshot(), deleted);
+  expect_summary({"--client", "hosta", "--policy=p"}, 0,
+                 "78 POs restored, there already 0, symbolic links 0, not restored 0");
+  expect_summary({"--client", "hosta"}, 0,
+                 "78 POs restored, there already 78, symbolic links 0, not restored 0");
+  const Ended none = m_scene.undo(restore({"--client", "HOSTA"}));
+  expect_end(none, 1, "ERROR: the run changed nothing of this client and policy\n");
+  // A database, and all of a client, that are made again; POs that are others by now.
+  fs::remove(m_scene.po_db("hostb", "p"));
+  fs::remove_all(m_scene.storage().policy_dir("hostc", "q").parent_path());
+  const fs::path changed = m_scene.po_db("hosta", "q");
+  support::sqlite(changed, "UPDATE po SET size = 3 WHERE rowid = 21");
+  support::sqlite(
+      changed,
+      "UPDATE po SET poid = CAST(poid AS TEXT) WHERE rowid = (SELECT min(rowid) FROM po "
+      "WHERE typeof(poid) = 'blob')");
+  const std::string others = rows(m_scene)[changed.string()];
+  expect_summary({"--dry_run"}, 1,
+                 "316 POs restored (dry run), there already 154, symbolic links 0, not restored 2");
+  expect_summary({}, 1, "316 POs restored, there already 154, symbolic links 0, not restored 2");
+  EXPECT_EQ(rows(m_scene)[changed.string()], others);
+  const std::string log = m_scene.logs("Restore_");
+  EXPECT_EQ(lines_beginning(log, "Warning: another PO with the name hosta_").size(), 4U) << log;
+  expect_parts(log, {"Restored 80 POs to " + m_scene.storage().policy_dir("hostc", "q").string() +
+                     "; 0 were there already.\n"});
+  support::sqlite(changed, "DELETE FROM po");
+  expect_summary({}, 0, "78 POs restored, there already 394, symbolic links 0, not restored 0");
+
+  auto now = rows(m_scene);
+  for (const auto& [file, text] : before) {
+    // These had POs that were no orphans and that nothing brings back.
+    if (file == changed.string() || file == m_scene.po_db("hostb", "p").string()) continue;
+    EXPECT_EQ(now[file], text) << file;
+  }
+  const auto restored = m_scene.snapshot();
+  expect_summary({}, 0, "0 POs restored, there already 472, symbolic links 0, not restored 0");
+  EXPECT_EQ(m_scene.snapshot(), restored) << "nothing is written";
+}
+
+// Every name below the catalog, with what links lead to.
+std::string tree(const Scene& scene) {
+  return support::run(
+             {"sh", "-c",
+              "find " + (scene.root() / "catalog").string() + " -printf '%y %P %l\\n' | sort"})
+      .out;
+}
+
+TEST_P(Undo, MovesARepairsPOsBackAndTakesAwayWhatItMade) {
+  m_scene.put("hosta", "p",
+              {"hosta_1_C1_F1.img", "HostA_1_C1_F1.img", "HostA_2_C1_F1.img", "HOSTA_3_C1_F1.img",
+               "HOSTA_4_C1_F1.img"});
+  m_scene.put("hosta", "q", {"HostA_5_C1_F1.img", "HostA_6_C1_F1.img"});
+  m_scene.put("HostA", "p", {"HostA_9_C1_F1.img", "hosta_9_C1_F1.img"});
+  m_scene.sh("ln -s hosta catalog/2/linked; ln -s ../nowhere catalog/2/hosta/p/gone");
+  const std::string tree_before = tree(m_scene);
+  const auto before = rows(m_scene);
+  expect_end(m_scene.repair(), 0, "");
+  const auto repaired = m_scene.snapshot();
+  ASSERT_NE(tree(m_scene), tree_before);
+  m_run = run_of(m_scene, "repair");
+
+  expect_summary({"--dry_run"}, 0,
+                 "7 POs restored (dry run), there already 0, symbolic links 2, not restored 0");
+  EXPECT_EQ(m_scene.snapshot(), repaired);
+  expect_summary({"--client", "HostA", "--policy", "p"}, 0,
+                 "1 POs restored, there already 0, symbolic links 0, not restored 0");
+  // A restore that was cut short, a PO that is gone, others in its place, a PO that came later.
+  const auto db = [&](const char* client, const char* policy) {
+    return m_scene.po_db(client, policy);
+  };
+  const std::string kept = support::run({"sqlite3", db("HostA", "p").string(), ".dump"}).out;
+  support::sqlite(db("hosta", "q"), "ATTACH '" + db("HostA", "q").string() +
+                                        "' AS t; INSERT INTO po SELECT * FROM t.po LIMIT 1");
+  support::sqlite(db("HostA", "p"), "DELETE FROM po WHERE basename LIKE 'HostA_2%'");
+  m_scene.put("HOSTA", "p", {"HOSTA_7_C1_F1.img"});
+  support::sqlite(db("hosta", "p"), "INSERT INTO po VALUES ('HOSTA_3_C1_F1.img', 'x', 1, 1, x'')");
+  m_scene.sh("touch catalog/2/linked");
+  const std::string text = "3 POs restored";
+  expect_summary({"--dry_run"}, 1,
+                 text + " (dry run), there already 2, symbolic links 1, not restored 3");
+  expect_summary({}, 1, text + ", there already 2, symbolic links 1, not restored 3");
+  const std::string log = m_scene.logs("Restore_");
+  for (const std::string warning : {"another PO with the name HOSTA_3_C1_F1.img is in ",
+                                    "the PO HostA_2_C1_F1.img is neither in ",
+                                    "something else is in the place of the symbolic link "})
+    EXPECT_EQ(lines_beginning(log, "Warning: " + warning).size(), 2U) << log;
+
+  support::sqlite(db("hosta", "p"), "DELETE FROM po WHERE poid = 'x'");
+  support::sqlite(db("HOSTA", "p"), "DELETE FROM po WHERE basename LIKE 'HOSTA_7%'");
+  fs::remove(db("HostA", "p"));
+  support::run({"sh", "-c", "echo \"$0\" | sqlite3 " + db("HostA", "p").string(), kept});
+  support::sqlite(db("HostA", "p"),
+                  "DELETE FROM po WHERE basename LIKE 'HostA_1_%'; PRAGMA user_version = 1");
+  m_scene.sh("rm catalog/2/linked");
+  expect_summary({}, 0, "2 POs restored, there already 5, symbolic links 1, not restored 0");
+  EXPECT_EQ(rows(m_scene), before);
+  EXPECT_EQ(tree(m_scene), tree_before);
+  expect_summary({}, 0, "0 POs restored, there already 7, symbolic links 0, not restored 0");
+}
+
+// A storage with a deletion.
+class UndoneScene : public Scene {
+ public:
+  UndoneScene() {
+    put("hosta", "p", {"hosta_1000_C1_F1.img", "hosta_1000_C1_HDR.info"});
+    expect_end(remove_orphans(), 0, "");
+    m_id = run_of(*this, "deletion");
+  }
+
+  const std::string& id() const { return m_id; }
+  std::string record() const { return (runs_dir(*this) / (m_id + ".db")).string(); }
+  // A copy of the record, changed.
+  std::string changed(const std::string& statement) const {
+    const std::string copy = (root() / "1-1.db").string();
+    fs::copy_file(record(), copy, fs::copy_option::overwrite_if_exists);
+    support::sqlite(copy, statement);
+    return copy;
+  }
+
+ private:
+  std::string m_id;
+};
+
+TEST(Undo, RefusesWhatCannotBeUndone) {
+  const UndoneScene scene;
+  expect_end(scene.scan(), 0, "");
+  const std::string scanned = run_of(scene, "scan");
+  const std::string catalog = (scene.root() / "catalog").string();
+  const std::string cannot = "ERROR: the run 1-1 cannot be undone: ";
+  const auto lock = [&] { return "touch " + scene.lock_file().string(); };
+  const std::string missing =
+      "ERROR: The Tavrin Deduplication Catalog directory (" + catalog + ") does not exist.\n";
+  const std::string aside = (scene.root() / "zelp-database-caseconv").string();
+  const struct {
+    std::string change;  // of the record, or with "$ " in front a shell script
+    std::string run;     // the changed record, if it is empty
+    std::string err;
+  } rows[] = {
+      {"", scanned, "ERROR: the run " + scanned + " cannot be undone: it changed nothing\n"},
+      {"", "7-7", k_name + "7-7: is no record of a run, and no run has this id\n"},
+      {"", "etc", k_name + "etc: is no record of a run, and no run has this id\n"},
+      {"UPDATE run SET undo = 'off'", "", cannot + "it ran with --no_undo and saved nothing\n"},
+      {"DELETE FROM saved", "", cannot + "it has saved nothing\n"},
+      {"UPDATE run SET storage_root = '/srv/other'", "",
+       cannot + "it was on the storage /srv/other, and the configured one is " +
+           scene.root().string() + "\n"},
+      {"UPDATE client_policy SET client = '..'", "",
+       "Aborting with error:  the record names a path that is not below the catalog: ..\n"},
+      {"$ mv catalog zelp-database-caseconv", scene.id(),
+       missing + "The repair is not finished: the catalog is at " + aside +
+           ", and the services are down. Run the repair again to finish it.\n"},
+      {"$ mv zelp-database-caseconv elsewhere", scene.id(), missing},
+      {"$ mv elsewhere catalog; mv quorv quorv.gone", scene.id(),
+       "The provided Tavrin install location ( " + scene.storage().product().string() +
+           " ) does not exist\n"},
+      {"$ mv quorv.gone quorv; " + lock(), scene.id(),
+       "Refusing to run because the lock file " + scene.lock_file().string() +
+           " already exists.\n"},
+  };
+  for (const auto& [change, named, err] : rows) {
+    const bool is_script = starts_with(change, "$ ");
+    if (is_script) scene.sh(change.substr(2));
+    const std::string run = named.empty() ? scene.changed(change) : named;
+    const auto before = scene.snapshot();
+    for (const Words& words : {Words{"restore", run}, Words{"restore", run, "--dry_run"}}) {
+      const Ended ended = scene.undo(words);
+      EXPECT_EQ(ended.exit_status, 1) << ended.err;
+      EXPECT_EQ(ended.err.substr(0, err.size()), err);
+      EXPECT_EQ(scene.snapshot(), before) << err;
+    }
+  }
+  const std::pair<Words, std::string> lines[] = {
+      {{"undo"}, "unrecognised command 'undo'"},
+      {{"--dry_run"}, "a command is missing: list, show, restore or forget"},
+      {{"restore"}, "restore: the run is missing"},
+      {{"show", ""}, "show: the run is missing"},
+      {{"list", scene.id()}, "unexpected argument '" + scene.id() + "'"},
+      {{"forget", scene.id(), "--client", "hosta"},
+       "--client, --policy and --dry_run go with restore alone"},
+      {{"restore", scene.id(), "--client="},
+       "the argument for option '--client' should follow immediately after the equal sign"},
+      {{"--num_threads", "1025", "list"},
+       "the argument ('1025') for option '--num_threads' is out of range, which is 0 to 1024"},
+      {{"restore", scene.id(), "--force"}, "unrecognised option '--force'"},
+  };
+  for (const auto& [words, err] : lines) {
+    const Ended ended = scene.undo(words);
+    expect_end(ended, 1, k_name + err + "\n");
+    EXPECT_EQ(ended.out, "");
+  }
+}
+
+TEST(Undo, ListsShowsAndForgets) {
+  const UndoneScene scene;
+  const std::string title = "Run: " + scene.id() + "\nStorage root: " + scene.root().string() +
+                            "\nSaved: 2 POs; the record takes ";
+  expect_parts(scene.undo({"show", scene.id()}).out,
+               {title, "\nClient  Policy  POs saved  ", "\nhosta   p               2  "});
+  expect_parts(
+      scene.undo({"show", scene.changed("UPDATE client_policy SET client = char(27)")}).out,
+      {"\\x1b    p               2  "});
+  scene.sh("rm 1-1.db");
+  const auto list = [&] { return scene.undo({"list"}).out; };
+  expect_parts(list(), {"Run ", scene.id() + "  deletion ", "  2 POs  "});
+  // Neither undoes it.
+  EXPECT_EQ(scene.undo({"restore", scene.id(), "--dry_run"}).exit_status, 0);
+  EXPECT_FALSE(contains(list(), "undone")) << list();
+  EXPECT_EQ(scene.undo({"restore", scene.id(), "--client", "hosta"}).exit_status, 0);
+  expect_parts(list(), {"  undone in part by "});
+  EXPECT_EQ(scene.undo({"restore", scene.record()}).exit_status, 0);
+  expect_parts(list(), {"  undone by "});
+
+  // Many POs: their room is given back.
+  support::sqlite(scene.record(),
+                  "WITH RECURSIVE n(i) AS (SELECT 3 UNION ALL SELECT i + 1 FROM n WHERE i < 3000) "
+                  "INSERT INTO saved SELECT 4294967296 + i, i, '', 0, 0, randomblob(500) FROM n");
+  expect_parts(list(), {"3,000 POs"});
+  const auto bytes = fs::file_size(scene.record());
+  for (int i = 0; i < 2; ++i) {
+    const Ended forgotten = scene.undo({"forget", scene.id()});
+    expect_end(forgotten, 0, "");
+    expect_parts(forgotten.out, {"The run " + scene.id() + " can no longer be undone; "});
+  }
+  EXPECT_LT(fs::file_size(scene.record()) * 10, bytes);
+  EXPECT_FALSE(fs::exists(scene.record() + "-wal"));
+  EXPECT_EQ(list(), "No run can be undone.\n");
+  expect_parts(scene.undo({"show", scene.id()}).out,
+               {"It cannot be undone: what it had saved was removed by forget\n"});
+  const std::string why = " cannot be undone: what it had saved was removed by forget\n";
+  expect_end(scene.undo({"restore", scene.id()}), 1, "ERROR: the run " + scene.id() + why);
+  const Ended report = support::run({MDFIXUP_REPORT_PROGRAM, scene.record()});
+  expect_end(report, 0, "");
+  expect_parts(report.out, {"hosta"});
+}
+
+}  // namespace scenario::undo
