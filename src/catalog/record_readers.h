@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <memory>
 #include <string>
 #include <utility>
@@ -25,7 +26,13 @@ class RecordReaders {
   class Lent {
    public:
     explicit Lent(RecordReaders& readers) : m_readers(readers), m_reader(readers.take()) {}
-    ~Lent() { m_readers.give_back(std::move(m_reader)); }
+    ~Lent() {
+      try {
+        m_readers.give_back(std::move(m_reader));
+      } catch (const std::exception&) {
+        // Without memory to keep it, it is closed.
+      }
+    }
     Lent(const Lent&) = delete;
     Lent& operator=(const Lent&) = delete;
 

@@ -29,7 +29,7 @@ MoveBackPODB::MoveBackPODB(const fs::path& catalog_root, RestoredDir& source,
   if (target == source.path) {
     throw Cr_ErrnoException(k_status_malformed, "the record moves POs from a directory to itself");
   }
-  const std::string root = catalog_root.string();
+  const std::string& root = catalog_root.string();
   m_reader = std::make_unique<SQLitePODB>(root, target.string());
   if (dry_run) {
     m_source = std::make_unique<SQLitePODB>(root, source.path.string());
