@@ -90,7 +90,7 @@ void RestoreRepair::take_away_what_was_made(record::RunReader& reader) {
   });
 }
 
-// What somebody has put something into stays.
+// A directory or database with something in it stays.
 void RestoreRepair::take_away(const fs::path& made) {
   boost::system::error_code error;
   const fs::file_status status = fs::symlink_status(made, error);

@@ -4,7 +4,7 @@
 
 namespace platform {
 
-// Removes the database of a policy directory if it holds no PO; nobody can store one in between. False
+// Removes the database of a policy directory if it holds no PO; an exclusive lock keeps one from being stored meanwhile. False
 // when it stays, or there is none.
 //
 // Threads: one thread.

@@ -44,7 +44,7 @@ extern const OptDescriptor o_help;
 // All options, NULL-terminated.
 const OptDescriptor* const* option_table();
 
-// Whether as many threads may be asked for. Standard error is told when they may not.
+// Whether as many threads may be asked for. Reports it on standard error if not.
 bool num_threads_are_in_range();
 
 // Sets the variables from the command line. False, after one line on standard error that names what

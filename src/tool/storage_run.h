@@ -26,5 +26,5 @@ void begin_record(const StoragePaths& storage, int argc, char** argv);
 // is not known from its arguments, since most of it is found.
 void log_mode(const std::string& mode, record::Task task, const StoragePaths& storage);
 
-// Whether the product's location exists. Standard error is told when it does not.
+// Whether the product's location exists. Reports it on standard error if not.
 bool location_is_there();

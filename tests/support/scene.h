@@ -68,7 +68,7 @@ class Scene {
     return run_task(k_dry_run, threads, more);
   }
 
-  // Runs mdfixup-undo to its end, the product's location behind the arguments.
+  // Runs mdfixup-undo to its end, the product's location after the arguments.
   Ended undo(Words arguments) const;
 
   // Runs it by way of a shell script in the storage's root, in which "$@" stands for the program and its arguments.
