@@ -63,7 +63,8 @@ cr_status_t DeleteOrphanPOs::delete_pos(record::Orphan& orphan) {
     if (status == k_status_db_no_such_po) return k_status_ok;
     if (status != k_status_ok) return status;
     const auto* basename = std::get_if<std::string>(&m_row.front());
-    if (basename == nullptr || !takings().matches(numbers_of(orphan), *basename)) return k_status_ok;
+    if (basename == nullptr || !takings().matches(numbers_of(orphan), *basename))
+      return k_status_ok;
     if (saves_pos()) record::run_record().add(directory(), m_row);
     status = podb().remove_row(number);
     if (status == k_status_ok) ++taken_pos;
@@ -96,6 +97,8 @@ void DeleteOrphanPOs::tell_deleted(Orphans::iterator end) {
     findings().deleted(directory(), *orphan);
     ++m_deleted;
   }
+  // Where rows are not saved, this is all that a killed run leaves of them.
+  if (!saves_pos()) (void)record::run_record().commit();
 }
 
 // The orphans before `end`, in a transaction of their own. Returns the first that could not be deleted;
