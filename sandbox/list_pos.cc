@@ -43,13 +43,12 @@ void select_from_all(const fs::path& catalog, SQLitePODB::Access access,
 
 std::vector<std::string> list_pos(const fs::path& catalog) {
   std::vector<std::string> lines;
-  select_from_all(
-      catalog, SQLitePODB::Access::read_only,
-      "SELECT basename || '|' || poid || '|' || size || '|' || mtime || '|' || hex(record) FROM po",
-      [&](const fs::path& policy_dir, std::string_view columns) {
-        lines.push_back(policy_dir.parent_path().filename().string() + "/" +
-                        policy_dir.filename().string() + "|" + std::string(columns));
-      });
+  select_from_all(catalog, SQLitePODB::Access::read_only,
+                  std::string("SELECT ") + k_listed_columns + " FROM po",
+                  [&](const fs::path& policy_dir, std::string_view columns) {
+                    lines.push_back(policy_dir.parent_path().filename().string() + "/" +
+                                    policy_dir.filename().string() + "|" + std::string(columns));
+                  });
   std::sort(lines.begin(), lines.end());
   return lines;
 }

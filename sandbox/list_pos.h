@@ -7,6 +7,10 @@
 
 namespace sandbox {
 
+// What is listed of a PO, as SQL.
+inline constexpr const char* k_listed_columns =
+    "basename || '|' || poid || '|' || size || '|' || mtime || '|' || hex(record)";
+
 // Every PO of a catalog: its client and policy, its basename and all its columns, the record in
 // hexadecimal digits, with "|" between them; in byte order, without line ends. Two listings tell
 // whether a PO was lost, moved or changed.

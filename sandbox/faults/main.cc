@@ -97,7 +97,10 @@ po::options_description describe(Settings& settings) {
   add("program", po::value(&settings.program), "the same as the first word");
   add("fault", po::value(&settings.faults),
       "kill, EIO, ENOSPC, EIO+, ENOSPC+ (from then on), signal");
-  add("task", po::value(&settings.tasks), "scan, dry_run, deletion, repair, resumed, forced");
+  add("task", po::value(&settings.tasks),
+      "scan, dry_run, deletion, repair, resumed, forced, undeletion, unrepair");
+  add("undo", po::value(&settings.undo),
+      "the program that undoes runs; else that of the same build");
   add("points", po::value(&settings.points), "that many moments of each run, drawn at random");
   add("calls", po::value(&settings.calls), "system calls; else all that matter to the fault");
   add("at", po::value(&settings.at), "one moment alone, as pwrite64:7");
@@ -119,6 +122,11 @@ bool run(int argc, char** argv, const fs::path& dir) {
   if (given.count("help") != 0 || settings.program.empty()) {
     std::cout << k_usage << options;
     return given.count("help") != 0;
+  }
+  if (settings.undo.empty()) {
+    settings.undo = (fs::path(settings.program).parent_path() / "../undo/mdfixup-undo")
+                        .lexically_normal()
+                        .string();
   }
   return try_tasks(settings, dir, isolate_pid_files());
 }

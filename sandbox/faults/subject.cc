@@ -2,7 +2,9 @@
 
 #include <signal.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <map>
 #include <sstream>
 
 #include <boost/algorithm/string/predicate.hpp>
@@ -78,6 +80,8 @@ const std::vector<Task>& all_tasks() {
       {"repair", {repair}, Effect::moves},
       {"resumed", {repair}, Effect::moves, 1, true},
       {"forced", {repair, "--force"}, Effect::moves, 1, false, true},
+      {"undeletion", {}, Effect::restores, 1, false, false, {consistency}},
+      {"unrepair", {}, Effect::restores, 1, false, false, {repair}},
   };
   return tasks;
 }
@@ -89,7 +93,19 @@ Subject::Subject(const fs::path& dir, const Settings& settings, const Task& task
       m_storage(dir / "storage"),
       m_environment{{"KSREGISTRY", m_storage.registry_file().string()}} {
   plant_for_all_tasks(m_storage, settings.scale);
+  m_original = state();
+  if (!m_task.undone.empty()) make_undone_run();
   keep();
+}
+
+// Its record lies beside the storage, so that the storage has those of other runs alone.
+void Subject::make_undone_run() {
+  std::vector<std::string> words{m_settings.program, "--tvr_location",
+                                 m_storage.product().string()};
+  words.insert(words.end(), m_task.undone.begin(), m_task.undone.end());
+  const Ended ended = sandbox::run(words, m_environment);
+  if (ended.exit_status != 0) throw Cr_ErrnoException(EIO, "could not run the task", ended.err);
+  fs::rename(record_files().at(0), undone_record());
 }
 
 void Subject::keep() const {
@@ -133,8 +149,13 @@ void Subject::restore() const {
 
 std::unique_ptr<Child> Subject::start(const std::vector<std::string>& prefix) const {
   std::vector<std::string> words = prefix;
-  words.insert(words.end(), {m_settings.program, "--tvr_location", m_storage.product().string(),
-                             "--num_threads", std::to_string(m_settings.threads)});
+  if (m_task.undone.empty()) {
+    words.push_back(m_settings.program);
+  } else {
+    words.insert(words.end(), {m_settings.undo, "restore", undone_record().string()});
+  }
+  words.insert(words.end(), {"--tvr_location", m_storage.product().string(), "--num_threads",
+                             std::to_string(m_settings.threads)});
   words.insert(words.end(), m_task.arguments.begin(), m_task.arguments.end());
   Child::Environment environment = m_environment;
   // Leaks cannot be looked for in a process that is traced.
@@ -182,14 +203,55 @@ fs::path Subject::runs_dir() const {
   return m_storage.log_dir() / "mdfixup" / "runs";
 }
 
-std::vector<record::Run> Subject::records() const {
-  std::vector<record::Run> runs;
-  if (!fs::exists(runs_dir())) return runs;
+fs::path Subject::undone_record() const {
+  return m_dir / "undone.db";
+}
+
+// The oldest first.
+std::vector<fs::path> Subject::record_files() const {
+  std::map<std::int64_t, fs::path> files;
+  if (!fs::exists(runs_dir())) return {};
   for (const auto& entry : fs::directory_iterator(runs_dir())) {
     if (entry.path().extension() != ".db") continue;
-    runs.push_back(record::RunReader(entry.path().string()).run());
+    const record::Run run = record::RunReader(entry.path().string()).run();
+    files[run.start_nanoseconds] = entry.path();
+  }
+  std::vector<fs::path> sorted;
+  for (const auto& [start, file] : files) sorted.push_back(file);
+  return sorted;
+}
+
+std::vector<record::Run> Subject::records() const {
+  std::vector<record::Run> runs;
+  for (const fs::path& file : record_files()) {
+    runs.push_back(record::RunReader(file.string()).run());
   }
   return runs;
+}
+
+Lines Subject::saved_pos() const {
+  Lines pos;
+  for (const fs::path& file : record_files()) {
+    record::RunReader(file.string())
+        .rows(std::string("SELECT ") + k_listed_columns + " FROM saved",
+              [&](const record::RunReader::Row& row) { pos.insert(row.text(0)); });
+  }
+  return pos;
+}
+
+std::string Subject::undo_runs() const {
+  std::string told;
+  std::vector<fs::path> files = record_files();
+  std::reverse(files.begin(), files.end());
+  for (const fs::path& file : files) {
+    record::RunReader reader(file.string());
+    if (reader.count("saved") + reader.count("moved") + reader.count("link") == 0) continue;
+    const Ended ended = sandbox::run(
+        {m_settings.undo, "restore", file.string(), "--tvr_location", m_storage.product().string()},
+        m_environment);
+    if (ended.exit_status != 0) told += ended.err;
+  }
+  return told;
 }
 
 std::string Subject::report() const {

@@ -16,6 +16,7 @@ namespace sandbox::faults {
 // What is tried, as the options of mdfixup-faults say.
 struct Settings {
   std::string program;
+  std::string undo;                 // the program that undoes what that one did
   std::vector<std::string> faults;  // names; all when there are none, as with tasks
   std::vector<std::string> tasks;
   std::string calls;    // system calls, as strace names them; the fault's own when empty
@@ -27,7 +28,7 @@ struct Settings {
 };
 
 // What a task does to the metadata when nothing goes wrong, and so what may be found when it did.
-enum class Effect { none, moves, deletes };
+enum class Effect { none, moves, deletes, restores };
 
 // A task of the program that faults are tried on.
 struct Task {
@@ -37,10 +38,12 @@ struct Task {
   int failed_exit_status = 1;
   bool resumed = false;   // it goes on where one that was killed half-way stopped
   bool services = false;  // the simulated services run when it starts
+  std::vector<std::string> undone =
+      {};  // a run with these arguments comes before it, and is undone
 };
 
-// Scan, dry run, deletion, repair, a repair after one that was killed half-way, and one that stops
-// the services itself.
+// Scan, dry run, deletion, repair, a repair after one that was killed half-way, one that stops the
+// services itself, and the undoing of a deletion and of a repair.
 const std::vector<Task>& all_tasks();
 
 using Lines = std::multiset<std::string>;
@@ -103,6 +106,16 @@ class Subject {
   // be read.
   std::vector<record::Run> records() const;
 
+  // The POs that they hold, without the directories, in the form of list_pos. Errors: the same.
+  Lines saved_pos() const;
+
+  // Undoes the runs since the beginning that changed something, the last one first. Returns what was
+  // told by those that could not be undone. Errors: the same.
+  std::string undo_runs() const;
+
+  // As it was before the run that is undone, or else in the beginning.
+  const State& original() const { return m_original; }
+
   // What the report of these runs says. Errors: the same.
   std::string report() const;
 
@@ -124,6 +137,9 @@ class Subject {
  private:
   boost::filesystem::path catalog() const;
   boost::filesystem::path runs_dir() const;
+  boost::filesystem::path undone_record() const;
+  void make_undone_run();
+  std::vector<boost::filesystem::path> record_files() const;
   void call_services(const char* monitor_argument, const char* engine_argument) const;
 
   const boost::filesystem::path m_dir;
@@ -131,6 +147,7 @@ class Subject {
   const Task& m_task;
   const StorageBuilder m_storage;
   const Child::Environment m_environment;
+  State m_original;
 };
 
 }  // namespace sandbox::faults

@@ -117,8 +117,15 @@ struct Judge {
 
   void judge_metadata(const State& now) {
     const State& before = m_undisturbed.before;
-    expect_none(lacking(anywhere(now.pos), anywhere(before.pos)), "holds a PO that was not there");
-    expect_none(lacking(anywhere(m_undisturbed.after.pos), anywhere(now.pos)), "loses a PO");
+    const bool restores = m_subject.task().effect == Effect::restores;
+    const State& most = restores ? m_undisturbed.after : before;
+    const State& least = restores ? before : m_undisturbed.after;
+    expect_none(lacking(anywhere(now.pos), anywhere(most.pos)), "holds a PO that was not there");
+    expect_none(lacking(anywhere(least.pos), anywhere(now.pos)), "loses a PO");
+    if (m_subject.task().effect == Effect::deletes) {
+      const Lines gone = lacking(anywhere(before.pos), anywhere(now.pos));
+      expect_none(lacking(gone, m_subject.saved_pos()), "deletes a PO without saving it");
+    }
     if (m_subject.task().effect != Effect::none) return;
     expect_none(difference(before.pos, now.pos), "changes a PO");
     expect_none(difference(before.files, now.files), "makes or removes a file");
@@ -210,9 +217,10 @@ struct Judge {
   }
 
   // Whoever has been told to stop the services is told to start them again, but for a repair that is
-  // not through. A deletion asks for them even where it failed before its first line.
+  // not through. A deletion and a restore ask for them even where it failed before its first line.
   void judge_request_for_services() {
-    const bool deletes = m_subject.task().effect == Effect::deletes;
+    const Effect effect = m_subject.task().effect;
+    const bool deletes = effect == Effect::deletes || effect == Effect::restores;
     const bool told = contains("\n" + m_ended.out, "\nPlease start");
     const bool must_tell = m_succeeded || (deletes && !m_reports.task_logs.empty());
     const bool lost_output = contains(m_ended.err, "not all that it reports") ||
@@ -231,6 +239,19 @@ struct Judge {
     const State now = m_subject.state();
     expect_none(difference(now.pos, m_undisturbed.after.pos), "the next run ends with other POs");
     expect_none(difference(now.files, m_undisturbed.after.files), "and with other files");
+    judge_undo(again);
+  }
+
+  // Whatever was done in how many runs, all of it can be undone. Services that run keep it from being.
+  void judge_undo(const Ended& again) {
+    const Task& task = m_subject.task();
+    const bool changes = task.effect == Effect::deletes || task.effect == Effect::moves;
+    const bool lacks_record = contains(m_ended.err + again.err, "the record of this run, ");
+    if (!changes || task.services || task.resumed || lacks_record) return;
+    const std::string told = m_subject.undo_runs();
+    expect(told.empty(), "cannot be undone: " + told);
+    expect_none(difference(m_subject.state().pos, m_undisturbed.before.pos),
+                "and is undone with other POs");
   }
 };
 
@@ -245,7 +266,11 @@ Undisturbed run_undisturbed(const Subject& subject) {
   undisturbed.reports = subject.reports(ended);
   undisturbed.record = subject.records().at(0);
   const bool changes = undisturbed.after.pos != undisturbed.before.pos;
-  const bool does_its_task = changes == (subject.task().effect != Effect::none);
+  const bool undoes = subject.task().effect == Effect::restores;
+  const bool is_undone = undisturbed.after.pos == subject.original().pos &&
+                         undisturbed.after.files == subject.original().files;
+  const bool does_its_task =
+      changes == (subject.task().effect != Effect::none) && is_undone == (undoes || !changes);
   if (ended.exit_status != 0 || undisturbed.reports.run_log.empty() || !does_its_task) {
     throw Cr_ErrnoException(EINVAL, "the undisturbed run does not do its task", ended.err);
   }

@@ -21,8 +21,7 @@ BaseRestore::BaseRestore(const fs::path& log_directory, const fs::path& catalog_
   init_log_file(log_dir() / "metadata_restore",
                 "Restore_" + std::to_string(std::time(nullptr)) + ".log");
   write_to_log("Record of the run:           " + request.record + "\n");
-  const auto effect = request.dry_run ? Findings::Effect::none : Findings::Effect::changes;
-  m_findings = std::make_unique<RestoreFindings>(log(), totals_to_add_to(), effect);
+  m_findings = std::make_unique<RestoreFindings>(log(), totals_to_add_to(), !request.dry_run);
 }
 
 // A database that is gone is made again, unless all of the storage is gone.

@@ -51,8 +51,8 @@ VisitPOsNotInTVRCatalog<V>::VisitPOsNotInTVRCatalog(const fs::path& log_director
   dct::util::make_LogFile(dir / V::missing_images_fname(), m_missing_images_log);
   // The name is asked for anew, so it may be a second late; scripts know that.
   platform::print("Missing images file: " + (dir / V::missing_images_fname()).string() + "\n");
-  m_findings = std::make_unique<ConsistencyFindings>(log(), *m_missing_images_log,
-                                                     totals_to_add_to(), V::effect);
+  m_findings =
+      std::make_unique<ConsistencyFindings>(log(), *m_missing_images_log, totals_to_add_to());
   m_findings->begin_missing();
   platform::print(V::initial_string());
 }

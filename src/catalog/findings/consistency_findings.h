@@ -10,8 +10,8 @@ namespace catalog {
 class ConsistencyFindings : public Findings {
  public:
   ConsistencyFindings(dct::util::LogFile& log, dct::util::LogFile& missing_images_log,
-                      RunTotals& totals, Effect effect)
-      : Findings(log, totals, effect), m_missing_images_log(missing_images_log) {}
+                      RunTotals& totals)
+      : Findings(log, totals), m_missing_images_log(missing_images_log) {}
 
   // The header line of the report of missing images.
   void begin_missing() const;

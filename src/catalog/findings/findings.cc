@@ -21,9 +21,6 @@ void Findings::failed(record::Directory& directory, const std::string& reason) {
 void Findings::end(const record::Directory& directory) {
   m_totals.add(directory.counts);
   store_totals(m_totals);
-  const bool has_changes = directory.counts.taken_pos != 0 || directory.counts.moved_pos != 0 ||
-                           directory.counts.restored_pos != 0;
-  if (m_effect == Effect::changes && has_changes) (void)run_record().commit();
 }
 
 void Findings::report_failed(record::Directory& directory, const std::string& report,

@@ -17,12 +17,7 @@ namespace catalog {
 // Ownership: refers to log and totals, which must outlive it.
 class Findings {
  public:
-  // What becomes of the metadata: findings on what was changed are committed with each directory, so
-  // that a kill does not lose them.
-  enum class Effect { none, changes };
-
-  Findings(dct::util::LogFile& log, RunTotals& totals, Effect effect)
-      : m_log(log), m_totals(totals), m_effect(effect) {}
+  Findings(dct::util::LogFile& log, RunTotals& totals) : m_log(log), m_totals(totals) {}
   Findings(const Findings&) = delete;
   Findings& operator=(const Findings&) = delete;
 
@@ -46,7 +41,6 @@ class Findings {
 
   dct::util::LogFile& m_log;
   RunTotals& m_totals;
-  const Effect m_effect;
 };
 
 // The directory of a path, with nothing found.

@@ -25,7 +25,7 @@ class RepairFindings : public Findings {
   };
 
   RepairFindings(dct::util::LogFile& log, dct::util::LogFile& collision_log, RunTotals& totals)
-      : Findings(log, totals, Effect::changes), m_collision_log(collision_log) {}
+      : Findings(log, totals), m_collision_log(collision_log) {}
 
   // The directory has POs that do not begin with its client's name.
   void case_issues(const record::Directory& directory) const;

@@ -18,8 +18,9 @@ struct RestoredDir {
 // What a restore finds and does.
 class RestoreFindings : public Findings {
  public:
-  RestoreFindings(dct::util::LogFile& log, RunTotals& totals, Effect effect)
-      : Findings(log, totals, effect), m_changes(effect == Effect::changes) {}
+  // `changes` is false for what is reported alone.
+  RestoreFindings(dct::util::LogFile& log, RunTotals& totals, bool changes)
+      : Findings(log, totals), m_changes(changes) {}
 
   // The directory is done.
   void restored(RestoredDir& dir);

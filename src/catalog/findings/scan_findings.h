@@ -10,7 +10,7 @@ namespace catalog {
 // What a case scan finds. Only directories with findings are in the record.
 class ScanFindings : public Findings {
  public:
-  ScanFindings(dct::util::LogFile& log, RunTotals& totals) : Findings(log, totals, Effect::none) {}
+  ScanFindings(dct::util::LogFile& log, RunTotals& totals) : Findings(log, totals) {}
 
   // The directory has POs under another spelling of its client's name.
   void case_issue(record::Directory& directory);

@@ -97,6 +97,8 @@ void DeleteOrphanPOs::tell_deleted(Orphans::iterator end) {
     findings().deleted(directory(), *orphan);
     ++m_deleted;
   }
+  // Where rows are not saved, this is all that a killed run leaves of them.
+  if (!saves_pos()) (void)record::run_record().commit();
 }
 
 // The orphans before `end`, in a transaction of their own. Returns the first that could not be deleted;

@@ -24,7 +24,6 @@ class DeleteOrphanPOs : public BaseCompareWithTVR {
   using BaseCompareWithTVR::BaseCompareWithTVR;
 
   static constexpr SQLitePODB::Access access = SQLitePODB::Access::read_write;
-  static constexpr Findings::Effect effect = Findings::Effect::changes;
 
   void visit_image_copies_not_in_TV_impl() override;
   void visit_one_image_copy(std::int64_t backup_time, std::uint32_t copy_number) override;

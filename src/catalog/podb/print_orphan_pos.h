@@ -12,7 +12,6 @@ class PrintOrphanPOs : public BaseCompareWithTVR {
   using BaseCompareWithTVR::BaseCompareWithTVR;
 
   static constexpr SQLitePODB::Access access = SQLitePODB::Access::read_only;
-  static constexpr Findings::Effect effect = Findings::Effect::none;
 
   void visit_one_image_copy(std::int64_t backup_time, std::uint32_t copy_number) override;
 
