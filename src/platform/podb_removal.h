@@ -4,8 +4,8 @@
 
 namespace platform {
 
-// Removes the database of a policy directory if it holds no PO; an exclusive lock keeps one from being stored meanwhile. False
-// when it stays, or there is none.
+// Removes the database of a policy directory if it holds no PO; an exclusive lock keeps one from being
+// stored meanwhile. False when it stays, or there is none.
 //
 // Threads: one thread.
 // Errors: Cr_ErrnoException, naming the file, when it cannot be looked into or removed.
