@@ -27,7 +27,9 @@ using std::chrono::steady_clock;
 
 // Whatever changes a file, a directory or a database.
 const std::string k_changing_calls =
-    "write,pwrite64,fsync,fdatasync,rename,unlink,truncate,ftruncate,mkdir,rmdir,link,chmod,chown";
+    "write,pwrite64,fsync,fdatasync,rename,unlink,truncate,ftruncate,mkdir,rmdir,link,symlink,"
+    "chmod,"
+    "chown";
 // Whatever else may fail, pipes and children among it. Not close: an injected failure leaves the
 // descriptor open, which the real one does not.
 const std::string k_other_calls =

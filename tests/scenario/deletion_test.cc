@@ -110,6 +110,17 @@ std::string taken_from_copy(const Scene& scene, const std::string& orphan) {
                              named + "_HDR.info'; DELETE" + taken);
 }
 
+// Undoes every run that saved something.
+void undo_all(const Scene& scene) {
+  std::vector<std::string> records;
+  for (const auto& entry : fs::directory_iterator(scene.storage().log_dir() / "mdfixup/runs"))
+    records.push_back(entry.path().string());
+  for (const std::string& record : records) {
+    if (support::sqlite(record, "SELECT count(*) FROM saved") == "0\n") continue;
+    EXPECT_EQ(scene.undo({"restore", record}).exit_status, 0);
+  }
+}
+
 class Deletion : public testing::TestWithParam<int> {};
 INSTANTIATE_TEST_SUITE_P(Threads, Deletion, testing::Values(1, 4));
 
@@ -125,6 +136,7 @@ TEST_P(Deletion, TakesWhatTheModelAndTheDryRunListAndTheStatementTakes) {
     const Model model = plant(scene, random, odd);
     scene.sh("cp -r catalog copy");
     const auto before = scene.snapshot();
+    const Words whole = scene.pos();
     const Ended dry = scene.dry_run(GetParam());
     const std::string dry_log = scene.logs("OrphanImages_");
     EXPECT_EQ(lines_beginning(dry.out, "{"), difference(model.metadata, model.catalog, k_orphan));
@@ -152,6 +164,8 @@ TEST_P(Deletion, TakesWhatTheModelAndTheDryRunListAndTheStatementTakes) {
     EXPECT_EQ(scene.remove_orphans(GetParam()).exit_status, 0);
     EXPECT_EQ(scene.snapshot(), after);
     EXPECT_EQ(scene.dry_run(GetParam()).out.find('{') == std::string::npos, !odd);
+    undo_all(scene);
+    EXPECT_EQ(scene.pos(), whole);
   }
 }
 
