@@ -9,6 +9,7 @@
 #include "catalog/podb/scan_podb.h"
 #include "dct/log_file.h"
 #include "fuzz/memory_file.h"
+#include "record/run_record.h"
 #include "sandbox/text_file.h"
 
 namespace {
@@ -39,7 +40,7 @@ void visit(const std::string& database, const Action& action) {
 template <class Visitor>
 void compare(dct::util::LogFile& log, catalog::RunTotals& totals, record::Directory& directory) {
   fuzz::set_command(k_listing);
-  catalog::ConsistencyFindings findings(log, log, totals, Visitor::effect);
+  catalog::ConsistencyFindings findings(log, log, totals);
   Visitor visitor(k_policy_dir, findings, directory, "/", "pool", Visitor::access);
   visitor.compare_metadata_impl();
   visitor.visit_image_copies_not_in_TV_impl();
@@ -56,6 +57,13 @@ void repair(dct::util::LogFile& log, catalog::RunTotals& totals, record::Directo
 }
 
 }  // namespace
+
+// Nothing is deleted without a record.
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
+  fs::create_directories(k_root / "log");
+  record::run_record().begin(k_root / "log", {});
+  return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string database = fuzz::text_of(data, size);
