@@ -216,8 +216,9 @@ std::vector<fs::path> Subject::record_files() const {
     const record::Run run = record::RunReader(entry.path().string()).run();
     files[run.start_nanoseconds] = entry.path();
   }
-  std::vector<fs::path> sorted;
-  for (const auto& [start, file] : files) sorted.push_back(file);
+  std::vector<fs::path> sorted(files.size());
+  std::transform(files.begin(), files.end(), sorted.begin(),
+                 [](const auto& each) { return each.second; });
   return sorted;
 }
 
