@@ -103,8 +103,8 @@ TEST(Approval, ThatDoesNotFitIsRefusedBeforeTheServicesAreLookedAt) {
   const fs::path original = records_of(scene, "dry_run").at(0);
   const fs::path record = scene.root() / "record.db";
   const fs::path asked = scene.root() / "asked";
-  const std::string tvprocs = (scene.storage().product() / "tavrin/bin/tvprocs").string();
-  support::write_script(tvprocs, "touch " + asked.string() + "\n");
+  support::write_script(scene.storage().product() / "tavrin/bin/tvprocs",
+                        "touch " + asked.string());
   const Words before = scene.pos();
   const std::string root = scene.root().string();
   // What is changed in the record, the options, and the error.

@@ -36,8 +36,7 @@ std::map<std::string, std::string> rows(const Scene& scene) {
     const std::string text =
         support::sqlite(entry.path(),
                         "SELECT hex(basename), hex(poid), quote(size), quote(mtime), hex(record), "
-                        "typeof(basename), "
-                        "typeof(poid), typeof(record) FROM po ORDER BY basename");
+                        "typeof(basename), typeof(poid), typeof(record) FROM po ORDER BY basename");
     if (!text.empty()) rows[entry.path().string()] = text;
   }
   return rows;
@@ -123,11 +122,9 @@ TEST_P(Undo, GivesADeletionsPOsBackInPartsAndAllOfThem) {
 }
 
 // Every name below the catalog, with what links lead to.
-std::string tree(const Scene& scene) {
-  return support::run(
-             {"sh", "-c",
-              "find " + (scene.root() / "catalog").string() + " -printf '%y %P %l\\n' | sort"})
-      .out;
+Words tree(const Scene& scene) {
+  const std::string catalog = (scene.root() / "catalog").string();
+  return lines_beginning(support::run({"find", catalog, "-printf", "%y %P %l\\n"}).out, "");
 }
 
 TEST_P(Undo, MovesARepairsPOsBackAndTakesAwayWhatItMade) {
@@ -137,7 +134,7 @@ TEST_P(Undo, MovesARepairsPOsBackAndTakesAwayWhatItMade) {
   m_scene.put("hosta", "q", {"HostA_5_C1_F1.img", "HostA_6_C1_F1.img"});
   m_scene.put("HostA", "p", {"HostA_9_C1_F1.img", "hosta_9_C1_F1.img"});
   m_scene.sh("ln -s hosta catalog/2/linked; ln -s ../nowhere catalog/2/hosta/p/gone");
-  const std::string tree_before = tree(m_scene);
+  const Words tree_before = tree(m_scene);
   const auto before = rows(m_scene);
   expect_end(m_scene.repair(), 0, "");
   const auto repaired = m_scene.snapshot();
@@ -189,7 +186,7 @@ class UndoneScene : public Scene {
   }
 
   const std::string& id() const { return m_id; }
-  std::string record() const { return (runs_dir(*this) / (m_id + ".db")).string(); }
+  std::string record() const { return records_of(*this, "deletion").at(0).string(); }
   // A copy of the record, changed.
   std::string changed(const std::string& statement) const {
     const std::string copy = (root() / "1-1.db").string();
@@ -208,15 +205,12 @@ TEST(Undo, RefusesWhatCannotBeUndone) {
   const std::string scanned = id_of(scene, "scan");
   const std::string catalog = (scene.root() / "catalog").string();
   const std::string cannot = "ERROR: the run 1-1 cannot be undone: ";
-  const auto lock = [&] { return "touch " + scene.lock_file().string(); };
   const std::string missing =
       "ERROR: The Tavrin Deduplication Catalog directory (" + catalog + ") does not exist.\n";
   const std::string aside = (scene.root() / "zelp-database-caseconv").string();
-  const struct {
-    std::string change;  // of the record, or with "$ " in front a shell script
-    std::string run;     // the changed record, if it is empty
-    std::string err;
-  } rows[] = {
+  // The change of the record, or after "$ " a shell script; the run, or the changed record if it is
+  // empty; the error.
+  const std::string rows[][3] = {
       {"", scanned, "ERROR: the run " + scanned + " cannot be undone: it changed nothing\n"},
       {"", "7-7", k_name + "7-7: is no record of a run, and no run has this id\n"},
       {"", "etc", k_name + "etc: is no record of a run, and no run has this id\n"},
@@ -234,7 +228,7 @@ TEST(Undo, RefusesWhatCannotBeUndone) {
       {"$ mv elsewhere catalog; mv quorv quorv.gone", scene.id(),
        "The provided Tavrin install location ( " + scene.storage().product().string() +
            " ) does not exist\n"},
-      {"$ mv quorv.gone quorv; " + lock(), scene.id(),
+      {"$ mv quorv.gone quorv; touch mdfixup.lock", scene.id(),
        "Refusing to run because the lock file " + scene.lock_file().string() +
            " already exists.\n"},
   };
