@@ -1,96 +1,73 @@
 #include "catalog/dirs_iterator.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <vector>
-
-#include <boost/filesystem/operations.hpp>
-
 #include "catalog/locked_dirs_iterator.h"
 #include "dct/log_file.h"
-#include "tests/support/scene.h"
+#include "tests/scenario/scenario.h"
 
-namespace {
+namespace scenario::walk {
 
-namespace fs = boost::filesystem;
-using Lines = std::vector<std::string>;
+// Runs a script in the catalog, which is empty at first. Returns what a walk logs and then the
+// directories that it yields, each a sorted list of lines without the catalog's path.
+std::string walked(const Scene& scene, const std::string& script) {
+  scene.sh("rm -rf catalog* walk.log; mkdir catalog; cd catalog; " + script);
+  const std::string log_file = (scene.root() / "walk.log").string();
+  dct::util::LogFile log(log_file);
+  catalog::LockedDirsIterator source(scene.root() / "catalog", &log);
+  std::string dirs;
+  for (std::string dir = source.get_next_path(); !dir.empty(); dir = source.get_next_path())
+    dirs += dir + "\n";
+  EXPECT_EQ(source.get_next_path(), "");
+  const std::string both =
+      boost::algorithm::join(lines_beginning(support::read_text(log_file), ""), "") +
+      boost::algorithm::join(lines_beginning(dirs, ""), "");
+  return replace_all_copy(both, (scene.root() / "catalog/").string(), "");
+}
 
-class DirsIterator : public testing::Test {
- protected:
-  // Runs a script in a catalog that is empty at first.
-  void make(const std::string& script) const {
-    const std::string in_catalog = "rm -rf ../catalog*; mkdir ../catalog; cd ../catalog; ";
-    fs::create_directories(m_root);
-    support::run({"sh", "-c", "cd " + m_root.string() + "; " + in_catalog + script});
-  }
-
-  // The directories that are yielded, below the root, and the lines of the log without it; sorted.
-  std::pair<Lines, Lines> walk() const {
-    const std::string log_file = m_root.string() + ".log";
-    dct::util::LogFile log(log_file);
-    catalog::LockedDirsIterator source(m_root, &log);
-    Lines dirs;
-    for (std::string dir = source.get_next_path(); !dir.empty(); dir = source.get_next_path())
-      dirs.push_back(dir.substr(m_root.size() + 1));
-    EXPECT_EQ(source.get_next_path(), "");
-    std::sort(dirs.begin(), dirs.end());
-    std::string text = support::read_text(log_file);
-    boost::algorithm::erase_all(text, m_root.string() + "/");
-    return {dirs, support::lines_beginning(text, "")};
-  }
-
-  const support::TempDir m_dir;
-  const fs::path m_root = m_dir.path() / "catalog";
-};
-
-TEST_F(DirsIterator, YieldsPolicyDirectoriesOfTheDsidAlone) {
-  const std::tuple<std::string, Lines, Lines> rows[] = {
-      {"mkdir 2", {}, {}},
-      {"mkdir -p 2/a 2/b/p/deeper 2/b/q", {"2/b/p", "2/b/q"}, {}},
-      {"mkdir -p 02/a/p +2/a/p", {"+2/a/p", "02/a/p"}, {}},
-      {"mkdir -p ./-18446744073709551614/a/p", {"-18446744073709551614/a/p"}, {}},
+TEST(DirsIterator, YieldsPolicyDirectoriesOfTheDsidAlone) {
+  const std::string rows[][2] = {
+      {"mkdir 2", ""},
+      {"mkdir -p 2/a 2/b/p/deeper 2/b/q", "2/b/p\n2/b/q\n"},
+      {"mkdir -p 02/a/p +2/a/p", "+2/a/p\n02/a/p\n"},
+      {"mkdir -p ./-18446744073709551614/a/p", "-18446744073709551614/a/p\n"},
       {"mkdir -p 3/a/p ./-2/a/p 2a/a/p 18446744073709551616/a/p",
-       {},
-       {"Invalid DSID: 18446744073709551616\n", "Invalid DSID: 2a\n", "Skip DSID: -2\n",
-        "Skip DSID: 3\n"}},
-      {"mkdir -p 1/a/p 2/a/p 9/a/p", {"2/a/p"}, {"Skip DSID: 1\n", "Skip DSID: 9\n"}},
+       "Invalid DSID: 18446744073709551616\nInvalid DSID: 2a\nSkip DSID: -2\nSkip DSID: 3\n"},
+      {"mkdir -p 1/a/p 2/a/p 9/a/p", "Skip DSID: 1\nSkip DSID: 9\n2/a/p\n"},
       // Links are followed, and what is no directory is passed over.
       {"mkdir -p 2/a/p ../catalog.elsewhere/q; ln -s ../../catalog.elsewhere 2/linked;"
        "for i in . 2 2/a; do ln -s /no/such $i/dangling; ln -s itself $i/itself; done;"
        "rm dangling; touch 2/file 2/a/file",
-       {"2/a/p", "2/linked/q"},
-       {"Invalid DSID: itself\n"}},
+       "Invalid DSID: itself\n2/a/p\n2/linked/q\n"},
   };
-  for (const auto& [script, dirs, log] : rows) {
-    make(script);
-    EXPECT_EQ(walk(), std::make_pair(dirs, log)) << script;
-  }
+  const Scene scene;
+  for (const auto& [script, expected] : rows) EXPECT_EQ(walked(scene, script), expected) << script;
 }
 
 // A directory that is gone is empty; a storage that is gone is out of reach.
-TEST_F(DirsIterator, WhatIsGoneIsEmptyOnlyWhileTheRootIsTheSame) {
+TEST(DirsIterator, WhatIsGoneIsEmptyOnlyWhileTheRootIsTheSame) {
+  const Scene scene;
   for (const std::string script :
        {"rm -r 2/*", "mv $PWD ../catalog.aside", "mv $PWD ../catalog.aside; mkdir ../catalog"}) {
-    make("mkdir -p 2/a/p 2/b/p 2/c/p");
-    dct::util::LogFile log(m_root.string() + ".log");
-    catalog::LockedDirsIterator source(m_root, &log);
+    scene.sh("rm -rf catalog*; mkdir -p catalog/2/a/p catalog/2/b/p catalog/2/c/p");
+    catalog::LockedDirsIterator source(scene.root() / "catalog", nullptr);
     EXPECT_NE(source.get_next_path(), "");
-    support::run({"sh", "-c", "cd " + m_root.string() + "; " + script});
-    if (!fs::exists(m_root / "2")) {
+    scene.sh("cd catalog; " + script);
+    if (!fs::exists(scene.root() / "catalog/2")) {
       EXPECT_THROW(source.get_next_path(), catalog::WalkRootChanged) << script;
     }
     EXPECT_EQ(source.get_next_path(), "") << script;
   }
 }
 
-TEST_F(DirsIterator, FileNamedLikeTheDsidLetsTheNextDirectoryThrough) {
-  make("for i in $(seq 10 40); do mkdir -p $i/a/p; done; touch 2");
-  Lines listed;  // as the file system does
-  for (const auto& entry : fs::directory_iterator(m_root))
-    listed.push_back(entry.path().filename().string());
-  const auto next = std::find(listed.begin(), listed.end(), "2") + 1;
-  EXPECT_EQ(walk().first, next == listed.end() ? Lines{} : Lines{*next + "/a/p"});
+TEST(DirsIterator, FileNamedLikeTheDsidLetsTheNextDirectoryThrough) {
+  const Scene scene;
+  const std::string found =
+      walked(scene, "for i in $(seq 10 40); do mkdir -p $i/a/p; done; touch 2");
+  Words listed{""};  // as the file system does
+  for (const auto& entry : fs::directory_iterator(scene.root() / "catalog"))
+    listed.insert(listed.end() - 1, entry.path().filename().string());
+  const std::string next = *(std::find(listed.begin(), listed.end(), "2") + 1);
+  const std::string yielded = found.substr(found.rfind("Skip DSID: "));
+  EXPECT_EQ(yielded.substr(yielded.find('\n') + 1), next.empty() ? "" : next + "/a/p\n");
 }
 
-}  // namespace
+}  // namespace scenario::walk

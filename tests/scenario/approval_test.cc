@@ -4,31 +4,6 @@ namespace scenario::approval {
 
 const std::string k_approved = "--approved";
 
-// The record of the only dry run so far.
-fs::path dry_run_record(const Scene& scene) {
-  for (const auto& entry : fs::directory_iterator(scene.storage().log_dir() / "mdfixup/runs")) {
-    if (support::sqlite(entry.path(), "SELECT task FROM run") == "dry_run\n") return entry.path();
-  }
-  return {};
-}
-
-std::string of_deletion(const Scene& scene, const std::string& columns) {
-  std::string text;
-  for (const auto& entry : fs::directory_iterator(scene.storage().log_dir() / "mdfixup/runs")) {
-    text +=
-        support::sqlite(entry.path(), "SELECT " + columns + " FROM run WHERE task = 'deletion'");
-  }
-  return text;
-}
-
-Words names(const Scene& scene, const std::string& client) {
-  const Words lines =
-      lines_beginning(support::sqlite(scene.po_db(client, "p"),
-                                      "SELECT substr(basename, instr(basename, '_')) FROM po"),
-                      "");
-  return {lines.begin(), lines.end()};
-}
-
 void put(const Scene& scene, const std::string& client, const Words& rests) {
   Words basenames;
   for (const std::string& rest : rests) basenames.push_back(client + rest);
@@ -44,7 +19,7 @@ struct Change {
   std::vector<std::uint32_t> listed_before;  // copies at time 1000
   std::vector<std::uint32_t> listed_then;
   Words stay;
-  std::vector<int> left;  // the copies that were not approved
+  Words left;  // the copies that were not approved
 };
 
 TEST(Approval, NothingIsTakenThatTheDryRunDidNotAnnounce) {
@@ -54,16 +29,16 @@ TEST(Approval, NothingIsTakenThatTheDryRunDidNotAnnounce) {
   const Change changes[] = {
       {"same", {c1, c2}, {}, {}, {2}, {}, {c2}, {}},
       {"fewer", {c1, c1_header}, {}, {c1_header}, {}, {}, {}, {}},
-      {"fresh", {c1}, {c2}, {}, {}, {}, {c2}, {2}},
+      {"fresh", {c1}, {c2}, {}, {}, {}, {c2}, {"2"}},
       {"listed", {c1, c2}, {}, {}, {}, {1}, {c1}, {}},
-      {"grown", {c1}, {c1_header}, {}, {}, {}, {c1, c1_header}, {1}},
+      {"grown", {c1}, {c1_header}, {}, {}, {}, {c1, c1_header}, {"1"}},
       // The pattern of copy 1 matches copy 10; the number of POs is as announced.
-      {"swapped", {c1, c1_header}, {c10}, {c1_header}, {10}, {}, {c10, c1}, {1}},
+      {"swapped", {c1, c1_header}, {c10}, {c1_header}, {10}, {}, {c10, c1}, {"1"}},
       {"announced", {c1, c10}, {}, {}, {10}, {}, {}, {}},
       // What the first orphan was to take, it does not take any more, and nobody said that the next
       // one would.
-      {"relisted", {c1, c10}, {}, {}, {}, {1}, {c10, c1}, {10}},
-      {"chain", {c10, c100, c2}, {c10_more}, {}, {}, {}, {c100, c10, c10_more}, {10, 100}},
+      {"relisted", {c1, c10}, {}, {}, {}, {1}, {c10, c1}, {"10"}},
+      {"chain", {c10, c100, c2}, {c10_more}, {}, {}, {}, {c100, c10, c10_more}, {"10", "100"}},
       {"gone", {c1, c2}, {}, {}, {}, {}, {}, {}},
   };
   for (const int threads : {1, 4}) {
@@ -76,7 +51,7 @@ TEST(Approval, NothingIsTakenThatTheDryRunDidNotAnnounce) {
       list(change, change.listed_before);
     }
     ASSERT_EQ(scene.dry_run(threads).exit_status, 0);
-    const std::string run = dry_run_record(scene).stem().string();
+    const std::string run = id_of(scene, "dry_run");
     fs::remove_all(scene.storage().log_dir() / "metadata_consistency");
     Words left;
     for (const Change& change : changes) {
@@ -85,39 +60,37 @@ TEST(Approval, NothingIsTakenThatTheDryRunDidNotAnnounce) {
         support::sqlite(scene.po_db(change.client, "p"),
                         "DELETE FROM po WHERE basename = '" + change.client + rest + "'");
       list(change, change.listed_then);
-      for (const int copy : change.left)
+      for (const std::string& copy : change.left)
         left.push_back("Not approved, left: {client: " + change.client +
-                       ", policy: p, backup_time: 1000, copy_number: " + std::to_string(copy) +
-                       "}.\n");
+                       ", policy: p, backup_time: 1000, copy_number: " + copy + "}.\n");
     }
     std::sort(left.begin(), left.end());
     fs::remove_all(scene.storage().policy_dir("gone", "p").parent_path());
-    expect_end(scene.run({support::k_deletion[0], k_approved, run, "--num_threads",
-                          std::to_string(threads)}),
-               0, "");
+    Words words{support::k_deletion[0], k_approved, run, "--num_threads", std::to_string(threads)};
+    expect_end(scene.run(words), 0, "");
     for (const Change& change : changes) {
-      Words expected;
-      for (const std::string& rest : change.stay) expected.push_back(rest + "\n");
       if (change.client == "gone") continue;
-      EXPECT_EQ(names(scene, change.client), expected) << change.client;
+      std::string expected;
+      for (const std::string& rest : change.stay) expected += change.client + rest + "\n";
+      EXPECT_EQ(
+          support::sqlite(scene.po_db(change.client, "p"), "SELECT basename FROM po ORDER BY 1"),
+          expected);
     }
     EXPECT_EQ(lines_beginning(scene.logs("OrphanImages_"), "Not approved, left: "), left);
     expect_parts(
         scene.run_log(),
         {" 6 orphan copies not approved, 4 approved copies that are no orphans any more\n"});
-    EXPECT_EQ(of_deletion(scene,
-                          "of_run, undo, orphan_copies, unapproved_copies, absent_copies, "
-                          "(SELECT count(*) FROM orphan WHERE NOT deleted)"),
-              run + "|saved|12|6|4|6\n");
+    EXPECT_EQ(rows_of(scene, "deletion",
+                      "of_run, undo, orphan_copies, unapproved_copies, absent_copies, "
+                      "(SELECT count(*) FROM orphan WHERE NOT deleted) FROM run"),
+              Words{run + "|saved|12|6|4|6\n"});
     const Ended report = support::run({MDFIXUP_REPORT_PROGRAM, scene.storage().log_dir().string()});
     expect_parts(report.out, {" 0 orphan copies could not be deleted\n"});
     EXPECT_FALSE(contains(report.out, "its record lists")) << report.out;
     // Of a directory that failed, or was skipped, nobody knows.
     support::write_text(scene.po_db("same", "p"), "no database");
-    const Ended again =
-        scene.run({support::k_deletion[0], k_approved, run, "--except", "gone", "--except",
-                   "chain/p", "--num_threads", std::to_string(threads)});
-    EXPECT_EQ(again.exit_status, 1);
+    words.insert(words.end(), {"--except", "gone", "--except", "chain/p"});
+    EXPECT_EQ(scene.run(words).exit_status, 1);
     expect_parts(scene.run_log(), {" 4 orphan copies not approved, 6 approved copies that are no "
                                    "orphans any more\n"});
   }
@@ -127,11 +100,11 @@ TEST(Approval, ThatDoesNotFitIsRefusedBeforeTheServicesAreLookedAt) {
   const Scene scene;
   put(scene, "hosta", {"_1000_C1_F1.img"});
   ASSERT_EQ(scene.dry_run().exit_status, 0);
-  const fs::path original = dry_run_record(scene);
+  const fs::path original = records_of(scene, "dry_run").at(0);
   const fs::path record = scene.root() / "record.db";
   const fs::path asked = scene.root() / "asked";
-  const std::string tvprocs = (scene.storage().product() / "tavrin/bin/tvprocs").string();
-  support::write_script(tvprocs, "touch " + asked.string() + "\n");
+  support::write_script(scene.storage().product() / "tavrin/bin/tvprocs",
+                        "touch " + asked.string());
   const Words before = scene.pos();
   const std::string root = scene.root().string();
   // What is changed in the record, the options, and the error.
@@ -163,7 +136,8 @@ TEST(Approval, ThatDoesNotFitIsRefusedBeforeTheServicesAreLookedAt) {
   expect_end(scene.run({support::k_deletion[0], k_approved, record.string(), "--no_undo"}), 0, "");
   EXPECT_TRUE(fs::exists(asked));
   EXPECT_EQ(scene.pos(), Words());
-  expect_parts(of_deletion(scene, "of_run, undo"), {"record|off\n"});
+  EXPECT_EQ(rows_of(scene, "deletion", "of_run, undo FROM run WHERE exit_status = 0"),
+            Words{"record|off\n"});
 }
 
 }  // namespace scenario::approval

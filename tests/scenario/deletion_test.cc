@@ -232,20 +232,12 @@ TEST(DeletionFaults, POThatCannotBeReadEndsTheDirectoryBehindTheOrphansBeforeIt)
 TEST(DeletionFaults, RowsAreOnTheDiskBeforeTheyAreDeleted) {
   const Scene scene;
   scene.put("hosta", "p", {"hosta_1_C1_F1.img"});
-  (void)scene.run_in_shell(
-      "ASAN_OPTIONS=detect_leaks=0 exec strace -o trace -y -e fsync,fdatasync,unlink \"$@\"",
-      support::k_deletion);
-  const std::string calls = support::read_text(scene.root() / "trace");
+  (void)scene.run_in_shell(k_strace + "-y -e fsync,fdatasync,unlink \"$@\"", support::k_deletion);
   const std::string file = "/hosta/p/po.db";
-  std::size_t at = 0;
   // The first commit of the record makes each one behind it sync.
-  for (const std::string& step :
-       {std::string(".db-wal>"), std::string(".db-wal>"), file + "-journal>", file + ">",
-        "unlink(\"" + (scene.root() / "catalog/2").string() + file + "-journal\")"}) {
-    at = calls.find(step, at);
-    ASSERT_NE(at, std::string::npos) << step << " in\n" << calls;
-    at += step.size();
-  }
+  expect_in_order(support::read_text(scene.root() / "trace"),
+                  {".db-wal>", ".db-wal>", file + "-journal>", file + ">",
+                   "unlink(\"" + (scene.root() / "catalog/2").string() + file + "-journal\")"});
 }
 
 TEST(DeletionFaults, SignalStopsADirectoryBehindATransaction) {

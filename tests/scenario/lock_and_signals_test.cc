@@ -67,6 +67,15 @@ TEST(Signals, FirstOneFinishesTheDirectoryInHandAndStops) {
   }
 }
 
+TEST(Signals, FirstOneLetsNoWorkerDrawAnotherDirectory) {
+  const Scene scene;
+  for (int i = 0; i < 40; ++i) scene.put("hosta", std::to_string(i), {});
+  scene.script("tvimagequery",
+               "echo >> $0.calls; kill -INT $(cat mdfixup.lock); sleep 0.1; exit 227\n");
+  EXPECT_EQ(scene.run_in_shell("\"$@\" --num_threads 4", support::k_dry_run).exit_status, 1);
+  EXPECT_LE(support::read_text(scene.admincmd("tvimagequery.calls")).size(), 4U);
+}
+
 bool has_ended(pid_t pid) {
   siginfo_t info{};
   return ::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&

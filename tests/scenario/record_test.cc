@@ -9,19 +9,6 @@
 // The record of a run, looked at with another program than the one that reports.
 namespace scenario::records {
 
-fs::path runs_dir(const Scene& scene) {
-  return scene.storage().log_dir() / "mdfixup" / "runs";
-}
-
-// What a query gives on the record of the task's run, sorted.
-Words rows(const Scene& scene, const std::string& task, const std::string& query) {
-  for (const auto& entry : fs::directory_iterator(runs_dir(scene))) {
-    if (support::sqlite(entry.path(), "SELECT task FROM run") == task + "\n")
-      return lines_beginning(support::sqlite(entry.path(), "SELECT " + query), "");
-  }
-  return {};
-}
-
 std::uint64_t total_bytes(const Words& pos) {
   std::uint64_t bytes = 0;
   for (const std::string& po : pos) {
@@ -45,25 +32,27 @@ TEST(Record, SaysWhatTheLogsSay) {
                   "UPDATE po SET poid = 'other' WHERE basename LIKE '%C1!_%' ESCAPE '!'");
   scene.sh("ln -s /nowhere catalog/2/link");
   EXPECT_EQ(scene.scan().exit_status, 0);
-  EXPECT_EQ(rows(scene, "scan",
-                 "'Client ' || client || ' has name case-sensitivity issues.'"
-                 " FROM directory JOIN client_policy p ON p.id = client_policy"),
+  EXPECT_EQ(rows_of(scene, "scan",
+                    "'Client ' || client || ' has name case-sensitivity issues.'"
+                    " FROM directory JOIN client_policy p ON p.id = client_policy"),
             lines_beginning(scene.logs("client_names"), "Client "));
   expect_parts(scene.logs("client_names"), planted.scan_lines);
   EXPECT_EQ(scene.repair(4).exit_status, 0);
-  EXPECT_EQ(rows(scene, "repair",
-                 "'Moved ' || count(*) || ' POs from " + scene.root().string() +
-                     "/zelp-database-caseconv/' || dsid || '/' || p.client || '/' || p.policy || "
-                     "' to " +
-                     scene.root().string() +
-                     "/zelp-database-caseconv/2/' || t.client || '/' || t.policy FROM moved JOIN "
-                     "directory d ON d.id = directory JOIN client_policy p ON p.id = client_policy "
-                     "JOIN client_policy t ON t.id = target GROUP BY directory, target"),
-            lines_beginning(replace_all_copy(scene.logs("repaired"), "\n.", "\n"), "Moved "))
+  EXPECT_EQ(
+      rows_of(scene, "repair",
+              "'Moved ' || count(*) || ' POs from " + scene.root().string() +
+                  "/zelp-database-caseconv/' || dsid || '/' || p.client || '/' || p.policy || "
+                  "' to " +
+                  scene.root().string() +
+                  "/zelp-database-caseconv/2/' || t.client || '/' || t.policy FROM moved JOIN "
+                  "directory d ON d.id = directory JOIN client_policy p ON p.id = client_policy "
+                  "JOIN client_policy t ON t.id = target GROUP BY directory, target"),
+      lines_beginning(replace_all_copy(scene.logs("repaired"), "\n.", "\n"), "Moved "))
       << "a full stop stands behind a collision's line end";
-  EXPECT_EQ(rows(scene, "repair", "basename, catalog_aside FROM collision, run"),
+  EXPECT_EQ(rows_of(scene, "repair", "basename, catalog_aside FROM collision, run"),
             Words{"HostA\xff_1_C1_F1.img|\n"});
-  EXPECT_EQ(rows(scene, "repair", "path, target, removed FROM link"), Words{"2/link|/nowhere|1\n"});
+  EXPECT_EQ(rows_of(scene, "repair", "path, target, removed FROM link"),
+            Words{"2/link|/nowhere|1\n"});
 
   const Words before = scene.pos();
   scene.put("hostb", "broken", {});
@@ -81,34 +70,35 @@ TEST(Record, SaysWhatTheLogsSay) {
         "'{client: ' || client || ', policy: ' || policy || ', backup_time: ' || backup_time || "
         "', copy_number: ' || copy || '}.' FROM orphan JOIN directory d ON d.id = directory "
         "JOIN client_policy p ON p.id = client_policy WHERE deleted = ";
-    EXPECT_EQ(rows(scene, task, image + (deletes ? "1" : "0")), printed);
-    EXPECT_EQ(rows(scene, task, "'also takes ' || basename FROM collateral"),
+    EXPECT_EQ(rows_of(scene, task, image + (deletes ? "1" : "0")), printed);
+    EXPECT_EQ(rows_of(scene, task, "'also takes ' || basename FROM collateral"),
               lines_beginning(log, "also takes "));
     EXPECT_EQ(
-        rows(scene, task,
-             "'backupid|client_name|policy_name|copy_num|' UNION ALL SELECT client || '_' || "
-             "backup_time || '|' || client || '|' || policy || '|' || copy || '|' FROM missing "
-             "JOIN client_policy p ON p.id = client_policy"),
+        rows_of(scene, task,
+                "'backupid|client_name|policy_name|copy_num|' UNION ALL SELECT client || '_' || "
+                "backup_time || '|' || client || '|' || policy || '|' || copy || '|' FROM missing "
+                "JOIN client_policy p ON p.id = client_policy"),
         lines_beginning(scene.logs("MissingImages_"), ""));
-    EXPECT_EQ(rows(scene, task, "reason FROM directory WHERE state = 'failed'").size(), 1U);
-    EXPECT_EQ(rows(scene, task, "reason FROM unparsed").size(),
+    EXPECT_EQ(rows_of(scene, task, "reason FROM directory WHERE state = 'failed'").size(), 1U);
+    EXPECT_EQ(rows_of(scene, task, "reason FROM unparsed").size(),
               lines_beginning(log, "ERROR: could not parse PO").size());
     // What is counted is what is listed.
     EXPECT_EQ(
-        rows(scene, task, "orphan_copies, taken_pos, other_copies_pos, taken_bytes FROM run"),
-        rows(scene, task,
-             "count(*), sum(pos), (SELECT count(*) FROM collateral), sum(bytes) FROM orphan"));
+        rows_of(scene, task, "orphan_copies, taken_pos, other_copies_pos, taken_bytes FROM run"),
+        rows_of(scene, task,
+                "count(*), sum(pos), (SELECT count(*) FROM collateral), sum(bytes) FROM orphan"));
   }
   fs::remove_all(scene.po_db("hostb", "broken"));
   const Words after = scene.pos();
-  EXPECT_EQ(rows(scene, "deletion", "taken_pos, taken_bytes FROM run"),
+  EXPECT_EQ(rows_of(scene, "deletion", "taken_pos, taken_bytes FROM run"),
             Words{std::to_string(before.size() - after.size()) + "|" +
                   std::to_string(total_bytes(before) - total_bytes(after)) + "\n"});
   for (const char* task : {"scan", "repair", "dry_run", "deletion"}) {
-    std::string counts = rows(scene, task,
-                              "'', dirs, failed_dirs, pos, copies, orphan_copies, missing_copies, "
-                              "taken_pos, other_copies_pos, moved_pos, collisions, '' FROM run")
-                             .at(0);
+    std::string counts =
+        rows_of(scene, task,
+                "'', dirs, failed_dirs, pos, copies, orphan_copies, missing_copies, "
+                "taken_pos, other_copies_pos, moved_pos, collisions, '' FROM run")
+            .at(0);
     counts.pop_back();
     // All numbers of the log, and nothing between them.
     expect_parts(std::regex_replace(scene.run_log(), std::regex("[^0-9]+"), "|"), {counts});
@@ -120,19 +110,19 @@ TEST(Record, IsOneFileAfterTheEndAndSaysHowTheRunEnded) {
   const Scene& scene = paused.scene();
   paused.send_and_await_line(SIGTERM);
   EXPECT_EQ(paused.go_on().exit_status, 1);
-  EXPECT_EQ(
-      rows(scene, "dry_run", "ending, exit_status, threads, disk_pool, ended > started FROM run"),
-      Words{"signal|1|1|dp_sandbox|1\n"});
-  EXPECT_EQ(rows(scene, "dry_run", "group_concat(text, ' ') FROM argument"),
+  EXPECT_EQ(rows_of(scene, "dry_run",
+                    "ending, exit_status, threads, disk_pool, ended > started FROM run"),
+            Words{"signal|1|1|dp_sandbox|1\n"});
+  EXPECT_EQ(rows_of(scene, "dry_run", "group_concat(text, ' ') FROM argument"),
             Words{"--tvr_location " + scene.storage().product().string() +
                   " --FORCE_DEDUPE_METADATA_CONSISTENCY --dry_run --num_threads 1\n"});
   EXPECT_EQ(scene.run_in_shell("umask 077; \"$@\"", support::k_repair).exit_status, 0);
-  EXPECT_EQ(rows(scene, "repair", "ending, exit_status FROM run"), Words{"orderly|0\n"});
+  EXPECT_EQ(rows_of(scene, "repair", "ending, exit_status FROM run"), Words{"orderly|0\n"});
   fs::remove_all(scene.root() / "catalog");
   EXPECT_EQ(scene.scan().exit_status, 1);
-  EXPECT_EQ(rows(scene, "scan",
-                 "ending, exit_status FROM run WHERE instr(ending_text, '" +
-                     (scene.root() / "catalog").string() + "')"),
+  EXPECT_EQ(rows_of(scene, "scan",
+                    "ending, exit_status FROM run WHERE instr(ending_text, '" +
+                        (scene.root() / "catalog").string() + "')"),
             Words{"exception|1\n"});
   std::multiset<int> modes;
   for (const auto& entry : fs::directory_iterator(runs_dir(scene))) {

@@ -61,7 +61,13 @@ TEST(Scan, TellsDirectoriesThatCannotBeReadAndGoesOn) {
     const std::string log = scene.logs("client_names_with_case_sensitivity_issues.");
     expect_parts(log, expected);
     expect_parts(log, clients);
+    const Ended ended_early = scene.run_in_shell(
+        k_strace + "-f -P $PWD/catalog/2/hosta -e inject=getdents64:error=EIO \"$@\"",
+        {support::k_scan[0], "--num_threads", std::to_string(threads)});
+    EXPECT_EQ(ended_early.exit_status, 1);
+    expect_parts(ended_early.err, {"Aborting with error:  could not read"});
   }
+  fs::remove(scene.root() / "trace");
   EXPECT_EQ(scene.snapshot(), before);
 }
 

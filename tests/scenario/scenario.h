@@ -25,10 +25,50 @@ inline void expect_parts(const std::string& text, const Words& parts) {
     EXPECT_TRUE(contains(text, part)) << part << "\nin " << text;
 }
 
+// What strace notes of a run, in this order.
+inline void expect_in_order(const std::string& calls, const Words& steps) {
+  std::size_t at = 0;
+  for (const std::string& step : steps) {
+    at = calls.find(step, at);
+    ASSERT_NE(at, std::string::npos) << step << " in\n" << calls;
+    at += step.size();
+  }
+}
+
+// Leaks cannot be looked for in a process that is traced.
+const std::string k_strace = "ASAN_OPTIONS=detect_leaks=0 exec strace -o trace ";
+
 // How a run ended, and all that it wrote to standard error.
 inline void expect_end(const Ended& ended, int exit_status, const std::string& err) {
   EXPECT_EQ(ended.exit_status, exit_status) << err;
   EXPECT_EQ(ended.err, err);
+}
+
+inline fs::path runs_dir(const Scene& scene) {
+  return scene.storage().log_dir() / "mdfixup" / "runs";
+}
+
+// The records of a task's runs.
+inline std::vector<fs::path> records_of(const Scene& scene, const std::string& task) {
+  std::vector<fs::path> records;
+  for (const auto& entry : fs::directory_iterator(runs_dir(scene))) {
+    const fs::path& file = entry.path();
+    if (file.extension() == ".db" && support::sqlite(file, "SELECT task FROM run") == task + "\n")
+      records.push_back(file);
+  }
+  return records;
+}
+
+inline std::string id_of(const Scene& scene, const std::string& task) {
+  return records_of(scene, task).at(0).stem().string();
+}
+
+// The rows that a query gives on them, sorted.
+inline Words rows_of(const Scene& scene, const std::string& task, const std::string& query) {
+  std::string rows;
+  for (const fs::path& record : records_of(scene, task))
+    rows += support::sqlite(record, "SELECT " + query);
+  return lines_beginning(rows, "");
 }
 
 // The pages of a record that is too long for one are a chain; the first is made to lead nowhere.

@@ -43,9 +43,7 @@ TEST_F(Services, RunningOnesAreStoppedByForceAloneAndStartedAgain) {
   m_scene.put("hosta", "p", {"HostA_1602000000_C1_F1.img"});
   m_scene.put("hostb", "p", {"hostb_1000_C1_F1.img"});
   EXPECT_EQ(m_scene.remove_orphans().exit_status, 0);
-  const std::string listed = m_scene.undo({"list"}).out;
-  const std::string id = listed.substr(
-      listed.find('\n') + 1, listed.find("  ", listed.find('\n')) - listed.find('\n') - 1);
+  const std::string id = id_of(m_scene, "deletion");
   const Words before = m_scene.pos();
   for (const std::string& service : {m_ksde, m_tvsvcwatch}) {
     support::run({service}, m_scene.environment());

@@ -1,5 +1,7 @@
 #include "tests/scenario/scenario.h"
 
+#include <boost/format.hpp>
+
 namespace scenario::undo {
 
 const std::string k_name = "mdfixup-undo: ";
@@ -34,47 +36,31 @@ std::map<std::string, std::string> rows(const Scene& scene) {
     const std::string text =
         support::sqlite(entry.path(),
                         "SELECT hex(basename), hex(poid), quote(size), quote(mtime), hex(record), "
-                        "typeof(basename), "
-                        "typeof(poid), typeof(record) FROM po ORDER BY basename");
+                        "typeof(basename), typeof(poid), typeof(record) FROM po ORDER BY basename");
     if (!text.empty()) rows[entry.path().string()] = text;
   }
   return rows;
 }
 
-fs::path runs_dir(const Scene& scene) {
-  return scene.storage().log_dir() / "mdfixup" / "runs";
-}
-
-// The id of the one run of a task.
-std::string run_of(const Scene& scene, const std::string& task) {
-  Words ids;
-  for (const auto& entry : fs::directory_iterator(runs_dir(scene))) {
-    if (entry.path().extension() != ".db") continue;
-    if (support::sqlite(entry.path(), "SELECT task FROM run") != task + "\n") continue;
-    ids.push_back(entry.path().stem().string());
-  }
-  EXPECT_EQ(ids.size(), 1U) << task;
-  return ids.at(0);
-}
-
-// The line in the run log that sums up the restore.
-std::string summary(const Scene& scene) {
-  const std::string log = scene.run_log();
-  const std::size_t begin = log.rfind("restore: ");
-  return begin == std::string::npos ? "" : log.substr(begin + 9, log.find('\n', begin) - begin - 9);
-}
-
 class Undo : public testing::TestWithParam<const char*> {
  protected:
-  Words restore(const Words& more) const {
+  Ended restore(const Words& more) const {
     Words words{"restore", m_run, "--num_threads", GetParam()};
     words.insert(words.end(), more.begin(), more.end());
-    return words;
+    return m_scene.undo(words);
   }
-  void expect_summary(const Words& more, int exit_status, const std::string& text) const {
-    const Ended ended = m_scene.undo(restore(more));
-    EXPECT_EQ(ended.exit_status, exit_status) << ended.err;
-    EXPECT_EQ(summary(m_scene), text) << ended.err << m_scene.logs("Restore_");
+  // How the next restore ends, and what its line in the run log counts.
+  void expect_restore(const Words& more, int pos, int there_already, int links, int failed) const {
+    const bool is_dry = more == Words{"--dry_run"};
+    const Ended ended = restore(more);
+    EXPECT_EQ(ended.exit_status, failed == 0 ? 0 : 1) << ended.err;
+    const std::string log = m_scene.run_log();
+    const auto counts =
+        boost::format(
+            "%1% POs restored%2%, there already %3%, symbolic links %4%, not restored %5%\n") %
+        pos % (is_dry ? " (dry run)" : "") % there_already % links % failed;
+    EXPECT_TRUE(starts_with(log.substr(log.rfind("restore: ") + 9), counts.str()))
+        << counts << log << m_scene.logs("Restore_");
   }
 
   const Scene m_scene;
@@ -88,10 +74,9 @@ TEST_P(Undo, GivesADeletionsPOsBackInPartsAndAllOfThem) {
   expect_end(m_scene.remove_orphans(), 0, "");
   const auto deleted = m_scene.snapshot();
   ASSERT_NE(rows(m_scene), before);
-  m_run = run_of(m_scene, "deletion");
+  m_run = id_of(m_scene, "deletion");
 
-  expect_summary({"--dry_run"}, 0,
-                 "472 POs restored (dry run), there already 0, symbolic links 0, not restored 0");
+  expect_restore({"--dry_run"}, 472, 0, 0, 0);
   EXPECT_EQ(m_scene.snapshot(), deleted);
   // Neither journal nor record fits.
   const Ended full =
@@ -101,12 +86,10 @@ TEST_P(Undo, GivesADeletionsPOsBackInPartsAndAllOfThem) {
   EXPECT_EQ(full.exit_status, 1);
   EXPECT_EQ(lines_beginning(full.err, "ERROR: could not restore ").size(), 6U) << full.err;
   EXPECT_EQ(m_scene.snapshot(), deleted);
-  expect_summary({"--client", "hosta", "--policy=p"}, 0,
-                 "78 POs restored, there already 0, symbolic links 0, not restored 0");
-  expect_summary({"--client", "hosta"}, 0,
-                 "78 POs restored, there already 78, symbolic links 0, not restored 0");
-  const Ended none = m_scene.undo(restore({"--client", "HOSTA"}));
-  expect_end(none, 1, "ERROR: the run changed nothing of this client and policy\n");
+  expect_restore({"--client", "hosta", "--policy=p"}, 78, 0, 0, 0);
+  expect_restore({"--client", "hosta"}, 78, 78, 0, 0);
+  expect_end(restore({"--client", "HOSTA"}), 1,
+             "ERROR: the run changed nothing of this client and policy\n");
   // A database, and all of a client, that are made again; POs that are others by now.
   fs::remove(m_scene.po_db("hostb", "p"));
   fs::remove_all(m_scene.storage().policy_dir("hostc", "q").parent_path());
@@ -117,16 +100,15 @@ TEST_P(Undo, GivesADeletionsPOsBackInPartsAndAllOfThem) {
       "UPDATE po SET poid = CAST(poid AS TEXT) WHERE rowid = (SELECT min(rowid) FROM po "
       "WHERE typeof(poid) = 'blob')");
   const std::string others = rows(m_scene)[changed.string()];
-  expect_summary({"--dry_run"}, 1,
-                 "316 POs restored (dry run), there already 154, symbolic links 0, not restored 2");
-  expect_summary({}, 1, "316 POs restored, there already 154, symbolic links 0, not restored 2");
+  expect_restore({"--dry_run"}, 316, 154, 0, 2);
+  expect_restore({}, 316, 154, 0, 2);
   EXPECT_EQ(rows(m_scene)[changed.string()], others);
   const std::string log = m_scene.logs("Restore_");
   EXPECT_EQ(lines_beginning(log, "Warning: another PO with the name hosta_").size(), 4U) << log;
   expect_parts(log, {"Restored 80 POs to " + m_scene.storage().policy_dir("hostc", "q").string() +
                      "; 0 were there already.\n"});
   support::sqlite(changed, "DELETE FROM po");
-  expect_summary({}, 0, "78 POs restored, there already 394, symbolic links 0, not restored 0");
+  expect_restore({}, 78, 394, 0, 0);
 
   auto now = rows(m_scene);
   for (const auto& [file, text] : before) {
@@ -135,16 +117,14 @@ TEST_P(Undo, GivesADeletionsPOsBackInPartsAndAllOfThem) {
     EXPECT_EQ(now[file], text) << file;
   }
   const auto restored = m_scene.snapshot();
-  expect_summary({}, 0, "0 POs restored, there already 472, symbolic links 0, not restored 0");
+  expect_restore({}, 0, 472, 0, 0);
   EXPECT_EQ(m_scene.snapshot(), restored) << "nothing is written";
 }
 
 // Every name below the catalog, with what links lead to.
-std::string tree(const Scene& scene) {
-  return support::run(
-             {"sh", "-c",
-              "find " + (scene.root() / "catalog").string() + " -printf '%y %P %l\\n' | sort"})
-      .out;
+Words tree(const Scene& scene) {
+  const std::string catalog = (scene.root() / "catalog").string();
+  return lines_beginning(support::run({"find", catalog, "-printf", "%y %P %l\\n"}).out, "");
 }
 
 TEST_P(Undo, MovesARepairsPOsBackAndTakesAwayWhatItMade) {
@@ -154,18 +134,16 @@ TEST_P(Undo, MovesARepairsPOsBackAndTakesAwayWhatItMade) {
   m_scene.put("hosta", "q", {"HostA_5_C1_F1.img", "HostA_6_C1_F1.img"});
   m_scene.put("HostA", "p", {"HostA_9_C1_F1.img", "hosta_9_C1_F1.img"});
   m_scene.sh("ln -s hosta catalog/2/linked; ln -s ../nowhere catalog/2/hosta/p/gone");
-  const std::string tree_before = tree(m_scene);
+  const Words tree_before = tree(m_scene);
   const auto before = rows(m_scene);
   expect_end(m_scene.repair(), 0, "");
   const auto repaired = m_scene.snapshot();
   ASSERT_NE(tree(m_scene), tree_before);
-  m_run = run_of(m_scene, "repair");
+  m_run = id_of(m_scene, "repair");
 
-  expect_summary({"--dry_run"}, 0,
-                 "7 POs restored (dry run), there already 0, symbolic links 2, not restored 0");
+  expect_restore({"--dry_run"}, 7, 0, 2, 0);
   EXPECT_EQ(m_scene.snapshot(), repaired);
-  expect_summary({"--client", "HostA", "--policy", "p"}, 0,
-                 "1 POs restored, there already 0, symbolic links 0, not restored 0");
+  expect_restore({"--client", "HostA", "--policy", "p"}, 1, 0, 0, 0);
   // A restore that was cut short, a PO that is gone, others in its place, a PO that came later.
   const auto db = [&](const char* client, const char* policy) {
     return m_scene.po_db(client, policy);
@@ -177,10 +155,8 @@ TEST_P(Undo, MovesARepairsPOsBackAndTakesAwayWhatItMade) {
   m_scene.put("HOSTA", "p", {"HOSTA_7_C1_F1.img"});
   support::sqlite(db("hosta", "p"), "INSERT INTO po VALUES ('HOSTA_3_C1_F1.img', 'x', 1, 1, x'')");
   m_scene.sh("touch catalog/2/linked");
-  const std::string text = "3 POs restored";
-  expect_summary({"--dry_run"}, 1,
-                 text + " (dry run), there already 2, symbolic links 1, not restored 3");
-  expect_summary({}, 1, text + ", there already 2, symbolic links 1, not restored 3");
+  expect_restore({"--dry_run"}, 3, 2, 1, 3);
+  expect_restore({}, 3, 2, 1, 3);
   const std::string log = m_scene.logs("Restore_");
   for (const std::string warning : {"another PO with the name HOSTA_3_C1_F1.img is in ",
                                     "the PO HostA_2_C1_F1.img is neither in ",
@@ -194,10 +170,10 @@ TEST_P(Undo, MovesARepairsPOsBackAndTakesAwayWhatItMade) {
   support::sqlite(db("HostA", "p"),
                   "DELETE FROM po WHERE basename LIKE 'HostA_1_%'; PRAGMA user_version = 1");
   m_scene.sh("rm catalog/2/linked");
-  expect_summary({}, 0, "2 POs restored, there already 5, symbolic links 1, not restored 0");
+  expect_restore({}, 2, 5, 1, 0);
   EXPECT_EQ(rows(m_scene), before);
   EXPECT_EQ(tree(m_scene), tree_before);
-  expect_summary({}, 0, "0 POs restored, there already 7, symbolic links 0, not restored 0");
+  expect_restore({}, 0, 7, 0, 0);
 }
 
 // A storage with a deletion.
@@ -206,11 +182,11 @@ class UndoneScene : public Scene {
   UndoneScene() {
     put("hosta", "p", {"hosta_1000_C1_F1.img", "hosta_1000_C1_HDR.info"});
     expect_end(remove_orphans(), 0, "");
-    m_id = run_of(*this, "deletion");
+    m_id = id_of(*this, "deletion");
   }
 
   const std::string& id() const { return m_id; }
-  std::string record() const { return (runs_dir(*this) / (m_id + ".db")).string(); }
+  std::string record() const { return records_of(*this, "deletion").at(0).string(); }
   // A copy of the record, changed.
   std::string changed(const std::string& statement) const {
     const std::string copy = (root() / "1-1.db").string();
@@ -226,18 +202,15 @@ class UndoneScene : public Scene {
 TEST(Undo, RefusesWhatCannotBeUndone) {
   const UndoneScene scene;
   expect_end(scene.scan(), 0, "");
-  const std::string scanned = run_of(scene, "scan");
+  const std::string scanned = id_of(scene, "scan");
   const std::string catalog = (scene.root() / "catalog").string();
   const std::string cannot = "ERROR: the run 1-1 cannot be undone: ";
-  const auto lock = [&] { return "touch " + scene.lock_file().string(); };
   const std::string missing =
       "ERROR: The Tavrin Deduplication Catalog directory (" + catalog + ") does not exist.\n";
   const std::string aside = (scene.root() / "zelp-database-caseconv").string();
-  const struct {
-    std::string change;  // of the record, or with "$ " in front a shell script
-    std::string run;     // the changed record, if it is empty
-    std::string err;
-  } rows[] = {
+  // The change of the record, or after "$ " a shell script; the run, or the changed record if it is
+  // empty; the error.
+  const std::string rows[][3] = {
       {"", scanned, "ERROR: the run " + scanned + " cannot be undone: it changed nothing\n"},
       {"", "7-7", k_name + "7-7: is no record of a run, and no run has this id\n"},
       {"", "etc", k_name + "etc: is no record of a run, and no run has this id\n"},
@@ -255,7 +228,7 @@ TEST(Undo, RefusesWhatCannotBeUndone) {
       {"$ mv elsewhere catalog; mv quorv quorv.gone", scene.id(),
        "The provided Tavrin install location ( " + scene.storage().product().string() +
            " ) does not exist\n"},
-      {"$ mv quorv.gone quorv; " + lock(), scene.id(),
+      {"$ mv quorv.gone quorv; touch mdfixup.lock", scene.id(),
        "Refusing to run because the lock file " + scene.lock_file().string() +
            " already exists.\n"},
   };

@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 #include <sched.h>
 
+#include <functional>
+
 #include <boost/filesystem/operations.hpp>
 
+#include "catalog/base_traverse_catalog.h"
 #include "platform/run_log.h"
-#include "tests/catalog/visiting_task.h"
 #include "tests/support/scene.h"
 #include "tool/progress_text.h"
 
@@ -15,6 +17,20 @@ namespace {
 using std::chrono::hours;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
+
+// A task that does in each directory of a catalog what the test says, and logs beside it.
+class VisitingTask : public catalog::BaseTraverseCatalog {
+ public:
+  VisitingTask(const boost::filesystem::path& dir, std::function<int()> visit)
+      : BaseTraverseCatalog(dir / "log", dir / "catalog", 1, true), m_visit(std::move(visit)) {
+    init_log_file(log_dir(), "task.log");
+  }
+  int visit_dir(const boost::filesystem::path& /*policy_dir*/) override { return m_visit(); }
+  std::string findings() const override { return "7 findings"; }
+
+ private:
+  const std::function<int()> m_visit;
+};
 
 TEST(ProgressOfTask, IsToldInTheRunLogAtEachInterval) {
   const support::TempDir dir;
@@ -26,7 +42,7 @@ TEST(ProgressOfTask, IsToldInTheRunLogAtEachInterval) {
   for (const char* policy : {"2/a/p", "2/a/q", "2/b/p", "3/c/p"})
     boost::filesystem::create_directories(dir.path() / "catalog" / policy);
   int visited = 0;
-  VisitingTask task(dir.path(), 1, true, [&] {
+  VisitingTask task(dir.path(), [&] {
     ++visited;
     if (visited == 1) await("progress: 0 of 3 directories, 0 failed, 7 findings\n");
     if (visited == 3) await("progress: 2 of 3 directories, ");
