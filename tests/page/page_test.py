@@ -10,6 +10,7 @@ import sys
 import tempfile
 import unittest
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "scripts"))
 from browser import Browser
 
 PROGRAM = ""
