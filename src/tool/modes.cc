@@ -95,20 +95,6 @@ catalog::ConsistencyLimits limits_given() {
   return limits;
 }
 
-// With the services stopped; they are asked for again whatever happens.
-bool delete_orphans(const StoragePaths& storage, const fs::path& admincmd_dir,
-                    const std::string& disk_pool, const catalog::ConsistencyLimits& limits) {
-  bool done = false;
-  try {
-    done = compare<catalog::podb::DeleteOrphanPOs>(storage, admincmd_dir, disk_pool, limits);
-  } catch (...) {
-    StartServices(opt_tvr_location);
-    throw;
-  }
-  StartServices(opt_tvr_location);
-  return done;
-}
-
 }  // namespace
 
 int scan_mode(const StoragePaths& storage) {
@@ -147,7 +133,9 @@ int consistency_mode(const StoragePaths& storage) {
       limits.approved = approved.get();
     }
     if (!record_is_kept() || !StopServices(opt_tvr_location)) return k_exit_failure;
-    done = delete_orphans(storage, admincmd_dir, disk_pool, limits);
+    done = then_start_services(opt_tvr_location, [&] {
+      return compare<catalog::podb::DeleteOrphanPOs>(storage, admincmd_dir, disk_pool, limits);
+    });
   }
   if (!done) return k_exit_failure;
   platform::print("mdfixup finished successfully.\n");

@@ -42,20 +42,6 @@ bool restore(const StoragePaths& storage, const record::Run& run,
   return run_task(*task) && task->all_is_restored();
 }
 
-// With the services stopped; they are asked for again whatever happens.
-bool restore_and_start_services(const StoragePaths& storage, const record::Run& run,
-                                const catalog::RestoreRequest& request) {
-  bool done = false;
-  try {
-    done = restore(storage, run, request);
-  } catch (...) {
-    StartServices(opt_tvr_location);
-    throw;
-  }
-  StartServices(opt_tvr_location);
-  return done;
-}
-
 }  // namespace
 
 int restore_mode(const StoragePaths& storage, const record::Run& run,
@@ -66,7 +52,7 @@ int restore_mode(const StoragePaths& storage, const record::Run& run,
     done = restore(storage, run, request);
   } else {
     if (!StopServices(opt_tvr_location)) return k_exit_failure;
-    done = restore_and_start_services(storage, run, request);
+    done = then_start_services(opt_tvr_location, [&] { return restore(storage, run, request); });
   }
   if (!done) return k_exit_failure;
   platform::print(progname + " finished successfully.\n");

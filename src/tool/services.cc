@@ -29,6 +29,19 @@ void StartServices(const boost::filesystem::path& tvr_location) {
   }
 }
 
+bool then_start_services(const boost::filesystem::path& tvr_location,
+                         const std::function<bool()>& work) {
+  bool done = false;
+  try {
+    done = work();
+  } catch (...) {
+    StartServices(tvr_location);
+    throw;
+  }
+  StartServices(tvr_location);
+  return done;
+}
+
 void print_start_commands(const boost::filesystem::path& tvr_location) {
   const cr::utils::DedupeEngineProcessControl services(tvr_location);
   platform::print("Please start Tavrin Deduplication services with the following commands:\n" +
