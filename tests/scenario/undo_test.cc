@@ -176,6 +176,27 @@ TEST_P(Undo, MovesARepairsPOsBackAndTakesAwayWhatItMade) {
   expect_restore({}, 0, 7, 0, 0);
 }
 
+// The record names nothing outside, but links in the catalog lead there.
+TEST_P(Undo, OfARepairDoesNotFollowLinks) {
+  m_scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
+  m_scene.sh("ln -s ../../outside catalog/2/gate");
+  expect_end(m_scene.repair(), 0, "");
+  m_run = id_of(m_scene, "repair");
+  m_scene.sh(
+      "mkdir -p outside/p; cp catalog/2/hosta/p/po.db outside/p; "
+      "sqlite3 log/mdfixup/runs/" +
+      m_run +
+      ".db \"INSERT INTO link VALUES (NULL, '2/gate/planted', '/etc', 1); "
+      "INSERT INTO made VALUES (NULL, '2/gate/p'), (NULL, '2/gate/p/po.db')\"");
+  const auto outside = [&] {
+    return support::run({"find", (m_scene.root() / "outside").string(), "-ls"}).out;
+  };
+  const std::string before = outside();
+  expect_restore({}, 1, 0, 1, 1);
+  expect_restore({}, 0, 1, 0, 1);
+  EXPECT_EQ(outside(), before);
+}
+
 // A storage with a deletion.
 class UndoneScene : public Scene {
  public:
