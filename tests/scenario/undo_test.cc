@@ -153,7 +153,11 @@ TEST_P(Undo, MovesARepairsPOsBackAndTakesAwayWhatItMade) {
                                         "' AS t; INSERT INTO po SELECT * FROM t.po LIMIT 1");
   support::sqlite(db("HostA", "p"), "DELETE FROM po WHERE basename LIKE 'HostA_2%'");
   m_scene.put("HOSTA", "p", {"HOSTA_7_C1_F1.img"});
-  support::sqlite(db("hosta", "p"), "INSERT INTO po VALUES ('HOSTA_3_C1_F1.img', 'x', 1, 1, x'')");
+  support::sqlite(
+      db("hosta", "p"),
+      "ATTACH '" + db("HOSTA", "p").string() +
+          "' AS t; INSERT INTO po SELECT basename, poid, size + 1, mtime, record FROM t.po "
+          "WHERE basename LIKE 'HOSTA_3%'");
   m_scene.sh("touch catalog/2/linked");
   expect_restore({"--dry_run"}, 3, 2, 1, 3);
   expect_restore({}, 3, 2, 1, 3);
@@ -163,7 +167,7 @@ TEST_P(Undo, MovesARepairsPOsBackAndTakesAwayWhatItMade) {
                                     "something else is in the place of the symbolic link "})
     EXPECT_EQ(lines_beginning(log, "Warning: " + warning).size(), 2U) << log;
 
-  support::sqlite(db("hosta", "p"), "DELETE FROM po WHERE poid = 'x'");
+  support::sqlite(db("hosta", "p"), "DELETE FROM po WHERE basename LIKE 'HOSTA_3%'");
   support::sqlite(db("HOSTA", "p"), "DELETE FROM po WHERE basename LIKE 'HOSTA_7%'");
   fs::remove(db("HostA", "p"));
   support::run({"sh", "-c", "echo \"$0\" | sqlite3 " + db("HostA", "p").string(), kept});
