@@ -19,6 +19,20 @@ namespace fs = boost::filesystem;
 
 namespace catalog {
 
+namespace {
+
+// A repair leaves no symbolic link in the catalog. One that is there by now, which may be one that a
+// restore made again, leads to what the repair did not make, or out of the catalog.
+bool leads_through_link(const fs::path& catalog, fs::path path) {
+  boost::system::error_code error;
+  for (; path != catalog && !path.empty(); path = path.parent_path()) {
+    if (fs::is_symlink(fs::symlink_status(path, error))) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
 // The rows of a group stand together, so that what is kept goes by the groups.
 RestoreRepair::RestoreRepair(const fs::path& log_dir, const fs::path& catalog_dir,
                              unsigned num_threads, const RestoreRequest& request)
@@ -84,6 +98,7 @@ void RestoreRepair::take_away_what_was_made(record::RunReader& reader) {
   reader.rows("SELECT path FROM made ORDER BY id DESC", [&](const record::RunReader::Row& row) {
     if (util::interrupted()) return;
     const fs::path made = below_catalog(metadata_dir(), row.text(0));
+    if (leads_through_link(metadata_dir(), made)) return;
     if (!request().dry_run) return take_away(made);
     boost::system::error_code error;
     if (fs::exists(fs::symlink_status(made, error))) restore_findings().would_take_away(made);
@@ -124,6 +139,10 @@ void RestoreRepair::restore_link(const fs::path& link, const std::string& target
   const fs::path dir = link.parent_path();
   if (!fs::is_directory(dir, error)) {
     return restore_findings().link_not_restored(link, "its directory is not there");
+  }
+  if (leads_through_link(metadata_dir(), dir)) {
+    return restore_findings().link_not_restored(link,
+                                                "another symbolic link leads to its directory");
   }
   if (!request().dry_run) {
     if (::symlink(target.c_str(), link.c_str()) != 0) {

@@ -13,6 +13,7 @@
 #include "platform/reports.h"
 #include "platform/run_log.h"
 #include "platform/status.h"
+#include "platform/stored_files.h"
 #include "record/names.h"
 #include "record/record_database.h"
 
@@ -111,9 +112,14 @@ bool RunRecord::commit() {
   return store([](RecordDatabase& record) { record.commit(); });
 }
 
+// A first run has made the directories: a synced record is of no use if they are lost.
 bool RunRecord::sync_commits(WhenLost when_lost) {
   m_when_lost = when_lost;
-  return store([](RecordDatabase& record) { record.sync_commits(); });
+  return store([this](RecordDatabase& record) {
+    const fs::path dir = fs::path(m_file).parent_path();
+    platform::sync_directories(dir.parent_path().parent_path(), dir);
+    record.sync_commits();
+  });
 }
 
 void RunRecord::end(const RunEnd& end) {

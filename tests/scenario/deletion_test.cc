@@ -201,7 +201,9 @@ TEST_P(Deletion, ServicesAreAskedForAgainWhateverFails) {
     EXPECT_TRUE(ends_with(ended.out, support::k_start_services)) << ended.out;
     if (expected == rows[0][1]) {
       const std::string error = "ERROR: could not delete the POs for the image: {client: host";
-      expect_parts(scene.logs("OrphanImages_"), {"\n" + error});
+      const std::string log = scene.logs("OrphanImages_");
+      expect_parts(log, {"\n" + error});
+      EXPECT_FALSE(contains(log, "Deleted the POs")) << log;
       expect_parts(ended.err, {"the record of the run could not be written) : ", "; " + error});
       EXPECT_EQ(scene.pos(), before);
     }
@@ -234,9 +236,12 @@ TEST(DeletionFaults, RowsAreOnTheDiskBeforeTheyAreDeleted) {
   scene.put("hosta", "p", {"hosta_1_C1_F1.img"});
   (void)scene.run_in_shell(k_strace + "-y -e fsync,fdatasync,unlink \"$@\"", support::k_deletion);
   const std::string file = "/hosta/p/po.db";
-  // The first commit of the record makes each one behind it sync.
+  const std::string log = scene.storage().log_dir().string();
+  // The record's name and the directories that this run made for it. The first commit of the record
+  // makes each one behind it sync.
   expect_in_order(support::read_text(scene.root() / "trace"),
-                  {".db-wal>", ".db-wal>", file + "-journal>", file + ">",
+                  {".db.new>", log + "/mdfixup/runs>", log + "/mdfixup>", log + ">", ".db-wal>",
+                   ".db-wal>", file + "-journal>", file + ">",
                    "unlink(\"" + (scene.root() / "catalog/2").string() + file + "-journal\")"});
 }
 

@@ -153,7 +153,11 @@ TEST_P(Undo, MovesARepairsPOsBackAndTakesAwayWhatItMade) {
                                         "' AS t; INSERT INTO po SELECT * FROM t.po LIMIT 1");
   support::sqlite(db("HostA", "p"), "DELETE FROM po WHERE basename LIKE 'HostA_2%'");
   m_scene.put("HOSTA", "p", {"HOSTA_7_C1_F1.img"});
-  support::sqlite(db("hosta", "p"), "INSERT INTO po VALUES ('HOSTA_3_C1_F1.img', 'x', 1, 1, x'')");
+  support::sqlite(
+      db("hosta", "p"),
+      "ATTACH '" + db("HOSTA", "p").string() +
+          "' AS t; INSERT INTO po SELECT basename, poid, size + 1, mtime, record FROM t.po "
+          "WHERE basename LIKE 'HOSTA_3%'");
   m_scene.sh("touch catalog/2/linked");
   expect_restore({"--dry_run"}, 3, 2, 1, 3);
   expect_restore({}, 3, 2, 1, 3);
@@ -163,7 +167,7 @@ TEST_P(Undo, MovesARepairsPOsBackAndTakesAwayWhatItMade) {
                                     "something else is in the place of the symbolic link "})
     EXPECT_EQ(lines_beginning(log, "Warning: " + warning).size(), 2U) << log;
 
-  support::sqlite(db("hosta", "p"), "DELETE FROM po WHERE poid = 'x'");
+  support::sqlite(db("hosta", "p"), "DELETE FROM po WHERE basename LIKE 'HOSTA_3%'");
   support::sqlite(db("HOSTA", "p"), "DELETE FROM po WHERE basename LIKE 'HOSTA_7%'");
   fs::remove(db("HostA", "p"));
   support::run({"sh", "-c", "echo \"$0\" | sqlite3 " + db("HostA", "p").string(), kept});
@@ -174,6 +178,27 @@ TEST_P(Undo, MovesARepairsPOsBackAndTakesAwayWhatItMade) {
   EXPECT_EQ(rows(m_scene), before);
   EXPECT_EQ(tree(m_scene), tree_before);
   expect_restore({}, 0, 7, 0, 0);
+}
+
+// The record names nothing outside, but links in the catalog lead there.
+TEST_P(Undo, OfARepairDoesNotFollowLinks) {
+  m_scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
+  m_scene.sh("ln -s ../../outside catalog/2/gate");
+  expect_end(m_scene.repair(), 0, "");
+  m_run = id_of(m_scene, "repair");
+  m_scene.sh(
+      "mkdir -p outside/p; cp catalog/2/hosta/p/po.db outside/p; "
+      "sqlite3 log/mdfixup/runs/" +
+      m_run +
+      ".db \"INSERT INTO link VALUES (NULL, '2/gate/planted', '/etc', 1); "
+      "INSERT INTO made VALUES (NULL, '2/gate/p'), (NULL, '2/gate/p/po.db')\"");
+  const auto outside = [&] {
+    return support::run({"find", (m_scene.root() / "outside").string(), "-ls"}).out;
+  };
+  const std::string before = outside();
+  expect_restore({}, 1, 0, 1, 1);
+  expect_restore({}, 0, 1, 0, 1);
+  EXPECT_EQ(outside(), before);
 }
 
 // A storage with a deletion.
