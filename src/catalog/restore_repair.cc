@@ -13,6 +13,7 @@
 #include "platform/podb_removal.h"
 #include "platform/stored_files.h"
 #include "record/run_reader.h"
+#include "record/schema.h"
 #include "util/interrupt.h"
 
 namespace fs = boost::filesystem;
@@ -29,6 +30,25 @@ bool leads_through_link(const fs::path& catalog, fs::path path) {
     if (fs::is_symlink(fs::symlink_status(path, error))) return true;
   }
   return false;
+}
+
+}  // namespace
+
+namespace {
+
+// What the POs of a directory replaced in their targets: few, since only what has the same POID is.
+podb::MoveBackPODB::Rows replaced_by(std::int64_t directory, record::RunReader& reader) {
+  podb::MoveBackPODB::Rows rows;
+  const std::string each = std::to_string(record::k_saved_of_directory);
+  const std::string id = std::to_string(directory);
+  reader.rows("SELECT basename, poid, size, mtime, record FROM saved WHERE id > " + id + " * " +
+                  each + " AND id < (" + id + " + 1) * " + each + " ORDER BY id",
+              [&](const record::RunReader::Row& row) {
+                platform::PORow replaced;
+                row.po(0, replaced);
+                rows.emplace(row.text(0), replaced);
+              });
+  return rows;
 }
 
 }  // namespace
@@ -55,19 +75,21 @@ RestoreRepair::RestoreRepair(const fs::path& log_dir, const fs::path& catalog_di
 void RestoreRepair::restore(RestoredDir& dir, std::int64_t id, record::RunReader& reader) {
   const podb::PolicyLocation location(dir.path);
   const util::KeyLock alone(m_spellings_locks, podb::spellings_lock_name(location));
+  const podb::MoveBackPODB::Rows replaced = replaced_by(id, reader);
   for (const Moves& moves : m_moves.at(id)) {
-    restore(dir, moves, reader);
+    restore(dir, moves, replaced, reader);
   }
 }
 
-void RestoreRepair::restore(RestoredDir& dir, const Moves& moves, record::RunReader& reader) {
+void RestoreRepair::restore(RestoredDir& dir, const Moves& moves,
+                            const podb::MoveBackPODB::Rows& replaced, record::RunReader& reader) {
   constexpr std::int64_t k_most_names = 10000;
   const podb::PolicyLocation location(dir.path);
   std::string client;
   reader.rows("SELECT client FROM client_policy WHERE id = " + std::to_string(moves.target),
               [&](const record::RunReader::Row& row) { client = row.text(0); });
   const std::string target = std::to_string(location.dsid) + "/" + client + "/" + location.policy;
-  podb::MoveBackPODB podb(metadata_dir(), dir, below_catalog(metadata_dir(), target),
+  podb::MoveBackPODB podb(metadata_dir(), dir, below_catalog(metadata_dir(), target), replaced,
                           restore_findings(), request().dry_run);
   podb::MoveBackPODB::Names names;
   for (std::int64_t first = moves.first; first <= moves.last;) {

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "catalog/base_restore.h"
+#include "catalog/podb/move_back_podb.h"
 #include "util/key_locks.h"
 
 namespace catalog {
@@ -30,7 +31,8 @@ class RestoreRepair : public BaseRestore {
   };
 
   void restore(RestoredDir& dir, std::int64_t id, record::RunReader& reader) override;
-  void restore(RestoredDir& dir, const Moves& moves, record::RunReader& reader);
+  void restore(RestoredDir& dir, const Moves& moves, const podb::MoveBackPODB::Rows& replaced,
+               record::RunReader& reader);
   void take_away_what_was_made(record::RunReader& reader);
   void take_away(const boost::filesystem::path& made);
   void restore_links(record::RunReader& reader);

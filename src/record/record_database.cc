@@ -122,7 +122,7 @@ void RecordDatabase::commit() {
 
 void RecordDatabase::commit_if_due() {
   constexpr std::chrono::seconds k_longest(1);
-  if (Clock::now() - m_last_commit >= k_longest) commit();
+  if (m_in_transaction && Clock::now() - m_last_commit >= k_longest) commit();
 }
 
 void RecordDatabase::store_run(const Run& run) {

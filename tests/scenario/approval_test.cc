@@ -38,6 +38,8 @@ TEST(Approval, NothingIsTakenThatTheDryRunDidNotAnnounce) {
       // What the first orphan was to take, it does not take any more, and nobody said that the next
       // one would.
       {"relisted", {c1, c10}, {}, {}, {}, {1}, {c10, c1}, {"10"}},
+      // The backup catalog has again what the first one was to take along.
+      {"restored", {c1, c10}, {}, {}, {}, {10}, {c10, c1}, {"1"}},
       {"chain", {c10, c100, c2}, {c10_more}, {}, {}, {}, {c100, c10, c10_more}, {"10", "100"}},
       {"gone", {c1, c2}, {}, {}, {}, {}, {}, {}},
   };
@@ -79,11 +81,11 @@ TEST(Approval, NothingIsTakenThatTheDryRunDidNotAnnounce) {
     EXPECT_EQ(lines_beginning(scene.logs("OrphanImages_"), "Not approved, left: "), left);
     expect_parts(
         scene.run_log(),
-        {" 6 orphan copies not approved, 4 approved copies that are no orphans any more\n"});
+        {" 7 orphan copies not approved, 5 approved copies that are no orphans any more\n"});
     EXPECT_EQ(rows_of(scene, "deletion",
                       "of_run, undo, orphan_copies, unapproved_copies, absent_copies, "
                       "(SELECT count(*) FROM orphan WHERE NOT deleted) FROM run"),
-              Words{run + "|saved|12|6|4|6\n"});
+              Words{run + "|saved|13|7|5|7\n"});
     const Ended report = support::run({MDFIXUP_REPORT_PROGRAM, scene.storage().log_dir().string()});
     expect_parts(report.out, {" 0 orphan copies could not be deleted\n"});
     EXPECT_FALSE(contains(report.out, "its record lists")) << report.out;
@@ -91,7 +93,7 @@ TEST(Approval, NothingIsTakenThatTheDryRunDidNotAnnounce) {
     support::write_text(scene.po_db("same", "p"), "no database");
     words.insert(words.end(), {"--except", "gone", "--except", "chain/p"});
     EXPECT_EQ(scene.run(words).exit_status, 1);
-    expect_parts(scene.run_log(), {" 4 orphan copies not approved, 6 approved copies that are no "
+    expect_parts(scene.run_log(), {" 5 orphan copies not approved, 7 approved copies that are no "
                                    "orphans any more\n"});
   }
 }

@@ -50,6 +50,11 @@ void RepairFindings::moving(record::Directory& directory, const record::Moved& m
   (void)record::run_record().commit();  // without its record the repair goes on
 }
 
+void RepairFindings::replacing(record::Directory& directory,
+                               const platform::PORow& replaced) const {
+  record::run_record().add(directory, replaced);
+}
+
 void RepairFindings::moved(const record::Moved& moved, const fs::path& from,
                            const fs::path& to) const {
   write_to_log("Moved " + std::to_string(moved.basenames.size()) + " POs from " + from.string() +

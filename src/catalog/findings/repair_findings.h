@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "catalog/findings/findings.h"
+#include "platform/po_row.h"
 
 namespace catalog {
 
@@ -34,6 +35,9 @@ class RepairFindings : public Findings {
   using MadeForTarget = std::vector<record::Made>;
   void moving(record::Directory& directory, const record::Moved& moved,
               const MadeForTarget& made) const;
+
+  // Before a PO of the target is replaced by one of the directory.
+  void replacing(record::Directory& directory, const platform::PORow& replaced) const;
 
   void moved(const record::Moved& moved, const boost::filesystem::path& from,
              const boost::filesystem::path& to) const;

@@ -1,9 +1,11 @@
 #include "catalog/podb/base_compare_with_tvr.h"
 
+#include <algorithm>
 #include <ctime>
 #include <map>
 #include <vector>
 
+#include "catalog/podb/basename_parts.h"
 #include "dct/filesystem.h"
 #include "platform/status.h"
 #include "tvr_utils/tvr_image_iterator.h"
@@ -103,11 +105,31 @@ void BaseCompareWithTVR::visit_image_copies_not_in_TV_impl() {
 }
 
 void BaseCompareWithTVR::count_absent_copies() {
-  std::uint64_t absent = m_approved->size();
-  image_copies().for_each([&](const details::numbers& copy) {
-    if (m_approved->lists(copy.backup_time, copy.copy_number)) --absent;
+  m_approved_orphans.clear();
+  image_copies().for_each([this](const details::numbers& copy) {
+    if (m_approved->lists(copy.backup_time, copy.copy_number)) m_approved_orphans.push_back(copy);
   });
-  tally().absent_copies = absent;
+  tally().absent_copies = m_approved->size() - m_approved_orphans.size();
+}
+
+// Whether a PO is of a copy that was an orphan in the dry run and is none now: the backup catalog has it.
+bool BaseCompareWithTVR::is_of_absent_copy(const std::string& basename) const {
+  if (match_prefix(basename, client()) != PrefixMatch::exact) return false;
+  BasenameTimeAndCopy name;
+  try {
+    name.parse(basename, client());
+  } catch (const std::exception&) {
+    return false;  // of no copy that is compared
+  }
+  const details::numbers copy{name.backup_time, name.copy_number};
+  return m_approved->lists(copy.backup_time, copy.copy_number) &&
+         !std::binary_search(m_approved_orphans.begin(), m_approved_orphans.end(), copy);
+}
+
+bool BaseCompareWithTVR::may_go(const record::Orphan& orphan) const {
+  return m_approved->allows(orphan) &&
+         std::none_of(orphan.other_copies.begin(), orphan.other_copies.end(),
+                      [this](const std::string& name) { return is_of_absent_copy(name); });
 }
 
 // What an orphan takes depends on those before it: a PO counts for the first statement that takes it.
@@ -120,7 +142,7 @@ void BaseCompareWithTVR::leave_unapproved() {
     left_before = left.size();
     image_copies().for_each([&](const details::numbers& copy) {
       const record::Orphan& orphan = m_takings.of(copy);
-      if (!m_approved->allows(orphan)) left.emplace(copy, orphan);
+      if (!may_go(orphan)) left.emplace(copy, orphan);
     });
     if (left.size() == left_before) break;
     for (const auto& [copy, orphan] : left) take_out(copy);

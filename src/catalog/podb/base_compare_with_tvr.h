@@ -68,6 +68,8 @@ class BaseCompareWithTVR : public BasenameTimeAndCopySet {
 
  private:
   void count_absent_copies();
+  bool is_of_absent_copy(const std::string& basename) const;
+  bool may_go(const record::Orphan& orphan) const;
   void leave_unapproved();
   void find_takings();
   cr_status_t find_takings(bool with_sizes);
@@ -79,6 +81,8 @@ class BaseCompareWithTVR : public BasenameTimeAndCopySet {
   record::MissingCopy m_missing;       // the one passed on last
   const DeletionTakings::Rows m_rows;  // whoever may write deletes
   bool m_saves_pos = true;
+  std::vector<details::numbers>
+      m_approved_orphans;  // that are approved and still orphans, ascending
   DeletionTakings m_takings;
   const ApprovedOrphans::Directory* m_approved = nullptr;
 };

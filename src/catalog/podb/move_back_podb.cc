@@ -24,8 +24,13 @@ cr_status_t get(SQLitePODB& podb, const std::string& name, platform::PORow& row)
 }  // namespace
 
 MoveBackPODB::MoveBackPODB(const fs::path& catalog_root, RestoredDir& source,
-                           const fs::path& target, RestoreFindings& findings, bool dry_run)
-    : m_source_dir(source), m_target_dir(target), m_findings(findings), m_dry_run(dry_run) {
+                           const fs::path& target, const Rows& replaced, RestoreFindings& findings,
+                           bool dry_run)
+    : m_source_dir(source),
+      m_target_dir(target),
+      m_replaced(replaced),
+      m_findings(findings),
+      m_dry_run(dry_run) {
   if (target == source.path) {
     throw Cr_ErrnoException(k_status_malformed, "the record moves POs from a directory to itself");
   }
@@ -72,7 +77,10 @@ void MoveBackPODB::copy(const Names& names) {
 
 void MoveBackPODB::copy(const std::string& name) {
   const cr_status_t in_target = get(*m_reader, name, m_row);
+  const auto replaced = m_replaced.find(name);
+  const bool is_replaced = replaced != m_replaced.end();
   if (in_target == k_status_ok) {
+    if (is_replaced && replaced->second == m_row) return find_in_source(name);
     if (is_in_source(name)) m_copied.push_back(name);
     return;
   }
@@ -80,6 +88,12 @@ void MoveBackPODB::copy(const std::string& name) {
     m_findings.unreadable(m_target_dir, name, CRStatusToStringA(in_target));
     return;
   }
+  find_in_source(name);
+  if (is_replaced) m_copied.push_back(name);  // what was replaced is still to come back
+}
+
+// For one that has left the target.
+void MoveBackPODB::find_in_source(const std::string& name) {
   const cr_status_t in_source = get(*m_source, name, m_row_in_source);
   if (in_source == k_status_db_no_such_po) {
     m_findings.gone(m_source_dir, m_target_dir, name);
@@ -113,7 +127,12 @@ void MoveBackPODB::end(SQLitePODB& podb, bool has_changes) const {
 
 void MoveBackPODB::remove_from_target() {
   for (const std::string& name : m_copied) {
-    require(m_target->remove_row(Value(name)), "remove a PO", m_target_dir);
+    const auto replaced = m_replaced.find(name);
+    const bool is_replaced = replaced != m_replaced.end();
+    const cr_status_t status = m_target->remove_row(Value(name));
+    const bool was_gone = is_replaced && status == k_status_db_no_such_po;
+    if (!was_gone) require(status, "remove a PO", m_target_dir);
+    if (is_replaced) require(m_target->put_new_row(replaced->second), "store a PO", m_target_dir);
   }
   end(*m_target, !m_copied.empty());
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -22,11 +23,13 @@ namespace catalog::podb {
 class MoveBackPODB {
  public:
   using Names = std::vector<std::string>;
+  using Rows = std::map<std::string, platform::PORow>;  // by basename
 
-  // `source` is where the POs came from and `target` where they went. A dry run opens both for reading
-  // only, and counts.
+  // `source` is where the POs came from and `target` where they went; `replaced` is what they replaced
+  // there. A dry run opens both for reading only, and counts.
   MoveBackPODB(const boost::filesystem::path& catalog_root, RestoredDir& source,
-               const boost::filesystem::path& target, RestoreFindings& findings, bool dry_run);
+               const boost::filesystem::path& target, const Rows& replaced,
+               RestoreFindings& findings, bool dry_run);
 
   // Moves those of these names, in one transaction for each database.
   void move_back(const Names& names);
@@ -35,6 +38,7 @@ class MoveBackPODB {
   void begin();
   void copy(const Names& names);
   void copy(const std::string& name);
+  void find_in_source(const std::string& name);
   // Whether the PO in hand of the target is in the source now, so that it can go from the target.
   bool is_in_source(const std::string& name);
   void end(SQLitePODB& podb, bool has_changes) const;
@@ -42,6 +46,7 @@ class MoveBackPODB {
 
   RestoredDir& m_source_dir;
   const boost::filesystem::path m_target_dir;
+  const Rows& m_replaced;
   RestoreFindings& m_findings;
   const bool m_dry_run;
   std::unique_ptr<SQLitePODB> m_target;
@@ -50,7 +55,7 @@ class MoveBackPODB {
 
   // Of the names in hand.
   std::uint64_t m_stored = 0;
-  Names m_copied;  // that are in both
+  Names m_copied;  // that are in the source, and not as they were in the target
   platform::PORow m_row;
   platform::PORow m_row_in_source;
 };

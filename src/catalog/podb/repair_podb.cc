@@ -227,9 +227,21 @@ cr_status_t RepairPODB::found_collision(FilePO& po, SQLitePODB& target, const st
   const cr_status_t status = get_from_target(target, basename, existing, target_dir);
   if (status == k_status_db_no_such_po) return k_status_ok;
   if (status != k_status_ok) return status;
-  if (POGetHashRef(existing) == POGetHashRef(po)) return k_status_ok;  // a move cut short before
+  if (POGetHashRef(existing) == POGetHashRef(po)) return save_replaced(po, target, basename);
   report_collision(po, basename, target_dir);
   return k_status_handled;
+}
+
+// A move that was cut short before has left the same; whatever else is replaced is in the record first.
+cr_status_t RepairPODB::save_replaced(const FilePO& po, SQLitePODB& target,
+                                      const std::string& basename) {
+  const POData& data = po.data();
+  const platform::PORow moved{data.basename, data.poid, data.size, data.mtime,
+                              platform::Blob{data.record}};
+  platform::PORow existing;
+  const cr_status_t status = target.get_row(platform::Value(basename), existing);
+  if (status == k_status_ok && existing != moved) m_findings.replacing(directory(), existing);
+  return status;
 }
 
 void RepairPODB::report_collision(const FilePO& po, const std::string& basename,

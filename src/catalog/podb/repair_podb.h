@@ -60,6 +60,7 @@ class RepairPODB : public BaseVisitPODB {
   cr_status_t commit_both(SQLitePODB& target, const boost::filesystem::path& target_dir);
   cr_status_t found_collision(FilePO& po, SQLitePODB& target, const std::string& basename,
                               const boost::filesystem::path& target_dir);
+  cr_status_t save_replaced(const FilePO& po, SQLitePODB& target, const std::string& basename);
   void report_collision(const FilePO& po, const std::string& basename,
                         const boost::filesystem::path& target_dir);
   cr_status_t write_error(ErrorType type, cr_status_t status, const boost::filesystem::path& dir,
