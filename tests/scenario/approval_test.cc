@@ -66,6 +66,10 @@ TEST(Approval, NothingIsTakenThatTheDryRunDidNotAnnounce) {
         left.push_back("Not approved, left: {client: " + change.client +
                        ", policy: p, backup_time: 1000, copy_number: " + copy + "}.\n");
     }
+    // Of another number for the DSID, which is walked too, nothing was listed.
+    scene.sh("mkdir -p catalog/02/same; cp -r catalog/2/same/p catalog/02/same");
+    left.push_back(
+        "Not approved, left: {client: same, policy: p, backup_time: 1000, copy_number: 1}.\n");
     std::sort(left.begin(), left.end());
     fs::remove_all(scene.storage().policy_dir("gone", "p").parent_path());
     Words words{support::k_deletion[0], k_approved, run, "--num_threads", std::to_string(threads)};
@@ -81,11 +85,11 @@ TEST(Approval, NothingIsTakenThatTheDryRunDidNotAnnounce) {
     EXPECT_EQ(lines_beginning(scene.logs("OrphanImages_"), "Not approved, left: "), left);
     expect_parts(
         scene.run_log(),
-        {" 7 orphan copies not approved, 5 approved copies that are no orphans any more\n"});
+        {" 8 orphan copies not approved, 5 approved copies that are no orphans any more\n"});
     EXPECT_EQ(rows_of(scene, "deletion",
                       "of_run, undo, orphan_copies, unapproved_copies, absent_copies, "
                       "(SELECT count(*) FROM orphan WHERE NOT deleted) FROM run"),
-              Words{run + "|saved|13|7|5|7\n"});
+              Words{run + "|saved|14|8|5|8\n"});
     const Ended report = support::run({MDFIXUP_REPORT_PROGRAM, scene.storage().log_dir().string()});
     expect_parts(report.out, {" 0 orphan copies could not be deleted\n"});
     EXPECT_FALSE(contains(report.out, "its record lists")) << report.out;
@@ -93,7 +97,7 @@ TEST(Approval, NothingIsTakenThatTheDryRunDidNotAnnounce) {
     support::write_text(scene.po_db("same", "p"), "no database");
     words.insert(words.end(), {"--except", "gone", "--except", "chain/p"});
     EXPECT_EQ(scene.run(words).exit_status, 1);
-    expect_parts(scene.run_log(), {" 5 orphan copies not approved, 7 approved copies that are no "
+    expect_parts(scene.run_log(), {" 6 orphan copies not approved, 7 approved copies that are no "
                                    "orphans any more\n"});
   }
 }
