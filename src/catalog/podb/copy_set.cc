@@ -18,11 +18,12 @@ void CopySet::finish() {
   std::sort(m_entries.begin(), m_entries.end(),
             [](const Entry& a, const Entry& b) { return a.copy() < b.copy(); });
   const auto same = [](const Entry& a, const Entry& b) { return a.copy() == b.copy(); };
-  m_entries.erase(std::unique(m_entries.begin(), m_entries.end(), same), m_entries.end());
+  const Entry* const end = std::unique(m_entries.begin(), m_entries.end(), same);
+  m_entries.truncate(static_cast<std::size_t>(end - m_entries.begin()));
 }
 
 bool CopySet::erase(const details::numbers& copy) {
-  auto entry = m_entries.begin() + static_cast<std::ptrdiff_t>(m_next);
+  Entry* entry = m_entries.begin() + m_next;
   if (entry == m_entries.end() || !(entry->copy() == copy)) {
     entry =
         std::lower_bound(m_entries.begin(), m_entries.end(), copy,
@@ -37,7 +38,7 @@ bool CopySet::erase(const details::numbers& copy) {
 }
 
 std::size_t CopySet::count_later_than(std::int64_t backup_time) const {
-  const auto first = std::upper_bound(
+  const Entry* const first = std::upper_bound(
       m_entries.begin(), m_entries.end(), backup_time,
       [](std::int64_t time, const Entry& entry) { return time < entry.backup_time; });
   return static_cast<std::size_t>(m_entries.end() - first);

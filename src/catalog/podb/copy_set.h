@@ -3,7 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <tuple>
-#include <vector>
+
+#include "util/growing_array.h"
 
 namespace catalog::podb {
 
@@ -26,9 +27,9 @@ struct numbers {
 
 // An ordered set of image copies that is filled first and taken from then, both mostly in ascending
 // order: that costs a comparison each; any other order costs a sort or a search. A directory may
-// have millions of copies; each takes 16 bytes, up to three times that while the set grows.
+// have millions of copies; each takes 16 bytes, up to three times that while a small set grows.
 //
-// Threads: one thread.
+// Threads: one thread at a time. Moved, not copied.
 class CopySet {
  public:
   // Copies may come in any order and more than once.
@@ -37,6 +38,9 @@ class CopySet {
   // Behind the last insert, and before anything below.
   void finish();
 
+  // Gives back what memory it took to grow.
+  void shrink() { m_entries.shrink(); }
+
   // Takes the copy out; whether it was there.
   bool erase(const details::numbers& copy);
 
@@ -44,6 +48,7 @@ class CopySet {
   std::size_t count_later_than(std::int64_t backup_time) const;
 
   std::size_t size() const { return m_entries.size() - m_erased; }
+  std::size_t size_with_erased() const { return m_entries.size(); }
 
   // Calls `visit` with each copy, in ascending order.
   template <class Visitor>
@@ -62,7 +67,7 @@ class CopySet {
     details::numbers copy() const { return {backup_time, copy_number}; }
   };
 
-  std::vector<Entry> m_entries;
+  util::GrowingArray<Entry> m_entries;
   std::size_t m_erased = 0;
   std::size_t m_next = 0;  // where the copy behind the one erased last stands
   bool m_ascending = true;

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <type_traits>
+#include <utility>
+
+namespace util {
+
+// An array that grows where it is: the pages of a large one change their place instead of being copied,
+// so that it never takes its own memory twice, as a vector does.
+//
+// Threads: one thread at a time. Moved, not copied.
+// Errors: std::bad_alloc.
+template <class T>
+class GrowingArray {
+  static_assert(std::is_trivially_copyable_v<T>, "it is moved as bytes");
+
+ public:
+  GrowingArray() = default;
+  GrowingArray(GrowingArray&& other) noexcept { swap(other); }
+  GrowingArray& operator=(GrowingArray&& other) noexcept {
+    GrowingArray(std::move(other)).swap(*this);
+    return *this;
+  }
+
+  void push_back(const T& value) {
+    constexpr std::size_t k_fewest = 16;
+    if (m_size == m_capacity) allocate(std::max(k_fewest, m_capacity + m_capacity / 2));
+    begin()[m_size++] = value;
+  }
+
+  // The first `size` of them stay.
+  void truncate(std::size_t size) { m_size = std::min(size, m_size); }
+
+  // Gives back what is not in use.
+  void shrink() {
+    if (m_size != 0 && m_size != m_capacity) allocate(m_size);
+  }
+
+  std::size_t size() const { return m_size; }
+  bool empty() const { return m_size == 0; }
+  T* begin() { return m_values.get(); }
+  T* end() { return begin() + m_size; }
+  const T* begin() const { return m_values.get(); }
+  const T* end() const { return begin() + m_size; }
+  const T& back() const { return begin()[m_size - 1]; }
+
+ private:
+  struct Free {
+    void operator()(T* values) const { std::free(values); }
+  };
+
+  void swap(GrowingArray& other) noexcept {
+    std::swap(m_values, other.m_values);
+    std::swap(m_size, other.m_size);
+    std::swap(m_capacity, other.m_capacity);
+  }
+
+  void allocate(std::size_t capacity) {
+    void* const values = std::realloc(m_values.get(), capacity * sizeof(T));
+    if (values == nullptr) throw std::bad_alloc();
+    (void)m_values.release();  // it is gone, or where it was
+    m_values.reset(static_cast<T*>(values));
+    m_capacity = capacity;
+  }
+
+  std::unique_ptr<T, Free> m_values;
+  std::size_t m_size = 0;
+  std::size_t m_capacity = 0;
+};
+
+}  // namespace util
