@@ -38,12 +38,21 @@ std::unique_ptr<DirsSource> BaseTraverseCatalog::open_dirs() const {
 
 bool BaseTraverseCatalog::traverse() {
   m_root = WalkRoot(m_metadata_dir);
+  auto next = AfterWalk::another_walk;
+  while (next == AfterWalk::another_walk) {
+    next = walk() ? after_walk() : AfterWalk::failure;
+    m_is_first_walk = false;
+  }
+  m_reached_end = next == AfterWalk::nothing;
+  return m_reached_end && m_totals.failed_dirs() == 0;
+}
+
+bool BaseTraverseCatalog::walk() {
   const bool ran_to_its_end = m_num_threads < 2 ? walk_on_this_thread() : walk_on_workers();
   // What an open directory lists may come to its end without a fault when its storage is gone, and a
   // directory that failed may have failed for that.
   m_root.require_unchanged();
-  m_reached_end = ran_to_its_end && !util::interrupted();
-  return m_reached_end && m_totals.failed_dirs() == 0;
+  return ran_to_its_end && !util::interrupted();
 }
 
 bool BaseTraverseCatalog::walk_on_this_thread() {
@@ -70,7 +79,7 @@ int BaseTraverseCatalog::visit_and_count(const fs::path& policy_dir) {
     m_totals.add_skipped_dir();
     return k_status_ok;
   }
-  m_totals.add_dir();
+  if (m_is_first_walk) m_totals.add_dir();
   const int status = visit_dir(policy_dir);
   m_totals.add_done_dir();
   return status;

@@ -12,6 +12,7 @@
 
 #include "catalog/dirs_source.h"
 #include "catalog/run_totals.h"
+#include "catalog/task_step.h"
 #include "catalog/walk_root.h"
 #include "platform/status.h"
 
@@ -53,7 +54,10 @@ class BaseTraverseCatalog {
   // What the end of the run says after the counts, each a line without its end.
   virtual std::vector<std::string> closing_lines() const;
 
-  // The directories to visit, from the first; this one walks the catalog.
+  // The step that a task of several is at; none for the others. Called from any thread.
+  virtual std::optional<TaskStep> step() const { return std::nullopt; }
+
+  // The directories to visit, from the first; this one walks the catalog. Called once for each walk.
   // Errors: filesystem_error when it cannot be read.
   virtual std::unique_ptr<DirsSource> open_dirs() const;
 
@@ -63,8 +67,9 @@ class BaseTraverseCatalog {
   BaseTraverseCatalog(const BaseTraverseCatalog&) = delete;
   BaseTraverseCatalog& operator=(const BaseTraverseCatalog&) = delete;
 
-  // Visits every policy directory that is wanted. True when the walk ran to its end and no directory failed; false
-  // too when a signal asked the run to stop, however far it had come.
+  // Visits every policy directory that is wanted, once in each walk of the task. True when all ran to
+  // their ends and no directory failed; false too when a signal asked the run to stop, however far it had
+  // come.
   // Errors: what the walk or visit_dir threw, rethrown on this thread when every worker has ended;
   //   WalkRootChanged.
   bool traverse();
@@ -113,7 +118,14 @@ class BaseTraverseCatalog {
   // For what is counted in a directory.
   RunTotals& totals_to_add_to() { return m_totals; }
 
+  // What follows a walk that ran to its end.
+  enum class AfterWalk { nothing, another_walk, failure };
+
+  // Called on the thread of the traversal behind each such walk, while there are no workers.
+  virtual AfterWalk after_walk() { return AfterWalk::nothing; }
+
  private:
+  bool walk();
   bool walk_on_this_thread();
   bool walk_on_workers();
 
@@ -124,6 +136,7 @@ class BaseTraverseCatalog {
   boost::shared_ptr<dct::util::LogFile> m_log;
   RunTotals m_totals;
   WalkRoot m_root;  // of the traversal
+  bool m_is_first_walk = true;
   bool m_reached_end = false;
 };
 

@@ -17,6 +17,8 @@ class RunTotals {
  public:
   void add_dir() { ++m_dirs; }
   void add_done_dir() { ++m_done_dirs; }
+  // Another walk begins, for which so many directories are done.
+  void set_done_dirs(std::uint64_t dirs) { m_done_dirs = dirs; }
   void add_failed_dir() { ++m_failed_dirs; }
   void add_skipped_dir() { ++m_skipped_dirs; }  // which is none of the others
   void add(const record::DirCounts& counts) {

@@ -98,8 +98,12 @@ std::string Progress::text() {
   state.done_dirs = totals.done_dirs();
   state.total_dirs = known ? known : m_dirs.total();
   state.findings = m_task.findings();
-  state.time = Clock::now() - m_start;
+  const std::optional<catalog::TaskStep> step = is_over ? std::nullopt : m_task.step();
+  state.time = Clock::now() - (step ? step->start : m_start);
+  if (step && step->dirs) state.total_dirs = step->dirs;
   if (is_over) state.phase = ProgressState::Phase::finishing;
   if (util::interrupted()) state.phase = ProgressState::Phase::stopping;
-  return progress_text(state);
+  if (!step) return progress_text(state);
+  return step->name + ": " +
+         (step->images ? listing_progress_text(state, *step->images) : progress_text(state));
 }

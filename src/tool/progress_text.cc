@@ -52,6 +52,11 @@ std::string time_text(std::uint64_t seconds) {
   return minutes == 0 ? rest : std::to_string(minutes) + " min " + rest;
 }
 
+std::string found_text(const ProgressState& state) {
+  const std::string text = ", " + std::to_string(state.failed_dirs) + " failed";
+  return state.findings.empty() ? text : text + ", " + state.findings;
+}
+
 }  // namespace
 
 // On a narrow terminal the line is cut at its end: what is wanted first comes first.
@@ -70,6 +75,10 @@ std::string progress_text(const ProgressState& state) {
         ", " + time_text(static_cast<std::uint64_t>(std::ceil(left * seconds / done))) + " left";
   }
   if (has_rate) text += ", " + rate_text(done / seconds);
-  text += ", " + std::to_string(state.failed_dirs) + " failed";
-  return state.findings.empty() ? text : text + ", " + state.findings;
+  return text + found_text(state);
+}
+
+std::string listing_progress_text(const ProgressState& state, std::uint64_t images) {
+  return std::to_string(images) + " images" + (state.phase == Phase::stopping ? ", stopping" : "") +
+         found_text(state);
 }

@@ -20,3 +20,6 @@ struct ProgressState {
 // The state on one line, without line end: "1234 of 20000 directories, 3 min 35 s left, 87.3/s, 2
 // failed, 3 collisions". Where nothing is known of something, it is left out.
 std::string progress_text(const ProgressState& state);
+
+// The same while images are listed and no directories are visited: "123456 images, 2 failed, 3 collisions".
+std::string listing_progress_text(const ProgressState& state, std::uint64_t images);
