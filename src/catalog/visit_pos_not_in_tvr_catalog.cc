@@ -66,12 +66,20 @@ bool VisitPOsNotInTVRCatalog<V>::wants(const fs::path& policy_dir) const {
 template <class V>
 int VisitPOsNotInTVRCatalog<V>::visit_dir(const fs::path& policy_dir) {
   record::Directory directory = directory_of(policy_dir);
-  const auto work = [&] {
+  return work_in(policy_dir, directory, [&] {
     compare_dir(policy_dir, directory);
     m_findings->done(directory);
+  });
+}
+
+template <class V>
+int VisitPOsNotInTVRCatalog<V>::work_in(const fs::path& policy_dir, record::Directory& directory,
+                                        const std::function<void()>& work) {
+  const auto succeed = [&] {
+    work();
     return k_status_ok;
   };
-  return do_or_fail(work, [&](int status, const std::string& why) {
+  return do_or_fail(succeed, [&](int status, const std::string& why) {
     if (status == k_status_interrupted) {
       m_findings->unfinished(directory, policy_dir, why);
     } else {
@@ -84,32 +92,46 @@ int VisitPOsNotInTVRCatalog<V>::visit_dir(const fs::path& policy_dir) {
 template <class V>
 void VisitPOsNotInTVRCatalog<V>::compare_dir(const fs::path& policy_dir,
                                              record::Directory& directory) {
-  const ApprovedOrphans::Directory* approved = nullptr;
-  if (m_limits.approved != nullptr) {
-    approved = &m_limits.approved->of(directory);
-    m_approved_copies_of_visited_dirs += approved->size();
-  }
+  read_dir(policy_dir, directory, [&](V& visitor) {
+    visitor.set_catalog_backup_time(m_catalog_backup_time);
+    compare(visitor);
+    const std::string excess = take_orphans(visitor, directory);
+    // A directory with too many has been compared all the same: what it misses is reported already.
+    note_visited(visitor);
+    if (!excess.empty()) throw Cr_ErrnoException(k_status_over_limit, excess);
+  });
+}
+
+template <class V>
+void VisitPOsNotInTVRCatalog<V>::read_dir(const fs::path& policy_dir, record::Directory& directory,
+                                          const std::function<void(V&)>& compare) {
+  const ApprovedOrphans::Directory* approved = approved_of(directory);
+  if (approved != nullptr) m_approved_copies_of_visited_dirs += approved->size();
   V visitor(policy_dir, *m_findings, directory, m_admincmd_dir, m_disk_pool, V::access);
   if (!visitor.has_database()) require_same_root();
   // Before anything is deleted, while there is time to stop; the totals count them all.
   if (directory.counts.future_copies != 0) m_findings->future_copies(policy_dir);
-  visitor.set_catalog_backup_time(m_catalog_backup_time);
-  visitor.set_saves_pos(m_saves_pos);
-  if (approved != nullptr) visitor.set_approved(*approved);
   compare(visitor);
-  require_few_orphans(visitor);
-  visitor.visit_image_copies_not_in_TV_impl();
-  note_visited(visitor);
 }
 
-// A directory with too many has been compared all the same: what it misses is reported already.
 template <class V>
-void VisitPOsNotInTVRCatalog<V>::require_few_orphans(const V& visitor) {
-  if (!m_limits.max_orphan_share) return;
-  const std::string excess = visitor.excess_of_orphans(*m_limits.max_orphan_share);
-  if (excess.empty()) return;
-  note_visited(visitor);
-  throw Cr_ErrnoException(k_status_over_limit, excess);
+std::string VisitPOsNotInTVRCatalog<V>::take_orphans(V& visitor,
+                                                     const record::Directory& directory) const {
+  if (m_limits.max_orphan_share) {
+    std::string excess = visitor.excess_of_orphans(*m_limits.max_orphan_share);
+    if (!excess.empty()) return excess;
+  }
+  visitor.set_saves_pos(m_saves_pos);
+  const ApprovedOrphans::Directory* approved = approved_of(directory);
+  if (approved != nullptr) visitor.set_approved(*approved);
+  visitor.visit_image_copies_not_in_TV_impl();
+  return "";
+}
+
+template <class V>
+const ApprovedOrphans::Directory* VisitPOsNotInTVRCatalog<V>::approved_of(
+    const record::Directory& directory) const {
+  return m_limits.approved == nullptr ? nullptr : &m_limits.approved->of(directory);
 }
 
 template <class V>
@@ -146,10 +168,15 @@ std::vector<std::string> VisitPOsNotInTVRCatalog<V>::closing_lines() const {
 template <class V>
 void VisitPOsNotInTVRCatalog<V>::summarize_impl() {
   if (m_limits.approved != nullptr && reached_end()) count_copies_of_absent_dirs();
+  list_rest();
+  BaseTraverseCatalog::summarize_impl();
+}
+
+template <class V>
+void VisitPOsNotInTVRCatalog<V>::list_rest() {
   (void)record::run_record().commit();  // the listing may take long
   if (!util::interrupted()) list_unvisited_pairs();
   if (util::interrupted()) InfoA("the listing of missing images was left out or cut short");
-  BaseTraverseCatalog::summarize_impl();
 }
 
 // Of a directory that failed nobody knows whether its copies are still orphans; of one that is gone
@@ -179,26 +206,32 @@ void VisitPOsNotInTVRCatalog<V>::list_unvisited_pairs() {
   };
   record::MissingCopy missing;
   bool is_listed = false;
-  const TVRImageIterator end;
-  TVRImageIterator image(m_admincmd_dir, m_disk_pool,
-                         podb::listing_hours_ago(m_catalog_backup_time));
-  for (; image != end && !util::interrupted(); ++image) {
+  for_each_image([&](const TVRImage& image) {
     // Images of one pair mostly stand together.
-    if (image->client_name != missing.client || image->policy_name != missing.policy) {
-      missing.client = image->client_name;
-      missing.policy = image->policy_name;
+    if (image.client_name != missing.client || image.policy_name != missing.policy) {
+      missing.client = image.client_name;
+      missing.policy = image.policy_name;
       is_listed = is_to_be_listed(visited, missing.client, missing.policy);
     }
-    if (!is_listed) continue;
-    missing.backup_time = image->backup_time;
+    if (!is_listed) return;
+    missing.backup_time = image.backup_time;
     std::set<std::uint32_t> reported;
-    for (const std::uint32_t copy_number : image->copy_numbers) {
+    for (const std::uint32_t copy_number : image.copy_numbers) {
       if (!reported.insert(copy_number).second) continue;
       ++counts.missing_copies;
       missing.copy_number = copy_number;
       m_findings->missing(missing);
     }
-  }
+  });
+}
+
+template <class V>
+void VisitPOsNotInTVRCatalog<V>::for_each_image(
+    const std::function<void(const TVRImage&)>& visit) const {
+  const TVRImageIterator end;
+  TVRImageIterator image(m_admincmd_dir, m_disk_pool,
+                         podb::listing_hours_ago(m_catalog_backup_time));
+  for (; image != end && !util::interrupted(); ++image) visit(*image);
 }
 
 template class VisitPOsNotInTVRCatalog<podb::PrintOrphanPOs>;

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <set>
 #include <string>
@@ -10,9 +11,11 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
+#include "catalog/approved_orphans.h"
 #include "catalog/base_traverse_catalog.h"
 #include "catalog/consistency_limits.h"
 #include "catalog/findings/consistency_findings.h"
+#include "tvr_utils/tvr_image.h"
 
 namespace catalog {
 
@@ -48,17 +51,40 @@ class VisitPOsNotInTVRCatalog : public BaseTraverseCatalog {
   // 0 also for a failed directory, which does not end the walk. A deletion without a record does.
   int visit_dir(const boost::filesystem::path& policy_dir) override;
 
-  // Counts what was approved of directories that are gone. Then the final listing, which is left out
-  // when a signal stopped the traversal: every directory that was not visited would be reported as
-  // missing.
+  // Counts what was approved of directories that are gone, and lists what no directory was compared
+  // with.
   void summarize_impl() override;
 
   std::string findings() const override;
   std::vector<std::string> closing_lines() const override;
 
+ protected:
+  // Does the work of visit_dir in a directory. What it throws ends the directory; the walk goes on.
+  int work_in(const boost::filesystem::path& policy_dir, record::Directory& directory,
+              const std::function<void()>& work);
+
+  // Reads the directory's copies, and hands their visitor on.
+  void read_dir(const boost::filesystem::path& policy_dir, record::Directory& directory,
+                const std::function<void(V&)>& compare);
+
+  // Prints or deletes the orphans of a directory that was compared. When there are too many, none.
+  // Returns what is said of these.
+  std::string take_orphans(V& visitor, const record::Directory& directory) const;
+
+  // Passes on each image of the backup catalog, until a signal comes.
+  // Errors: those of the listing.
+  void for_each_image(const std::function<void(const TVRImage&)>& visit) const;
+
+  // Tells what is missing of the clients and policies that no directory was compared with. Left out
+  // when a signal stopped the traversal: every directory that was not visited would be reported.
+  virtual void list_rest();
+
+  const ApprovedOrphans::Directory* approved_of(const record::Directory& directory) const;
+  const ConsistencyLimits& limits() const { return m_limits; }
+  ConsistencyFindings& consistency_findings() { return *m_findings; }
+
  private:
   void compare_dir(const boost::filesystem::path& policy_dir, record::Directory& directory);
-  void require_few_orphans(const V& visitor);
   void note_visited(const V& visitor);
   void count_copies_of_absent_dirs();
   void list_unvisited_pairs();

@@ -6,6 +6,7 @@
 
 #include <boost/scoped_ptr.hpp>
 
+#include "catalog/compare_in_one_listing.h"
 #include "catalog/podb/delete_orphan_pos.h"
 #include "catalog/podb/print_orphan_pos.h"
 #include "catalog/scan_client_name_case.h"
@@ -63,16 +64,25 @@ void log_what_is_listed(const std::string& disk_pool) {
   });
 }
 
-template <class V>
-bool compare(const StoragePaths& storage, const fs::path& admincmd_dir,
-             const std::string& disk_pool, const catalog::ConsistencyLimits& limits) {
-  const boost::scoped_ptr<catalog::VisitPOsNotInTVRCatalog<V>> task(
-      new catalog::VisitPOsNotInTVRCatalog<V>(storage.log_dir, storage.catalog, thread_count(),
+template <class Task>
+bool compare_by(const StoragePaths& storage, const fs::path& admincmd_dir,
+                const std::string& disk_pool, const catalog::ConsistencyLimits& limits) {
+  const boost::scoped_ptr<Task> task(new Task(storage.log_dir, storage.catalog, thread_count(),
                                               true, admincmd_dir, disk_pool,
                                               opt_catalog_backup_time));
   task->set_limits(limits);
   task->set_saves_pos(!opt_no_undo);
   return run_task(*task);
+}
+
+template <class V>
+bool compare(const StoragePaths& storage, const fs::path& admincmd_dir,
+             const std::string& disk_pool, const catalog::ConsistencyLimits& limits) {
+  using catalog::CompareInOneListing;
+  using catalog::VisitPOsNotInTVRCatalog;
+  return opt_one_listing
+             ? compare_by<CompareInOneListing<V>>(storage, admincmd_dir, disk_pool, limits)
+             : compare_by<VisitPOsNotInTVRCatalog<V>>(storage, admincmd_dir, disk_pool, limits);
 }
 
 // A deletion is undone with its record.

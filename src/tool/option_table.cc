@@ -24,6 +24,7 @@ std::int32_t opt_max_orphan_share = -1;
 std::vector<std::string> opt_only;
 std::vector<std::string> opt_except;
 bool opt_no_undo = false;
+bool opt_one_listing = false;
 bool opt_help = false;
 
 namespace {
@@ -50,6 +51,7 @@ const OptDescriptor o_max_orphan_share{0, "max_orphan_share", nullptr, &opt_max_
 const OptDescriptor o_only{0, "only", nullptr, &opt_only};
 const OptDescriptor o_except{0, "except", nullptr, &opt_except};
 const OptDescriptor o_no_undo{0, "no_undo", "false", &opt_no_undo};
+const OptDescriptor o_one_listing{0, "one_listing", "false", &opt_one_listing};
 const OptDescriptor o_num_threads{0, "num_threads", "1", &opt_num_threads};
 const OptDescriptor o_tvr_location{0, "tvr_location", GLOBAL_def_tvr_loc, &opt_tvr_location};
 const OptDescriptor o_help{'h', "help", "false", &opt_help};
@@ -72,6 +74,7 @@ const OptDescriptor* const options[] = {&o_cleanup,
                                         &o_only,
                                         &o_except,
                                         &o_no_undo,
+                                        &o_one_listing,
                                         &o_help,
                                         nullptr};
 

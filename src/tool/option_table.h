@@ -25,6 +25,7 @@ extern std::int32_t opt_max_orphan_share;  // percent; below 0 when not given
 extern std::vector<std::string> opt_only;
 extern std::vector<std::string> opt_except;
 extern bool opt_no_undo;
+extern bool opt_one_listing;
 extern bool opt_help;
 
 extern const OptDescriptor o_scan;
@@ -37,6 +38,7 @@ extern const OptDescriptor o_max_orphan_share;
 extern const OptDescriptor o_only;
 extern const OptDescriptor o_except;
 extern const OptDescriptor o_no_undo;
+extern const OptDescriptor o_one_listing;
 extern const OptDescriptor o_num_threads;
 extern const OptDescriptor o_tvr_location;
 extern const OptDescriptor o_help;

@@ -31,7 +31,8 @@ bool limits_go_with_the_task() {
                 {o_max_orphan_share, opt_max_orphan_share >= 0, true},
                 {o_only, !opt_only.empty(), true},
                 {o_except, !opt_except.empty(), true},
-                {o_no_undo, opt_no_undo, false}};
+                {o_no_undo, opt_no_undo, false},
+                {o_one_listing, opt_one_listing, true}};
   for (const auto& [option, is_given, is_for_dry_runs] : limits) {
     if (!is_given) continue;
     if (opt_scan) return refuse_with(option, o_scan);

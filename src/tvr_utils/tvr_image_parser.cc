@@ -7,6 +7,7 @@
 
 #include "platform/run_log.h"
 #include "platform/status.h"
+#include "tvr_utils/names_in_listing.h"
 #include "util/split.h"
 #include "util/to_number.h"
 
@@ -156,16 +157,12 @@ bool BaseTVRImageIteratorImpl::parse_image_line() {
   return false;
 }
 
-// The catalog's images of another spelling match none of the directory's copies, which then count
-// as orphans: an operator wants to know before a deletion.
 void BaseTVRImageIteratorImpl::warn_of_other_spelling(std::string_view client,
                                                       std::string_view policy) {
   using boost::algorithm::iequals;
   if (m_warned || !iequals(client, m_client_filter) || !iequals(policy, m_policy_filter)) return;
   m_warned = true;
-  WarningA("the catalog lists images of client " + std::string(client) + " and policy " +
-           std::string(policy) + " where " + m_client_filter + " and " + m_policy_filter +
-           " was asked for; they are not compared");
+  tvr_utils::warn_of_other_spelling({client, policy}, {m_client_filter, m_policy_filter});
 }
 
 void BaseTVRImageIteratorImpl::parse_frag_line() {

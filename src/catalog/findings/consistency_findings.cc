@@ -1,6 +1,7 @@
 #include "catalog/findings/consistency_findings.h"
 
 #include "dct/filesystem.h"
+#include "dct/report_error.h"
 #include "platform/reports.h"
 #include "platform/run_log.h"
 #include "platform/status.h"
@@ -31,6 +32,12 @@ std::string taken_text(const std::string& verb, const record::Orphan& orphan) {
 
 std::string with_one_line_end(const std::string& text) {
   return text.substr(0, text.find_last_not_of('\n') + 1) + "\n";
+}
+
+std::string not_compared_text(int status, const std::string& what, const std::string& reason) {
+  return with_one_line_end("ERROR (" + CRStatusToStringA(status) +
+                           ") : could not compare the Tavrin catalog and deduplication metadata" +
+                           what + "; " + reason);
 }
 
 }  // namespace
@@ -121,12 +128,14 @@ void ConsistencyFindings::unfinished(record::Directory& directory, const fs::pat
 
 void ConsistencyFindings::not_compared(record::Directory& directory, const fs::path& policy_dir,
                                        int status, const std::string& reason) {
-  report_failed(
-      directory,
-      with_one_line_end("ERROR (" + CRStatusToStringA(status) +
-                        ") : could not compare the Tavrin catalog and deduplication metadata for " +
-                        as_utf8(policy_dir) + "; " + reason),
-      reason);
+  report_failed(directory, not_compared_text(status, " for " + as_utf8(policy_dir), reason),
+                reason);
+}
+
+void ConsistencyFindings::not_listed(int status, const std::string& reason) const {
+  const std::string report = not_compared_text(status, "", reason);
+  write_to_log(report);
+  dct::report_error(report);
 }
 
 }  // namespace catalog

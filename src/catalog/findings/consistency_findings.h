@@ -56,6 +56,9 @@ class ConsistencyFindings : public Findings {
   void not_compared(record::Directory& directory, const boost::filesystem::path& policy_dir,
                     int status, const std::string& reason);
 
+  // The one listing of the backup catalog failed: no directory is compared.
+  void not_listed(int status, const std::string& reason) const;
+
  private:
   dct::util::LogFile& m_missing_images_log;
   std::atomic<bool> m_warned_of_clock{false};

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <ctime>
 #include <map>
+#include <utility>
 #include <vector>
 
 #include "catalog/podb/basename_parts.h"
@@ -22,6 +23,15 @@ unsigned long listing_hours_ago(std::int64_t catalog_backup_time) {
   return static_cast<unsigned long>((std::time(nullptr) - start) / k_hour_seconds + 1);
 }
 
+namespace {
+
+DeletionTakings::Rows rows_for(SQLitePODB::Access access) {
+  return access == SQLitePODB::Access::read_write ? DeletionTakings::Rows::kept
+                                                  : DeletionTakings::Rows::counted;
+}
+
+}  // namespace
+
 BaseCompareWithTVR::BaseCompareWithTVR(const boost::filesystem::path& policy_dir,
                                        ConsistencyFindings& findings, record::Directory& directory,
                                        const boost::filesystem::path& admincmd_dir,
@@ -29,8 +39,7 @@ BaseCompareWithTVR::BaseCompareWithTVR(const boost::filesystem::path& policy_dir
     : BasenameTimeAndCopySet(policy_dir, findings, directory, access),
       m_admincmd_dir(admincmd_dir),
       m_disk_pool(disk_pool),
-      m_rows(access == SQLitePODB::Access::read_write ? DeletionTakings::Rows::kept
-                                                      : DeletionTakings::Rows::counted) {
+      m_rows(rows_for(access)) {
   const std::string& dir = dct::filesystem::as_utf8(policy_dir);
   findings.started(directory, policy_dir);
   m_missing.client = client();
@@ -41,6 +50,12 @@ BaseCompareWithTVR::BaseCompareWithTVR(const boost::filesystem::path& policy_dir
                                         "): could not read the deduplication metadata for " + dir);
   }
 }
+
+BaseCompareWithTVR::BaseCompareWithTVR(const boost::filesystem::path& policy_dir,
+                                       ConsistencyFindings& findings, record::Directory& directory,
+                                       CopySet orphans, SQLitePODB::Access access)
+    : BasenameTimeAndCopySet(policy_dir, findings, directory, access, std::move(orphans)),
+      m_rows(rows_for(access)) {}
 
 void BaseCompareWithTVR::compare_metadata_impl() {
   const TVRImageIterator end;

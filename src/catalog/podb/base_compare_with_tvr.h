@@ -23,6 +23,10 @@ class BaseCompareWithTVR : public BasenameTimeAndCopySet {
                      record::Directory& directory, const boost::filesystem::path& admincmd_dir,
                      const std::string& disk_pool, SQLitePODB::Access access);
 
+  // With the orphans of a directory that was compared already; `directory` has what was counted.
+  BaseCompareWithTVR(const boost::filesystem::path& policy_dir, ConsistencyFindings& findings,
+                     record::Directory& directory, CopySet orphans, SQLitePODB::Access access);
+
   // Takes the copies that the catalog holds out of the set, and passes on those that the metadata
   // lacks. To be called once.
   // Errors: what the listing throws. What the set holds then is not known to be orphaned.

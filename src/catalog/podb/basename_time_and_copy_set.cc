@@ -1,6 +1,7 @@
 #include "catalog/podb/basename_time_and_copy_set.h"
 
 #include <ctime>
+#include <utility>
 
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 
@@ -11,6 +12,19 @@ BasenameTimeAndCopySet::BasenameTimeAndCopySet(const boost::filesystem::path& po
                                                record::Directory& directory,
                                                SQLitePODB::Access access)
     : BaseVisitPODB(policy_dir, findings.log(), directory, access), m_findings(findings) {}
+
+BasenameTimeAndCopySet::BasenameTimeAndCopySet(const boost::filesystem::path& policy_dir,
+                                               ConsistencyFindings& findings,
+                                               record::Directory& directory,
+                                               SQLitePODB::Access access, CopySet copies)
+    : BaseVisitPODB(policy_dir, findings.log(), directory, access),
+      m_findings(findings),
+      m_image_copies(std::move(copies)) {}
+
+CopySet BasenameTimeAndCopySet::release_copies() {
+  m_image_copies.shrink();
+  return std::move(m_image_copies);
+}
 
 int BasenameTimeAndCopySet::visit_podb_impl() {
   constexpr std::int64_t k_day_seconds = 86400;

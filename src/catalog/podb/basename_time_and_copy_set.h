@@ -21,10 +21,17 @@ class BasenameTimeAndCopySet : public BaseVisitPODB {
   BasenameTimeAndCopySet(const boost::filesystem::path& policy_dir, ConsistencyFindings& findings,
                          record::Directory& directory, SQLitePODB::Access access);
 
+  // With the copies, as another one has released them.
+  BasenameTimeAndCopySet(const boost::filesystem::path& policy_dir, ConsistencyFindings& findings,
+                         record::Directory& directory, SQLitePODB::Access access, CopySet copies);
+
   // Fills the set. A basename that does not parse is passed on and left out; one that is
   // not handled on purpose is left out silently. Returns 0, or the status of a database that could
   // not be read; the set is empty then.
   int visit_podb_impl() override;
+
+  // The copies, which the set no longer holds then.
+  CopySet release_copies();
 
   // Sets the flag of each copy (number -> flag) of the image of `backup_time` that the set holds,
   // and takes it out of the set.

@@ -25,6 +25,9 @@ class DeleteOrphanPOs : public BaseCompareWithTVR {
 
   static constexpr SQLitePODB::Access access = SQLitePODB::Access::read_write;
 
+  // What is done to orphans, in the progress of a run.
+  static constexpr const char* step_name = "deleting orphans";
+
   void visit_image_copies_not_in_TV_impl() override;
   void visit_one_image_copy(std::int64_t backup_time, std::uint32_t copy_number) override;
 

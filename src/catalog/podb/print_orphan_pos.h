@@ -13,6 +13,9 @@ class PrintOrphanPOs : public BaseCompareWithTVR {
 
   static constexpr SQLitePODB::Access access = SQLitePODB::Access::read_only;
 
+  // What is done to orphans, in the progress of a run.
+  static constexpr const char* step_name = "printing orphans";
+
   void visit_one_image_copy(std::int64_t backup_time, std::uint32_t copy_number) override;
 
   // What standard output is told before the traversal.
