@@ -13,6 +13,7 @@ settings=$root/etc/default/mdfixup
 # a disk pool that is misspelled or left out makes orphans of live images.
 set --
 keep_days=90
+one_listing=
 if [ -e "$settings" ] || [ -L "$settings" ]; then
   if [ ! -f "$settings" ]; then
     echo "$settings: not a file" >&2
@@ -37,6 +38,12 @@ if [ -e "$settings" ] || [ -L "$settings" ]; then
         exit 2
         ;;
       KEEP_DAYS=*) keep_days=$value ;;
+      ONE_LISTING=yes) one_listing=--one_listing ;;
+      ONE_LISTING=no) one_listing= ;;
+      ONE_LISTING=*)
+        echo "$settings: not yes or no: $line" >&2
+        exit 2
+        ;;
       TVR_LOCATION=?*) set -- "$@" "--tvr_location=$value" ;;
       TVR_DISK_POOL=?*) set -- "$@" "--tvr_disk_pool=$value" ;;
       *)
@@ -96,5 +103,5 @@ trap 'exit 1' HUP INT TERM
 status=0
 remove_old_records || status=1
 "$mdfixup" --scan_client_name_case "$@" || status=1
-"$mdfixup" --FORCE_DEDUPE_METADATA_CONSISTENCY --dry_run "$@" || status=1
+"$mdfixup" --FORCE_DEDUPE_METADATA_CONSISTENCY --dry_run ${one_listing:+"$one_listing"} "$@" || status=1
 exit $status

@@ -33,7 +33,8 @@ _mdfixup() { # COMMAND CURRENT WORD_BEFORE, as for all completions
   local common='--num_threads --tvr_location'
   local repair='--force --cleanup_case_work_space'
   local consistency='--FORCE_CONSISTENCY_ALL_IMAGE --FORCE_DEDUPE_METADATA_CONSISTENCY'
-  consistency+=' --tvr_disk_pool --catalog_backup_time --max_orphan_share --only --except'
+  consistency+=' --tvr_disk_pool --catalog_backup_time --one_listing --max_orphan_share --only'
+  consistency+=' --except'
   local deletion='--approved --no_undo'
   local offered
   COMPREPLY=()
@@ -51,8 +52,8 @@ _mdfixup() { # COMMAND CURRENT WORD_BEFORE, as for all completions
     *' --force '*) offered="--repair_client_name_case $common $repair" ;;
     *' --dry_run '*) offered="$common $consistency" ;;
     *' --approved '* | *' --no_undo '*) offered="$common $consistency $deletion" ;;
-    *' --FORCE_'* | *' --tvr_disk_pool '* | *' --catalog_backup_time '* | *' --max_orphan_share '* | \
-      *' --only '* | *' --except '*)
+    *' --FORCE_'* | *' --tvr_disk_pool '* | *' --catalog_backup_time '* | *' --one_listing '* | \
+      *' --max_orphan_share '* | *' --only '* | *' --except '*)
       offered="--dry_run $common $consistency $deletion"
       ;;
     *)

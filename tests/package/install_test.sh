@@ -84,7 +84,7 @@ expect "the planted lines and no others" diff <(grep -E '^(Client |\{)' "$work/o
 for line in --repair_client_name_case 'OPTIONS=--repair_client_name_case' 'NUM_THREADS="2"' \
   'NUM_THREADS=2 --repair_client_name_case' \
   "LD_PRELOAD=$work/evil.so" "touch $work/done" 'TVR_DISK_POOL=dp_sandbox ' \
-  'TVR_DISK_POOL=dp # mine' 'TVR_DISK_POOL=' KEEP_DAYS= KEEP_DAYS=0 KEEP_DAYS=7d; do
+  'TVR_DISK_POOL=dp # mine' ONE_LISTING= ONE_LISTING=1 'TVR_DISK_POOL=' KEEP_DAYS= KEEP_DAYS=0 KEEP_DAYS=7d; do
   check 2 "$line"
 done
 for line in "TVR_LOCATION=\$(touch $work/done)" \
@@ -92,6 +92,10 @@ for line in "TVR_LOCATION=\$(touch $work/done)" \
   check 1 "$line"
 done
 check 0 'TVR_DISK_POOL=x --repair_client_name_case --force'
+check 0 ONE_LISTING=yes
+expect "the same orphans with one listing" diff <(grep '^{' "$work/out" | LC_ALL=C sort) \
+  <(LC_ALL=C sort "$storage/planted/orphans.txt")
+expect "the flag" grep -q -- ' --one_listing' <(tail -n 20 "$log"/mdfixup/mdfixup.log)
 # The first command of the dry run mends what the scan failed at; then it reports a pending import;
 # then it outlives a signal to all that runs.
 lifecycle=$storage/quorv/tavrin/bin/admincmd/tvlifecycle
