@@ -98,7 +98,7 @@ po::options_description describe(Settings& settings) {
   add("fault", po::value(&settings.faults),
       "kill, EIO, ENOSPC, EIO+, ENOSPC+ (from then on), signal");
   add("task", po::value(&settings.tasks),
-      "scan, dry_run, deletion, repair, resumed, forced, undeletion, unrepair");
+      "scan, dry_run, deletion, one_listing, repair, resumed, forced, undeletion, unrepair");
   add("undo", po::value(&settings.undo),
       "the program that undoes runs; else that of the same build");
   add("points", po::value(&settings.points), "that many moments of each run, drawn at random");

@@ -77,6 +77,7 @@ const std::vector<Task>& all_tasks() {
       {"scan", {"--scan_client_name_case"}, Effect::none, k_failed_scan},
       {"dry_run", {consistency, "--dry_run"}, Effect::none},
       {"deletion", {consistency}, Effect::deletes},
+      {"one_listing", {consistency, "--one_listing"}, Effect::deletes},
       {"repair", {repair}, Effect::moves},
       {"resumed", {repair}, Effect::moves, 1, true},
       {"forced", {repair, "--force"}, Effect::moves, 1, false, true},

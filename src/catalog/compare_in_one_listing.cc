@@ -7,6 +7,7 @@
 
 #include "catalog/podb/delete_orphan_pos.h"
 #include "catalog/podb/print_orphan_pos.h"
+#include "platform/one_line.h"
 #include "platform/run_log.h"
 #include "platform/status.h"
 #include "record/run_record.h"
@@ -21,12 +22,18 @@ namespace {
 
 const char* const k_not_called = "Could not call tvimagequery: ";
 
-// The copies of other names than a listing can hold all look like orphans.
-void require_listable(const record::Directory& directory) {
+// All copies of a name that a listing cannot hold look like orphans. That is told, and nothing is deleted
+// unless somebody has reviewed it.
+void require_listable(const record::Directory& directory, bool may_be_taken) {
   for (const std::string& name : {directory.client, directory.policy}) {
     if (tvr_utils::can_be_listed(name)) continue;
-    throw Cr_ErrnoException(k_status_malformed,
-                            "the name " + name + " cannot stand in a listing of the catalog");
+    const std::string text =
+        "the name " + platform::on_one_line(name) + " cannot stand in a listing of the catalog";
+    if (!may_be_taken) {
+      throw Cr_ErrnoException(k_status_malformed,
+                              text + "; its copies are deleted if approved only");
+    }
+    WarningA(text + ", so that its copies look like orphans");
   }
 }
 
@@ -90,7 +97,8 @@ void CompareInOneListing<V>::visit_orphans(const fs::path& policy_dir, DirTable:
     if (approved != nullptr) directory.counts.absent_copies = approved->size();
     return;
   }
-  require_listable(directory);
+  const bool is_reviewed = this->approved_of(directory) != nullptr;
+  require_listable(directory, is_reviewed || V::access == SQLitePODB::Access::read_only);
   V visitor(policy_dir, this->consistency_findings(), directory, std::move(dir.copies), V::access);
   if (!visitor.has_database()) {
     this->require_same_root();

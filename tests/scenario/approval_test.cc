@@ -73,6 +73,7 @@ TEST(Approval, NothingIsTakenThatTheDryRunDidNotAnnounce) {
     std::sort(left.begin(), left.end());
     fs::remove_all(scene.storage().policy_dir("gone", "p").parent_path());
     Words words{support::k_deletion[0], k_approved, run, "--num_threads", std::to_string(threads)};
+    if (threads == 4) words.push_back(support::k_one_listing[0]);
     expect_end(scene.run(words), 0, "");
     for (const Change& change : changes) {
       if (change.client == "gone") continue;

@@ -35,6 +35,12 @@ TEST(ConsistencyFailures, ReportSaysWhyADirectoryWasNotCompared) {
   for (const auto& [script, status, text] : rows) {
     scene.script("tvimagequery", "[ \"$2\" = hosta ] || exit 227\n" + script);
     expect(status, "Could not call tvimagequery: " + text);
+    scene.script("tvimagequery", script);
+    const Words before = scene.pos();
+    expect_end(scene.remove_orphans(4, support::k_one_listing), 1,
+               "ERROR (" + status + ") : could not compare the Tavrin catalog and deduplication " +
+                   "metadata; Could not call tvimagequery: " + text + "\n");
+    EXPECT_EQ(scene.pos(), before);
   }
   fs::rename(scene.admincmd("query"), scene.admincmd("tvimagequery"));
   scene.storage().list_image("hosta", "p", 1000, {1});
@@ -61,6 +67,22 @@ TEST(ConsistencyFailures, HostileNamesStartNoCommand) {
   ASSERT_EQ(calls.size(), 2U) << "one directory and the final listing";
   EXPECT_TRUE(starts_with(calls[0], "-client h\xc3\xb6st-A_1:+@ -policy p.1 -hoursago "));
   EXPECT_TRUE(starts_with(calls[1], "-hoursago "));
+  // Here no name reaches a shell; but a listing cannot hold them all, which must cost nobody a copy.
+  fs::remove_all(runs_dir(scene));
+  for (const std::string& name : names) scene.put(name, "p", {name + "_1000_C1_F1.img"});
+  EXPECT_EQ(lines_beginning(scene.dry_run(4, support::k_one_listing).out, "{client: ").size(),
+            names.size());
+  Words words{support::k_one_listing};
+  const std::string errors = scene.remove_orphans(4, words).err;
+  const Words left{"a b", "a\\nb", "a;touch calls", "$(touch calls)"};
+  for (const std::string& name : left)
+    expect_parts(errors, {"; the name " + name + " cannot stand in a listing of the catalog; "});
+  EXPECT_EQ(scene.pos().size(), left.size());
+  words.insert(words.end(), {"--approved", id_of(scene, "dry_run")});
+  expect_end(scene.remove_orphans(4, words), 0, "");
+  EXPECT_EQ(scene.pos().size(), 0U);
+  const Words all = lines_beginning(support::read_text(scene.admincmd("tvimagequery.calls")), "-h");
+  EXPECT_EQ(all.size(), 4U) << "one more for each run, unfiltered";
 }
 
 }  // namespace scenario::consistency_failures

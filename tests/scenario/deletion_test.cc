@@ -124,48 +124,79 @@ void undo_all(const Scene& scene) {
 class Deletion : public testing::TestWithParam<int> {};
 INSTANTIATE_TEST_SUITE_P(Threads, Deletion, testing::Values(1, 4));
 
+// Runs on the storage, and expects what the model and the statements say; all is undone in the end.
+void expect_as_planted(const Scene& scene, const Model& model, bool odd, int threads,
+                       const Words& options) {
+  scene.sh("rm -rf copy; cp -r catalog copy");
+  const auto before = scene.snapshot();
+  const Words whole = scene.pos();
+  const Ended dry = scene.dry_run(threads, options);
+  const std::string dry_log = scene.logs("OrphanImages_");
+  EXPECT_EQ(lines_beginning(dry.out, "{"), difference(model.metadata, model.catalog, k_orphan));
+  const Words missing = difference(model.catalog, model.metadata, k_missing);
+  EXPECT_EQ(reported_missing(scene), missing);
+  EXPECT_EQ(scene.snapshot(), before);
+  expect_end(scene.remove_orphans(threads, options), 0, "");
+  const std::string log = scene.logs("OrphanImages_");
+  EXPECT_EQ(reported_missing(scene), missing);
+  std::string expected;
+  std::istringstream listed(dry.out);
+  for (std::string line; std::getline(listed, line);) {
+    if (line.front() != '{') continue;
+    const std::string taken = taken_from_copy(scene, line);
+    const std::string image = "eleted the POs for the image: " + line;
+    expect_parts(dry_log, {"Would have d" + image + "\nWould delete " + taken});
+    expect_parts(log, {"\nD" + image + "\nDeleted " + taken});
+    expected += taken;
+  }
+  for (const std::string& text : {log, dry_log})
+    EXPECT_EQ(lines_beginning(text, "also takes "), lines_beginning(expected, "also takes "));
+  EXPECT_EQ(scene.pos(), scene.pos("copy"));
+  expect_parts(scene.run_log(), {"takes POs of other copies"});
+  const auto after = scene.snapshot();
+  EXPECT_EQ(scene.remove_orphans(threads, options).exit_status, 0);
+  EXPECT_EQ(scene.snapshot(), after);
+  EXPECT_EQ(scene.dry_run(threads, options).out.find('{') == std::string::npos, !odd);
+  undo_all(scene);
+  EXPECT_EQ(scene.pos(), whole);
+}
+
+// What the runs recorded and logged of each kind, sorted.
+Words found(const Scene& scene) {
+  Words all;
+  for (const char* query :
+       {"task, dirs, failed_dirs, pos, copies, orphan_copies, missing_copies, taken_pos, "
+        "taken_bytes, exit_status FROM run",
+        "client, policy, d.pos, copies, orphan_copies, missing_copies, taken_pos, state FROM "
+        "directory d JOIN client_policy p ON p.id = client_policy",
+        "backup_time, copy, pos, bytes, deleted FROM orphan", "basename, reason FROM unparsed",
+        "basename FROM collateral"}) {
+    for (const char* task : {"dry_run", "deletion"}) {
+      const Words rows = rows_of(scene, task, query);
+      all.insert(all.end(), rows.begin(), rows.end());
+    }
+  }
+  return all;
+}
+
 // Where tests are shuffled, each repetition has other seeds.
 TEST_P(Deletion, TakesWhatTheModelAndTheDryRunListAndTheStatementTakes) {
   const int drawn = testing::UnitTest::GetInstance()->random_seed();
-  const unsigned first = GTEST_FLAG_GET(shuffle) ? static_cast<unsigned>(drawn) * 4 : 0;
-  for (unsigned seed = first; seed < first + 4; ++seed) {
-    SCOPED_TRACE(seed);
+  const unsigned first = GTEST_FLAG_GET(shuffle) ? static_cast<unsigned>(drawn) * 2 : 0;
+  for (unsigned seed = first; seed < first + 2; ++seed) {
     std::mt19937 random(seed);
     const bool odd = seed % 2 == 0;
     const Scene scene;
     const Model model = plant(scene, random, odd);
-    scene.sh("cp -r catalog copy");
-    const auto before = scene.snapshot();
-    const Words whole = scene.pos();
-    const Ended dry = scene.dry_run(GetParam());
-    const std::string dry_log = scene.logs("OrphanImages_");
-    EXPECT_EQ(lines_beginning(dry.out, "{"), difference(model.metadata, model.catalog, k_orphan));
-    const Words missing = difference(model.catalog, model.metadata, k_missing);
-    EXPECT_EQ(reported_missing(scene), missing);
-    EXPECT_EQ(scene.snapshot(), before);
-    expect_end(scene.remove_orphans(GetParam()), 0, "");
-    const std::string log = scene.logs("OrphanImages_");
-    EXPECT_EQ(reported_missing(scene), missing);
-    std::string expected;
-    std::istringstream listed(dry.out);
-    for (std::string line; std::getline(listed, line);) {
-      if (line.front() != '{') continue;
-      const std::string taken = taken_from_copy(scene, line);
-      const std::string image = "eleted the POs for the image: " + line;
-      expect_parts(dry_log, {"Would have d" + image + "\nWould delete " + taken});
-      expect_parts(log, {"\nD" + image + "\nDeleted " + taken});
-      expected += taken;
+    Words found_before;
+    for (const Words& options : {Words{}, support::k_one_listing}) {
+      SCOPED_TRACE(std::to_string(seed) + (options.empty() ? "" : options[0]));
+      scene.sh("rm -rf log/*");
+      expect_as_planted(scene, model, odd, GetParam(), options);
+      const Words found_now = found(scene);
+      EXPECT_TRUE(options.empty() || found_now == found_before);
+      found_before = found_now;
     }
-    for (const std::string& text : {log, dry_log})
-      EXPECT_EQ(lines_beginning(text, "also takes "), lines_beginning(expected, "also takes "));
-    EXPECT_EQ(scene.pos(), scene.pos("copy"));
-    expect_parts(scene.run_log(), {"takes POs of other copies"});
-    const auto after = scene.snapshot();
-    EXPECT_EQ(scene.remove_orphans(GetParam()).exit_status, 0);
-    EXPECT_EQ(scene.snapshot(), after);
-    EXPECT_EQ(scene.dry_run(GetParam()).out.find('{') == std::string::npos, !odd);
-    undo_all(scene);
-    EXPECT_EQ(scene.pos(), whole);
   }
 }
 

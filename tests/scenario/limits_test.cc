@@ -6,6 +6,8 @@ namespace scenario::limits {
 
 const std::string k_missing_header = "backupid|client_name|policy_name|copy_num|\n";
 
+const Words k_one_listing_deletion{support::k_deletion[0], support::k_one_listing[0]};
+
 TEST(Limits, LargerShareOfOrphansFailsTheDirectoryAndLeavesIt) {
   const Scene scene;
   scene.put("small", "p",
@@ -19,8 +21,8 @@ TEST(Limits, LargerShareOfOrphansFailsTheDirectoryAndLeavesIt) {
                                                 {"25", {"small_1"}},
                                                 {"66", {"small_1"}},
                                                 {"67", {"large_1", "large_2", "small_1"}}};
-  for (const Words& task : {support::k_dry_run, support::k_deletion}) {
-    const bool deletes = task == support::k_deletion;
+  for (const Words& task : {support::k_dry_run, support::k_deletion, k_one_listing_deletion}) {
+    const bool deletes = task != support::k_dry_run;
     for (const auto& [limit, within] : rows) {
       scene.sh("rm -rf catalog log/metadata_consistency; cp -r before catalog");
       Words words = task;
@@ -88,7 +90,9 @@ TEST(Limits, OnlyAndExceptNameDirectoriesExactly) {
     const std::string skipped = std::to_string(4 - orphans.size());
     for (const int threads : {1, 3}) {
       scene.sh("rm -rf log/*");
-      const Ended ended = scene.dry_run(threads, options);
+      Words words = options;
+      if (threads == 3) words.push_back(support::k_one_listing[0]);
+      const Ended ended = scene.dry_run(threads, words);
       expect_end(ended, 0, "");
       EXPECT_EQ(lines_beginning(ended.out, "{"), orphans);
       EXPECT_EQ(lines_beginning(scene.logs("MissingImages_"), ""), missing);

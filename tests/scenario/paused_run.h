@@ -31,14 +31,17 @@ class PausingScene : public Scene {
   std::string later_calls() const { return support::read_text(root() / "calls"); }
 };
 
-inline Words dry_run_on(const std::string& threads) {
-  return {support::k_dry_run[0], support::k_dry_run[1], "--num_threads", threads};
+inline Words dry_run_on(const std::string& threads, const Words& more = {}) {
+  Words words{support::k_dry_run[0], support::k_dry_run[1], "--num_threads", threads};
+  words.insert(words.end(), more.begin(), more.end());
+  return words;
 }
 
 // Such a run, paused.
 class PausedRun {
  public:
-  explicit PausedRun(const char* threads = "1") : m_child(m_scene.start(dry_run_on(threads))) {
+  explicit PausedRun(const char* threads = "1", const Words& more = {})
+      : m_child(m_scene.start(dry_run_on(threads, more))) {
     m_scene.await_pause();
   }
 

@@ -23,6 +23,9 @@ const Words k_forced_repair{"--repair_client_name_case", "--force"};
 const Words k_deletion{"--FORCE_DEDUPE_METADATA_CONSISTENCY"};
 const Words k_dry_run{"--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run"};
 
+// What lets the last two list the backup catalog once.
+const Words k_one_listing{"--one_listing"};
+
 // What standard output is told where the services are to be started again.
 const std::string k_start_services =
     "Please start Tavrin Deduplication services with the following commands:\n"
@@ -63,7 +66,9 @@ class Scene {
   Ended run(const Words& arguments) const { return start(arguments)->wait(); }
   Ended scan(int threads = 1) const { return run_task(k_scan, threads); }
   Ended repair(int threads = 1) const { return run_task(k_repair, threads); }
-  Ended remove_orphans(int threads = 1) const { return run_task(k_deletion, threads); }
+  Ended remove_orphans(int threads = 1, const Words& more = {}) const {
+    return run_task(k_deletion, threads, more);
+  }
   Ended dry_run(int threads = 1, const Words& more = {}) const {
     return run_task(k_dry_run, threads, more);
   }

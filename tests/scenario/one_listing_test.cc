@@ -1,0 +1,105 @@
+#include "tests/scenario/paused_run.h"
+
+namespace scenario::one_listing {
+
+using support::k_one_listing;
+
+// The lines of the reports and streams, sorted, without the names of the files.
+Words found(const Scene& scene, const Ended& ended) {
+  const std::string text = ended.out + ended.err + scene.logs("OrphanImages_") +
+                           scene.logs("MissingImages_") + std::to_string(ended.exit_status) + "\n";
+  fs::remove_all(scene.storage().log_dir() / "metadata_consistency");
+  Words lines = lines_beginning(text, "");
+  lines.erase(std::remove_if(lines.begin(), lines.end(),
+                             [](const std::string& line) { return contains(line, " file: "); }),
+              lines.end());
+  return lines;
+}
+
+TEST(OneListing, FindsTheSameInAnOddStorage) {
+  const Scene scene;
+  const auto put = [&](const std::string& client, const Words& rests) {
+    Words names;
+    for (const std::string& rest : rests) names.push_back(client + rest);
+    scene.put(client, "p", names);
+  };
+  put("hosta", {"_1000_C1_F1.img", "_1000_C2_F1.img", "_3000_C1_F1.img", "_x_C1_F1.img"});
+  put("HOSTA", {"_1000_C1_F1.img"});  // which the backup catalog does not have
+  put("hostb", {"_1000_C1_F1.img"});
+  put("none", {"_1000_C1_F1.img", "_9999999999_C1_F1.img"});
+  put("empty", {});
+  put("damaged", {"_1000_C1_F1.img"});
+  support::write_text(scene.po_db("damaged", "p"), "no database");
+  scene.sh("mkdir -p catalog/02/hosta catalog/2/bare/p; cp -r catalog/2/hosta/p catalog/02/hosta");
+  for (const std::string client : {"hosta", "damaged", "empty", "bare", "nowhere"}) {
+    scene.storage().list_image(client, "p", 1000, {2, 2, 1});
+    scene.storage().list_image(client, "p", 2000, {3, 1});
+    scene.storage().list_image(client, "p", 3000, {1}, "dp_elsewhere");
+  }
+  scene.storage().list_image("hosta", "p", 1000, {1});  // once more: missing
+  for (const int threads : {1, 4}) {
+    for (const Words& options : {Words{}, Words{"--only", "hosta/p", "--only", "nowhere"},
+                                 Words{"--except", "none"}, Words{"--max_orphan_share", "40"}}) {
+      const Words expected = found(scene, scene.dry_run(threads, options));
+      Words words = options;
+      words.push_back(k_one_listing[0]);
+      EXPECT_EQ(found(scene, scene.dry_run(threads, words)), expected);
+      EXPECT_GE(lines_beginning(boost::algorithm::join(expected, ""), "{client: ").size(), 2U);
+    }
+  }
+  EXPECT_FALSE(contains(scene.run_log(), "was asked for"));
+  scene.sh("rm -r catalog/2/hosta catalog/02");
+  (void)scene.dry_run(1, k_one_listing);
+  expect_parts(scene.run_log(),
+               {"lists images of client hosta and policy p where HOSTA and p was"});
+}
+
+// A backup writes POs and images on both sides of the listing; between the phases POs go, too.
+TEST(OneListing, ImageWrittenMeanwhileIsNoOrphan) {
+  for (const int threads : {1, 4}) {
+    const Scene scene;
+    for (const std::string client : {"hosta", "hostb"})
+      scene.put(client, "p", {client + "_1000_C1_F1.img", client + "_2000_C1_F1.img"});
+    scene.put("fresh", "p", {"fresh_5000_C1_F1.img"});
+    scene.put("gone", "p", {"gone_1000_C1_F1.img"});
+    scene.storage().list_image("hosta", "p", 2000, {1});
+    for (const int time : {3000, 4000}) scene.storage().list_image("hosta", "p", time, {1});
+    scene.sh(
+        "mv catalog/2/fresh .; mv quorv/tavrin/bin/admincmd/tvimagequery query.real\n"
+        "mv quorv/images images.later; mkdir -p quorv/images/hosta");
+    scene.sh("head -n 2 images.later/hosta/p > quorv/images/hosta/p");
+    scene.script("tvimagequery",
+                 "cd " + scene.root().string() +
+                     "; put() { sqlite3 catalog/2/hosta/p/po.db \"INSERT INTO po VALUES "
+                     "('hosta_$1_C1_F1.img', 'x', 1, 1, x'00')\"; }\n"
+                     "put 3000; cp images.later/hosta/p quorv/images/hosta/p\n"
+                     "sed -n 1,4p quorv/images/hosta/p\nput 4000; mv fresh catalog/2; rm -r "
+                     "catalog/2/gone\n");
+    const Ended ended = scene.dry_run(threads, k_one_listing);
+    EXPECT_EQ(ended.exit_status, 1);
+    EXPECT_EQ(lines_beginning(ended.out, "{client: "),
+              (Words{"{client: hosta, policy: p, backup_time: 1000, copy_number: 1}.\n",
+                     "{client: hostb, policy: p, backup_time: 1000, copy_number: 1}.\n",
+                     "{client: hostb, policy: p, backup_time: 2000, copy_number: 1}.\n"}));
+    EXPECT_EQ(lines_beginning(ended.err, "").size(), 1U);
+    expect_parts(ended.err, {"gone/p; its database is gone since it was read\n"});
+    EXPECT_EQ(scene.pos().size(), 7U);
+  }
+}
+
+TEST(OneListing, StepIsToldAndASignalDuringItPrintsNothing) {
+  for (const int signal : {SIGUSR1, SIGINT}) {
+    PausedRun run("2", k_one_listing);
+    run.send_and_await_line(signal);
+    const Ended ended = run.go_on();
+    EXPECT_EQ(ended.exit_status, signal == SIGINT ? 1 : 0);
+    EXPECT_EQ(contains(ended.err, "listing the backup catalog: 0 images, 0 failed, 0 orphan copi"),
+              signal == SIGUSR1 && !k_signals_are_deferred)
+        << ended.err;
+    EXPECT_EQ(run.scene().later_calls(), "") << "no other listing";
+    EXPECT_EQ(contains(run.scene().run_log(), "cut short"), signal == SIGINT);
+    expect_parts(run.scene().run_log(), {"policy directories 3, failed 0,"});
+  }
+}
+
+}  // namespace scenario::one_listing
