@@ -5,9 +5,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
+#include <cctype>
 #include <cstdio>
 #include <exception>
+#include <functional>
 #include <map>
+#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -104,7 +109,18 @@ void move_group(Database& source, const std::string& file, const std::vector<std
   source.exec("COMMIT");
 }
 
+// Directories of one policy whose clients differ in letter case write to each other: one lock for all
+// of them. That some others share it is seldom waited for.
+std::mutex& lock_of(const limits::PolicyDir& dir) {
+  static std::array<std::mutex, 256> locks;
+  std::string key = dir.client + "/" + dir.policy;
+  std::transform(key.begin(), key.end(), key.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return locks[std::hash<std::string>()(key) % locks.size()];
+}
+
 void repair(const limits::PolicyDir& dir) {
+  const std::lock_guard<std::mutex> lock(lock_of(dir));
   Database source(dir.path + "/po.db", Database::Mode::write);
   for (const auto& [spelling, names] : names_out_of_place(source, dir.client)) {
     move_group(source, target_file(dir, spelling), names);
