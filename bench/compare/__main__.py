@@ -18,6 +18,8 @@ BUILD = BENCH.parent / "build/release"
 USUAL = [("limit", 1), ("limit", 2), ("mdfixup", 1), ("mdfixup", 2), ("python", 1), ("shell", 1)]
 WAITING = [(program, threads) for threads in (1, 2, 8, 16) for program in ("limit", "mdfixup")]
 ALONE = [("mdfixup", 1)]
+# Deletions with one listing are compared with the peers alone.
+WITHOUT_LIMIT = [(program, threads) for program, threads in USUAL if program != "limit"]
 JOBS = {
     "scan": {size: (size, 0, USUAL) for size in ("S", "M", "deep", "wide")},
     "dry_run": {
@@ -25,11 +27,26 @@ JOBS = {
         "slow": ("wide1000", 20, WAITING),
         **{size: (size, 0, ALONE) for size in storages.SIZES if size.endswith(" POs")},
     },
-    "repair": {size: (size, 0, USUAL) for size in ("M", "deep")},
+    "one_listing_dry_run": {
+        **{size: (size, 0, USUAL) for size in ("S", "M", "deep", "wide1000")},
+        "10,000,000 copies": ("10,000,000 copies", 0, ALONE),
+    },
+    "repair": {
+        **{size: (size, 0, USUAL) for size in ("S", "M", "deep")},
+        "wide1000": ("wide1000 in pairs", 0, USUAL),
+    },
     "deletion": {size: (size, 0, [*USUAL, ("no undo", 1)]) for size in ("S", "M", "deep")},
+    "one_listing_deletion": {size: (size, 0, WITHOUT_LIMIT)
+                             for size in ("S", "M", "deep", "wide1000")},
     "restore": {"M": ("M", 0, [(program, threads) for threads in (1, 2)
                                for program in ("limit", "mdfixup")])},
 }
+# Sizes whose storages take long to make: compared only when they are named.
+ONLY_WHEN_NAMED = ("10,000,000 copies",)
+
+
+def usual_sizes(task):
+    return [size for size in JOBS[task] if size not in ONLY_WHEN_NAMED]
 
 
 def compare(task_name, name, rounds, work):
@@ -65,7 +82,7 @@ def main(words):
     given = parse(words)
     print(table.HEADER)
     for task in [given.job] if given.job else JOBS:
-        for size in [given.size] if given.size else JOBS[task]:
+        for size in [given.size] if given.size else usual_sizes(task):
             with tempfile.TemporaryDirectory(dir=given.dir) as work:
                 compare(task, size, given.rounds, work)
 

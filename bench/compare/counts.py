@@ -40,8 +40,7 @@ def system_calls(storage, task, work):
     summary = pathlib.Path(work) / "strace"
     run(["strace", "-c", "-o", summary], storage, task)
     total = re.search(r"^100\.00\s.*?\s(\d+)\s+(?:\d+\s+)?total$", summary.read_text(), re.M)
-    directories, _ = storages.SIZES[SIZE]
-    return round(int(total.group(1)) / directories, 1)
+    return round(int(total.group(1)) / storages.SIZES[SIZE].clients, 1)
 
 
 def counts_of(name):

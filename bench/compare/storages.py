@@ -5,18 +5,34 @@ import pathlib
 import shutil
 import subprocess
 import tempfile
+import typing
 
-# Clients and images. Each client has one policy, an image one copy, a copy two POs.
+
+class Size(typing.NamedTuple):
+    """Each client has one policy, an image one copy, a copy two POs."""
+
+    clients: int
+    images: int
+    # Pairs of clients whose names differ in letter case, beside the others. The directory of each
+    # holds a copy of its own and one of the other's.
+    pairs: int = 0
+    record_bytes: int = 128
+
+
 SIZES = {
-    "S": (200, 153),
-    "M": (1000, 510),
-    "deep": (4, 125025),
-    "wide": (20000, 2),
-    "wide1000": (1000, 2),
-    "10,000 POs": (10, 510),
-    "100,000 POs": (100, 510),
-    "1,000,000 POs": (1000, 510),
-    "10,000,000 POs": (10000, 510),
+    "S": Size(200, 153),
+    "M": Size(1000, 510),
+    "deep": Size(4, 125025),
+    "wide": Size(20000, 2),
+    "wide1000": Size(1000, 2),
+    # As many directories. About half of the groups that a repair moves have a target already.
+    "wide1000 in pairs": Size(532, 2, pairs=234),
+    "10,000 POs": Size(10, 510),
+    "100,000 POs": Size(100, 510),
+    "1,000,000 POs": Size(1000, 510),
+    "10,000,000 POs": Size(10000, 510),
+    # Names are all that a dry run reads: without records it is the same, and fits into memory.
+    "10,000,000 copies": Size(10000, 1020, record_bytes=0),
 }
 
 
@@ -41,16 +57,28 @@ def shares(task, size):
     return out_of_place, found, missing
 
 
+def copy_catalog(source, target):
+    """Copies the clients in the order of their names.
+
+    In memory a walk follows the order in which directories were made. If the two of a pair came one
+    after the other, two threads would wait for each other at each pair.
+    """
+    for client in sorted(source.glob("*/*")):
+        shutil.copytree(client, target / client.relative_to(source))
+
+
 class Storage:
     """A storage with a pristine copy of its catalog, to begin again from."""
 
     def __init__(self, build, work, task, size, query_milliseconds=0):
         self.root = pathlib.Path(work) / "storage"
         self._pristine = pathlib.Path(work) / "pristine"
-        clients, images = SIZES[size]
+        planned = SIZES[size]
         miscased, orphans, missing = shares(task, size)
         create = [build / "sandbox/mdfixup-sandbox", "create", self.root,
-                  f"--clients={clients}", "--policies=1", f"--images={images}", "--copies=1",
+                  f"--clients={planned.clients}", "--policies=1", f"--images={planned.images}",
+                  "--copies=1", f"--pairs={planned.pairs}",
+                  f"--record_bytes={planned.record_bytes}",
                   f"--miscased={miscased}", f"--orphans={orphans}", f"--missing={missing}"]
         subprocess.run(create, check=True, stdout=subprocess.DEVNULL)
         self.query = self.root / "quorv/tavrin/bin/admincmd/tvimagequery"
@@ -71,13 +99,13 @@ class Storage:
 
     def keep(self):
         """Notes the catalog as it is."""
-        shutil.copytree(self.catalog, self._pristine)
+        copy_catalog(self.catalog, self._pristine)
 
     def begin_again(self):
         """Puts back the catalog that was kept, if one was, and removes all logs."""
         if self._pristine.exists():
             shutil.rmtree(self.catalog)
-            shutil.copytree(self._pristine, self.catalog)
+            copy_catalog(self._pristine, self.catalog)
         for entry in (self.root / "log").iterdir():
             shutil.rmtree(entry) if entry.is_dir() else entry.unlink()
 

@@ -4,16 +4,20 @@ import hashlib
 import subprocess
 import sys
 
+# What the names of the tasks begin with that list the catalog only once.
+ONE_LISTING = "one_listing_"
+
 
 class Task:
     """One task as each contender does it."""
 
     def __init__(self, name, build, bench, storage):
-        self._name = name
+        self._lists_once = name.startswith(ONE_LISTING)
+        self._name = name.removeprefix(ONE_LISTING)
         self._build = build
         self._bench = bench
         self._storage = storage
-        self.changes = name in ("repair", "deletion", "restore")
+        self.changes = self._name in ("repair", "deletion", "restore")
 
     def command(self, contender, threads):
         catalog = self._storage.catalog
@@ -25,10 +29,11 @@ class Task:
             words = [catalog, self._storage.record]
         if contender == "limit":
             return [self._build / "bench" / f"limit-{kind}", *words, threads]
+        peer = "one_listing" if self._lists_once else kind
         if contender == "python":
-            return [sys.executable, self._bench / f"peers/{kind}.py", *words]
+            return [sys.executable, self._bench / f"peers/{peer}.py", *words]
         if contender == "shell":
-            return [self._bench / f"peers/{kind}.sh", *words]
+            return [self._bench / f"peers/{peer}.sh", *words]
         location = ["--tvr_location", self._storage.root / "quorv", "--num_threads", threads]
         if self._name == "restore":
             return [self._build / "undo/mdfixup-undo", "restore", self._storage.record, *location]
@@ -36,6 +41,8 @@ class Task:
                  "repair": ["--repair_client_name_case"],
                  "dry_run": ["--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run"],
                  "deletion": ["--FORCE_DEDUPE_METADATA_CONSISTENCY"]}[self._name]
+        if self._lists_once:
+            flags = [*flags, "--one_listing"]
         if contender == "no undo":
             flags = [*flags, "--no_undo"]
         return [self._build / "src/mdfixup", *location, *flags]
