@@ -1,7 +1,5 @@
 #include "catalog/podb/repair_podb.h"
 
-#include <algorithm>
-
 #include "catalog/podb/basename_parts.h"
 #include "catalog/podb/file_po.h"
 
@@ -50,13 +48,13 @@ RepairPODB::RepairPODB(const fs::path& policy_dir, RepairFindings& findings,
 
 int RepairPODB::visit_podb_impl() {
   Names names;
-  Names no_texts;
-  cr_status_t status = list(names, no_texts);
+  Names blobs;
+  cr_status_t status = podb().get_basenames(names, condition_for_other_names(client()), &blobs);
   if (status != k_status_ok) return write_error(ErrorType::list_source, status, policy_path(), "");
-  tally().pos = names.size() + no_texts.size();
+  tally().pos = names.size() + blobs.size();
   if (tally().pos == 0) return k_status_ok;
   m_findings.case_issues(directory());
-  report_no_texts(no_texts);
+  report_blobs(blobs);
   Groups groups;
   group_basenames(names, groups);
   for (auto group = groups.cbegin(); group != groups.cend() && status == k_status_ok; ++group) {
@@ -66,20 +64,9 @@ int RepairPODB::visit_podb_impl() {
   return m_collision_found ? k_status_handled : k_status_ok;
 }
 
-// Nearly every directory has neither, as the first listing shows. Names that are no texts come after
-// all texts, so the second listing does not read those.
-cr_status_t RepairPODB::list(Names& names, Names& no_texts) const {
-  const std::string others = condition_for_other_names(client());
-  cr_status_t status = podb().get_basenames(names, others);
-  if (status != k_status_ok || names.empty()) return status;
-  status = podb().get_basenames(no_texts, others + " AND basename >= x''");
-  names.resize(names.size() - std::min(names.size(), no_texts.size()));
-  return status;
-}
-
 // One may have the same bytes as a text, which moves; the two are different POs.
-void RepairPODB::report_no_texts(const Names& no_texts) {
-  for (const std::string& name : no_texts) {
+void RepairPODB::report_blobs(const Names& blobs) {
+  for (const std::string& name : blobs) {
     if (match_prefix(name, client()) != PrefixMatch::other_case) continue;
     (void)write_error(ErrorType::get_from_source, k_status_malformed, policy_path(), name);
   }

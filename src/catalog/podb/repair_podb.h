@@ -42,8 +42,7 @@ class RepairPODB : public BaseVisitPODB {
  private:
   using ErrorType = RepairFindings::ErrorType;
 
-  cr_status_t list(Names& names, Names& no_texts) const;
-  void report_no_texts(const Names& no_texts);
+  void report_blobs(const Names& blobs);
   void group_basenames(const Names& names, Groups& groups) const;
   cr_status_t move_basenames_group(Groups::const_iterator group);
   RepairFindings::MadeForTarget made_for(const SQLitePODB& target) const;
