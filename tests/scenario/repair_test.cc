@@ -244,14 +244,15 @@ TEST(RepairFaults, FailedReadOfTheTargetStoresAllOrNothing) {
 TEST(RepairFaults, RecordAndTargetAreStoredBeforeTheSourceIsCommitted) {
   const Scene scene;
   scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
-  (void)scene.run_in_shell(k_strace + "-y -e fsync,fdatasync,unlink \"$@\"", support::k_repair);
+  (void)scene.run_in_shell(k_strace + "-y -e fsync,fdatasync,link,unlink \"$@\"",
+                           support::k_repair);
   const std::string calls = support::read_text(scene.root() / "trace");
   const std::string base = (scene.root() / k_work / "2").string();
   const std::string target = base + "/HostA/p";
-  expect_in_order(
-      calls, {target + ">", base + "/HostA>", base + ">", "unlink(\"" + target + "/po.db.new\")",
-              ".db-wal>", target + "/po.db>", "unlink(\"" + target + "/po.db-journal\")",
-              target + ">", "unlink(\"" + base + "/hosta/p/po.db-journal\")"});
+  expect_in_order(calls, {target + "/po.db.new>", "link(", target + ">", base + "/HostA>",
+                          base + ">", "unlink(\"" + target + "/po.db.new\")", ".db-wal>",
+                          target + "/po.db>", "unlink(\"" + target + "/po.db-journal\")",
+                          target + ">", "unlink(\"" + base + "/hosta/p/po.db-journal\")"});
 }
 
 TEST(RepairFaults, LinksThatCannotBeNotedStayAndThoseThatStayAreReported) {
