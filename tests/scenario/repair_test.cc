@@ -176,8 +176,8 @@ TEST(RepairFaults, WhatFailsChangesNothingAndLeavesNoCatalogAsideForNothing) {
   scene.sh("cd catalog/2/HostA/p; ln po.db po.db.new");  // as a crash may leave it
   const Words before = scene.pos();
   const std::string lister = " > quorv/tavrin/bin/tvprocs; ";
-  // The third and later clones are the threads, behind two commands.
-  const std::string no_threads = k_strace + "-e inject=clone3:error=EAGAIN:when=3+ ";
+  // The second and later clones are the threads, after a command.
+  const std::string no_threads = k_strace + "-e inject=clone3:error=EAGAIN:when=2+ ";
   const std::string at_target = k_strace + "-f -P " + work_dir(scene, "HostA");
   // The fault, the error, and whether the repair has begun.
   const std::tuple<std::string, std::string, bool> rows[] = {
@@ -257,14 +257,22 @@ TEST(RepairFaults, RecordAndTargetAreStoredBeforeTheSourceIsCommitted) {
 
 TEST(RepairFaults, LinksThatCannotBeNotedStayAndThoseThatStayAreReported) {
   const Scene scene;
-  scene.sh("ln -s hosta catalog/2/hostA");
+  scene.sh("mkdir -p catalog/2/hosta/p; ln -s hosta catalog/2/hostA");
   const Ended kept = repair_behind(scene, k_strace + "-f -e inject=unlinkat:error=EPERM");
   expect_parts(kept.err, {"/2/hostA could not be removed\n"});
+  scene.sh("rm mdfixup.lock");  // which could not be removed either
   EXPECT_EQ(
       repair_behind(scene, "ln -sf /dev/full log/mdfixup/mdfixup.log; 2> /dev/full").exit_status,
       1);
-  const bool is_aside = fs::exists(scene.root() / k_work);
-  EXPECT_TRUE(fs::is_symlink(scene.root() / (is_aside ? k_work : "catalog") / "2/hostA"));
+  EXPECT_TRUE(fs::is_symlink(scene.root() / "catalog/2/hostA"));
+  // There may be more where the search could not look.
+  scene.sh("rm log/mdfixup/mdfixup.log catalog/2/hostA; ln -s none catalog/2/hosta/p/link");
+  const std::string unread = (scene.root() / "catalog/2/hosta/p").string();
+  const Ended removed =
+      repair_behind(scene, k_strace + "-P " + unread + " -e inject=openat:error=EIO");
+  EXPECT_TRUE(starts_with(removed.err, "ERROR: could not look for symbolic links in " + unread))
+      << removed.err;
+  EXPECT_FALSE(fs::is_symlink(unread + "/link"));
 }
 
 TEST(RepairFaults, POThatCannotBeReadStaysAndTheOthersMove) {
