@@ -275,35 +275,57 @@ TEST(RepairFaults, LinksThatCannotBeNotedStayAndThoseThatStayAreReported) {
   EXPECT_FALSE(fs::is_symlink(unread + "/link"));
 }
 
+// The group with the damage is copied twice, and nothing is reported twice.
 TEST(RepairFaults, POThatCannotBeReadStaysAndTheOthersMove) {
   const Scene scene;
   scene.put("hosta", "p", {"HostA_1_C1_F1.img", "HostA_2_C1_F1.img", "HostA_3_C1_F1.img"});
+  scene.put("HostA", "p", {"HostA_01", "HostA_02", "HostA_9"});
   const fs::path file = scene.po_db("hosta", "p");
-  support::sqlite(file,
-                  "UPDATE po SET record = randomblob(20000) WHERE rowid = 2;"
-                  "INSERT INTO po VALUES ('HOSTA_4', '', 0, 0, 'no blob'),"
-                  "('HostA_5', x'70', 1, 0, x''), ('HostA_6', 'p', 1.5, 0, x''),"
-                  "('HostA_7', '', -1, 9223372036854775807, x''),"
-                  "('HostA_8', CAST(x'61006200' AS TEXT), 0, 0, x'0061002700ff'),"
-                  "(CAST('HostA_1_C1_F1.img' AS BLOB), '', 0, 0, x''), (x'00', '', 0, 0, x'')");
+  const fs::path target = scene.po_db("HostA", "p");
+  support::sqlite(target, "UPDATE po SET poid = 'p'; UPDATE po SET size = 7 WHERE rowid = 2");
+  support::sqlite(
+      file,
+      "UPDATE po SET record = randomblob(20000) WHERE rowid = 2;"
+      "INSERT INTO po VALUES ('HOSTA_4', '', 0, 0, 'no blob'), ('HostA_00', 1, 'x', 0, x''),"
+      "('HostA_01', 'other', 1, 0, x''), ('HostA_02', 'p', 1, 0, x''),"
+      "('HostA_5', x'70', 1, 0, x''), ('HostA_6', 'p', 1.5, 0, x''),"
+      "('HostA_7', '', -1, 9223372036854775807, x''),"
+      "('HostA_8', CAST(x'61006200' AS TEXT), 0, 0, x'0061002700ff'),"
+      "('HostA_9', 'other', 1, 0, x''), ('hOSTA_1', '', 0, 0, x''),"
+      "(CAST('HostA_1_C1_F1.img' AS BLOB), '', 0, 0, x''), (x'00', '', 0, 0, x'')");
   const std::string columns =
       "SELECT basename, hex(poid), typeof(poid), size, mtime, hex(record), typeof(record) FROM po "
-      "WHERE typeof(basename) = 'text' AND substr(basename, 7, 1) IN ('1', '3', '7', '8')";
+      "WHERE basename = 'HostA_02' OR substr(basename, 7, 1) IN ('1', '3', '7', '8') AND "
+      "typeof(basename) = 'text' AND basename GLOB 'HostA*' ORDER BY basename";
   const std::string movable = support::sqlite(file, columns);
   damage_long_record(file);
   const std::string unable = "): unable to get the po for basename ";
   const std::string in = " and directory " + work_dir(scene, "hosta") + ".\n";
-  expect_end(scene.repair(), 0,
-             "ERROR(malformed data" + unable + "HostA_1_C1_F1.img" + in + "ERROR(malformed data" +
-                 unable + "HOSTA_4" + in + "ERROR(database is damaged" + unable +
-                 "HostA_2_C1_F1.img" + in + "ERROR(malformed data" + unable + "HostA_5" + in +
-                 "ERROR(malformed data" + unable + "HostA_6" + in);
-  EXPECT_EQ(support::sqlite(scene.po_db("HostA", "p"), columns), movable);
+  const Ended ended = scene.repair();
+  EXPECT_EQ(ended.exit_status, 0);
+  EXPECT_TRUE(starts_with(
+      ended.err, "ERROR(malformed data" + unable + "HostA_1_C1_F1.img" + in +
+                     "ERROR(malformed data" + unable + "HOSTA_4" + in + "ERROR(malformed data" +
+                     unable + "HostA_00" + in + "ERROR(database is damaged" + unable +
+                     "HostA_2_C1_F1.img" + in + "ERROR(malformed data" + unable + "HostA_5" + in +
+                     "ERROR(malformed data" + unable + "HostA_6" + in +
+                     "Metadata collisions were encountered.\n"))
+      << ended.err;
+  EXPECT_EQ(lines_beginning(scene.logs("dedupe_client_name_repair_collisions."), "").size(), 2U);
+  expect_parts(scene.run_log(), {"POs moved 6, collisions 2,"});
+  EXPECT_EQ(rows_of(scene, "repair",
+                    "basename FROM collision UNION ALL SELECT basename || ' saved ' || size FROM "
+                    "saved UNION ALL SELECT 'unparsed ' || count(*) FROM unparsed UNION ALL SELECT "
+                    "'moved ' || count(*) FROM moved"),
+            (Words{"HostA_01\n", "HostA_02 saved 7\n", "HostA_9\n", "moved 6\n", "unparsed 6\n"}));
+  EXPECT_EQ(support::sqlite(target, columns), movable);
   const std::string names = "SELECT basename, typeof(basename) FROM po ORDER BY 2 DESC, 1";
-  EXPECT_EQ(lines_beginning(support::sqlite(scene.po_db("HostA", "p"), names), "").size(), 4U);
+  EXPECT_EQ(lines_beginning(support::sqlite(target, names), "").size(), 7U);
+  EXPECT_EQ(support::sqlite(scene.po_db("hOSTA", "p"), names), "hOSTA_1|text\n");
   EXPECT_TRUE(starts_with(support::sqlite(file, names),
-                          "HOSTA_4|text\nHostA_2_C1_F1.img|text\nHostA_5|text\nHostA_6|text\n"));
-  EXPECT_EQ(lines_beginning(support::sqlite(file, names), "").size(), 6U)
+                          "HOSTA_4|text\nHostA_00|text\nHostA_01|text\nHostA_2_C1_F1.img|text\n"
+                          "HostA_5|text\nHostA_6|text\nHostA_9|text\n"));
+  EXPECT_EQ(lines_beginning(support::sqlite(file, names), "").size(), 9U)
       << "a name that is no text stays, and its twin moves";
   EXPECT_FALSE(fs::exists(scene.root() / "catalog/2/HOSTA")) << "nothing could be moved there";
 }

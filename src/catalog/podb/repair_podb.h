@@ -2,7 +2,9 @@
 
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "catalog/findings/repair_findings.h"
@@ -49,8 +51,9 @@ class RepairPODB : public BaseVisitPODB {
   cr_status_t begin_both(SQLitePODB& target, const boost::filesystem::path& target_dir);
   cr_status_t copy_to_target(Groups::const_iterator group, SQLitePODB& target,
                              const boost::filesystem::path& target_dir, ChosenNames& copied);
-  cr_status_t copy_group(Groups::const_iterator group, SQLitePODB& reader, SQLitePODB& target,
+  cr_status_t copy_group(Groups::const_iterator group, SQLitePODB& source, SQLitePODB& target,
                          const boost::filesystem::path& target_dir, ChosenNames& copied);
+  void report_unreadable(cr_status_t status, const std::string& basename);
   cr_status_t copy_po(FilePO& po, SQLitePODB& target, const std::string& basename,
                       const boost::filesystem::path& target_dir);
   cr_status_t get_from_target(SQLitePODB& target, const std::string& basename, FilePO& po,
@@ -67,7 +70,14 @@ class RepairPODB : public BaseVisitPODB {
 
   RepairFindings& m_findings;
   std::string m_last_error;
-  std::unique_ptr<SQLitePODB> m_reader;  // of the source; made for the first group
+  bool m_source_is_damaged = false;
+  std::unique_ptr<SQLitePODB> m_reader;  // of a damaged source
+
+  // Of the group at hand, which may be copied twice: basenames of POs that were reported to stay, and
+  // of those in the target that the record has.
+  std::set<std::string_view> m_reported;
+  std::set<std::string_view> m_saved;
+
   bool m_collision_found = false;
 };
 
