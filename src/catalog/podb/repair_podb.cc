@@ -117,10 +117,9 @@ cr_status_t RepairPODB::move_basenames_group(Groups::const_iterator group) {
 }
 
 RepairFindings::MadeForTarget RepairPODB::made_for(const SQLitePODB& target) const {
+  const std::size_t above = location().catalog_root.size() + 1;  // with the separator
   RepairFindings::MadeForTarget made;
-  for (const fs::path path : target.made()) {
-    made.push_back({path.lexically_relative(location().catalog_root).string()});
-  }
+  for (const std::string& path : target.made()) made.push_back({path.substr(above)});
   return made;
 }
 
