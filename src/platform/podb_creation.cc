@@ -6,12 +6,13 @@
 
 #include <cerrno>
 #include <cstring>
+#include <memory>
 
 #include <SQLiteCpp/SQLiteCpp.h>
+#include <sqlite3.h>
 
 #include <boost/filesystem/operations.hpp>
 
-#include "platform/file_kind.h"
 #include "platform/po_schema.h"
 #include "platform/sqlite_connection.h"
 #include "platform/status.h"
@@ -24,12 +25,13 @@ namespace platform {
 namespace {
 
 constexpr const char* k_journal_suffix = "-journal";
-constexpr mode_t k_directory_permissions = 07777;
+constexpr mode_t k_all_permissions = 07777;
 constexpr mode_t k_file_permissions = 0666;
 
 // A link that leads nowhere is there: its database is out of reach, which is not the same as empty.
 bool is_there(const fs::path& path) {
-  return file_kind(path.string()) != FileKind::none;
+  struct stat info {};
+  return ::lstat(path.c_str(), &info) == 0 || (errno != ENOENT && errno != ENOTDIR);
 }
 
 [[noreturn]] void fail(int error, const std::string& what, const std::string& path) {
@@ -51,15 +53,24 @@ void clear_temporary(const fs::path& file) {
   }
 }
 
-void write_schema(const std::string& temporary) {
-  const auto database = open_database(temporary, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+std::string make_empty_database() {
+  SQLite::Database database(":memory:", SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+  database.exec(k_po_schema);
+  database.exec("PRAGMA user_version = " + std::to_string(k_po_version));
+  sqlite3_int64 size = 0;
+  const std::unique_ptr<unsigned char, decltype(&sqlite3_free)> bytes(
+      sqlite3_serialize(database.getHandle(), "main", &size, 0), sqlite3_free);
+  if (!bytes) throw SQLite::Exception("out of memory", SQLITE_NOMEM);
+  return std::string(bytes.get(), bytes.get() + size);
+}
+
+// The same bytes for every new database, so SQLite makes them only once.
+const std::string& empty_database(const std::string& file) {
   try {
-    SQLite::Transaction transaction(*database);
-    database->exec(k_po_schema);
-    database->exec("PRAGMA user_version = " + std::to_string(k_po_version));
-    transaction.commit();
+    static const std::string bytes = make_empty_database();
+    return bytes;
   } catch (const SQLite::Exception& error) {
-    throw Cr_ErrnoException(database_status(error), "could not create the database " + temporary,
+    throw Cr_ErrnoException(database_status(error), "could not create the database " + file,
                             error.what());
   }
 }
@@ -67,13 +78,19 @@ void write_schema(const std::string& temporary) {
 // Gives what was made the owner and the permissions of the directory around it, so that whoever uses
 // the one can use the other.
 void take_after(const std::string& directory, const std::string& made, mode_t permissions) {
-  struct stat info {};
-  if (::stat(directory.c_str(), &info) != 0) fail(errno, "could not look at ", directory);
+  struct stat around {};
+  struct stat own {};
+  if (::stat(directory.c_str(), &around) != 0) fail(errno, "could not look at ", directory);
+  if (::stat(made.c_str(), &own) != 0) fail(errno, "could not look at ", made);
+  const bool has_owner = own.st_uid == around.st_uid && own.st_gid == around.st_gid;
   // Only a privileged user can give a file away; another one's is his own anyway.
-  if (::chown(made.c_str(), info.st_uid, info.st_gid) != 0 && errno != EPERM) {
+  if (!has_owner && ::chown(made.c_str(), around.st_uid, around.st_gid) != 0 && errno != EPERM) {
     fail(errno, "could not set the owner of ", made);
   }
-  if (::chmod(made.c_str(), info.st_mode & permissions) != 0) {
+  const mode_t wanted = around.st_mode & permissions;
+  // A change of the owner may clear some.
+  const bool has_permissions = has_owner && (own.st_mode & k_all_permissions) == wanted;
+  if (!has_permissions && ::chmod(made.c_str(), wanted) != 0) {
     fail(errno, "could not set the permissions of ", made);
   }
 }
@@ -88,11 +105,12 @@ PODBCreation::PODBCreation(const fs::path& catalog_root, const fs::path& policy_
     : m_catalog_root(catalog_root), m_file(podb_file(policy_dir)) {
   constexpr int k_attempts = 100;
   try {
+    const bool has_database = is_there(m_file);
+    const bool names_are_stored = has_database && !is_there(temporary_name(m_file));
+    if (names_are_stored) return;
     const int error = make_directory(policy_dir, k_attempts);
     if (error != 0) fail(error, "could not create the directory ", policy_dir.string());
-    const bool names_are_stored = is_there(m_file) && !is_there(temporary_name(m_file));
-    if (names_are_stored) return;
-    if (!is_there(m_file)) make_database();
+    if (!has_database) make_database();
     // Whoever made them: a run that died may have made some and not come to this.
     sync_directories(catalog_root, policy_dir);
     clear_temporary(m_file);  // last: as long as it is there, the names may not be stored
@@ -110,7 +128,7 @@ int PODBCreation::make_directory(const fs::path& dir, int attempts) {
   if (dir == m_catalog_root) return fs::is_directory(dir, ignored) ? 0 : ENOENT;
   if (::mkdir(dir.c_str(), k_all_but_umask) == 0) {
     m_made_directories.push_back(dir.string());
-    take_after(dir.parent_path().string(), dir.string(), k_directory_permissions);
+    take_after(dir.parent_path().string(), dir.string(), k_all_permissions);
     return 0;
   }
   const int mkdir_error = errno;
@@ -129,8 +147,9 @@ void PODBCreation::make_database() {
                                                         "; its journal is there without it");
   }
   const std::string temporary = temporary_name(m_file);
-  clear_temporary(m_file);
-  write_schema(temporary);
+  if (is_there(temporary)) clear_temporary(m_file);
+  const int error = store_new_file(temporary, empty_database(temporary));
+  if (error != 0) fail(error, "could not create the database ", temporary);
   take_after(m_file.parent_path().string(), temporary, k_file_permissions);
   // link, not rename: rename would replace a database that somebody else has just made and filled.
   if (::link(temporary.c_str(), file.c_str()) == 0) {

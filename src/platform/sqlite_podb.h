@@ -68,8 +68,9 @@ class SQLitePODB {
 
   // Sets `names` to the basenames for which an SQL condition holds, in byte order. Leaves `names`
   // empty on failure. The condition is part of the statement; whoever builds it quotes what it is
-  // built from.
-  cr_status_t get_basenames(std::vector<std::string>& names, const std::string& condition);
+  // built from. BLOBs go to `blobs` if it is given; on failure it has no meaning.
+  cr_status_t get_basenames(std::vector<std::string>& names, const std::string& condition,
+                            std::vector<std::string>* blobs = nullptr);
 
   // What is listed of a PO.
   struct Entry {

@@ -56,15 +56,17 @@ cr_status_t SQLitePODB::get_entries_in(const std::vector<platform::BasenameRange
   });
 }
 
-cr_status_t SQLitePODB::get_basenames(std::vector<std::string>& names,
-                                      const std::string& condition) {
+cr_status_t SQLitePODB::get_basenames(std::vector<std::string>& names, const std::string& condition,
+                                      std::vector<std::string>* blobs) {
   const std::string sql = "SELECT basename FROM po WHERE " + condition + " ORDER BY basename";
   names.clear();
   const cr_status_t status = in_one_lock_cycle([&] {
     platform::require_one_statement(*m_database, sql);
     SQLite::Statement listing(*m_database, sql);
-    const BasenameVisitor add = [&](std::string_view name) { names.emplace_back(name); };
-    step_through(listing, &add);
+    while (listing.executeStep()) {
+      const SQLite::Column name = listing.getColumn(0);
+      (blobs != nullptr && name.isBlob() ? *blobs : names).emplace_back(text_of(name));
+    }
   });
   if (status != k_status_ok) names.clear();
   return status;

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "platform/status.h"
+#include "platform/write_all.h"
 
 namespace platform {
 
@@ -29,6 +30,17 @@ void sync(const std::string& what, const std::string& path, int flags) {
 
 void sync_file(const std::string& file) {
   sync("file", file, 0);
+}
+
+int store_new_file(const std::string& file, std::string_view bytes) {
+  constexpr mode_t k_mode = 0644;
+  const int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, k_mode);
+  if (descriptor < 0) return errno;
+  errno = EIO;  // for a call that writes nothing and gives no reason
+  const bool is_stored = write_all(descriptor, bytes) == bytes.size() && ::fsync(descriptor) == 0;
+  const int error = is_stored ? 0 : errno;
+  (void)::close(descriptor);  // what was written is synced or given up
+  return error;
 }
 
 void sync_directory(const std::string& directory) {

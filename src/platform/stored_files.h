@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include <boost/filesystem/path.hpp>
 
@@ -10,6 +11,10 @@ namespace platform {
 // Errors: Cr_ErrnoException, naming the path, as of the others. Closing the file drops the locks that
 //   this process has on it.
 void sync_file(const std::string& file);
+
+// Makes a file, which must not be there, and syncs what it holds. Returns 0 or an error number; a part
+// of the file may be there then.
+int store_new_file(const std::string& file, std::string_view bytes);
 
 // Syncs the names in a directory.
 void sync_directory(const std::string& directory);

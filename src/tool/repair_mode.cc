@@ -1,6 +1,5 @@
 #include <memory>
 #include <string>
-#include <vector>
 
 #include <boost/filesystem/operations.hpp>
 
@@ -104,7 +103,7 @@ class Repair {
   const StoragePaths& m_storage;
   const bool m_is_resumed;
   Left& m_left;
-  std::vector<fs::path> m_links;  // below the catalog
+  SymbolicLinks m_links;
   std::unique_ptr<catalog::RepairClientNameCase> m_task;
 };
 

@@ -1,10 +1,15 @@
 #include "tool/symbolic_links.h"
 
+#include <dirent.h>
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <iterator>
+#include <memory>
 #include <string>
+#include <string_view>
 
 #include <boost/filesystem/operations.hpp>
 
@@ -24,6 +29,10 @@ namespace {
 
 using Paths = std::vector<fs::path>;
 
+boost::system::error_code system_error(int error) {
+  return {error, boost::system::system_category()};
+}
+
 void report_unreadable(const fs::path& path, const boost::system::error_code& error) {
   dct::report_error("ERROR: could not look for symbolic links in " + path.string() + ": " +
                     error.message() + "\n");
@@ -39,32 +48,76 @@ bool is_walked(const fs::path& catalog, const fs::path& dir) {
          catalog::is_walked_dsid(below.begin()->string());
 }
 
-// What is gone since it was listed has no links.
-void list(const fs::path& catalog, const fs::path& dir, Paths& links, Paths& dirs) {
-  boost::system::error_code error;
-  fs::directory_iterator entry(dir, error);
-  for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-    boost::system::error_code unknown;
-    const fs::file_status status = entry->symlink_status(unknown);
-    if (fs::is_symlink(status)) links.push_back(entry->path());
-    if (fs::is_directory(status)) dirs.push_back(entry->path());
-    if (status.type() == fs::status_error) report_unreadable(entry->path(), unknown);
+// Searches a tree. Most file systems give the type of an entry with its name, so that only a link is
+// looked at; where they do not, every entry is.
+class Search {
+ public:
+  explicit Search(const fs::path& catalog) : m_catalog(catalog), m_dirs{catalog} {}
+
+  // One directory is open at a time, however deep the tree is.
+  void run() {
+    while (!m_dirs.empty() && !util::interrupted()) {
+      const fs::path next = m_dirs.back();
+      m_dirs.pop_back();
+      list(next);
+    }
   }
-  if (!error || error == errc::no_such_file_or_directory) return;
-  if (is_walked(catalog, dir)) throw fs::filesystem_error("could not read a directory", dir, error);
-  report_unreadable(dir, error);
+
+  const Paths& links() const { return m_links; }
+  bool is_complete() const { return m_is_complete && m_dirs.empty(); }
+
+ private:
+  void list(const fs::path& dir);
+  int list(const fs::path& dir, DIR& entries);
+  void add(const fs::path& dir, const dirent& entry);
+  unsigned char type_of(const fs::path& path);
+  void leave_out(const fs::path& path, int error);
+
+  const fs::path& m_catalog;
+  Paths m_dirs;  // still to be listed
+  Paths m_links;
+  bool m_is_complete = true;
+};
+
+// What is gone since it was listed has no links.
+void Search::list(const fs::path& dir) {
+  const std::unique_ptr<DIR, int (*)(DIR*)> entries(::opendir(dir.c_str()), ::closedir);
+  const int error = entries ? list(dir, *entries) : errno;
+  if (error == 0 || error == ENOENT) return;
+  if (is_walked(m_catalog, dir)) {
+    throw fs::filesystem_error("could not read a directory", dir, system_error(error));
+  }
+  leave_out(dir, error);
 }
 
-// One directory is open at a time, however deep the tree is.
-Paths find_links(const fs::path& catalog) {
-  Paths links;
-  Paths dirs{catalog};
-  while (!dirs.empty() && !util::interrupted()) {
-    const fs::path next = dirs.back();
-    dirs.pop_back();
-    list(catalog, next, links, dirs);
+int Search::list(const fs::path& dir, DIR& entries) {
+  while (true) {
+    errno = 0;
+    const dirent* entry = ::readdir(&entries);
+    if (entry == nullptr) return errno;
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") add(dir, *entry);
   }
-  return links;
+}
+
+void Search::add(const fs::path& dir, const dirent& entry) {
+  if (entry.d_type != DT_UNKNOWN && entry.d_type != DT_DIR && entry.d_type != DT_LNK) return;
+  const fs::path path = dir / entry.d_name;
+  const unsigned char type = entry.d_type == DT_DIR ? entry.d_type : type_of(path);
+  if (type == DT_LNK) m_links.push_back(path);
+  if (type == DT_DIR) m_dirs.push_back(path);
+}
+
+unsigned char Search::type_of(const fs::path& path) {
+  struct stat info {};
+  if (::lstat(path.c_str(), &info) == 0) return IFTODT(info.st_mode);
+  if (errno != ENOENT && errno != ENOTDIR) leave_out(path, errno);
+  return DT_UNKNOWN;
+}
+
+void Search::leave_out(const fs::path& path, int error) {
+  report_unreadable(path, system_error(error));
+  m_is_complete = false;
 }
 
 // False, after a report, for one whose path is too long to be used.
@@ -89,24 +142,33 @@ bool is_gone(const fs::path& link) {
 
 }  // namespace
 
-Paths note_symbolic_links(const fs::path& catalog) {
-  Paths noted;
-  for (const fs::path& link : find_links(catalog)) {
-    if (note(catalog, link)) noted.push_back(link.lexically_relative(catalog));
+SymbolicLinks note_symbolic_links(const fs::path& catalog) {
+  Search search(catalog);
+  search.run();
+  SymbolicLinks links;
+  links.may_be_more = !search.is_complete();
+  for (const fs::path& link : search.links()) {
+    if (note(catalog, link)) {
+      links.noted.push_back(link.lexically_relative(catalog));
+    } else {
+      links.may_be_more = true;
+    }
   }
   (void)record::run_record().commit();
-  if (!noted.empty() && platform::reports_were_lost()) {
+  if (!links.noted.empty() && platform::reports_were_lost()) {
     throw Cr_ErrnoException(EIO, "the symbolic links could not be noted and were not removed");
   }
-  return noted;
+  return links;
 }
 
 // One that stays is walked as what it leads to; nothing is lost by that, but it is not what was asked
 // for.
-void remove_symbolic_links(const fs::path& dir, const Paths& noted) {
-  (void)dct::run_in_shell("find " + dct::in_double_quotes(dir.string()) +
-                          " -type l -exec rm {} \\;");
-  for (const fs::path& link : noted) {
+void remove_symbolic_links(const fs::path& dir, const SymbolicLinks& links) {
+  if (!links.noted.empty() || links.may_be_more) {
+    (void)dct::run_in_shell("find " + dct::in_double_quotes(dir.string()) +
+                            " -type l -exec rm {} \\;");
+  }
+  for (const fs::path& link : links.noted) {
     if (is_gone(dir / link)) {
       record::run_record().add(record::Link{link.string(), "", true});
     } else {
@@ -117,7 +179,7 @@ void remove_symbolic_links(const fs::path& dir, const Paths& noted) {
   (void)record::run_record().commit();
 }
 
-bool any_link_is_gone(const fs::path& dir, const Paths& noted) {
-  return std::any_of(noted.begin(), noted.end(),
+bool any_link_is_gone(const fs::path& dir, const SymbolicLinks& links) {
+  return std::any_of(links.noted.begin(), links.noted.end(),
                      [&](const fs::path& link) { return is_gone(dir / link); });
 }

@@ -176,8 +176,8 @@ TEST(RepairFaults, WhatFailsChangesNothingAndLeavesNoCatalogAsideForNothing) {
   scene.sh("cd catalog/2/HostA/p; ln po.db po.db.new");  // as a crash may leave it
   const Words before = scene.pos();
   const std::string lister = " > quorv/tavrin/bin/tvprocs; ";
-  // The third and later clones are the threads, behind two commands.
-  const std::string no_threads = k_strace + "-e inject=clone3:error=EAGAIN:when=3+ ";
+  // The second and later clones are the threads, after a command.
+  const std::string no_threads = k_strace + "-e inject=clone3:error=EAGAIN:when=2+ ";
   const std::string at_target = k_strace + "-f -P " + work_dir(scene, "HostA");
   // The fault, the error, and whether the repair has begun.
   const std::tuple<std::string, std::string, bool> rows[] = {
@@ -244,57 +244,88 @@ TEST(RepairFaults, FailedReadOfTheTargetStoresAllOrNothing) {
 TEST(RepairFaults, RecordAndTargetAreStoredBeforeTheSourceIsCommitted) {
   const Scene scene;
   scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
-  (void)scene.run_in_shell(k_strace + "-y -e fsync,fdatasync,unlink \"$@\"", support::k_repair);
+  (void)scene.run_in_shell(k_strace + "-y -e fsync,fdatasync,link,unlink \"$@\"",
+                           support::k_repair);
   const std::string calls = support::read_text(scene.root() / "trace");
   const std::string base = (scene.root() / k_work / "2").string();
   const std::string target = base + "/HostA/p";
-  expect_in_order(
-      calls, {target + ">", base + "/HostA>", base + ">", "unlink(\"" + target + "/po.db.new\")",
-              ".db-wal>", target + "/po.db>", "unlink(\"" + target + "/po.db-journal\")",
-              target + ">", "unlink(\"" + base + "/hosta/p/po.db-journal\")"});
+  expect_in_order(calls, {target + "/po.db.new>", "link(", target + ">", base + "/HostA>",
+                          base + ">", "unlink(\"" + target + "/po.db.new\")", ".db-wal>",
+                          target + "/po.db>", "unlink(\"" + target + "/po.db-journal\")",
+                          target + ">", "unlink(\"" + base + "/hosta/p/po.db-journal\")"});
 }
 
 TEST(RepairFaults, LinksThatCannotBeNotedStayAndThoseThatStayAreReported) {
   const Scene scene;
-  scene.sh("ln -s hosta catalog/2/hostA");
+  scene.sh("mkdir -p catalog/2/hosta/p; ln -s hosta catalog/2/hostA");
   const Ended kept = repair_behind(scene, k_strace + "-f -e inject=unlinkat:error=EPERM");
   expect_parts(kept.err, {"/2/hostA could not be removed\n"});
+  scene.sh("rm mdfixup.lock");  // which could not be removed either
   EXPECT_EQ(
       repair_behind(scene, "ln -sf /dev/full log/mdfixup/mdfixup.log; 2> /dev/full").exit_status,
       1);
-  const bool is_aside = fs::exists(scene.root() / k_work);
-  EXPECT_TRUE(fs::is_symlink(scene.root() / (is_aside ? k_work : "catalog") / "2/hostA"));
+  EXPECT_TRUE(fs::is_symlink(scene.root() / "catalog/2/hostA"));
+  // There may be more where the search could not look.
+  scene.sh("rm log/mdfixup/mdfixup.log catalog/2/hostA; ln -s none catalog/2/hosta/p/link");
+  const std::string unread = (scene.root() / "catalog/2/hosta/p").string();
+  const Ended removed =
+      repair_behind(scene, k_strace + "-P " + unread + " -e inject=openat:error=EIO");
+  EXPECT_TRUE(starts_with(removed.err, "ERROR: could not look for symbolic links in " + unread))
+      << removed.err;
+  EXPECT_FALSE(fs::is_symlink(unread + "/link"));
 }
 
+// The group with the damage is copied twice, and nothing is reported twice.
 TEST(RepairFaults, POThatCannotBeReadStaysAndTheOthersMove) {
   const Scene scene;
   scene.put("hosta", "p", {"HostA_1_C1_F1.img", "HostA_2_C1_F1.img", "HostA_3_C1_F1.img"});
+  scene.put("HostA", "p", {"HostA_01", "HostA_02", "HostA_9"});
   const fs::path file = scene.po_db("hosta", "p");
-  support::sqlite(file,
-                  "UPDATE po SET record = randomblob(20000) WHERE rowid = 2;"
-                  "INSERT INTO po VALUES ('HOSTA_4', '', 0, 0, 'no blob'),"
-                  "('HostA_5', x'70', 1, 0, x''), ('HostA_6', 'p', 1.5, 0, x''),"
-                  "('HostA_7', '', -1, 9223372036854775807, x''),"
-                  "('HostA_8', CAST(x'61006200' AS TEXT), 0, 0, x'0061002700ff'),"
-                  "(CAST('HostA_1_C1_F1.img' AS BLOB), '', 0, 0, x''), (x'00', '', 0, 0, x'')");
+  const fs::path target = scene.po_db("HostA", "p");
+  support::sqlite(target, "UPDATE po SET poid = 'p'; UPDATE po SET size = 7 WHERE rowid = 2");
+  support::sqlite(
+      file,
+      "UPDATE po SET record = randomblob(20000) WHERE rowid = 2;"
+      "INSERT INTO po VALUES ('HOSTA_4', '', 0, 0, 'no blob'), ('HostA_00', 1, 'x', 0, x''),"
+      "('HostA_01', 'other', 1, 0, x''), ('HostA_02', 'p', 1, 0, x''),"
+      "('HostA_5', x'70', 1, 0, x''), ('HostA_6', 'p', 1.5, 0, x''),"
+      "('HostA_7', '', -1, 9223372036854775807, x''),"
+      "('HostA_8', CAST(x'61006200' AS TEXT), 0, 0, x'0061002700ff'),"
+      "('HostA_9', 'other', 1, 0, x''), ('hOSTA_1', '', 0, 0, x''),"
+      "(CAST('HostA_1_C1_F1.img' AS BLOB), '', 0, 0, x''), (x'00', '', 0, 0, x'')");
   const std::string columns =
       "SELECT basename, hex(poid), typeof(poid), size, mtime, hex(record), typeof(record) FROM po "
-      "WHERE typeof(basename) = 'text' AND substr(basename, 7, 1) IN ('1', '3', '7', '8')";
+      "WHERE basename = 'HostA_02' OR substr(basename, 7, 1) IN ('1', '3', '7', '8') AND "
+      "typeof(basename) = 'text' AND basename GLOB 'HostA*' ORDER BY basename";
   const std::string movable = support::sqlite(file, columns);
   damage_long_record(file);
   const std::string unable = "): unable to get the po for basename ";
   const std::string in = " and directory " + work_dir(scene, "hosta") + ".\n";
-  expect_end(scene.repair(), 0,
-             "ERROR(malformed data" + unable + "HostA_1_C1_F1.img" + in + "ERROR(malformed data" +
-                 unable + "HOSTA_4" + in + "ERROR(database is damaged" + unable +
-                 "HostA_2_C1_F1.img" + in + "ERROR(malformed data" + unable + "HostA_5" + in +
-                 "ERROR(malformed data" + unable + "HostA_6" + in);
-  EXPECT_EQ(support::sqlite(scene.po_db("HostA", "p"), columns), movable);
+  const Ended ended = scene.repair();
+  EXPECT_EQ(ended.exit_status, 0);
+  EXPECT_TRUE(starts_with(
+      ended.err, "ERROR(malformed data" + unable + "HostA_1_C1_F1.img" + in +
+                     "ERROR(malformed data" + unable + "HOSTA_4" + in + "ERROR(malformed data" +
+                     unable + "HostA_00" + in + "ERROR(database is damaged" + unable +
+                     "HostA_2_C1_F1.img" + in + "ERROR(malformed data" + unable + "HostA_5" + in +
+                     "ERROR(malformed data" + unable + "HostA_6" + in +
+                     "Metadata collisions were encountered.\n"))
+      << ended.err;
+  EXPECT_EQ(lines_beginning(scene.logs("dedupe_client_name_repair_collisions."), "").size(), 2U);
+  expect_parts(scene.run_log(), {"POs moved 6, collisions 2,"});
+  EXPECT_EQ(rows_of(scene, "repair",
+                    "basename FROM collision UNION ALL SELECT basename || ' saved ' || size FROM "
+                    "saved UNION ALL SELECT 'unparsed ' || count(*) FROM unparsed UNION ALL SELECT "
+                    "'moved ' || count(*) FROM moved"),
+            (Words{"HostA_01\n", "HostA_02 saved 7\n", "HostA_9\n", "moved 6\n", "unparsed 6\n"}));
+  EXPECT_EQ(support::sqlite(target, columns), movable);
   const std::string names = "SELECT basename, typeof(basename) FROM po ORDER BY 2 DESC, 1";
-  EXPECT_EQ(lines_beginning(support::sqlite(scene.po_db("HostA", "p"), names), "").size(), 4U);
+  EXPECT_EQ(lines_beginning(support::sqlite(target, names), "").size(), 7U);
+  EXPECT_EQ(support::sqlite(scene.po_db("hOSTA", "p"), names), "hOSTA_1|text\n");
   EXPECT_TRUE(starts_with(support::sqlite(file, names),
-                          "HOSTA_4|text\nHostA_2_C1_F1.img|text\nHostA_5|text\nHostA_6|text\n"));
-  EXPECT_EQ(lines_beginning(support::sqlite(file, names), "").size(), 6U)
+                          "HOSTA_4|text\nHostA_00|text\nHostA_01|text\nHostA_2_C1_F1.img|text\n"
+                          "HostA_5|text\nHostA_6|text\nHostA_9|text\n"));
+  EXPECT_EQ(lines_beginning(support::sqlite(file, names), "").size(), 9U)
       << "a name that is no text stays, and its twin moves";
   EXPECT_FALSE(fs::exists(scene.root() / "catalog/2/HOSTA")) << "nothing could be moved there";
 }

@@ -1,7 +1,5 @@
 #include "catalog/podb/repair_podb.h"
 
-#include <algorithm>
-
 #include "catalog/podb/basename_parts.h"
 #include "catalog/podb/file_po.h"
 
@@ -41,6 +39,11 @@ class RolledBackAtEnd {
   SQLitePODB& m_database;
 };
 
+// Not a PO that is missing or has a column of another type: these were read without an error.
+bool is_damage(cr_status_t status) {
+  return status != k_status_ok && status != k_status_db_no_such_po && status != k_status_malformed;
+}
+
 }  // namespace
 
 RepairPODB::RepairPODB(const fs::path& policy_dir, RepairFindings& findings,
@@ -50,13 +53,13 @@ RepairPODB::RepairPODB(const fs::path& policy_dir, RepairFindings& findings,
 
 int RepairPODB::visit_podb_impl() {
   Names names;
-  Names no_texts;
-  cr_status_t status = list(names, no_texts);
+  Names blobs;
+  cr_status_t status = podb().get_basenames(names, condition_for_other_names(client()), &blobs);
   if (status != k_status_ok) return write_error(ErrorType::list_source, status, policy_path(), "");
-  tally().pos = names.size() + no_texts.size();
+  tally().pos = names.size() + blobs.size();
   if (tally().pos == 0) return k_status_ok;
   m_findings.case_issues(directory());
-  report_no_texts(no_texts);
+  report_blobs(blobs);
   Groups groups;
   group_basenames(names, groups);
   for (auto group = groups.cbegin(); group != groups.cend() && status == k_status_ok; ++group) {
@@ -66,20 +69,9 @@ int RepairPODB::visit_podb_impl() {
   return m_collision_found ? k_status_handled : k_status_ok;
 }
 
-// Nearly every directory has neither, as the first listing shows. Names that are no texts come after
-// all texts, so the second listing does not read those.
-cr_status_t RepairPODB::list(Names& names, Names& no_texts) const {
-  const std::string others = condition_for_other_names(client());
-  cr_status_t status = podb().get_basenames(names, others);
-  if (status != k_status_ok || names.empty()) return status;
-  status = podb().get_basenames(no_texts, others + " AND basename >= x''");
-  names.resize(names.size() - std::min(names.size(), no_texts.size()));
-  return status;
-}
-
 // One may have the same bytes as a text, which moves; the two are different POs.
-void RepairPODB::report_no_texts(const Names& no_texts) {
-  for (const std::string& name : no_texts) {
+void RepairPODB::report_blobs(const Names& blobs) {
+  for (const std::string& name : blobs) {
     if (match_prefix(name, client()) != PrefixMatch::other_case) continue;
     (void)write_error(ErrorType::get_from_source, k_status_malformed, policy_path(), name);
   }
@@ -125,10 +117,9 @@ cr_status_t RepairPODB::move_basenames_group(Groups::const_iterator group) {
 }
 
 RepairFindings::MadeForTarget RepairPODB::made_for(const SQLitePODB& target) const {
+  const std::size_t above = location().catalog_root.size() + 1;  // with the separator
   RepairFindings::MadeForTarget made;
-  for (const fs::path path : target.made()) {
-    made.push_back({path.lexically_relative(location().catalog_root).string()});
-  }
+  for (const std::string& path : target.made()) made.push_back({path.substr(above)});
   return made;
 }
 
@@ -141,30 +132,44 @@ cr_status_t RepairPODB::begin_both(SQLitePODB& target, const fs::path& target_di
   return write_error(ErrorType::begin_source, status, policy_path(), "");
 }
 
-// The source is read through a connection of its own. A transaction that meets damage can no longer
-// be committed, and a PO that cannot be read is to stay where it is without keeping the others back.
-// Nobody writes to the source meanwhile: its transaction has been begun. The reader lets go of it
-// before anything is removed, which would wait for it.
+// A transaction that has met damage can no longer be committed, and a PO that cannot be read is to stay
+// where it is without holding up the others. So a damaged source is read through a second connection.
+// The group at hand is copied again then: SQLite may have ended the transaction, and with it the lock.
+// The reader ends its transaction before anything is removed, which would wait for it.
 cr_status_t RepairPODB::copy_to_target(Groups::const_iterator group, SQLitePODB& target,
                                        const fs::path& target_dir, ChosenNames& copied) {
-  if (!m_reader) {
+  m_reported.clear();
+  m_saved.clear();
+  cr_status_t status = k_status_ok;
+  if (!m_source_is_damaged) {
+    status = copy_group(group, podb(), target, target_dir, copied);
+    if (!m_source_is_damaged) return status;
+    copied.clear();
+    roll_back(target);
+    roll_back(podb());
+    status = begin_both(target, target_dir);
+    if (status != k_status_ok) return status;
     m_reader =
         std::make_unique<SQLitePODB>(location().catalog_root.string(), policy_path().string());
   }
-  const cr_status_t status = m_reader->do_begin_transaction();
+  status = m_reader->do_begin_transaction();
   if (status != k_status_ok) return write_error(ErrorType::begin_source, status, policy_path(), "");
   const RolledBackAtEnd lets_go(*m_reader);
   return copy_group(group, *m_reader, target, target_dir, copied);
 }
 
-cr_status_t RepairPODB::copy_group(Groups::const_iterator group, SQLitePODB& reader,
+cr_status_t RepairPODB::copy_group(Groups::const_iterator group, SQLitePODB& source,
                                    SQLitePODB& target, const fs::path& target_dir,
                                    ChosenNames& copied) {
   FilePO po;
   for (const Names::const_iterator& name : group->second) {
-    cr_status_t status = reader.get(*name, po);
+    cr_status_t status = source.get(*name, po);
+    if (is_damage(status) && &source == &podb()) {
+      m_source_is_damaged = true;
+      return status;
+    }
     if (status != k_status_ok) {
-      (void)write_error(ErrorType::get_from_source, status, policy_path(), *name);  // it stays
+      report_unreadable(status, *name);
       continue;
     }
     status = copy_po(po, target, *name, target_dir);
@@ -173,6 +178,12 @@ cr_status_t RepairPODB::copy_group(Groups::const_iterator group, SQLitePODB& rea
     copied.push_back(name);
   }
   return k_status_ok;
+}
+
+// It stays.
+void RepairPODB::report_unreadable(cr_status_t status, const std::string& basename) {
+  if (!m_reported.insert(basename).second) return;
+  (void)write_error(ErrorType::get_from_source, status, policy_path(), basename);
 }
 
 // Most targets have no PO of the name: the insertion finds that out, and only then is one compared. A
@@ -240,12 +251,14 @@ cr_status_t RepairPODB::save_replaced(const FilePO& po, SQLitePODB& target,
                               platform::Blob{data.record}};
   platform::PORow existing;
   const cr_status_t status = target.get_row(platform::Value(basename), existing);
-  if (status == k_status_ok && existing != moved) m_findings.replacing(directory(), existing);
+  if (status != k_status_ok || existing == moved) return status;
+  if (m_saved.insert(basename).second) m_findings.replacing(directory(), existing);
   return status;
 }
 
 void RepairPODB::report_collision(const FilePO& po, const std::string& basename,
                                   const fs::path& target_dir) {
+  if (!m_reported.insert(basename).second) return;
   m_collision_found = true;
   ++tally().collisions;
   std::string text;

@@ -2,7 +2,9 @@
 
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "catalog/findings/repair_findings.h"
@@ -42,16 +44,16 @@ class RepairPODB : public BaseVisitPODB {
  private:
   using ErrorType = RepairFindings::ErrorType;
 
-  cr_status_t list(Names& names, Names& no_texts) const;
-  void report_no_texts(const Names& no_texts);
+  void report_blobs(const Names& blobs);
   void group_basenames(const Names& names, Groups& groups) const;
   cr_status_t move_basenames_group(Groups::const_iterator group);
   RepairFindings::MadeForTarget made_for(const SQLitePODB& target) const;
   cr_status_t begin_both(SQLitePODB& target, const boost::filesystem::path& target_dir);
   cr_status_t copy_to_target(Groups::const_iterator group, SQLitePODB& target,
                              const boost::filesystem::path& target_dir, ChosenNames& copied);
-  cr_status_t copy_group(Groups::const_iterator group, SQLitePODB& reader, SQLitePODB& target,
+  cr_status_t copy_group(Groups::const_iterator group, SQLitePODB& source, SQLitePODB& target,
                          const boost::filesystem::path& target_dir, ChosenNames& copied);
+  void report_unreadable(cr_status_t status, const std::string& basename);
   cr_status_t copy_po(FilePO& po, SQLitePODB& target, const std::string& basename,
                       const boost::filesystem::path& target_dir);
   cr_status_t get_from_target(SQLitePODB& target, const std::string& basename, FilePO& po,
@@ -68,7 +70,14 @@ class RepairPODB : public BaseVisitPODB {
 
   RepairFindings& m_findings;
   std::string m_last_error;
-  std::unique_ptr<SQLitePODB> m_reader;  // of the source; made for the first group
+  bool m_source_is_damaged = false;
+  std::unique_ptr<SQLitePODB> m_reader;  // of a damaged source
+
+  // Of the group at hand, which may be copied twice: basenames of POs that were reported to stay, and
+  // of those in the target that the record has.
+  std::set<std::string_view> m_reported;
+  std::set<std::string_view> m_saved;
+
   bool m_collision_found = false;
 };
 
