@@ -67,27 +67,32 @@ std::unique_ptr<SQLite::Database> open_database_if_there(const std::string& file
 cr_status_t check_file_form(SQLite::Database& database) {
   constexpr std::size_t k_read_version = 19;
   constexpr std::size_t k_encoding = 59;
-  constexpr unsigned char k_write_ahead_log = 2;
+  constexpr char k_write_ahead_log = 2;
   constexpr unsigned char k_utf8 = 1;
   const std::string file = sqlite3_db_filename(database.getHandle(), "main");
   struct stat info {};
   if (::lstat((file + "-wal").c_str(), &info) == 0) return k_status_db_write_ahead_log;
-  sqlite3_file* open_file = nullptr;
-  // Read through SQLite's own descriptor: closing one of ours would drop SQLite's locks.
-  if (sqlite3_file_control(database.getHandle(), "main", SQLITE_FCNTL_FILE_POINTER,
-                           static_cast<void*>(&open_file)) != SQLITE_OK ||
-      open_file == nullptr || open_file->pMethods == nullptr) {
-    throw SQLite::Exception("the database file cannot be reached", SQLITE_IOERR);
-  }
-  std::array<unsigned char, k_encoding + 1> header{};
-  const int result = open_file->pMethods->xRead(open_file, header.data(), header.size(), 0);
-  if (result != SQLITE_OK && result != SQLITE_IOERR_SHORT_READ) {
-    throw SQLite::Exception(sqlite3_errstr(result), result);
-  }
+  std::array<char, k_encoding + 1> header{};
+  read_beginning(database, header.data(), header.size());
   constexpr std::string_view k_magic = "SQLite format 3";
   if (std::memcmp(header.data(), k_magic.data(), k_magic.size()) != 0) return k_status_ok;
   if (header[k_read_version] == k_write_ahead_log) return k_status_db_write_ahead_log;
-  return header[k_encoding] > k_utf8 ? k_status_db_foreign : k_status_ok;
+  return static_cast<unsigned char>(header[k_encoding]) > k_utf8 ? k_status_db_foreign
+                                                                 : k_status_ok;
+}
+
+void read_beginning(SQLite::Database& database, char* bytes, std::size_t size) {
+  sqlite3_file* file = nullptr;
+  // Read through SQLite's own descriptor: closing one of ours would drop SQLite's locks.
+  if (sqlite3_file_control(database.getHandle(), "main", SQLITE_FCNTL_FILE_POINTER,
+                           static_cast<void*>(&file)) != SQLITE_OK ||
+      file == nullptr || file->pMethods == nullptr) {
+    throw SQLite::Exception("the database file cannot be reached", SQLITE_IOERR);
+  }
+  const int result = file->pMethods->xRead(file, bytes, static_cast<int>(size), 0);
+  if (result != SQLITE_OK && result != SQLITE_IOERR_SHORT_READ) {
+    throw SQLite::Exception(sqlite3_errstr(result), result);
+  }
 }
 
 void store_commits_at_once(SQLite::Database& database) {
