@@ -11,6 +11,7 @@
 #include <sqlite3.h>
 
 #include "platform/file_kind.h"
+#include "platform/sqlite_memory.h"
 
 namespace platform {
 
@@ -21,7 +22,7 @@ constexpr int k_busy_timeout_milliseconds = 30000;
 // SQLite counts its memory under one mutex for the whole process, which would make several workers
 // slower than one. Nobody reads the count.
 bool configure_library() {
-  return sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0) == SQLITE_OK;
+  return sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0) == SQLITE_OK && keep_sqlite_blocks();
 }
 
 void harden(SQLite::Database& database) {
