@@ -11,6 +11,7 @@
 #include <sqlite3.h>
 
 #include "platform/file_kind.h"
+#include "platform/sqlite_file_layer.h"
 #include "platform/sqlite_memory.h"
 
 namespace platform {
@@ -36,16 +37,16 @@ void harden(SQLite::Database& database) {
   database.exec("PRAGMA cell_size_check=ON");
 }
 
-std::unique_ptr<SQLite::Database> open(const std::string& file, FileKind kind, int flags) {
-  static const bool configured = configure_library();
-  (void)configured;  // where it was refused SQLite is in use already, and only slower
-  if (kind == FileKind::special) {
-    throw Cr_ErrnoException(k_status_db_cannot_open,
-                            "could not open the database " + file + "; it is no regular file");
-  }
+bool is_regular_itself(const std::string& file) {
+  struct stat info {};
+  return ::lstat(file.c_str(), &info) == 0 && S_ISREG(info.st_mode);
+}
+
+// `layer` is the name of the layer that SQLite reaches the file through; null for the usual one.
+std::unique_ptr<SQLite::Database> open(const std::string& file, int flags, const char* layer) {
   try {
-    auto database = std::make_unique<SQLite::Database>(file, flags | SQLite::OPEN_NOMUTEX,
-                                                       k_busy_timeout_milliseconds);
+    auto database = std::make_unique<SQLite::Database>(file.c_str(), flags | SQLite::OPEN_NOMUTEX,
+                                                       k_busy_timeout_milliseconds, layer);
     harden(*database);
     return database;
   } catch (const SQLite::Exception& error) {
@@ -54,15 +55,27 @@ std::unique_ptr<SQLite::Database> open(const std::string& file, FileKind kind, i
   }
 }
 
+std::unique_ptr<SQLite::Database> open(const std::string& file, int flags, bool only_if_there) {
+  static const bool configured = configure_library();
+  (void)configured;  // where it was refused SQLite is in use already, and only slower
+  if (is_regular_itself(file)) return open(file, flags, file_layer_without_links());
+  const FileKind kind = file_kind(file);
+  if (only_if_there && kind == FileKind::none) return nullptr;
+  if (kind == FileKind::special) {
+    throw Cr_ErrnoException(k_status_db_cannot_open,
+                            "could not open the database " + file + "; it is no regular file");
+  }
+  return open(file, flags, nullptr);
+}
+
 }  // namespace
 
 std::unique_ptr<SQLite::Database> open_database(const std::string& file, int flags) {
-  return open(file, file_kind(file), flags);
+  return open(file, flags, false);
 }
 
 std::unique_ptr<SQLite::Database> open_database_if_there(const std::string& file, int flags) {
-  const FileKind kind = file_kind(file);
-  return kind == FileKind::none ? nullptr : open(file, kind, flags);
+  return open(file, flags, true);
 }
 
 cr_status_t check_file_form(SQLite::Database& database) {

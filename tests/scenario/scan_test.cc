@@ -26,6 +26,8 @@ TEST(Scan, TellsDirectoriesThatCannotBeReadAndGoesOn) {
       {"garbage", foreign, ".shell yes | head -c 5000 > po.db"},
       {"cut_short", "database is damaged", ".shell truncate -s 8192 po.db"},
       {"folder", "database cannot be opened", ".shell rm po.db && mkdir po.db"},
+      {"link_to_unfinished", "database was left in the middle of a change",
+       ".shell mv po.db real; ln -s real po.db; echo > real-journal"},
       {"dangling_link", "database cannot be opened", ".shell ln -sf /no/such po.db"},
   };
   const Scene scene;
@@ -62,7 +64,7 @@ TEST(Scan, TellsDirectoriesThatCannotBeReadAndGoesOn) {
     const Ended ended = scene.scan(threads);
     EXPECT_EQ(ended.exit_status, 255);
     EXPECT_EQ(lines_beginning(ended.err, "ERROR"), expected);
-    expect_parts(ended.err, {"The scan is incomplete: 14 policy directories could not be read.\n"});
+    expect_parts(ended.err, {"The scan is incomplete: 15 policy directories could not be read.\n"});
     EXPECT_EQ(lines_beginning(ended.out, "Client "), clients);
     EXPECT_TRUE(ends_with(ended.out, k_issues)) << ended.out;
     const std::string log = scene.logs("client_names_with_case_sensitivity_issues.");
