@@ -1,10 +1,12 @@
 #include "dct/popen_read.h"
 
 #include <signal.h>
-#include <string.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <utility>
 
 #include "dct/descriptor_limit.h"
@@ -16,10 +18,15 @@ namespace dct {
 namespace {
 
 // As much as a pipe holds: each read of less is one more change between the child and us.
-constexpr std::size_t k_stream_buffer_bytes = 65536;
+constexpr std::size_t k_read_bytes = 65536;
 
 constexpr int k_shell_signal_base = 128;
 constexpr int k_last_shell_signal = k_shell_signal_base + 31;
+
+// The first zero byte; null if there is none.
+const char* find_zero(const char* begin, const char* end) {
+  return static_cast<const char*>(std::memchr(begin, '\0', static_cast<std::size_t>(end - begin)));
+}
 
 [[noreturn]] void throw_child_did_not_exit() {
   throw Cr_ErrnoException(k_status_child_did_not_exit, "the pipe command did not exit");
@@ -34,12 +41,10 @@ void PopenRead::ClosePipe::operator()(std::FILE* stream) const {
 // The buffer is left uninitialised: a mebibyte of zeros for each directory would be seen.
 PopenRead::PopenRead(std::size_t capacity, Stream stream)
     : m_capacity(capacity),
-      m_stream_buffer(new char[k_stream_buffer_bytes]),
-      m_buffer(new char[capacity]),
-      m_stream(std::move(stream)) {
-  // On failure the stream goes on with the buffer that it has.
-  (void)std::setvbuf(m_stream.get(), m_stream_buffer.get(), _IOFBF, k_stream_buffer_bytes);
-}
+      m_buffer(new char[capacity + k_read_bytes]),
+      m_stream(std::move(stream)),
+      m_begin(m_buffer.get()),
+      m_end(m_buffer.get()) {}
 
 PopenRead::Stream PopenRead::start(const std::string& command) {
   errno = 0;
@@ -51,26 +56,56 @@ PopenRead::Stream PopenRead::start(const std::string& command) {
 }
 
 bool PopenRead::read_line() {
-  m_length = 0;
-  char& last = m_buffer[m_capacity - 1];
-  last = '\n';  // a line that fills the buffer puts a zero byte here
-  if (std::fgets(m_buffer.get(), static_cast<int>(m_capacity), m_stream.get()) == nullptr) {
-    if (std::ferror(m_stream.get()) != 0)
-      throw Cr_ErrnoException(k_status_pipe_read, "pipe read error");
-    m_at_end = true;
-    return false;
+  m_line = {};
+  const char* const end = find_line_end();
+  if (end == m_begin) return false;
+  take_line(end);
+  m_begin += end - m_begin;
+  return true;
+}
+
+// Returns the end of the next line, its line end included. A line that is too long ends where the buffer's
+// capacity does, the last one where the output does.
+const char* PopenRead::find_line_end() {
+  const std::size_t most = m_capacity - 1;
+  std::size_t searched = 0;
+  while (true) {
+    const auto length = std::min(static_cast<std::size_t>(m_end - m_begin), most);
+    const void* const found = std::memchr(m_begin + searched, '\n', length - searched);
+    if (found != nullptr) return static_cast<const char*>(found) + 1;
+    if (length == most || !read_more()) return m_begin + length;
+    searched = length;
   }
-  m_at_end = std::feof(m_stream.get()) != 0;
-  const std::size_t length = ::strnlen(m_buffer.get(), m_capacity);
-  const bool is_filled = last == '\0' && m_buffer[m_capacity - 2] != '\n';
-  const bool is_cut = length == 0 ? is_filled : m_buffer[length - 1] != '\n';
+}
+
+// Moves what was not handed out to the start of the buffer and reads more; false at the end of the output.
+bool PopenRead::read_more() {
+  const auto kept = static_cast<std::size_t>(m_end - m_begin);
+  if (m_begin != m_buffer.get()) std::memmove(m_buffer.get(), m_begin, kept);
+  if (m_zero != nullptr) m_zero = m_buffer.get() + (m_zero - m_begin);
+  m_begin = m_buffer.get();
+  m_end = m_begin + kept;
+  const ssize_t count = ::read(::fileno(m_stream.get()), m_end, k_read_bytes);
+  if (count < 0) throw Cr_ErrnoException(k_status_pipe_read, "pipe read error");
+  const auto bytes = static_cast<std::size_t>(count);
+  if (m_zero == nullptr) m_zero = find_zero(m_end, m_end + bytes);
+  m_end += bytes;
+  m_at_end = bytes == 0;
+  return bytes != 0;
+}
+
+// Makes a line of what stands before `end`: up to its first zero byte, and without the last character.
+void PopenRead::take_line(const char* end) {
+  const bool has_zero = m_zero != nullptr && m_zero < end;
+  const bool begins_with_zero = has_zero && m_zero == m_begin;
+  const bool has_line_end = end[-1] == '\n';
+  const bool is_cut = begins_with_zero ? !has_line_end : has_zero || !has_line_end;
   if (is_cut && !m_at_end) {
     throw Cr_ErrnoException(k_status_buffer_too_small, "pipe buffer is too small");
   }
-  if (length == 0) return true;
-  m_length = length - 1;
-  m_buffer[m_length] = '\0';
-  return true;
+  const char* const text_end = has_zero ? m_zero : end;
+  if (text_end != m_begin) m_line = {m_begin, static_cast<std::size_t>(text_end - m_begin) - 1};
+  if (has_zero) m_zero = find_zero(end, m_end);
 }
 
 int PopenRead::close() {

@@ -44,7 +44,7 @@ class PopenRead {
   bool read_line();
 
   // The line read last, valid until the next read; empty at the end of the output.
-  std::string_view line() const { return {m_buffer.get(), m_length}; }
+  std::string_view line() const { return m_line; }
 
   // Whether the output has been read to its end.
   bool at_end() const { return m_at_end; }
@@ -58,11 +58,17 @@ class PopenRead {
   void close_query();
 
  private:
+  const char* find_line_end();
+  bool read_more();
+  void take_line(const char* end);
+
   const std::size_t m_capacity;
-  std::unique_ptr<char[]> m_stream_buffer;  // outlives the stream
   std::unique_ptr<char[]> m_buffer;
-  Stream m_stream;  // null once closed
-  std::size_t m_length = 0;
+  Stream m_stream;  // null once closed; read past its own buffer
+  char* m_begin;    // of what was read and not handed out
+  char* m_end;
+  const char* m_zero = nullptr;  // the first zero byte there; null if there is none
+  std::string_view m_line;
   bool m_at_end = false;
 };
 

@@ -23,7 +23,7 @@ bool holds_nothing(SQLite::Database& database, const std::string& file) {
     status = check_file_form(database);
     if (status == k_status_ok) {
       database.exec("BEGIN EXCLUSIVE");
-      status = check_po_schema(database);
+      status = check_po_schema(database, POVersion(database));
     }
     if (status == k_status_ok) {
       return database.execAndGet("SELECT NOT EXISTS (SELECT 1 FROM po)").getInt() == 1;

@@ -11,6 +11,8 @@
 #include <sqlite3.h>
 
 #include "platform/file_kind.h"
+#include "platform/sqlite_file_layer.h"
+#include "platform/sqlite_memory.h"
 
 namespace platform {
 
@@ -21,7 +23,7 @@ constexpr int k_busy_timeout_milliseconds = 30000;
 // SQLite counts its memory under one mutex for the whole process, which would make several workers
 // slower than one. Nobody reads the count.
 bool configure_library() {
-  return sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0) == SQLITE_OK;
+  return sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0) == SQLITE_OK && keep_sqlite_blocks();
 }
 
 void harden(SQLite::Database& database) {
@@ -35,16 +37,16 @@ void harden(SQLite::Database& database) {
   database.exec("PRAGMA cell_size_check=ON");
 }
 
-std::unique_ptr<SQLite::Database> open(const std::string& file, FileKind kind, int flags) {
-  static const bool configured = configure_library();
-  (void)configured;  // where it was refused SQLite is in use already, and only slower
-  if (kind == FileKind::special) {
-    throw Cr_ErrnoException(k_status_db_cannot_open,
-                            "could not open the database " + file + "; it is no regular file");
-  }
+bool is_regular_itself(const std::string& file) {
+  struct stat info {};
+  return ::lstat(file.c_str(), &info) == 0 && S_ISREG(info.st_mode);
+}
+
+// `layer` is the name of the layer that SQLite reaches the file through; null for the usual one.
+std::unique_ptr<SQLite::Database> open(const std::string& file, int flags, const char* layer) {
   try {
-    auto database = std::make_unique<SQLite::Database>(file, flags | SQLite::OPEN_NOMUTEX,
-                                                       k_busy_timeout_milliseconds);
+    auto database = std::make_unique<SQLite::Database>(file.c_str(), flags | SQLite::OPEN_NOMUTEX,
+                                                       k_busy_timeout_milliseconds, layer);
     harden(*database);
     return database;
   } catch (const SQLite::Exception& error) {
@@ -53,41 +55,58 @@ std::unique_ptr<SQLite::Database> open(const std::string& file, FileKind kind, i
   }
 }
 
+std::unique_ptr<SQLite::Database> open(const std::string& file, int flags, bool only_if_there) {
+  static const bool configured = configure_library();
+  (void)configured;  // where it was refused SQLite is in use already, and only slower
+  if (is_regular_itself(file)) return open(file, flags, file_layer_without_links());
+  const FileKind kind = file_kind(file);
+  if (only_if_there && kind == FileKind::none) return nullptr;
+  if (kind == FileKind::special) {
+    throw Cr_ErrnoException(k_status_db_cannot_open,
+                            "could not open the database " + file + "; it is no regular file");
+  }
+  return open(file, flags, nullptr);
+}
+
 }  // namespace
 
 std::unique_ptr<SQLite::Database> open_database(const std::string& file, int flags) {
-  return open(file, file_kind(file), flags);
+  return open(file, flags, false);
 }
 
 std::unique_ptr<SQLite::Database> open_database_if_there(const std::string& file, int flags) {
-  const FileKind kind = file_kind(file);
-  return kind == FileKind::none ? nullptr : open(file, kind, flags);
+  return open(file, flags, true);
 }
 
 cr_status_t check_file_form(SQLite::Database& database) {
   constexpr std::size_t k_read_version = 19;
   constexpr std::size_t k_encoding = 59;
-  constexpr unsigned char k_write_ahead_log = 2;
+  constexpr char k_write_ahead_log = 2;
   constexpr unsigned char k_utf8 = 1;
   const std::string file = sqlite3_db_filename(database.getHandle(), "main");
   struct stat info {};
   if (::lstat((file + "-wal").c_str(), &info) == 0) return k_status_db_write_ahead_log;
-  sqlite3_file* open_file = nullptr;
-  // Read through SQLite's own descriptor: closing one of ours would drop SQLite's locks.
-  if (sqlite3_file_control(database.getHandle(), "main", SQLITE_FCNTL_FILE_POINTER,
-                           static_cast<void*>(&open_file)) != SQLITE_OK ||
-      open_file == nullptr || open_file->pMethods == nullptr) {
-    throw SQLite::Exception("the database file cannot be reached", SQLITE_IOERR);
-  }
-  std::array<unsigned char, k_encoding + 1> header{};
-  const int result = open_file->pMethods->xRead(open_file, header.data(), header.size(), 0);
-  if (result != SQLITE_OK && result != SQLITE_IOERR_SHORT_READ) {
-    throw SQLite::Exception(sqlite3_errstr(result), result);
-  }
+  std::array<char, k_encoding + 1> header{};
+  read_beginning(database, header.data(), header.size());
   constexpr std::string_view k_magic = "SQLite format 3";
   if (std::memcmp(header.data(), k_magic.data(), k_magic.size()) != 0) return k_status_ok;
   if (header[k_read_version] == k_write_ahead_log) return k_status_db_write_ahead_log;
-  return header[k_encoding] > k_utf8 ? k_status_db_foreign : k_status_ok;
+  return static_cast<unsigned char>(header[k_encoding]) > k_utf8 ? k_status_db_foreign
+                                                                 : k_status_ok;
+}
+
+void read_beginning(SQLite::Database& database, char* bytes, std::size_t size) {
+  sqlite3_file* file = nullptr;
+  // Read through SQLite's own descriptor: closing one of ours would drop SQLite's locks.
+  if (sqlite3_file_control(database.getHandle(), "main", SQLITE_FCNTL_FILE_POINTER,
+                           static_cast<void*>(&file)) != SQLITE_OK ||
+      file == nullptr || file->pMethods == nullptr) {
+    throw SQLite::Exception("the database file cannot be reached", SQLITE_IOERR);
+  }
+  const int result = file->pMethods->xRead(file, bytes, static_cast<int>(size), 0);
+  if (result != SQLITE_OK && result != SQLITE_IOERR_SHORT_READ) {
+    throw SQLite::Exception(sqlite3_errstr(result), result);
+  }
 }
 
 void store_commits_at_once(SQLite::Database& database) {

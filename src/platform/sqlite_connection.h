@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -30,6 +31,11 @@ std::unique_ptr<SQLite::Database> open_database_if_there(const std::string& file
 // no database at all is left for SQLite to tell.
 // Errors: SQLite::Exception when the header cannot be read.
 cr_status_t check_file_form(SQLite::Database& database);
+
+// Reads the first `size` bytes of the database file into `bytes`, not through SQLite's cache. Bytes that
+// a shorter file does not have are 0.
+// Errors: SQLite::Exception when they cannot be read.
+void read_beginning(SQLite::Database& database, char* bytes, std::size_t size);
 
 // Makes a commit last through a power failure before it returns. SQLite's usual setting leaves the
 // removal of the journal, which is the commit, to be stored later: no more is lost than that commit.

@@ -229,21 +229,22 @@ cr_status_t SQLitePODB::in_one_lock_cycle(const std::function<void()>& listing) 
     if (!m_database) return k_status_ok;
     cr_status_t status = platform::check_file_form(*m_database);
     if (status != k_status_ok) return status;
-    SQLite::Transaction transaction(*m_database);
-    status = check();
+    const platform::POVersion version(*m_database);
+    status = check(version);
     if (status != k_status_ok) return status;
     listing();
-    transaction.commit();
     return k_status_ok;
   });
 }
 
 cr_status_t SQLitePODB::check() {
   if (!m_database) return k_status_db_read_only;
-  if (!m_checked) {
-    const cr_status_t status = platform::check_po_schema(*m_database);
-    if (status != k_status_ok) return status;
-    m_checked = true;
-  }
-  return k_status_ok;
+  return m_checked ? k_status_ok : check(platform::POVersion(*m_database));
+}
+
+cr_status_t SQLitePODB::check(const platform::POVersion& version) {
+  if (m_checked) return k_status_ok;
+  const cr_status_t status = platform::check_po_schema(*m_database, version);
+  m_checked = status == k_status_ok;
+  return status;
 }

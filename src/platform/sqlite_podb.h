@@ -22,6 +22,7 @@ class Statement;
 namespace platform {
 struct BasenameRange;
 class PODBCreation;
+class POVersion;
 }  // namespace platform
 
 // The path objects of one policy directory: the SQLite database `po.db`.
@@ -127,6 +128,7 @@ class SQLitePODB {
   static cr_status_t guarded(Operation operation);
   cr_status_t in_one_lock_cycle(const std::function<void()>& listing);
   cr_status_t check();
+  cr_status_t check(const platform::POVersion& version);
   template <class Operation>
   cr_status_t checked(Operation operation);
   cr_status_t put(const PO& po, std::unique_ptr<SQLite::Statement>& insert, const char* sql);

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstring>
 
 #include <boost/algorithm/string/predicate.hpp>
 
@@ -15,12 +16,18 @@ namespace details {
 
 namespace {
 
-using boost::algorithm::starts_with;
 using util::Separators;
 using util::to_number;
 
-constexpr std::string_view k_image = "IMAGE";
-constexpr std::string_view k_frag = "FRAG";
+constexpr char k_image[] = "IMAGE";
+constexpr char k_frag[] = "FRAG";
+
+// Of a length that is settled, so that the comparison is one of two numbers.
+template <std::size_t Size>
+bool starts_with(std::string_view line, const char (&word)[Size]) {
+  constexpr std::size_t k_length = Size - 1;
+  return line.size() >= k_length && std::memcmp(line.data(), word, k_length) == 0;
+}
 
 constexpr const char* k_not_an_image =
     "Invalid line in parsing; expected an IMAGE line,but received:\n\t";
@@ -50,7 +57,10 @@ BaseTVRImageIteratorImpl::BaseTVRImageIteratorImpl(std::string disk_pool, std::s
     : m_disk_pool(std::move(disk_pool)),
       m_client_filter(std::move(client)),
       m_policy_filter(std::move(policy)),
-      m_filtered(filtered) {}
+      m_filtered(filtered) {
+  m_image.client_name = m_client_filter;
+  m_image.policy_name = m_policy_filter;
+}
 
 void BaseTVRImageIteratorImpl::begin() {
   m_current = &m_image;
@@ -130,7 +140,7 @@ bool BaseTVRImageIteratorImpl::current_line_is_frag() const {
 }
 
 bool BaseTVRImageIteratorImpl::no_images_were_found() const {
-  return starts_with(m_line, no_images_were_found_string);
+  return boost::algorithm::starts_with(m_line, no_images_were_found_string);
 }
 
 void BaseTVRImageIteratorImpl::throw_malformed(const std::string& text) {
@@ -143,16 +153,20 @@ bool BaseTVRImageIteratorImpl::parse_image_line() {
   if (util::split<' '>(m_line, Separators::runs, fields) < k_image_fields) {
     throw_malformed(k_invalid_image);
   }
-  if (m_filtered &&
-      (fields[k_image_client] != m_client_filter || fields[k_image_policy] != m_policy_filter)) {
+  // Stored only where they differ: nearly all images of a listing follow one of the same client.
+  const bool is_other = m_image.client_name != fields[k_image_client] ||
+                        m_image.policy_name != fields[k_image_policy];
+  if (is_other && m_filtered) {
     warn_of_other_spelling(fields[k_image_client], fields[k_image_policy]);
     return true;
+  }
+  if (is_other) {
+    m_image.client_name = fields[k_image_client];
+    m_image.policy_name = fields[k_image_policy];
   }
   m_image.copy_numbers.clear();
   m_image.fragment_numbers.clear();
   m_image.frag_values.clear();
-  m_image.client_name = fields[k_image_client];
-  m_image.policy_name = fields[k_image_policy];
   m_image.backup_time = to_number<std::int64_t>(fields[k_image_backup_time]);
   return false;
 }

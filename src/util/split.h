@@ -2,12 +2,37 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <string_view>
 
 namespace util {
 
 // Whether a run of separators stands for one, or each for itself with empty fields between.
 enum class Separators { each, runs };
+
+namespace details {
+
+// Eight characters of a text as one number: a line of a listing has hundreds, of which few separate.
+constexpr std::ptrdiff_t k_word = sizeof(std::uint64_t);
+constexpr std::uint64_t k_each_byte = 0x0101010101010101;
+
+// A number in which the highest bit of each byte is set that is `c` in `word`, and no other bit.
+constexpr std::uint64_t bytes_equal(std::uint64_t word, char c) {
+  constexpr std::uint64_t k_lower_bits = k_each_byte * 0x7f;
+  const std::uint64_t other = word ^ (k_each_byte * static_cast<unsigned char>(c));
+  return ~(((other & k_lower_bits) + k_lower_bits) | other | k_lower_bits);
+}
+
+// `length` characters, at most eight, the first in the lowest byte; the rest is zeros.
+inline std::uint64_t word_of(const char* at, std::size_t length) {
+  static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
+  std::uint64_t word = 0;
+  std::memcpy(&word, at, length);
+  return word;
+}
+
+}  // namespace details
 
 // Splits `text` into ranges of it at every character that is one of `Chars`, the way boost::split
 // does: text before a leading separator and behind a trailing one is an empty field, and text
@@ -17,18 +42,30 @@ enum class Separators { each, runs };
 // Nothing is copied or allocated: this runs once for each line of a listing and for each basename.
 template <char... Chars, std::size_t N>
 std::size_t split(std::string_view text, Separators mode, std::array<std::string_view, N>& fields) {
-  const auto is_separator = [](char c) { return ((c == Chars) || ...); };
-  const char* at = text.data();
-  const char* const end = at + text.size();
+  static_assert(((Chars != '\0') && ...), "zeros follow the end of the text");
+  const char* begin = text.data();  // of the field at hand
+  const char* const end = begin + text.size();
   std::size_t count = 0;
-  while (count < N) {
-    const char* const begin = at;
-    while (at != end && !is_separator(*at)) ++at;
-    fields[count++] = std::string_view(begin, static_cast<std::size_t>(at - begin));
-    if (at == end) break;
-    ++at;
-    while (mode == Separators::runs && at != end && is_separator(*at)) ++at;
+  const auto take_fields = [&](const char* at, std::uint64_t word) {
+    for (std::uint64_t found = (details::bytes_equal(word, Chars) | ...); found != 0;
+         found &= found - 1) {
+      const char* const separator = at + __builtin_ctzll(found) / 8;
+      const bool is_of_run = mode == Separators::runs && separator == begin && count != 0;
+      if (!is_of_run) {
+        fields[count++] = std::string_view(begin, static_cast<std::size_t>(separator - begin));
+        if (count == N) return;
+      }
+      begin = separator + 1;
+    }
+  };
+  const char* at = begin;
+  for (; end - at >= details::k_word && count < N; at += details::k_word) {
+    take_fields(at, details::word_of(at, details::k_word));
   }
+  if (count < N && at != end) {
+    take_fields(at, details::word_of(at, static_cast<std::size_t>(end - at)));
+  }
+  if (count < N) fields[count++] = {begin, static_cast<std::size_t>(end - begin)};
   return count;
 }
 

@@ -22,7 +22,8 @@ TEST(PopenRead, ReadsLinesAndJudgesTheEnd) {
   const std::pair<std::string, std::vector<std::string>> rows[] = {
       {"printf 'one\\ntwo'; exit 3", {"one", "tw", "3"}},
       {"printf '1234567\\n'", {small}},
-      {"printf '\\0ga\\nb\\n'", {"", "b", "0"}},
+      {"printf '\\0ga\\nb\\n\\0\\n'", {"", "b", "", "0"}},
+      {"printf 'a\\nbc\\0d'", {"a", "b", "0"}},
       {"printf 'a\\0b\\n'", {small}},
       {"printf '\\0234567890\\n'", {small}},
       {"echo x; kill -PIPE $$", {"x", "the pipe command did not exit"}},
@@ -38,6 +39,15 @@ TEST(PopenRead, ReadsLinesAndJudgesTheEnd) {
     }
     EXPECT_EQ(lines, expected) << command;
   }
+}
+
+// Lines that lie in two reads, at every place.
+TEST(PopenRead, ReadsMoreThanItsBufferHolds) {
+  constexpr int k_lines = 99999;
+  PopenRead pipe(k_capacity, PopenRead::start("seq " + std::to_string(k_lines)));
+  int count = 0;
+  while (pipe.read_line()) ASSERT_EQ(pipe.line(), std::to_string(++count));
+  EXPECT_EQ(count, k_lines);
 }
 
 TEST(PopenRead, FailedReadIsNotTheEnd) {

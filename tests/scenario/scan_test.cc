@@ -15,6 +15,9 @@ TEST(Scan, TellsDirectoriesThatCannotBeReadAndGoesOn) {
       {"trigger", foreign, "CREATE TRIGGER t AFTER DELETE ON po BEGIN DELETE FROM po; END"},
       {"view", foreign, "DROP TABLE po; CREATE VIEW po AS SELECT 'x' AS basename"},
       {"index", foreign, "CREATE INDEX i ON po (poid)"},
+      {"table", foreign, "CREATE TABLE more (x)"},
+      {"column", foreign,
+       "PRAGMA writable_schema = 1; UPDATE sqlite_schema SET sql = replace(sql, 'mtime', 'ctime')"},
       {"utf16", foreign,
        ".shell (echo 'PRAGMA encoding=UTF16;'; sqlite3 po.db .dump) | sqlite3 n; mv n po.db"},
       {"write_ahead_log", "database has a write-ahead log", "PRAGMA journal_mode = wal"},
@@ -23,6 +26,8 @@ TEST(Scan, TellsDirectoriesThatCannotBeReadAndGoesOn) {
       {"garbage", foreign, ".shell yes | head -c 5000 > po.db"},
       {"cut_short", "database is damaged", ".shell truncate -s 8192 po.db"},
       {"folder", "database cannot be opened", ".shell rm po.db && mkdir po.db"},
+      {"link_to_unfinished", "database was left in the middle of a change",
+       ".shell mv po.db real; ln -s real po.db; echo > real-journal"},
       {"dangling_link", "database cannot be opened", ".shell ln -sf /no/such po.db"},
   };
   const Scene scene;
@@ -42,7 +47,11 @@ TEST(Scan, TellsDirectoriesThatCannotBeReadAndGoesOn) {
   scene.put("mixed", "p", {"mixed_1_C1_F1.img", "Mixed_1_C1_F1.img"});
   scene.put("longer", "p", {"LongerName_1_C1_F1.img[R]"});
   scene.put("whole", "p", {"WHOLE"});
-  // Our schema, written in another way, and with statistics.
+  // Our schema: after a table was dropped, with another page size, and written in another way, with
+  // statistics.
+  scene.sh(
+      "cd catalog/2; sqlite3 longer/p/po.db 'CREATE TABLE gone (x); DROP TABLE gone';"
+      "sqlite3 whole/p/po.db 'PRAGMA page_size = 1024; VACUUM'");
   scene.sh(
       "mkdir -p catalog/2/hostb/without_database; cd catalog/2/mixed/p;"
       "(sqlite3 po.db .dump | sed 's/CREATE TABLE po/create table [po] --\\n/';"
@@ -55,7 +64,7 @@ TEST(Scan, TellsDirectoriesThatCannotBeReadAndGoesOn) {
     const Ended ended = scene.scan(threads);
     EXPECT_EQ(ended.exit_status, 255);
     EXPECT_EQ(lines_beginning(ended.err, "ERROR"), expected);
-    expect_parts(ended.err, {"The scan is incomplete: 12 policy directories could not be read.\n"});
+    expect_parts(ended.err, {"The scan is incomplete: 15 policy directories could not be read.\n"});
     EXPECT_EQ(lines_beginning(ended.out, "Client "), clients);
     EXPECT_TRUE(ends_with(ended.out, k_issues)) << ended.out;
     const std::string log = scene.logs("client_names_with_case_sensitivity_issues.");
