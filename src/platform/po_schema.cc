@@ -13,11 +13,11 @@
 
 namespace platform {
 
-const char* const k_po_schema =
+namespace {
+
+constexpr const char* k_po_schema =
     "CREATE TABLE po (basename TEXT NOT NULL UNIQUE, poid TEXT NOT NULL, size INTEGER NOT NULL, "
     "mtime INTEGER NOT NULL, record BLOB NOT NULL)";
-
-namespace {
 
 // The statement without comments, blanks, quotes and letter case, which is all that can differ
 // between two ways to write the same table; whatever else differs makes another table.
@@ -42,7 +42,7 @@ bool is_of_sqlite(const std::string& sql) {
 }
 
 bool is_our_table(const std::string& sql) {
-  if (sql == k_po_schema) return true;  // decides for nearly every database
+  if (sql == k_po_schema) return true;
   static const std::string ours = reduced(k_po_schema);
   return reduced(sql) == ours;
 }
@@ -83,32 +83,41 @@ struct SchemaParts {
   std::string_view entries;
 };
 
-// The first page of a database that this SQLite has made of our statement and nothing else.
-FirstPage make_first_page() {
-  FirstPage page{};
+std::string make_empty_database() {
   SQLite::Database database(":memory:", SQLite::OPEN_READWRITE | SQLite::OPEN_NOMUTEX);
-  database.exec("PRAGMA page_size = " + std::to_string(page.size()));
+  database.exec("PRAGMA page_size = " + std::to_string(sizeof(FirstPage)));
   database.exec(k_po_schema);
+  database.exec("PRAGMA user_version = " + std::to_string(k_po_version));
   sqlite3_int64 size = 0;
   const std::unique_ptr<unsigned char, void (*)(void*)> bytes(
       sqlite3_serialize(database.getHandle(), "main", &size, 0), &sqlite3_free);
-  if (!bytes || static_cast<std::size_t>(size) < page.size()) {
-    throw SQLite::Exception("no table to compare with could be made", SQLITE_NOMEM);
+  if (!bytes || static_cast<std::size_t>(size) < sizeof(FirstPage)) {
+    throw SQLite::Exception("no empty database could be made", SQLITE_NOMEM);
   }
-  std::copy_n(bytes.get(), page.size(), page.begin());
+  return {bytes.get(), bytes.get() + size};
+}
+
+FirstPage first_page_of_ours() {
+  FirstPage page{};
+  std::copy_n(empty_po_database().begin(), page.size(), page.begin());
   return page;
 }
 
 // Whether the schema is, byte for byte, what SQLite makes of our statement. Decides for nearly every
 // database, at a fraction of what a statement would cost. To be called while the file cannot change.
 bool is_as_we_make_it(SQLite::Database& database) {
-  static const FirstPage ours = make_first_page();
+  static const FirstPage ours = first_page_of_ours();
   FirstPage page{};
   read_beginning(database, page.data(), page.size());
   return SchemaParts(page) == SchemaParts(ours);
 }
 
 }  // namespace
+
+const std::string& empty_po_database() {
+  static const std::string bytes = make_empty_database();
+  return bytes;
+}
 
 POVersion::POVersion(SQLite::Database& database)
     : m_statement(std::make_unique<SQLite::Statement>(database, "PRAGMA user_version")) {

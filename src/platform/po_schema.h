@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "platform/status.h"
 
@@ -11,11 +12,14 @@ class Statement;
 
 namespace platform {
 
-// The statement that makes the table of a path-object database.
-extern const char* const k_po_schema;
-
 // The version that this program writes, and the newest that it reads.
 constexpr int k_po_version = 1;
+
+// The bytes of a new path-object database, of our table and nothing in it. SQLite makes them once.
+//
+// Threads: may be called from any thread.
+// Errors: SQLite::Exception.
+const std::string& empty_po_database();
 
 // The version of a database. While the object lives, the database is seen in one state: the statement
 // that reads the version stays on its row and keeps its lock. BEGIN and COMMIT would do the same with

@@ -6,10 +6,8 @@
 
 #include <cerrno>
 #include <cstring>
-#include <memory>
 
 #include <SQLiteCpp/SQLiteCpp.h>
-#include <sqlite3.h>
 
 #include <boost/filesystem/operations.hpp>
 
@@ -53,22 +51,9 @@ void clear_temporary(const fs::path& file) {
   }
 }
 
-std::string make_empty_database() {
-  SQLite::Database database(":memory:", SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
-  database.exec(k_po_schema);
-  database.exec("PRAGMA user_version = " + std::to_string(k_po_version));
-  sqlite3_int64 size = 0;
-  const std::unique_ptr<unsigned char, decltype(&sqlite3_free)> bytes(
-      sqlite3_serialize(database.getHandle(), "main", &size, 0), sqlite3_free);
-  if (!bytes) throw SQLite::Exception("out of memory", SQLITE_NOMEM);
-  return std::string(bytes.get(), bytes.get() + size);
-}
-
-// The same bytes for every new database, so SQLite makes them only once.
 const std::string& empty_database(const std::string& file) {
   try {
-    static const std::string bytes = make_empty_database();
-    return bytes;
+    return empty_po_database();
   } catch (const SQLite::Exception& error) {
     throw Cr_ErrnoException(database_status(error), "could not create the database " + file,
                             error.what());
