@@ -31,17 +31,24 @@ TEST(ConsistencyFailures, ReportSaysWhyADirectoryWasNotCompared) {
     EXPECT_EQ(lines_beginning(ended.out, "{").size(), 1U) << "the others are still visited";
     expect_parts(scene.run_log(), {"policy directories 2, failed 1,"});
   };
+  const auto expect_none_taken = [&](const std::string& listing, const std::string& status,
+                                     const std::string& text) {
+    scene.script("tvimagequery", listing);
+    const Words before = scene.pos();
+    const std::string line = "ERROR (" + status + ") : could not compare the Tavrin catalog and " +
+                             "deduplication metadata; Could not call tvimagequery: " + text + "\n";
+    expect_end(scene.remove_orphans(4, support::k_one_listing), 1, line);
+    expect_parts(scene.logs("OrphanImages_"), {line});
+    EXPECT_EQ(scene.pos(), before);
+  };
   fs::copy_file(scene.admincmd("tvimagequery"), scene.admincmd("query"));
   for (const auto& [script, status, text] : rows) {
     scene.script("tvimagequery", "[ \"$2\" = hosta ] || exit 227\n" + script);
     expect(status, "Could not call tvimagequery: " + text);
-    scene.script("tvimagequery", script);
-    const Words before = scene.pos();
-    expect_end(scene.remove_orphans(4, support::k_one_listing), 1,
-               "ERROR (" + status + ") : could not compare the Tavrin catalog and deduplication " +
-                   "metadata; Could not call tvimagequery: " + text + "\n");
-    EXPECT_EQ(scene.pos(), before);
+    expect_none_taken(script, status, text);
   }
+  expect_none_taken("echo IMAGE c 0 0 13 c_1 p 0 n r F 0 3 1e3 64", malformed,
+                    "bad lexical cast: source type value could not be interpreted as target");
   fs::rename(scene.admincmd("query"), scene.admincmd("tvimagequery"));
   scene.storage().list_image("hosta", "p", 1000, {1});
   support::write_text(scene.po_db("hosta", "p"), std::string(5000, 'x'));
@@ -70,11 +77,12 @@ TEST(ConsistencyFailures, HostileNamesStartNoCommand) {
   // Here no name reaches a shell; but a listing cannot hold them all, which must cost nobody a copy.
   fs::remove_all(runs_dir(scene));
   for (const std::string& name : names) scene.put(name, "p", {name + "_1000_C1_F1.img"});
+  scene.put("hosta", "p q", {"hosta_1000_C1_F1.img"});
   EXPECT_EQ(lines_beginning(scene.dry_run(4, support::k_one_listing).out, "{client: ").size(),
-            names.size());
+            names.size() + 1);
   Words words{support::k_one_listing};
   const std::string errors = scene.remove_orphans(4, words).err;
-  const Words left{"a b", "a\\nb", "a;touch calls", "$(touch calls)"};
+  const Words left{"a b", "a\\nb", "a;touch calls", "$(touch calls)", "p q"};
   for (const std::string& name : left)
     expect_parts(errors, {"; the name " + name + " cannot stand in a listing of the catalog; "});
   EXPECT_EQ(scene.pos().size(), left.size());
