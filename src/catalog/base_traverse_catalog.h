@@ -121,7 +121,7 @@ class BaseTraverseCatalog {
   // What follows a walk that ran to its end.
   enum class AfterWalk { nothing, another_walk, failure };
 
-  // Called on the thread of the traversal behind each such walk, while there are no workers.
+  // Called on the thread of the traversal after each such walk, while there are no workers.
   virtual AfterWalk after_walk() { return AfterWalk::nothing; }
 
  private:

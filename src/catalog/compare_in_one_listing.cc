@@ -22,8 +22,8 @@ namespace {
 
 const char* const k_not_called = "Could not call tvimagequery: ";
 
-// All copies of a name that a listing cannot hold look like orphans. That is told, and nothing is deleted
-// unless somebody has reviewed it.
+// All copies of a name that a listing cannot hold look like orphans. The log says so, and nothing is deleted
+// that was not reviewed.
 void require_listable(const record::Directory& directory, bool may_be_taken) {
   for (const std::string& name : {directory.client, directory.policy}) {
     if (tvr_utils::can_be_listed(name)) continue;
@@ -97,13 +97,13 @@ void CompareInOneListing<V>::visit_orphans(const fs::path& policy_dir, DirTable:
     if (approved != nullptr) directory.counts.absent_copies = approved->size();
     return;
   }
+  // What was found belongs to the databases that were read, not to those of a catalog in their place.
+  this->require_same_root();
   const bool is_reviewed = this->approved_of(directory) != nullptr;
   require_listable(directory, is_reviewed || V::access == SQLitePODB::Access::read_only);
   V visitor(policy_dir, this->consistency_findings(), directory, std::move(dir.copies), V::access);
-  if (!visitor.has_database()) {
-    this->require_same_root();
+  if (!visitor.has_database())
     throw Cr_ErrnoException(k_status_db_cannot_open, "its database is gone since it was read");
-  }
   const std::string excess = this->take_orphans(visitor, directory);
   if (!excess.empty()) throw Cr_ErrnoException(k_status_over_limit, excess);
 }
@@ -113,9 +113,12 @@ typename CompareInOneListing<V>::AfterWalk CompareInOneListing<V>::after_walk() 
   if (m_step == Step::orphans) return AfterWalk::nothing;
   m_dirs.finish();
   begin(Step::listing);
-  (void)record::run_record().commit();  // the listing may take long
+  // The listing may take long, and the run may end in it.
+  store_totals(this->totals());
+  (void)record::run_record().commit();
   m_is_listed = list_catalog();
   if (!m_is_listed) return AfterWalk::failure;
+  this->require_same_root();
   this->totals_to_add_to().set_done_dirs(this->totals().failed_dirs());
   begin(Step::orphans);
   return AfterWalk::another_walk;
@@ -183,8 +186,7 @@ void CompareInOneListing<V>::match(DirTable::Entry& dir) {
   }
 }
 
-// The listing has told of them already. What is missing of a directory that was not come to counts as
-// well.
+// They are reported already. What is missing of directories that were not visited again counts as well.
 template <class V>
 void CompareInOneListing<V>::list_rest() {
   record::DirCounts counts = m_counts_of_no_dirs;

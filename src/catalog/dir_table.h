@@ -21,7 +21,7 @@ namespace catalog {
 // What is known of the policy directories of a run between two of its steps, by client and policy. A
 // directory takes less than 200 bytes, unless its names are long, and 16 for each of its copies.
 //
-// Threads: add from any thread. Behind finish the table stays as it is; an entry belongs to one thread at a
+// Threads: add from any thread. After finish the table stays as it is; an entry belongs to one thread at a
 //   time.
 class DirTable {
  public:
@@ -53,7 +53,7 @@ class DirTable {
   // A directory that was read, with its counts, and its copies.
   void add(const record::Directory& directory, podb::CopySet copies);
 
-  // Behind the last add, and before anything below.
+  // After the last add, and before anything below.
   void finish();
 
   // The directories of a client and policy, one for each DSID, byte for byte, or in any letter case.

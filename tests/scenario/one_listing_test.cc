@@ -93,6 +93,29 @@ TEST(OneListing, ImageWrittenMeanwhileIsNoOrphan) {
   }
 }
 
+// What was found belongs to the databases that were read.
+TEST(OneListing, CatalogInPlaceOfTheOneThatWasReadIsLeftAlone) {
+  for (const int threads : {1, 4}) {
+    for (const std::string in_its_place : {"mv copy catalog", "mkdir -p catalog/2", "true"}) {
+      const Scene scene;
+      for (const std::string client : {"hosta", "hostb", "hostc"})
+        scene.put(client, "p", {client + "_1000_C1_F1.img"});
+      scene.script("tvimagequery", "cd " + scene.root().string() +
+                                       "; cp -r catalog copy; mv catalog aside; " + in_its_place +
+                                       "; exit 227\n");
+      const Ended ended = scene.remove_orphans(threads, k_one_listing);
+      EXPECT_EQ(ended.exit_status, 1);
+      EXPECT_EQ(lines_beginning(ended.err, "").size(), 1U) << ended.err;
+      expect_parts(ended.err, {"Aborting with error:  the directory "});
+      EXPECT_EQ(scene.pos("aside").size(), 3U);
+      if (starts_with(in_its_place, "mv")) {
+        EXPECT_EQ(scene.pos().size(), 3U);
+      }
+      EXPECT_EQ(rows_of(scene, "deletion", "dirs FROM run"), Words{"3\n"});
+    }
+  }
+}
+
 TEST(OneListing, StepIsToldAndASignalDuringItPrintsNothing) {
   for (const int signal : {SIGUSR1, SIGINT}) {
     PausedRun run("2", k_one_listing);
@@ -106,6 +129,38 @@ TEST(OneListing, StepIsToldAndASignalDuringItPrintsNothing) {
     EXPECT_EQ(contains(run.scene().run_log(), "cut short"), signal == SIGINT);
     expect_parts(run.scene().run_log(), {"policy directories 3, failed 0,"});
   }
+}
+
+// A lock on the first database holds up the second walk.
+TEST(OneListing, SignalInTheLastStepLeavesTheRestAndCountsWhatIsMissing) {
+  const Scene scene;
+  for (const std::string client : {"hosta", "hostb"})
+    scene.put(client, "p", {client + "_1000_C1_F1.img"});
+  scene.put("broken", "p", {});
+  support::write_text(scene.po_db("broken", "p"), "no database");
+  for (const char* client : {"hosta", "hostb", "nowhere"})
+    scene.storage().list_image(client, "p", 2000, {1});
+  const std::string query = scene.admincmd("tvimagequery").string();
+  scene.sh("mkfifo locked ready go; mv " + query + " " + query + ".real");
+  scene.script("tvimagequery",
+               "cd " + scene.root().string() + "\n(sqlite3 catalog/2/hosta/p/po.db " +
+                   "'BEGIN EXCLUSIVE' '.shell echo > locked; read x < go') >/dev/null 2>&1 &\n" +
+                   "read x < locked; echo > ready; exec $0.real \"$@\"\n");
+  const auto run = scene.start(dry_run_on("1", k_one_listing));
+  support::read_text(scene.root() / "ready");
+  while (!contains(scene.run_log(), "none of the copies in ")) ::sched_yield();
+  run->send(SIGUSR1);
+  while (!contains(run->err(), "printing orphans: 1 of 3 directories, ")) ::sched_yield();
+  run->send(SIGTERM);
+  while (!contains(run->err(), "directories in hand")) ::sched_yield();
+  support::write_text(scene.root() / "go", "\n");
+  const Ended ended = run->wait();
+  EXPECT_EQ(ended.exit_status, 1);
+  EXPECT_EQ(lines_beginning(ended.out, "{client: "),
+            Words{"{client: hosta, policy: p, backup_time: 1000, copy_number: 1}.\n"});
+  EXPECT_FALSE(contains(scene.run_log(), "cut short"));
+  expect_parts(scene.run_log(),
+               {"directories 3, failed 1, ", "orphan copies 1, missing copies 3,"});
 }
 
 }  // namespace scenario::one_listing
