@@ -21,6 +21,9 @@ class GrowingArray {
 
  public:
   GrowingArray() = default;
+  ~GrowingArray() = default;
+  GrowingArray(const GrowingArray&) = delete;
+  GrowingArray& operator=(const GrowingArray&) = delete;
   GrowingArray(GrowingArray&& other) noexcept { swap(other); }
   GrowingArray& operator=(GrowingArray&& other) noexcept {
     GrowingArray(std::move(other)).swap(*this);
