@@ -77,9 +77,10 @@ TEST(OneListing, ImageWrittenMeanwhileIsNoOrphan) {
     scene.script("tvimagequery",
                  "cd " + scene.root().string() +
                      "; put() { sqlite3 catalog/2/hosta/p/po.db \"INSERT INTO po VALUES "
-                     "('hosta_$1_C1_F1.img', 'x', 1, 1, x'00')\"; }\n"
-                     "put 3000; cp images.later/hosta/p quorv/images/hosta/p\n"
-                     "sed -n 1,4p quorv/images/hosta/p\nput 4000; mv fresh catalog/2; rm -r "
+                     "('hosta_$1_F1.img', 'x', 1, 1, x'00')\"; }\n"
+                     "put 3000_C1; cp images.later/hosta/p quorv/images/hosta/p\n"
+                     "sed -n 1,4p quorv/images/hosta/p\nput 4000_C1; put 1000_C10; mv fresh "
+                     "catalog/2; rm -r "
                      "catalog/2/gone\n");
     const Ended ended = scene.dry_run(threads, k_one_listing);
     EXPECT_EQ(ended.exit_status, 1);
@@ -89,7 +90,8 @@ TEST(OneListing, ImageWrittenMeanwhileIsNoOrphan) {
                      "{client: hostb, policy: p, backup_time: 2000, copy_number: 1}.\n"}));
     EXPECT_EQ(lines_beginning(ended.err, "").size(), 1U);
     expect_parts(ended.err, {"gone/p; its database is gone since it was read\n"});
-    EXPECT_EQ(scene.pos().size(), 7U);
+    EXPECT_EQ(scene.pos().size(), 8U);
+    EXPECT_FALSE(contains(scene.logs("OrphanImages_"), "_C10_")) << "the pattern of copy 1 matches";
   }
 }
 

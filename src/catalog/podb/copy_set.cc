@@ -4,6 +4,12 @@
 
 namespace catalog::podb {
 
+template <class Iterator>
+Iterator CopySet::first_not_before(Iterator begin, Iterator end, const details::numbers& copy) {
+  return std::lower_bound(begin, end, copy,
+                          [](const Entry& a, const details::numbers& b) { return a.copy() < b; });
+}
+
 void CopySet::insert(const details::numbers& copy) {
   if (!m_entries.empty()) {
     const details::numbers last = m_entries.back().copy();
@@ -25,9 +31,7 @@ void CopySet::finish() {
 bool CopySet::erase(const details::numbers& copy) {
   Entry* entry = m_entries.begin() + m_next;
   if (entry == m_entries.end() || !(entry->copy() == copy)) {
-    entry =
-        std::lower_bound(m_entries.begin(), m_entries.end(), copy,
-                         [](const Entry& a, const details::numbers& b) { return a.copy() < b; });
+    entry = first_not_before(m_entries.begin(), m_entries.end(), copy);
     if (entry == m_entries.end() || !(entry->copy() == copy)) return false;
   }
   m_next = static_cast<std::size_t>(entry - m_entries.begin()) + 1;
@@ -35,6 +39,11 @@ bool CopySet::erase(const details::numbers& copy) {
   entry->erased = true;
   ++m_erased;
   return true;
+}
+
+bool CopySet::was_inserted(const details::numbers& copy) const {
+  const Entry* const entry = first_not_before(m_entries.begin(), m_entries.end(), copy);
+  return entry != m_entries.end() && entry->copy() == copy;
 }
 
 std::size_t CopySet::count_later_than(std::int64_t backup_time) const {

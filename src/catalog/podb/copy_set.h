@@ -44,6 +44,9 @@ class CopySet {
   // Takes the copy out; whether it was there.
   bool erase(const details::numbers& copy);
 
+  // Whether the copy was put in, be it taken out or not.
+  bool was_inserted(const details::numbers& copy) const;
+
   // How many were made after that time, whether they were taken out or not.
   std::size_t count_later_than(std::int64_t backup_time) const;
 
@@ -66,6 +69,9 @@ class CopySet {
 
     details::numbers copy() const { return {backup_time, copy_number}; }
   };
+
+  template <class Iterator>
+  static Iterator first_not_before(Iterator begin, Iterator end, const details::numbers& copy);
 
   util::GrowingArray<Entry> m_entries;
   std::size_t m_erased = 0;

@@ -53,10 +53,13 @@ std::size_t digits_at(std::string_view text, std::size_t begin) {
 
 }  // namespace
 
-DeletionTakings::DeletionTakings(const std::string& client, const CopySet& orphans, Rows rows)
-    : m_client(client), m_characters_before_time(count_characters(client) + 1), m_keep(rows) {
-  m_orphans.reserve(orphans.size());
-  orphans.for_each([this](const details::numbers& orphan) {
+DeletionTakings::DeletionTakings(const std::string& client, const CopySet& copies, Rows rows)
+    : m_client(client),
+      m_characters_before_time(count_characters(client) + 1),
+      m_keep(rows),
+      m_copies(&copies) {
+  m_orphans.reserve(copies.size());
+  copies.for_each([this](const details::numbers& orphan) {
     record::Orphan& found = m_orphans.emplace_back();
     found.backup_time = orphan.backup_time;
     found.copy_number = orphan.copy_number;
@@ -87,9 +90,11 @@ std::vector<platform::BasenameRange> DeletionTakings::ranges() const {
 void DeletionTakings::add(const SQLitePODB::Entry& po) {
   const auto taker = first_taker(po.basename);
   if (taker == m_orphans.end()) return;
+  const std::optional<details::numbers> copy = copy_of(po.basename);
+  if (copy && !m_copies->was_inserted(*copy)) return;
   ++taker->pos;
   taker->bytes += po.bytes;
-  if (!names_copy(po.basename, *taker)) taker->other_copies.emplace_back(po.basename);
+  if (!copy || !(*copy == key_of(*taker))) taker->other_copies.emplace_back(po.basename);
   if (m_keep == Rows::counted) return;
   m_rows.push_back({static_cast<std::uint32_t>(taker - m_orphans.begin()), po.row});
 }
@@ -149,14 +154,15 @@ DeletionTakings::Orphans::iterator DeletionTakings::first_taker_at(std::string_v
   return m_orphans.end();
 }
 
-bool DeletionTakings::names_copy(std::string_view basename, const record::Orphan& copy) const {
-  if (match_prefix(basename, m_client) != PrefixMatch::exact) return false;
+// None for a name that says nothing of its copy.
+std::optional<details::numbers> DeletionTakings::copy_of(std::string_view basename) const {
+  if (match_prefix(basename, m_client) != PrefixMatch::exact) return std::nullopt;
   try {
     BasenameTimeAndCopy name;
     name.parse(basename, m_client);
-    return name.backup_time == copy.backup_time && name.copy_number == copy.copy_number;
+    return details::numbers{name.backup_time, name.copy_number};
   } catch (const std::exception&) {
-    return false;  // a name that says nothing of its copy
+    return std::nullopt;
   }
 }
 

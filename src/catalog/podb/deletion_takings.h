@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -29,12 +30,15 @@ class DeletionTakings {
   enum class Rows { counted, kept };
 
   DeletionTakings() = default;
-  DeletionTakings(const std::string& client, const CopySet& orphans, Rows rows);
+  // `copies` has all copies that the directory was found to hold; those that are left are the orphans. It
+  // must live as long as POs are added.
+  DeletionTakings(const std::string& client, const CopySet& copies, Rows rows);
 
   // Where the basenames stand that may be taken: in ascending order, none twice.
   std::vector<platform::BasenameRange> ranges() const;
 
   // Counts a PO of the directory to the first orphan that takes it, if one does. The name must be a text.
+  // A PO of a copy that the directory did not hold when it was read is left: a backup has written it since.
   void add(const SQLitePODB::Entry& po);
 
   // Behind the last add, and before anything below.
@@ -75,12 +79,13 @@ class DeletionTakings {
   std::string_view from_time_on(std::string_view basename) const;
   Orphans::iterator first_taker(std::string_view basename);
   Orphans::iterator first_taker_at(std::string_view time_text, std::string_view basename);
-  bool names_copy(std::string_view basename, const record::Orphan& copy) const;
+  std::optional<details::numbers> copy_of(std::string_view basename) const;
   std::uint32_t index_of(const details::numbers& orphan) const;
 
   std::string m_client;
   std::size_t m_characters_before_time = 0;
   Rows m_keep = Rows::counted;
+  const CopySet* m_copies = nullptr;
   Orphans m_orphans;  // in ascending order
   std::vector<Row> m_rows;
 };
