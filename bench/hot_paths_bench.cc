@@ -5,10 +5,10 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include "catalog/client_name_case/repair_podb.h"
+#include "catalog/orphans/deletion_matches.h"
 #include "catalog/podb/basename_time_and_copy.h"
-#include "catalog/podb/deletion_takings.h"
 #include "catalog/podb/po_filename.h"
-#include "catalog/podb/repair_podb.h"
 #include "dct/log_file.h"
 #include "record/run_record.h"
 #include "sandbox/storage_builder.h"
@@ -113,7 +113,7 @@ void MoveOfAGroup(benchmark::State& state) {
   const fs::path target = directory.policy_dir();
   dct::util::LogFile log(directory.policy_dir("log").parent_path().parent_path() / "bench.log");
   catalog::RunTotals totals;
-  catalog::RepairFindings findings(log, log, totals);
+  catalog::RepairMessages findings(log, log, totals);
   for (auto _ : state) {
     record::Directory found = catalog::directory_of(source);
     const int status = catalog::podb::RepairPODB(source, findings, found).visit_podb_impl();
@@ -135,7 +135,7 @@ BENCHMARK(MoveOfAGroup)
 
 // What is found out beforehand for as many orphans in as many POs.
 void TakingsOfAllOrphans(benchmark::State& state) {
-  using catalog::podb::DeletionTakings;
+  using catalog::podb::DeletionMatches;
   catalog::podb::CopySet orphans;
   std::vector<std::string> names;
   for (std::int64_t i = 0; i < state.range(0); ++i) {
@@ -143,7 +143,7 @@ void TakingsOfAllOrphans(benchmark::State& state) {
     names.push_back(k_client + "_" + std::to_string(k_first_time + i) + "_C1_F1.img");
   }
   for (auto _ : state) {
-    DeletionTakings takings(k_client, orphans, DeletionTakings::Rows::kept);
+    DeletionMatches takings(k_client, orphans, DeletionMatches::Rows::kept);
     for (const std::string& name : names) takings.add({name, 0, 0});
     takings.finish();
     benchmark::DoNotOptimize(takings);

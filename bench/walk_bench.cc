@@ -7,8 +7,8 @@
 
 #include <boost/filesystem/operations.hpp>
 
-#include "catalog/dirs_iterator.h"
-#include "catalog/locked_dirs_iterator.h"
+#include "catalog/walk/dirs_iterator.h"
+#include "catalog/walk/locked_dirs_iterator.h"
 
 namespace {
 

@@ -2,9 +2,7 @@
 # system headers: warnings are errors in our code alone.
 
 option(MDFIXUP_TESTS "Build the tests" ON)
-option(MDFIXUP_BENCH "Build the micro-benchmarks" OFF)
 option(MDFIXUP_FUZZ "Build the fuzz targets, with clang" OFF)
-option(MDFIXUP_PACKAGE "Install and package the programs for Debian" OFF)
 set(MDFIXUP_SANITIZE "" CACHE STRING "Sanitizers, as for -fsanitize=")
 option(MDFIXUP_COVERAGE "Count which lines run" OFF)
 
@@ -14,8 +12,6 @@ set(CMAKE_CXX_FLAGS_RELEASE "-O2 -g1")
 
 add_library(mdfixup_settings INTERFACE)
 target_compile_features(mdfixup_settings INTERFACE cxx_std_17)
-target_include_directories(mdfixup_settings INTERFACE "${CMAKE_CURRENT_SOURCE_DIR}/src"
-                                                      "${CMAKE_CURRENT_SOURCE_DIR}")
 target_compile_definitions(mdfixup_settings INTERFACE BOOST_THREAD_ENABLE_THREAD_SAFETY_ANALYSIS)
 if(MDFIXUP_SANITIZE)
   target_compile_options(mdfixup_settings INTERFACE -fsanitize=${MDFIXUP_SANITIZE}

@@ -5,7 +5,7 @@
 
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 
-#include "platform/status.h"
+#include "status/status.h"
 
 namespace fuzz {
 

@@ -2,11 +2,11 @@
 
 #include <boost/filesystem/operations.hpp>
 
-#include "catalog/findings/scan_findings.h"
-#include "catalog/podb/delete_orphan_pos.h"
-#include "catalog/podb/print_orphan_pos.h"
-#include "catalog/podb/repair_podb.h"
-#include "catalog/podb/scan_podb.h"
+#include "catalog/client_name_case/repair_podb.h"
+#include "catalog/client_name_case/scan_podb.h"
+#include "catalog/messages/scan_messages.h"
+#include "catalog/orphans/delete_orphan_pos.h"
+#include "catalog/orphans/print_orphan_pos.h"
 #include "dct/log_file.h"
 #include "fuzz/memory_file.h"
 #include "record/run_record.h"
@@ -40,19 +40,19 @@ void visit(const std::string& database, const Action& action) {
 template <class Visitor>
 void compare(dct::util::LogFile& log, catalog::RunTotals& totals, record::Directory& directory) {
   fuzz::set_command(k_listing);
-  catalog::ConsistencyFindings findings(log, log, totals);
+  catalog::ConsistencyMessages findings(log, log, totals);
   Visitor visitor(k_policy_dir, findings, directory, "/", "pool", Visitor::access);
   visitor.compare_metadata_impl();
   visitor.visit_image_copies_not_in_TV_impl();
 }
 
 void scan(dct::util::LogFile& log, catalog::RunTotals& totals, record::Directory& directory) {
-  catalog::ScanFindings findings(log, totals);
+  catalog::ScanMessages findings(log, totals);
   (void)podb::ScanPODB(k_policy_dir, findings, directory).visit_podb_impl();
 }
 
 void repair(dct::util::LogFile& log, catalog::RunTotals& totals, record::Directory& directory) {
-  catalog::RepairFindings findings(log, log, totals);
+  catalog::RepairMessages findings(log, log, totals);
   (void)podb::RepairPODB(k_policy_dir, findings, directory).visit_podb_impl();
 }
 

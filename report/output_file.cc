@@ -9,9 +9,9 @@
 #include <cstring>
 #include <fstream>
 
-#include "platform/file_kind.h"
-#include "platform/status.h"
-#include "platform/write_all.h"
+#include "files/file_kind.h"
+#include "files/write_all.h"
+#include "status/status.h"
 
 namespace report {
 
@@ -23,7 +23,7 @@ bool write_to(const std::string& path, int flags, mode_t mode, std::string_view 
   if (descriptor < 0) return false;
   const bool is_new = (flags & O_CREAT) != 0;
   const bool written =
-      platform::write_all(descriptor, text) == text.size() && (!is_new || ::fsync(descriptor) == 0);
+      files::write_all(descriptor, text) == text.size() && (!is_new || ::fsync(descriptor) == 0);
   const int error = errno;
   const bool closed = ::close(descriptor) == 0;
   if (!written) errno = error;
@@ -51,11 +51,11 @@ mode_t mode_of(const std::string& path) {
 }  // namespace
 
 void store(const std::string& path, std::string_view page) {
-  const platform::FileKind kind = platform::file_kind(path);
-  if (kind == platform::FileKind::regular && !is_page_or_empty(path)) {
+  const files::FileKind kind = files::file_kind(path);
+  if (kind == files::FileKind::regular && !is_page_or_empty(path)) {
     throw Cr_ErrnoException(EEXIST, "could not write " + path, "it is there, and is no page");
   }
-  const bool in_place = kind == platform::FileKind::special;
+  const bool in_place = kind == files::FileKind::special;
   const std::string file = in_place ? path : path + "." + std::to_string(::getpid()) + ".new";
   if (write_to(file, in_place ? 0 : O_CREAT | O_EXCL, mode_of(path), page) &&
       (in_place || std::rename(file.c_str(), path.c_str()) == 0)) {

@@ -5,7 +5,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
-#include "platform/sqlite_podb.h"
+#include "podb/sqlite_podb.h"
 
 namespace fs = boost::filesystem;
 

@@ -6,8 +6,8 @@
 
 #include <boost/program_options.hpp>
 
+#include "sandbox/generator.h"
 #include "sandbox/list_pos.h"
-#include "sandbox/planter.h"
 #include "sandbox/storage_builder.h"
 
 namespace {

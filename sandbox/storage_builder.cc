@@ -6,14 +6,14 @@
 
 #include <boost/filesystem/operations.hpp>
 
-#include "catalog/dirs_iterator.h"
+#include "catalog/walk/dirs_iterator.h"
+#include "config/inifile.h"
 #include "cr/config.h"
-#include "cr/inifile.h"
-#include "platform/po.h"
-#include "platform/spadb.h"
-#include "platform/status.h"
+#include "podb/po.h"
+#include "podb/spadb.h"
 #include "sandbox/commands.h"
 #include "sandbox/text_file.h"
+#include "status/status.h"
 
 namespace fs = boost::filesystem;
 

@@ -6,7 +6,7 @@
 
 #include <boost/filesystem/path.hpp>
 
-#include "platform/sqlite_podb.h"
+#include "podb/sqlite_podb.h"
 
 namespace sandbox {
 

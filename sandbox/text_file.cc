@@ -6,7 +6,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
-#include "platform/status.h"
+#include "status/status.h"
 
 namespace fs = boost::filesystem;
 

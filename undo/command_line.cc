@@ -5,8 +5,8 @@
 #include <stdexcept>
 #include <vector>
 
-#include "platform/one_line.h"
-#include "platform/options.h"
+#include "config/options.h"
+#include "text/one_line.h"
 #include "tool/option_table.h"
 
 namespace undo {
@@ -101,7 +101,7 @@ bool parse(int argc, char** argv, Request& request) {
   try {
     request = request_of(words);
   } catch (const std::invalid_argument& error) {
-    std::cerr << progname + ": " + platform::on_one_line(error.what()) + "\n";
+    std::cerr << progname + ": " + util::on_one_line(error.what()) + "\n";
     return false;
   }
   return num_threads_are_in_range();

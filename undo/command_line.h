@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "catalog/recorded_dirs.h"
+#include "catalog/restore/recorded_dirs.h"
 
 namespace undo {
 

@@ -2,9 +2,9 @@
 
 #include <string>
 
+#include "console/run_log.h"
+#include "console/standard_streams.h"
 #include "dct/report_error.h"
-#include "platform/reports.h"
-#include "platform/run_log.h"
 #include "record/forget_saved.h"
 #include "record/run_record.h"
 #include "report/escape.h"
@@ -74,9 +74,9 @@ int forget(const Request& request, const StoragePaths& storage) {
   record::forget_saved(run->file.file);
   const auto left = find_saved_run(request.run);
   const std::uint64_t bytes = left ? left->file.bytes : 0;
-  platform::print("The run " + report::printable(run->file.id) +
-                  " can no longer be undone; its record takes " +
-                  report::counted(bytes, "byte", "bytes") + " now.\n");
+  console::print("The run " + report::printable(run->file.id) +
+                 " can no longer be undone; its record takes " +
+                 report::counted(bytes, "byte", "bytes") + " now.\n");
   return k_exit_success;
 }
 
@@ -86,7 +86,7 @@ int run(int argc, char** argv) {
   prepare_process(argv[0]);
   Request request;
   if (argc == 1) {
-    platform::print(help());
+    console::print(help());
     return k_exit_failure;
   }
   if (!parse(argc, argv, request)) return k_exit_failure;
@@ -106,7 +106,7 @@ int run(int argc, char** argv) {
     case Command::help:
       break;
   }
-  platform::print(help());
+  console::print(help());
   return k_exit_success;
 }
 

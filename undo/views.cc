@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <set>
 
-#include "platform/reports.h"
+#include "console/standard_streams.h"
 #include "record/schema.h"
 #include "report/escape.h"
 #include "report/wording.h"
@@ -35,7 +35,7 @@ class Table {
       line.erase(line.find_last_not_of(' ') + 1);
       text += line + "\n";
     }
-    platform::print(text);
+    console::print(text);
   }
 
  private:
@@ -108,7 +108,7 @@ void print_links(RunReader& reader) {
 }  // namespace
 
 void print_list(const std::vector<SavedRun>& runs) {
-  if (runs.empty()) platform::print("No run can be undone.\n");
+  if (runs.empty()) console::print("No run can be undone.\n");
   Table table({"Run", "Task", "Time", "Saved", "Bytes of record", ""}, {4});
   for (const SavedRun& run : runs) {
     table.add({printable(run.file.id), report::name_of(run.file.run.task),
@@ -126,7 +126,7 @@ void print_run(const SavedRun& run) {
           counted(run.file.bytes, "byte", "bytes") + "\n";
   if (!undone_text(run).empty()) text += "It was " + undone_text(run) + "\n";
   if (!run.can_be_undone()) text += "It cannot be undone: " + why_not(run) + "\n";
-  platform::print(text);
+  console::print(text);
   RunReader reader(run.file.file);
   print_saved(reader);
   print_moves(reader);

@@ -6,7 +6,7 @@
 
 #include "dct/filesystem.h"
 #include "dct/report_error.h"
-#include "platform/status.h"
+#include "status/status.h"
 
 namespace fs = boost::filesystem;
 

@@ -4,7 +4,7 @@
 
 #include <boost/filesystem/path.hpp>
 
-#include "cr/inifile.h"
+#include "config/inifile.h"
 
 namespace cr {
 

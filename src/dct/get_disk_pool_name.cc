@@ -4,7 +4,7 @@
 
 #include <boost/algorithm/string/predicate.hpp>
 
-#include "util/split.h"
+#include "text/split.h"
 
 namespace dct {
 

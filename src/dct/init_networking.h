@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/network.h"
+#include "dct/network.h"
 
 namespace dct {
 

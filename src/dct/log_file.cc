@@ -3,8 +3,8 @@
 #include <cerrno>
 #include <cstring>
 
-#include "platform/reports.h"
-#include "platform/run_log.h"
+#include "console/run_log.h"
+#include "console/standard_streams.h"
 
 namespace dct::util {
 
@@ -15,7 +15,7 @@ void LogFile::write(const std::string& text) {
   const int error = errno;
   if (!m_failed.exchange(true))
     ErrorA("could not write to " + path() + ": " + std::strerror(error));
-  platform::tell_or_lose(text);
+  console::write_or_lose(text);
 }
 
 void make_LogFile(const boost::filesystem::path& path, boost::shared_ptr<LogFile>& out) {

@@ -6,7 +6,7 @@
 #include <boost/filesystem/path.hpp>
 #include <boost/shared_ptr.hpp>
 
-#include "platform/append_file.h"
+#include "files/append_file.h"
 
 namespace dct::util {
 
@@ -25,7 +25,7 @@ class LogFile {
   const std::string& path() const { return m_file.path(); }
 
  private:
-  platform::AppendFile m_file;
+  files::AppendFile m_file;
   std::atomic<bool> m_failed{false};  // the run log is told of the first text alone
 };
 

@@ -9,9 +9,9 @@
 #include <cstring>
 #include <utility>
 
+#include "console/run_log.h"
 #include "dct/descriptor_limit.h"
-#include "platform/run_log.h"
-#include "platform/status.h"
+#include "status/status.h"
 
 namespace dct {
 

@@ -6,8 +6,8 @@
 
 #include <iostream>
 
+#include "console/run_log.h"
 #include "dct/descriptor_limit.h"
-#include "platform/run_log.h"
 
 namespace dct {
 

@@ -7,8 +7,8 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
-#include "platform/po_row.h"
-#include "platform/statement_rows.h"
+#include "podb/po_row.h"
+#include "podb/statement_rows.h"
 #include "record/counts.h"
 
 namespace record {
@@ -19,8 +19,8 @@ class Binder {
   explicit Binder(SQLite::Statement& statement) : m_statement(statement) {}
   void add(const std::string& text) { m_statement.bindNoCopy(++m_index, text); }
   void add(std::uint64_t number) { add(static_cast<std::int64_t>(number)); }
-  void add(const platform::PORow& row) {
-    platform::bind_row(m_statement, m_index + 1, row);
+  void add(const database::PORow& row) {
+    database::bind_row(m_statement, m_index + 1, row);
     m_index += static_cast<int>(row.size());
   }
   void add(const DirCounts& counts) {

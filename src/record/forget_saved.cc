@@ -2,9 +2,9 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
-#include "platform/sqlite_connection.h"
-#include "platform/status.h"
+#include "podb/sqlite_connection.h"
 #include "record/names.h"
+#include "status/status.h"
 
 namespace record {
 
@@ -12,7 +12,7 @@ namespace record {
 // write-ahead log. The switch there and back changes some bytes of one sector and needs no journal.
 void forget_saved(const std::string& file) {
   try {
-    const auto database = platform::open_database(file, SQLite::OPEN_READWRITE);
+    const auto database = database::open_database(file, SQLite::OPEN_READWRITE);
     database->exec("PRAGMA journal_mode=OFF");
     database->exec("PRAGMA journal_mode=WAL");
     // Otherwise each page would be written to be overwritten.
@@ -24,7 +24,7 @@ void forget_saved(const std::string& file) {
     database->exec("VACUUM");
     database->exec("PRAGMA journal_mode=OFF");
   } catch (const SQLite::Exception& error) {
-    throw Cr_ErrnoException(platform::database_status(error), "could not change the record " + file,
+    throw Cr_ErrnoException(database::database_status(error), "could not change the record " + file,
                             error.what());
   }
 }

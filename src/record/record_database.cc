@@ -8,7 +8,7 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
-#include "platform/sqlite_connection.h"
+#include "podb/sqlite_connection.h"
 #include "record/binder.h"
 #include "record/names.h"
 #include "record/record_file.h"
@@ -71,14 +71,14 @@ RecordDatabase::RecordDatabase(const std::string& file, Run run) : m_run(std::mo
   const std::string unfinished = file + ".new";
   make_file(unfinished);
   try {
-    m_database = platform::open_database(unfinished, SQLite::OPEN_READWRITE);
+    m_database = database::open_database(unfinished, SQLite::OPEN_READWRITE);
     create();
     put_in_place(unfinished, file);
   } catch (...) {
     (void)::unlink(unfinished.c_str());  // what ended it is reported
     throw;
   }
-  m_database = platform::open_database(file, SQLite::OPEN_READWRITE);
+  m_database = database::open_database(file, SQLite::OPEN_READWRITE);
   m_database->setBusyTimeout(k_busy_timeout_milliseconds);
   // A commit appends to the write-ahead log and is not synced. The syncs of a checkpoint come once for
   // each 16 MiB of it.
@@ -186,7 +186,7 @@ void RecordDatabase::store(Directory& directory, const Moved& moved) {
   }
 }
 
-void RecordDatabase::store(Directory& directory, const platform::PORow& row) {
+void RecordDatabase::store(Directory& directory, const database::PORow& row) {
   store(directory);
   const std::int64_t id = directory.id * k_saved_of_directory + ++directory.saved_pos;
   execute("INSERT INTO saved VALUES (?, ?, ?, ?, ?, ?)", id, row);

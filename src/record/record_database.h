@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/po_row.h"
+#include "podb/po_row.h"
 #include "record/findings.h"
 
 namespace SQLite {
@@ -42,7 +42,7 @@ class RecordDatabase {
   void store(Directory& directory, const Orphan& orphan);
   void store(Directory& directory, const Moved& moved);
   // A PO that is about to be deleted.
-  void store(Directory& directory, const platform::PORow& row);
+  void store(Directory& directory, const database::PORow& row);
   void store(Directory& directory, const Collision& collision);
   void store(Directory& directory, const UnparsedName& name);
   // Counts and state of a stored directory.

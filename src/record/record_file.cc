@@ -9,8 +9,8 @@
 
 #include <boost/filesystem/operations.hpp>
 
-#include "platform/status.h"
-#include "platform/stored_files.h"
+#include "files/sync.h"
+#include "status/status.h"
 
 namespace fs = boost::filesystem;
 
@@ -30,12 +30,12 @@ void make_file(const std::string& path) {
 }
 
 void put_in_place(const std::string& made, const std::string& file) {
-  platform::sync_file(made);
+  files::sync_file(made);
   if (fs::exists(file)) throw Cr_ErrnoException(EEXIST, file + " is there already");
   if (std::rename(made.c_str(), file.c_str()) != 0) {
     throw Cr_ErrnoException(errno, "could not make " + file, std::strerror(errno));
   }
-  platform::sync_directory(fs::path(file).parent_path().string());
+  files::sync_directory(fs::path(file).parent_path().string());
 }
 
 }  // namespace record

@@ -6,12 +6,12 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
-#include "platform/file_kind.h"
-#include "platform/sqlite_connection.h"
-#include "platform/statement_rows.h"
-#include "platform/status.h"
+#include "files/file_kind.h"
+#include "podb/sqlite_connection.h"
+#include "podb/statement_rows.h"
 #include "record/names.h"
 #include "record/schema.h"
+#include "status/status.h"
 
 namespace record {
 
@@ -20,7 +20,7 @@ namespace {
 // SQLite would wait for a pipe that somebody laid beside the file.
 const std::string& with_files_beside(const std::string& file) {
   for (const char* suffix : {"-journal", "-wal", "-shm"}) {
-    if (platform::file_kind(file + suffix) != platform::FileKind::special) continue;
+    if (files::file_kind(file + suffix) != files::FileKind::special) continue;
     throw Cr_ErrnoException(k_status_db_cannot_open, "could not read the record " + file,
                             "what has its name and " + std::string(suffix) + " is no regular file");
   }
@@ -34,7 +34,7 @@ auto RunReader::guarded(Read read) {
   try {
     return read();
   } catch (const SQLite::Exception& error) {
-    throw Cr_ErrnoException(platform::database_status(error), "could not read the record " + m_file,
+    throw Cr_ErrnoException(database::database_status(error), "could not read the record " + m_file,
                             error.what());
   }
 }
@@ -48,7 +48,7 @@ RunReader::Row::Row(SQLite::Statement& statement) {
 RunReader::Row::~Row() = default;
 
 std::string RunReader::Row::text(std::size_t column) const {
-  return std::string(platform::text_of(m_columns[column]));
+  return std::string(database::text_of(m_columns[column]));
 }
 
 std::int64_t RunReader::Row::number(std::size_t column) const {
@@ -69,8 +69,8 @@ DirCounts RunReader::Row::counts(std::size_t first) const {
   return counts;
 }
 
-void RunReader::Row::po(std::size_t first, platform::PORow& row) const {
-  for (platform::Value& value : row) platform::read_value(m_columns[first++], value);
+void RunReader::Row::po(std::size_t first, database::PORow& row) const {
+  for (database::Value& value : row) database::read_value(m_columns[first++], value);
 }
 
 RunReader::Cursor::Cursor(RunReader& reader, const std::string& query) : m_reader(reader) {
@@ -101,7 +101,7 @@ std::uint64_t RunReader::count(const std::string& from) {
 
 RunReader::RunReader(std::string file)
     : m_file(std::move(file)),
-      m_database(platform::open_database(with_files_beside(m_file), SQLite::OPEN_READONLY)) {
+      m_database(database::open_database(with_files_beside(m_file), SQLite::OPEN_READONLY)) {
   guarded([this] { require_record(); });
 }
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/po_row.h"
+#include "podb/po_row.h"
 #include "record/findings.h"
 
 namespace SQLite {
@@ -42,7 +42,7 @@ class RunReader {
     bool is_null(std::size_t column) const;
     DirCounts counts(std::size_t first) const;
     // A PO that was saved, in the columns from there on.
-    void po(std::size_t first, platform::PORow& row) const;
+    void po(std::size_t first, database::PORow& row) const;
 
    private:
     std::vector<SQLite::Column> m_columns;

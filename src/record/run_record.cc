@@ -10,12 +10,12 @@
 
 #include <boost/filesystem/operations.hpp>
 
-#include "platform/reports.h"
-#include "platform/run_log.h"
-#include "platform/status.h"
-#include "platform/stored_files.h"
+#include "console/run_log.h"
+#include "console/standard_streams.h"
+#include "files/sync.h"
 #include "record/names.h"
 #include "record/record_database.h"
+#include "status/status.h"
 
 namespace fs = boost::filesystem;
 
@@ -88,7 +88,7 @@ void RunRecord::report_failure(const std::string& why) {
   const std::string text =
       "the record of this run, " + m_file + ", could not be written: " + why + what_follows;
   m_failed = true;
-  (void)platform::tell_standard_error("ERROR: " + text + "\n");  // the run log has it as well
+  (void)console::write_standard_error("ERROR: " + text + "\n");  // the run log has it as well
   ErrorA(text);
 }
 
@@ -117,7 +117,7 @@ bool RunRecord::sync_commits(WhenLost when_lost) {
   m_when_lost = when_lost;
   return store([this](RecordDatabase& record) {
     const fs::path dir = fs::path(m_file).parent_path();
-    platform::sync_directories(dir.parent_path().parent_path(), dir);
+    files::sync_directories(dir.parent_path().parent_path(), dir);
     record.sync_commits();
   });
 }

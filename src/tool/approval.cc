@@ -1,12 +1,12 @@
 #include "tool/approval.h"
 
-#include "catalog/dir_filter.h"
+#include "catalog/walk/dir_filter.h"
+#include "console/run_log.h"
 #include "dct/report_error.h"
-#include "platform/one_line.h"
-#include "platform/run_log.h"
-#include "platform/status.h"
 #include "record/run_reader.h"
 #include "record/run_record.h"
+#include "status/status.h"
+#include "text/one_line.h"
 #include "tool/option_table.h"
 
 namespace fs = boost::filesystem;
@@ -67,6 +67,6 @@ std::unique_ptr<const catalog::ApprovedOrphans> read_approval(const StoragePaths
   } catch (const Cr_ErrnoException& error) {
     why = error.GetString();
   }
-  dct::report_error(platform::on_one_line("ERROR: --approved: " + why) + "\n");
+  dct::report_error(util::on_one_line("ERROR: --approved: " + why) + "\n");
   return nullptr;
 }

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "catalog/approved_orphans.h"
+#include "catalog/orphans/approved_orphans.h"
 #include "tool/storage_paths.h"
 
 // Reads what the dry run that --approved names has listed, and notes in the run log and in the record

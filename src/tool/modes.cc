@@ -6,16 +6,16 @@
 
 #include <boost/scoped_ptr.hpp>
 
-#include "catalog/compare_in_one_listing.h"
-#include "catalog/podb/delete_orphan_pos.h"
-#include "catalog/podb/print_orphan_pos.h"
-#include "catalog/scan_client_name_case.h"
-#include "catalog/visit_pos_not_in_tvr_catalog.h"
+#include "catalog/client_name_case/scan_client_name_case.h"
+#include "catalog/orphans/compare_in_one_listing.h"
+#include "catalog/orphans/delete_orphan_pos.h"
+#include "catalog/orphans/print_orphan_pos.h"
+#include "catalog/orphans/visit_pos_not_in_tvr_catalog.h"
+#include "console/run_log.h"
+#include "console/standard_streams.h"
 #include "dct/filesystem.h"
 #include "dct/init_networking.h"
 #include "dct/report_error.h"
-#include "platform/reports.h"
-#include "platform/run_log.h"
 #include "record/run_record.h"
 #include "tool/approval.h"
 #include "tool/catalog_aside.h"
@@ -148,6 +148,6 @@ int consistency_mode(const StoragePaths& storage) {
     });
   }
   if (!done) return k_exit_failure;
-  platform::print("mdfixup finished successfully.\n");
+  console::print("mdfixup finished successfully.\n");
   return k_exit_success;
 }

@@ -3,8 +3,8 @@
 #include <ctime>
 #include <iostream>
 
-#include "catalog/dir_filter.h"
-#include "platform/one_line.h"
+#include "catalog/walk/dir_filter.h"
+#include "text/one_line.h"
 
 std::string progname;
 
@@ -89,8 +89,8 @@ bool within(const OptDescriptor& option, std::int64_t value, std::int64_t most) 
 bool names_directories(const OptDescriptor& option, const std::vector<std::string>& texts) {
   for (const std::string& text : texts) {
     if (catalog::DirFilter::is_name(text)) continue;
-    std::cerr << progname << ": the argument ('" << platform::on_one_line(text)
-              << "') for option '--" << option.long_name << "' is not CLIENT or CLIENT/POLICY\n";
+    std::cerr << progname << ": the argument ('" << util::on_one_line(text) << "') for option '--"
+              << option.long_name << "' is not CLIENT or CLIENT/POLICY\n";
     return false;
   }
   return true;

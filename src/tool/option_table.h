@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/options.h"
+#include "config/options.h"
 
 // The command line, as parse_options leaves it.
 extern std::string progname;

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <optional>
 
+#include "console/run_log.h"
 #include "dct/filesystem.h"
 #include "dct/report_error.h"
-#include "platform/run_log.h"
-#include "platform/spadb.h"
+#include "podb/spadb.h"
 #include "tvr_utils/pending_imports.h"
 
 namespace {

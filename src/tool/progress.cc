@@ -7,12 +7,12 @@
 #include <cstring>
 #include <exception>
 
-#include "catalog/base_traverse_catalog.h"
-#include "platform/reports.h"
-#include "platform/run_log.h"
+#include "catalog/walk/base_traverse_catalog.h"
+#include "console/run_log.h"
+#include "console/standard_streams.h"
+#include "signals/event.h"
+#include "signals/interrupt.h"
 #include "tool/progress_text.h"
-#include "util/bell.h"
-#include "util/interrupt.h"
 
 namespace {
 
@@ -56,7 +56,7 @@ void Progress::run(Ks_Thread<Progress>* thread) {
     // In this order: who asked before the end gets an answer.
     at_end = m_at_end;
     try {
-      if (util::progress_was_asked_for()) platform::tell_standard_error_at_once(text() + "\n");
+      if (util::progress_was_asked_for()) console::try_standard_error(text() + "\n");
       if (!at_end) tell_what_is_due();
     } catch (const std::exception&) {
       // Without memory for a line there may be some for the next one.
@@ -67,7 +67,7 @@ void Progress::run(Ks_Thread<Progress>* thread) {
 }
 
 Progress::Clock::time_point Progress::next_deadline() const {
-  if (!platform::StatusLine::is_in_use()) return m_next_in_run_log;
+  if (!console::StatusLine::is_in_use()) return m_next_in_run_log;
   return std::min(m_next_on_terminal, m_next_in_run_log);
 }
 
@@ -80,7 +80,7 @@ void Progress::tell_what_is_due() {
   }
   if (now >= m_next_on_terminal) {
     m_next_on_terminal = now + m_intervals.on_terminal;
-    if (platform::StatusLine::is_in_use()) m_line.show(text());
+    if (console::StatusLine::is_in_use()) m_line.show(text());
   }
 }
 

@@ -4,9 +4,9 @@
 #include <chrono>
 #include <string>
 
-#include "catalog/dirs_counter.h"
-#include "catalog/ks_thread.h"
-#include "platform/status_line.h"
+#include "catalog/walk/dirs_counter.h"
+#include "catalog/walk/ks_thread.h"
+#include "console/status_line.h"
 
 namespace catalog {
 class BaseTraverseCatalog;
@@ -51,7 +51,7 @@ class Progress {
   const Clock::time_point m_start = Clock::now();
   std::atomic<bool> m_traversal_is_over{false};
   std::atomic<bool> m_at_end{false};
-  platform::StatusLine m_line;
+  console::StatusLine m_line;
 
   // The thread's own.
   Clock::time_point m_next_on_terminal;

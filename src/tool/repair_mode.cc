@@ -3,14 +3,15 @@
 
 #include <boost/filesystem/operations.hpp>
 
-#include "catalog/dirs_iterator.h"
-#include "catalog/repair_client_name_case.h"
+#include "catalog/client_name_case/repair_client_name_case.h"
+#include "catalog/walk/dirs_iterator.h"
+#include "console/run_log.h"
+#include "console/standard_streams.h"
 #include "dct/filesystem.h"
 #include "dct/report_error.h"
-#include "platform/reports.h"
-#include "platform/run_log.h"
-#include "platform/status.h"
 #include "record/run_record.h"
+#include "signals/interrupt.h"
+#include "status/status.h"
 #include "tool/catalog_aside.h"
 #include "tool/exit_status.h"
 #include "tool/modes.h"
@@ -20,7 +21,6 @@
 #include "tool/symbolic_links.h"
 #include "tool/thread_count.h"
 #include "tool/tvr_location.h"
-#include "util/interrupt.h"
 
 namespace fs = boost::filesystem;
 
@@ -119,12 +119,12 @@ int Repair::run() {
   }
   if (!repaired && put_back_if_untouched() && is_interrupted()) return k_exit_failure;
   if (!repaired) {
-    platform::print("Case-sensitivity repair finished with some errors.\n");
+    console::print("Case-sensitivity repair finished with some errors.\n");
     return k_exit_failure;
   }
   move_catalog(m_storage.work_dir, m_storage.catalog);
   StartServices(opt_tvr_location);
-  platform::print("Case-sensitivity repair finished successfully.\n");
+  console::print("Case-sensitivity repair finished successfully.\n");
   return k_exit_success;
 }
 
@@ -138,7 +138,7 @@ bool Repair::prepare() {
   }
   m_links = note_symbolic_links(now);
   if (is_interrupted()) return false;
-  platform::print("Cleaning up symbolic links\n");
+  console::print("Cleaning up symbolic links\n");
   m_task = std::make_unique<catalog::RepairClientNameCase>(m_storage.log_dir, m_storage.work_dir,
                                                            thread_count(), true);
   return true;

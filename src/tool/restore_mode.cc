@@ -2,10 +2,10 @@
 
 #include <memory>
 
-#include "catalog/restore_deletion.h"
-#include "catalog/restore_repair.h"
+#include "catalog/restore/restore_deletion.h"
+#include "catalog/restore/restore_repair.h"
+#include "console/standard_streams.h"
 #include "dct/report_error.h"
-#include "platform/reports.h"
 #include "tool/catalog_aside.h"
 #include "tool/exit_status.h"
 #include "tool/option_table.h"
@@ -55,6 +55,6 @@ int restore_mode(const StoragePaths& storage, const record::Run& run,
     done = then_start_services(opt_tvr_location, [&] { return restore(storage, run, request); });
   }
   if (!done) return k_exit_failure;
-  platform::print(progname + " finished successfully.\n");
+  console::print(progname + " finished successfully.\n");
   return k_exit_success;
 }

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "catalog/base_restore.h"
+#include "catalog/restore/base_restore.h"
 #include "record/findings.h"
 #include "tool/storage_paths.h"
 

@@ -3,20 +3,20 @@
 #include <exception>
 #include <string>
 
+#include "console/run_log.h"
+#include "console/standard_streams.h"
 #include "dct/report_error.h"
-#include "platform/reports.h"
-#include "platform/run_log.h"
-#include "platform/status.h"
 #include "record/run_record.h"
+#include "signals/interrupt.h"
+#include "status/status.h"
 #include "tool/exit_status.h"
-#include "util/interrupt.h"
 
 namespace {
 
 // A run that went well but could not write all its reports has failed. Its record reports for itself.
 int with_reports(int result) {
   if (result != k_exit_success) return result;
-  if (!platform::standard_output_is_whole() || platform::reports_were_lost()) {
+  if (!console::standard_output_is_whole() || console::reports_were_lost()) {
     dct::report_error("The run ended well, but not all that it reports could be written.\n");
     return k_exit_failure;
   }
@@ -51,5 +51,5 @@ int run_to_the_end(const std::function<int()>& work) {
   result = with_reports(result);  // the record may be what could not be written
   InfoA("end: exit status " + std::to_string(result & k_exit_status_bits));
   // That line may be the one that found no place.
-  return result == k_exit_success && platform::reports_were_lost() ? k_exit_failure : result;
+  return result == k_exit_success && console::reports_were_lost() ? k_exit_failure : result;
 }

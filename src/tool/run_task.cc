@@ -7,12 +7,12 @@
 #include <boost/format.hpp>
 #include <boost/scope_exit.hpp>
 
-#include "catalog/base_traverse_catalog.h"
-#include "catalog/findings/findings.h"
-#include "platform/reports.h"
-#include "platform/run_log.h"
+#include "catalog/messages/messages.h"
+#include "catalog/walk/base_traverse_catalog.h"
+#include "console/run_log.h"
+#include "console/standard_streams.h"
+#include "signals/interrupt.h"
 #include "tool/progress.h"
-#include "util/interrupt.h"
 
 namespace {
 
@@ -55,12 +55,12 @@ void log_closing_lines(const catalog::BaseTraverseCatalog& task) {
 // The end of what an operator has watched.
 void show_totals(const catalog::BaseTraverseCatalog& task, Duration time) {
   const std::string findings = task.findings();
-  platform::tell_terminal("Total: " + std::to_string(task.totals().done_dirs()) +
+  console::write_terminal("Total: " + std::to_string(task.totals().done_dirs()) +
                           " policy directories, " + std::to_string(task.totals().failed_dirs()) +
                           " failed" + (findings.empty() ? "" : ", " + findings) + ", " +
                           with_milliseconds(time) + " s" +
                           (util::interrupted() ? "; interrupted" : "") + "\n");
-  for (const std::string& line : task.closing_lines()) platform::tell_terminal(line + "\n");
+  for (const std::string& line : task.closing_lines()) console::write_terminal(line + "\n");
 }
 
 void report_totals(const catalog::BaseTraverseCatalog& task, Duration time) noexcept {

@@ -1,8 +1,8 @@
 #include "tool/services.h"
 
+#include "console/standard_streams.h"
 #include "cr/utils/dedupe_engine_process_control.h"
 #include "dct/report_error.h"
-#include "platform/reports.h"
 #include "tool/option_table.h"
 
 bool StopServices(const boost::filesystem::path& tvr_location) {
@@ -44,6 +44,6 @@ bool then_start_services(const boost::filesystem::path& tvr_location,
 
 void print_start_commands(const boost::filesystem::path& tvr_location) {
   const cr::utils::DedupeEngineProcessControl services(tvr_location);
-  platform::print("Please start Tavrin Deduplication services with the following commands:\n" +
-                  services.get_start_services_string());
+  console::print("Please start Tavrin Deduplication services with the following commands:\n" +
+                 services.get_start_services_string());
 }

@@ -10,20 +10,20 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include "console/run_log.h"
+#include "console/standard_descriptors.h"
 #include "cr/config.h"
 #include "dct/child_environment.h"
 #include "dct/descriptor_limit.h"
 #include "dct/filesystem.h"
 #include "dct/report_error.h"
-#include "platform/run_log.h"
-#include "platform/status.h"
+#include "lock/file_lock.h"
+#include "lock/lock_owner.h"
 #include "record/run_record.h"
+#include "signals/interrupt.h"
+#include "status/status.h"
 #include "tool/exit_status.h"
 #include "tool/option_table.h"
-#include "util/file_lock.h"
-#include "util/interrupt.h"
-#include "util/lock_owner.h"
-#include "util/standard_descriptors.h"
 
 namespace fs = boost::filesystem;
 
@@ -77,7 +77,7 @@ std::string host_name() {
 
 void prepare_process(const char* argv0) {
   util::catch_progress_requests();
-  util::open_standard_descriptors();
+  console::open_standard_descriptors();
   dct::fix_child_environment();
   dct::raise_descriptor_limit();
   progname = GetProgramName(argv0);

@@ -13,14 +13,14 @@
 
 #include <boost/filesystem/operations.hpp>
 
-#include "catalog/dirs_iterator.h"
+#include "catalog/walk/dirs_iterator.h"
+#include "console/run_log.h"
+#include "console/standard_streams.h"
 #include "dct/report_error.h"
 #include "dct/run_in_shell.h"
-#include "platform/reports.h"
-#include "platform/run_log.h"
-#include "platform/status.h"
 #include "record/run_record.h"
-#include "util/interrupt.h"
+#include "signals/interrupt.h"
+#include "status/status.h"
 
 namespace fs = boost::filesystem;
 namespace errc = boost::system::errc;
@@ -155,7 +155,7 @@ SymbolicLinks note_symbolic_links(const fs::path& catalog) {
     }
   }
   (void)record::run_record().commit();
-  if (!links.noted.empty() && platform::reports_were_lost()) {
+  if (!links.noted.empty() && console::reports_were_lost()) {
     throw Cr_ErrnoException(EIO, "the symbolic links could not be noted and were not removed");
   }
   return links;

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <string>
 
+#include "console/run_log.h"
 #include "dct/descriptor_limit.h"
-#include "platform/run_log.h"
 #include "tool/option_table.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #include "tool/usage.h"
 
-#include "platform/reports.h"
+#include "console/standard_streams.h"
 #include "tool/option_table.h"
 
 namespace {
@@ -65,5 +65,5 @@ The default action (if no flags are provided) is to show this help message
 }  // namespace
 
 void Usage() {
-  platform::print("Usage: " + progname + " [OPTION]...\n" + k_usage);
+  console::print("Usage: " + progname + " [OPTION]...\n" + k_usage);
 }

@@ -8,7 +8,7 @@
 #include <list>
 
 #include "dct/get_disk_pool_name.h"
-#include "platform/status.h"
+#include "status/status.h"
 
 namespace tvr_utils {
 

@@ -1,6 +1,6 @@
 #include "tvr_utils/names_in_listing.h"
 
-#include "platform/run_log.h"
+#include "console/run_log.h"
 
 namespace tvr_utils {
 

@@ -2,7 +2,7 @@
 
 #include "dct/popen_read.h"
 #include "dct/shell_word.h"
-#include "platform/status.h"
+#include "status/status.h"
 #include "tvr_utils/tvr_image_parser.h"
 
 namespace fs = boost::filesystem;

@@ -6,11 +6,11 @@
 
 #include <boost/algorithm/string/predicate.hpp>
 
-#include "platform/run_log.h"
-#include "platform/status.h"
+#include "console/run_log.h"
+#include "status/status.h"
+#include "text/split.h"
+#include "text/to_number.h"
 #include "tvr_utils/names_in_listing.h"
-#include "util/split.h"
-#include "util/to_number.h"
 
 namespace details {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "dct/run_in_shell.h"
-#include "platform/status.h"
+#include "status/status.h"
 #include "tests/support/temp_dir.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include "report/escape.h"
 #include "report/timeline.h"
 #include "report/views.h"
-#include "sandbox/planter.h"
+#include "sandbox/generator.h"
 #include "tests/support/scene.h"
 
 // The report on real runs, and on records that no run would leave so.

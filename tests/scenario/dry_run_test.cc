@@ -2,7 +2,7 @@
 
 #include <ctime>
 
-#include "platform/spadb.h"
+#include "podb/spadb.h"
 
 namespace scenario::dry_run {
 

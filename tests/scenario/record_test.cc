@@ -3,7 +3,7 @@
 #include <regex>
 #include <set>
 
-#include "sandbox/planter.h"
+#include "sandbox/generator.h"
 #include "tests/scenario/paused_run.h"
 
 // The record of a run, looked at with another program than the one that reports.

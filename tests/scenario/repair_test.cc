@@ -5,8 +5,8 @@
 
 #include <thread>
 
-#include "catalog/repair_client_name_case.h"
-#include "sandbox/planter.h"
+#include "catalog/client_name_case/repair_client_name_case.h"
+#include "sandbox/generator.h"
 
 namespace scenario::repair {
 

@@ -7,8 +7,8 @@
 
 #include <boost/filesystem/operations.hpp>
 
-#include "catalog/base_traverse_catalog.h"
-#include "platform/run_log.h"
+#include "catalog/walk/base_traverse_catalog.h"
+#include "console/run_log.h"
 #include "tests/support/scene.h"
 #include "tool/progress_text.h"
 

@@ -4,7 +4,7 @@
 
 #include <boost/lexical_cast.hpp>
 
-#include "platform/status.h"
+#include "status/status.h"
 #include "tests/support/temp_dir.h"
 
 namespace {

@@ -8,7 +8,7 @@ BaseVisitPODB::BaseVisitPODB(const boost::filesystem::path& policy_dir, dct::uti
                              record::Directory& directory, SQLitePODB::Access access)
     : m_policy_dir(policy_dir),
       m_location(policy_dir),
-      m_podb(new SQLitePODB(m_location.catalog_root.string(), policy_dir.string(), access)),
+      m_podb(new SQLitePODB(m_location.tree_root.string(), policy_dir.string(), access)),
       m_log(log),
       m_directory(directory) {}
 

@@ -6,7 +6,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include "catalog/podb/policy_location.h"
-#include "platform/sqlite_podb.h"
+#include "podb/sqlite_podb.h"
 #include "record/findings.h"
 
 namespace dct::util {

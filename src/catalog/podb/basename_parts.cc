@@ -4,9 +4,9 @@
 
 #include <boost/algorithm/string/predicate.hpp>
 
-#include "platform/status.h"
-#include "util/split.h"
-#include "util/to_number.h"
+#include "status/status.h"
+#include "text/split.h"
+#include "text/to_number.h"
 
 namespace catalog::podb {
 

@@ -1,7 +1,7 @@
 #include "catalog/podb/basename_time_and_copy.h"
 
 #include "catalog/podb/basename_parts.h"
-#include "util/to_number.h"
+#include "text/to_number.h"
 
 namespace catalog::podb {
 

@@ -3,8 +3,8 @@
 #include <boost/algorithm/string/predicate.hpp>
 
 #include "catalog/podb/basename_parts.h"
-#include "platform/status.h"
-#include "util/to_number.h"
+#include "status/status.h"
+#include "text/to_number.h"
 
 namespace catalog::podb {
 

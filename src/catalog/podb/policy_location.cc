@@ -10,7 +10,7 @@ PolicyLocation::PolicyLocation(const boost::filesystem::path& policy_dir) {
   policy = (--element)->string();
   client = (--element)->string();
   dsid = boost::lexical_cast<long>((--element)->string());
-  for (auto above = policy_dir.begin(); above != element; ++above) catalog_root /= *above;
+  for (auto above = policy_dir.begin(); above != element; ++above) tree_root /= *above;
 }
 
 std::string spellings_lock_name(const PolicyLocation& location) {

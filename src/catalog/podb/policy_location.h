@@ -15,7 +15,7 @@ struct PolicyLocation {
   std::string policy;
   std::string client;
   std::int64_t dsid;
-  boost::filesystem::path catalog_root;
+  boost::filesystem::path tree_root;
 };
 
 // Names a lock: equal for all directories whose POs a repair may move between them, and only for these.

@@ -5,7 +5,7 @@
 
 #include "catalog/podb/basename_time_and_copy.h"
 #include "catalog/podb/po_filename.h"
-#include "platform/status.h"
+#include "status/status.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "platform/status.h"
+#include "status/status.h"
 #include "tests/support/temp_dir.h"
 
 namespace {

@@ -1,0 +1,29 @@
+# mdfixup_room(<folder> SOURCES <file>... [DEPENDS <folder>...])
+#
+# Makes the library of one folder of the project: mdfixup_<folder>, with _ for each /. Its files can
+# include headers of their own folder, of those that it depends on, and of those that these depend on.
+# Any other include fails, since each folder has an include directory with nothing else in it. A
+# folder can depend only on one that was added before, so no two depend on each other.
+function(mdfixup_room folder)
+  cmake_parse_arguments(PARSE_ARGV 1 room "" "" "SOURCES;DEPENDS")
+  string(REPLACE "/" "_" name ${folder})
+  add_library(mdfixup_${name} STATIC ${room_SOURCES})
+  mdfixup_include_folder(mdfixup_${name} PUBLIC ${folder})
+  target_link_libraries(mdfixup_${name} PUBLIC mdfixup_settings PRIVATE mdfixup_warnings)
+  foreach(dependency IN LISTS room_DEPENDS)
+    string(REPLACE "/" "_" dependency ${dependency})
+    if(NOT TARGET mdfixup_${dependency})
+      message(FATAL_ERROR "${folder} depends on ${dependency}, which is not added before it.")
+    endif()
+    target_link_libraries(mdfixup_${name} PUBLIC mdfixup_${dependency})
+  endforeach()
+endfunction()
+
+# Lets a target include the headers of the current source directory as <folder>/x.h.
+function(mdfixup_include_folder target scope folder)
+  set(root "${PROJECT_BINARY_DIR}/include/${target}")
+  get_filename_component(parent "${root}/${folder}" DIRECTORY)
+  file(MAKE_DIRECTORY "${parent}")
+  file(CREATE_LINK "${CMAKE_CURRENT_SOURCE_DIR}" "${root}/${folder}" SYMBOLIC)
+  target_include_directories(${target} ${scope} "${root}")
+endfunction()

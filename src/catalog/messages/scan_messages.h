@@ -1,0 +1,29 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "catalog/messages/messages.h"
+
+namespace catalog {
+
+// What a case scan finds. Only directories with findings are in the record.
+class ScanMessages : public Messages {
+ public:
+  ScanMessages(dct::util::LogFile& log, RunTotals& totals) : Messages(log, totals) {}
+
+  // The directory has POs under another spelling of its client's name.
+  void case_issue(record::Directory& directory);
+
+  // The directory could not be read; it is over.
+  void unreadable(record::Directory& directory, const boost::filesystem::path& policy_dir,
+                  int status, const std::string& reason);
+
+  std::uint64_t dirs_with_issues() const { return m_dirs_with_issues; }
+  std::string text() const;
+
+ private:
+  std::atomic<std::uint64_t> m_dirs_with_issues{0};
+};
+
+}  // namespace catalog

@@ -1,0 +1,103 @@
+#include "catalog/walk/base_traverse_catalog.h"
+
+#include <boost/filesystem/operations.hpp>
+
+#include "catalog/walk/locked_dirs_iterator.h"
+#include "catalog/walk/traverse_catalog_thread_pool.h"
+#include "console/standard_streams.h"
+#include "dct/log_file.h"
+#include "record/run_record.h"
+#include "signals/interrupt.h"
+
+namespace fs = boost::filesystem;
+
+namespace catalog {
+
+BaseTraverseCatalog::BaseTraverseCatalog(const fs::path& log_dir, const fs::path& metadata_dir,
+                                         unsigned num_threads, bool stop_on_error)
+    : m_log_dir(log_dir),
+      m_metadata_dir(metadata_dir),
+      m_num_threads(num_threads),
+      m_stop_on_error(stop_on_error) {}
+
+BaseTraverseCatalog::~BaseTraverseCatalog() = default;
+
+void BaseTraverseCatalog::summarize_impl() {}
+
+bool BaseTraverseCatalog::wants(const fs::path& /*policy_dir*/) const {
+  return true;
+}
+
+std::vector<std::string> BaseTraverseCatalog::closing_lines() const {
+  return {};
+}
+
+std::unique_ptr<DirsSource> BaseTraverseCatalog::open_dirs() const {
+  return std::make_unique<LockedDirsIterator>(m_metadata_dir, m_log.get());
+}
+
+bool BaseTraverseCatalog::traverse() {
+  m_root = WalkRoot(m_metadata_dir);
+  auto next = AfterWalk::another_walk;
+  while (next == AfterWalk::another_walk) {
+    next = walk() ? after_walk() : AfterWalk::failure;
+    m_is_first_walk = false;
+  }
+  m_reached_end = next == AfterWalk::nothing;
+  return m_reached_end && m_totals.failed_dirs() == 0;
+}
+
+bool BaseTraverseCatalog::walk() {
+  const bool ran_to_its_end = m_num_threads < 2 ? walk_on_this_thread() : walk_on_workers();
+  // What an open directory lists may come to its end without a fault when its storage is gone, and a
+  // directory that failed may have failed for that.
+  m_root.require_unchanged();
+  return ran_to_its_end && !util::interrupted();
+}
+
+bool BaseTraverseCatalog::walk_on_this_thread() {
+  const std::unique_ptr<DirsSource> dirs = open_dirs();
+  while (!util::interrupted()) {
+    const std::string path = dirs->get_next_path();
+    if (path.empty()) break;
+    if (visit_and_count(path) != 0 && m_stop_on_error) return false;
+  }
+  return true;
+}
+
+bool BaseTraverseCatalog::walk_on_workers() {
+  TraverseCatalogThreadPool pool(this, m_stop_on_error);
+  pool.Start();
+  pool.Wait();
+  pool.Stop();
+  pool.rethrow_exception();
+  return !pool.failed();
+}
+
+int BaseTraverseCatalog::visit_and_count(const fs::path& policy_dir) {
+  if (!wants(policy_dir)) {
+    m_totals.add_skipped_dir();
+    return k_status_ok;
+  }
+  if (m_is_first_walk) m_totals.add_dir();
+  const int status = visit_dir(policy_dir);
+  m_totals.add_done_dir();
+  return status;
+}
+
+dct::util::LogFile& BaseTraverseCatalog::init_log_file(const fs::path& dir,
+                                                       const std::string& file_name) {
+  fs::create_directories(dir);
+  dct::util::make_LogFile(dir / file_name, m_log);
+  console::print("Log file: " + m_log->path() + "\n");
+  write_to_log("Number of threads:           " + std::to_string(m_num_threads) + "\n" +
+               "Deduplication metadata dir:  " + m_metadata_dir.string() + "\n");
+  record::run_record().note([this](record::Run& run) { run.threads = m_num_threads; });
+  return *m_log;
+}
+
+void BaseTraverseCatalog::write_to_log(const std::string& text) const {
+  m_log->write(text);
+}
+
+}  // namespace catalog

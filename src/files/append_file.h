@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
+namespace files {
+
+// A text file that whole strings are appended to; made with mode 0640 when it does not exist.
+//
+// Threads: append may be called from any thread; strings never interleave.
+// Ownership: owns its descriptor, which children of the process do not inherit.
+// Errors: Cr_ErrnoException, naming the path, when the file cannot be opened or is neither a regular
+//   file nor a character device.
+class AppendFile {
+ public:
+  explicit AppendFile(const std::string& path);
+  ~AppendFile();
+  AppendFile(const AppendFile&) = delete;
+  AppendFile& operator=(const AppendFile&) = delete;
+
+  // Appends `text` whole. On failure the file is as before, errno tells why, and the result is
+  // false.
+  bool append(std::string_view text);
+
+  const std::string& path() const { return m_path; }
+
+ private:
+  const std::string m_path;
+  boost::mutex m_mutex;
+  int m_descriptor BOOST_THREAD_GUARDED_BY(m_mutex);
+};
+
+}  // namespace files

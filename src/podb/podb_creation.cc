@@ -1,0 +1,165 @@
+#include "podb/podb_creation.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "files/sync.h"
+#include "podb/po_schema.h"
+#include "podb/sqlite_connection.h"
+#include "status/status.h"
+
+namespace fs = boost::filesystem;
+
+namespace database {
+
+namespace {
+
+constexpr const char* k_journal_suffix = "-journal";
+constexpr mode_t k_all_permissions = 07777;
+constexpr mode_t k_file_permissions = 0666;
+
+// A link that leads nowhere is there: its database is out of reach, which is not the same as empty.
+bool is_there(const fs::path& path) {
+  struct stat info {};
+  return ::lstat(path.c_str(), &info) == 0 || (errno != ENOENT && errno != ENOTDIR);
+}
+
+[[noreturn]] void fail(int error, const std::string& what, const std::string& path) {
+  throw Cr_ErrnoException(error, what + path, std::strerror(error));
+}
+
+std::string temporary_name(const fs::path& file) {
+  return file.string() + ".new";
+}
+
+std::vector<std::string> temporary_files(const fs::path& file) {
+  const std::string temporary = temporary_name(file);
+  return {temporary, temporary + k_journal_suffix};
+}
+
+void clear_temporary(const fs::path& file) {
+  for (const std::string& name : temporary_files(file)) {
+    if (::unlink(name.c_str()) != 0 && errno != ENOENT) fail(errno, "could not remove ", name);
+  }
+}
+
+const std::string& empty_database(const std::string& file) {
+  try {
+    return empty_po_database();
+  } catch (const SQLite::Exception& error) {
+    throw Cr_ErrnoException(database_status(error), "could not create the database " + file,
+                            error.what());
+  }
+}
+
+// Gives what was made the owner and the permissions of the directory around it, so that whoever uses
+// the one can use the other.
+void take_after(const std::string& directory, const std::string& made, mode_t permissions) {
+  struct stat around {};
+  struct stat own {};
+  if (::stat(directory.c_str(), &around) != 0) fail(errno, "could not look at ", directory);
+  if (::stat(made.c_str(), &own) != 0) fail(errno, "could not look at ", made);
+  const bool has_owner = own.st_uid == around.st_uid && own.st_gid == around.st_gid;
+  // Only a privileged user can give a file away; another one's is his own anyway.
+  if (!has_owner && ::chown(made.c_str(), around.st_uid, around.st_gid) != 0 && errno != EPERM) {
+    fail(errno, "could not set the owner of ", made);
+  }
+  const mode_t wanted = around.st_mode & permissions;
+  // A change of the owner may clear some.
+  const bool has_permissions = has_owner && (own.st_mode & k_all_permissions) == wanted;
+  if (!has_permissions && ::chmod(made.c_str(), wanted) != 0) {
+    fail(errno, "could not set the permissions of ", made);
+  }
+}
+
+}  // namespace
+
+fs::path podb_file(const fs::path& policy_dir) {
+  return policy_dir / "po.db";
+}
+
+PODBCreation::PODBCreation(const fs::path& tree_root, const fs::path& policy_dir)
+    : m_catalog_root(tree_root), m_file(podb_file(policy_dir)) {
+  constexpr int k_attempts = 100;
+  try {
+    const bool has_database = is_there(m_file);
+    const bool names_are_stored = has_database && !is_there(temporary_name(m_file));
+    if (names_are_stored) return;
+    const int error = make_directory(policy_dir, k_attempts);
+    if (error != 0) fail(error, "could not create the directory ", policy_dir.string());
+    if (!has_database) make_database();
+    // Whoever made them: a run that died may have made some and not come to this.
+    files::sync_directories(tree_root, policy_dir);
+    clear_temporary(m_file);  // last: as long as it is there, the names may not be stored
+  } catch (...) {
+    undo();
+    throw;
+  }
+}
+
+// A directory found a moment ago may be gone when one is made in it, by the undo of another worker
+// who had made it; it is made again then.
+int PODBCreation::make_directory(const fs::path& dir, int attempts) {
+  constexpr mode_t k_all_but_umask = 0777;
+  boost::system::error_code ignored;
+  if (dir == m_catalog_root) return fs::is_directory(dir, ignored) ? 0 : ENOENT;
+  if (::mkdir(dir.c_str(), k_all_but_umask) == 0) {
+    m_made_directories.push_back(dir.string());
+    take_after(dir.parent_path().string(), dir.string(), k_all_permissions);
+    return 0;
+  }
+  const int mkdir_error = errno;
+  if (mkdir_error == EEXIST) return fs::is_directory(dir, ignored) ? 0 : ENOTDIR;
+  if (mkdir_error != ENOENT || attempts == 0) return mkdir_error;
+  const int error = make_directory(dir.parent_path(), attempts - 1);
+  return error != 0 ? error : make_directory(dir, attempts - 1);
+}
+
+void PODBCreation::make_database() {
+  const std::string file = m_file.string();
+  for (const char* suffix : {k_journal_suffix, "-wal"}) {
+    if (!is_there(file + suffix)) continue;
+    // It would be taken for the new database's.
+    throw Cr_ErrnoException(k_status_db_unfinished, "could not create the database " + file +
+                                                        "; its journal is there without it");
+  }
+  const std::string temporary = temporary_name(m_file);
+  if (is_there(temporary)) clear_temporary(m_file);
+  const int error = files::create_synced_file(temporary, empty_database(temporary));
+  if (error != 0) fail(error, "could not create the database ", temporary);
+  take_after(m_file.parent_path().string(), temporary, k_file_permissions);
+  // link, not rename: rename would replace a database that somebody else has just made and filled.
+  if (::link(temporary.c_str(), file.c_str()) == 0) {
+    m_made_database = true;
+  } else if (errno != EEXIST) {
+    fail(errno, "could not create the database ", file);
+  }
+}
+
+std::vector<std::string> PODBCreation::made() const {
+  std::vector<std::string> made = m_made_directories;
+  if (m_made_database) made.push_back(m_file.string());
+  return made;
+}
+
+void PODBCreation::undo() {
+  if (m_made_database) (void)::unlink(m_file.c_str());
+  m_made_database = false;
+  if (!is_there(m_file)) {
+    for (const std::string& file : temporary_files(m_file)) (void)::unlink(file.c_str());
+  }
+  for (; !m_made_directories.empty(); m_made_directories.pop_back()) {
+    // Fails where somebody has put something; that is theirs.
+    (void)::rmdir(m_made_directories.back().c_str());
+  }
+}
+
+}  // namespace database

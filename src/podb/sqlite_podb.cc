@@ -1,0 +1,250 @@
+#include "podb/sqlite_podb.h"
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include "podb/po.h"
+#include "podb/po_schema.h"
+#include "podb/podb_creation.h"
+#include "podb/sqlite_connection.h"
+#include "podb/statement_in_use.h"
+#include "podb/statement_rows.h"
+
+namespace fs = boost::filesystem;
+
+namespace {
+
+using database::bytes_of;
+using database::PORow;
+using database::StatementInUse;
+using database::step_through;
+using database::text_of;
+using database::Value;
+
+constexpr const char* k_insert_new = "INSERT OR IGNORE INTO po VALUES (?, ?, ?, ?, ?)";
+
+}  // namespace
+
+// Turns what SQLite reports into a status.
+template <class Operation>
+cr_status_t SQLitePODB::guarded(Operation operation) {
+  try {
+    return operation();
+  } catch (const SQLite::Exception& error) {
+    return database::database_status(error);
+  }
+}
+
+// The database lies in the policy directory alone; the root serves libraries that keep more there.
+SQLitePODB::SQLitePODB(const std::string& /*tree_root*/, const std::string& policy_dir,
+                       Access access)
+    : m_access(access) {
+  const std::string file = database::podb_file(policy_dir).string();
+  const int flags = access == Access::read_only ? SQLite::OPEN_READONLY : SQLite::OPEN_READWRITE;
+  m_database = database::open_database_if_there(file, flags);
+}
+
+SQLitePODB::SQLitePODB(const fs::path& tree_root, const fs::path& policy_dir)
+    : m_access(Access::read_write),
+      m_stores_commits_at_once(true),
+      m_creation(std::make_unique<database::PODBCreation>(tree_root, policy_dir)) {
+  try {
+    m_database =
+        database::open_database(database::podb_file(policy_dir).string(), SQLite::OPEN_READWRITE);
+  } catch (...) {
+    m_creation->undo();  // nothing can be in it yet
+    throw;
+  }
+}
+
+SQLitePODB::~SQLitePODB() {
+  if (m_creation == nullptr || !m_creation->made_database()) return;
+  try {
+    // The lock taken to look is held until the file is gone: nobody stores anything in between.
+    if (holds_nothing()) m_creation->undo();
+  } catch (const std::exception&) {
+    return;  // what cannot be looked into stays
+  }
+}
+
+bool SQLitePODB::holds_nothing() {
+  if (do_rollback_transaction() != k_status_ok) return false;
+  m_database->exec("BEGIN EXCLUSIVE");
+  return m_database->execAndGet("SELECT count(*) FROM po").getInt64() == 0;
+}
+
+// The operation of a checked database.
+template <class Operation>
+cr_status_t SQLitePODB::checked(Operation operation) {
+  return guarded([&] {
+    const cr_status_t status = check();
+    return status == k_status_ok ? operation() : status;
+  });
+}
+
+cr_status_t SQLitePODB::get(const std::string& basename, PO& po) {
+  return checked([&] {
+    StatementInUse statement(*m_database, m_get,
+                             "SELECT poid, size, mtime, record FROM po WHERE basename = ?");
+    statement->bindNoCopy(1, basename);
+    if (!statement->executeStep()) return k_status_db_no_such_po;
+    const SQLite::Column poid = statement->getColumn(0);
+    const SQLite::Column size = statement->getColumn(1);
+    const SQLite::Column mtime = statement->getColumn(2);
+    const SQLite::Column record = statement->getColumn(3);
+    if (!poid.isText() || !size.isInteger() || !mtime.isInteger() || !record.isBlob()) {
+      return k_status_malformed;
+    }
+    POData& data = po.data();
+    data.basename = basename;
+    data.poid = text_of(poid);
+    data.size = size.getInt64();
+    data.mtime = mtime.getInt64();
+    data.record = bytes_of(record);
+    return k_status_ok;
+  });
+}
+
+cr_status_t SQLitePODB::put(const PO* po) {
+  return put(*po, m_put, "INSERT OR REPLACE INTO po VALUES (?, ?, ?, ?, ?)");
+}
+
+cr_status_t SQLitePODB::put_new(const PO* po) {
+  return put(*po, m_put_new, k_insert_new);
+}
+
+cr_status_t SQLitePODB::put(const PO& po, std::unique_ptr<SQLite::Statement>& insert,
+                            const char* sql) {
+  return checked([&] {
+    const POData& data = po.data();
+    StatementInUse statement(*m_database, insert, sql);
+    statement->bindNoCopy(1, data.basename);
+    statement->bindNoCopy(2, data.poid);
+    statement->bind(3, data.size);
+    statement->bind(4, data.mtime);
+    statement->bindNoCopy(5, data.record.data(), static_cast<int>(data.record.size()));
+    return statement->exec() == 0 ? k_status_handled : k_status_ok;
+  });
+}
+
+cr_status_t SQLitePODB::put_new_row(const PORow& row) {
+  return checked([&] {
+    StatementInUse statement(*m_database, m_put_new, k_insert_new);
+    database::bind_row(*statement, 1, row);
+    return statement->exec() == 0 ? k_status_handled : k_status_ok;
+  });
+}
+
+cr_status_t SQLitePODB::get_row(std::int64_t number, PORow& row) {
+  return get_row(m_get_numbered, "SELECT * FROM po WHERE rowid = ?", number, row);
+}
+
+cr_status_t SQLitePODB::get_row(const Value& basename, PORow& row) {
+  return get_row(m_get_row, "SELECT * FROM po WHERE basename = ?", basename, row);
+}
+
+cr_status_t SQLitePODB::get_row(std::unique_ptr<SQLite::Statement>& get, const char* sql,
+                                const Value& key, PORow& row) {
+  return checked([&] {
+    StatementInUse statement(*m_database, get, sql);
+    database::bind_value(*statement, 1, key);
+    if (!statement->executeStep()) return k_status_db_no_such_po;
+    database::read_row(*statement, 0, row);
+    return k_status_ok;
+  });
+}
+
+cr_status_t SQLitePODB::remove(const std::string& basename) {
+  return remove_row(Value(basename));
+}
+
+cr_status_t SQLitePODB::remove_row(std::int64_t number) {
+  return remove_row(m_remove_numbered, "DELETE FROM po WHERE rowid = ?", number);
+}
+
+cr_status_t SQLitePODB::remove_row(const Value& basename) {
+  return remove_row(m_remove, "DELETE FROM po WHERE basename = ?", basename);
+}
+
+cr_status_t SQLitePODB::remove_row(std::unique_ptr<SQLite::Statement>& remove, const char* sql,
+                                   const Value& key) {
+  return checked([&] {
+    StatementInUse statement(*m_database, remove, sql);
+    database::bind_value(*statement, 1, key);
+    return statement->exec() == 0 ? k_status_db_no_such_po : k_status_ok;
+  });
+}
+
+cr_status_t SQLitePODB::do_begin_transaction() {
+  const cr_status_t status = guarded([&] {
+    if (!m_database) return k_status_db_read_only;
+    const cr_status_t form = database::check_file_form(*m_database);
+    if (form != k_status_ok) return form;
+    // A PO that was moved here is gone from where it was an instant later.
+    if (m_stores_commits_at_once) database::store_commits_at_once(*m_database);
+    m_database->exec(m_access == Access::read_only ? "BEGIN" : "BEGIN IMMEDIATE");
+    m_checked = false;  // another process may have been at it since
+    return check();
+  });
+  // What failed inside the transaction is what the caller wants to know.
+  if (status != k_status_ok) (void)do_rollback_transaction();
+  return status;
+}
+
+cr_status_t SQLitePODB::do_commit_transaction() {
+  return guarded([&] {
+    if (!m_database) return k_status_db_read_only;
+    m_database->exec("COMMIT");
+    m_creation.reset();  // what was created is to stay
+    return k_status_ok;
+  });
+}
+
+cr_status_t SQLitePODB::do_rollback_transaction() {
+  return guarded([&] {
+    // SQLite rolls back on its own after some errors, a full disk for one.
+    if (m_database && database::in_transaction(*m_database)) m_database->exec("ROLLBACK");
+    return k_status_ok;
+  });
+}
+
+cr_status_t SQLitePODB::exec_sql(const std::string& sql, const BasenameVisitor* rows) {
+  return guarded([&] {
+    if (!m_database) return k_status_db_read_only;
+    cr_status_t status = database::check_file_form(*m_database);
+    if (status == k_status_ok) status = check();
+    if (status != k_status_ok) return status;
+    database::require_one_statement(*m_database, sql);
+    SQLite::Statement statement(*m_database, sql);
+    step_through(statement, rows);
+    return k_status_ok;
+  });
+}
+
+std::vector<std::string> SQLitePODB::made() const {
+  return m_creation ? m_creation->made() : std::vector<std::string>();
+}
+
+cr_status_t SQLitePODB::in_one_lock_cycle(const std::function<void()>& listing) {
+  return guarded([&] {
+    if (!m_database) return k_status_ok;
+    cr_status_t status = database::check_file_form(*m_database);
+    if (status != k_status_ok) return status;
+    const database::POVersion version(*m_database);
+    status = check(version);
+    if (status != k_status_ok) return status;
+    listing();
+    return k_status_ok;
+  });
+}
+
+cr_status_t SQLitePODB::check() {
+  if (!m_database) return k_status_db_read_only;
+  return m_checked ? k_status_ok : check(database::POVersion(*m_database));
+}
+
+cr_status_t SQLitePODB::check(const database::POVersion& version) {
+  if (m_checked) return k_status_ok;
+  const cr_status_t status = database::check_po_schema(*m_database, version);
+  m_checked = status == k_status_ok;
+  return status;
+}

@@ -1,0 +1,59 @@
+#include "console/status_line.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <tuple>
+
+#include "console/standard_streams.h"
+#include "tests/support/terminal.h"
+
+namespace {
+
+using console::StatusLine;
+
+void show_two() {
+  StatusLine line;
+  line.show("0123456789");
+  line.show("012");
+}
+
+void show_where_nothing_can_be_erased() {
+  for (const char* name : {"dumb", "", static_cast<const char*>(nullptr)}) {
+    name == nullptr ? ::unsetenv("TERM") : ::setenv("TERM", name, 1);
+    StatusLine().show("text");
+    console::print("printed\n");
+  }
+}
+
+void show_on_stopped_terminal() {
+  {
+    StatusLine line;
+    line.show("text");
+    ::tcflow(STDERR_FILENO, TCOOFF);
+    line.show("not taken");
+    if (line.erase()) ::_exit(1);
+  }
+  ::tcflow(STDERR_FILENO, TCOON);
+  console::print("printed\n");
+}
+
+TEST(StatusLine, LeavesNothingBehindAndNeverWaits) {
+  if (!support::terminals_are_there()) GTEST_SKIP() << "no pseudo terminals";
+  // What is done, the terminal's columns (0 when it does not say), and what is written there.
+  const std::tuple<void (*)(), unsigned short, std::string> rows[] = {
+      {show_two, 8, "\r0123...\033[K\r012\033[K\r\033[K"},
+      {show_two, 0, "\r0123456789\033[K\r012\033[K\r\033[K"},
+      {show_where_nothing_can_be_erased, 0, "printed\r\nprinted\r\nprinted\r\n"},
+      {show_on_stopped_terminal, 0, "\rtext\033[K\r\033[Kprinted\r\n"},
+  };
+  for (const auto& [body, columns, written] : rows) {
+    support::OnTerminal process(body, columns);
+    EXPECT_EQ(process.wait(), 0);
+    EXPECT_EQ(process.written(), written);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,149 @@
+#include <sched.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <boost/filesystem/operations.hpp>
+#include <boost/program_options.hpp>
+
+#include "tests/faults/series.h"
+#include "tests/faults/subject.h"
+#include "tests/faults/verdict.h"
+
+namespace fs = boost::filesystem;
+namespace po = boost::program_options;
+
+namespace sandbox::faults {
+
+namespace {
+
+constexpr const char* k_usage =
+    "Usage: mdfixup-faults PROGRAM [OPTION]...\n"
+    "Runs PROGRAM, an mdfixup, on small storages again and again, lets one step of each run fail,\n"
+    "and holds what it leaves behind against what is promised. Exit status 1 when it breaks a\n"
+    "promise, or when no run met the fault. All tasks, faults and moments are tried, one moment "
+    "for\n"
+    "signals, but for those that options choose; forced, with services, for signals alone.\n";
+
+// The tasks or faults of those names; all when none are given.
+// Errors: std::invalid_argument for a name that none has.
+template <class Named>
+std::vector<Named> choose(const std::vector<Named>& all, const std::vector<std::string>& names) {
+  if (names.empty()) return all;
+  std::vector<Named> chosen;
+  for (const std::string& name : names) {
+    const auto found =
+        std::find_if(all.begin(), all.end(), [&](const Named& one) { return one.name == name; });
+    if (found == all.end()) throw std::invalid_argument("there is no task or fault '" + name + "'");
+    chosen.push_back(*found);
+  }
+  return chosen;
+}
+
+// In memory if possible: the calls are the same there, and thousands of runs wait for no disk.
+fs::path place_for_storages() {
+  const char* memory = "/dev/shm";
+  const bool is_chosen = std::getenv("TMPDIR") != nullptr || ::access(memory, W_OK) != 0;
+  return (is_chosen ? fs::temp_directory_path() : memory) /
+         fs::unique_path("mdfixup-faults.%%%%%%");
+}
+
+bool try_task(const Settings& settings, const Task& task, const fs::path& dir) {
+  fs::create_directories(dir);
+  const Subject subject(dir, settings, task);
+  if (task.resumed) stop_half_way(subject);
+  const Baseline baseline = run_undisturbed(subject);
+  bool all_well = true;
+  for (const Fault& fault : choose(all_faults(), settings.faults)) {
+    // Where services are not asked for, they are of interest to signals alone.
+    if (task.services && settings.tasks.empty() && fault.intent != Intent::interrupt) continue;
+    all_well = run_series(subject, baseline, fault) && all_well;
+  }
+  return all_well;
+}
+
+bool try_tasks(const Settings& settings, const fs::path& dir, bool with_services) {
+  bool all_well = true;
+  for (const Task& task : choose(all_tasks(), settings.tasks)) {
+    if (task.services && !with_services) {
+      std::cout << task.name << ": left out, for /var/run cannot be set apart\n";
+      all_well = all_well && settings.tasks.empty();
+    } else {
+      all_well = try_task(settings, task, dir / task.name) && all_well;
+    }
+  }
+  return all_well;
+}
+
+// Gives this process and what it starts a /var/run of their own, so that services are simulated
+// beside any other run, and real ones are neither seen nor touched. Only a privileged user can; false
+// for another one.
+bool isolate_pid_files() {
+  return ::unshare(CLONE_NEWNS) == 0 &&
+         ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+         ::mount("none", "/var/run", "tmpfs", 0, nullptr) == 0;
+}
+
+po::options_description describe(Settings& settings) {
+  po::options_description options("Options");
+  auto add = options.add_options();
+  add("program", po::value(&settings.program), "the same as the first word");
+  add("fault", po::value(&settings.faults),
+      "kill, EIO, ENOSPC, EIO+, ENOSPC+ (from then on), signal");
+  add("task", po::value(&settings.tasks),
+      "scan, dry_run, deletion, one_listing, repair, resumed, forced, undeletion, unrepair");
+  add("undo", po::value(&settings.undo),
+      "the program that undoes runs; else that of the same build");
+  add("points", po::value(&settings.points), "that many moments of each run, drawn at random");
+  add("calls", po::value(&settings.calls), "system calls; else all that matter to the fault");
+  add("at", po::value(&settings.at), "one moment alone, as pwrite64:7");
+  add("seed", po::value(&settings.seed), "seed of what is drawn");
+  add("scale", po::value(&settings.scale), "multiplies the directories");
+  add("threads", po::value(&settings.threads), "threads of the program");
+  add("help", "show this help");
+  return options;
+}
+
+bool run(int argc, char** argv, const fs::path& dir) {
+  Settings settings;
+  const po::options_description options = describe(settings);
+  po::positional_options_description words;
+  words.add("program", 1);
+  po::variables_map given;
+  po::store(po::command_line_parser(argc, argv).options(options).positional(words).run(), given);
+  po::notify(given);
+  if (given.count("help") != 0 || settings.program.empty()) {
+    std::cout << k_usage << options;
+    return given.count("help") != 0;
+  }
+  if (settings.undo.empty()) {
+    settings.undo = (fs::path(settings.program).parent_path() / "../undo/mdfixup-undo")
+                        .lexically_normal()
+                        .string();
+  }
+  return try_tasks(settings, dir, isolate_pid_files());
+}
+
+}  // namespace
+
+}  // namespace sandbox::faults
+
+int main(int argc, char** argv) {
+  const fs::path dir = sandbox::faults::place_for_storages();
+  bool all_well = false;
+  try {
+    all_well = sandbox::faults::run(argc, argv, dir);
+  } catch (const std::exception& error) {
+    std::cerr << std::string("mdfixup-faults: ") + error.what() + "\n";
+  }
+  boost::system::error_code ignored;
+  fs::remove_all(dir, ignored);
+  return all_well ? 0 : 1;
+}

@@ -1,0 +1,206 @@
+#include "tests/faults/series.h"
+
+#include <signal.h>
+
+#include <algorithm>
+#include <chrono>
+#include <functional>
+#include <iostream>
+#include <iterator>
+#include <map>
+#include <random>
+#include <sstream>
+#include <stdexcept>
+#include <thread>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "sandbox/text_file.h"
+
+namespace sandbox::faults {
+
+namespace {
+
+using std::to_string;
+using std::chrono::microseconds;
+using std::chrono::steady_clock;
+
+// Whatever changes a file, a directory or a database.
+const std::string k_changing_calls =
+    "write,pwrite64,fsync,fdatasync,rename,unlink,truncate,ftruncate,mkdir,rmdir,link,symlink,"
+    "chmod,"
+    "chown";
+// Whatever else may fail, pipes and children among it. Not close: an injected failure leaves the
+// descriptor open, which the real one does not.
+const std::string k_other_calls =
+    ",openat,read,pread64,lseek,getdents64,pipe2,vfork,clone,clone3,wait4";
+// Locks. SQLite waits ten seconds for the record's where they fail from then on.
+const std::string k_locking_calls = ",fcntl";
+
+// A moment of a run: before the n-th call, counted from 1, of a system call.
+struct Point {
+  std::string call;
+  unsigned long n = 1;
+};
+
+// The words in front of a program that let strace note the calls that are named, with commas. Of a
+// program with threads each thread and each child is traced, and counts for itself.
+std::vector<std::string> strace(const Subject& subject, const std::string& calls) {
+  const std::string trace = subject.trace_file().string();
+  const bool all = subject.settings().threads > 1;
+  return {"strace", all ? "-fqq" : "-qq", "-o", trace, "-e", "trace=" + calls};
+}
+
+// Every point at which a run made one of these calls, and one more for each of them. Lines of a trace
+// are "call(…" or, with all threads, "pid call(…"; a call that another thread's interrupts goes on in
+// a later line that is not counted.
+std::vector<Point> points_of(const Subject& subject, const std::string& calls) {
+  subject.restore();
+  const Ended ended = subject.run(strace(subject, calls));
+  if (ended.exit_status != 0) {
+    throw std::runtime_error("strace cannot trace the program: " + ended.err);
+  }
+  std::map<std::string, unsigned> made;  // by call, with the thread
+  std::map<std::string, unsigned> most;  // by call
+  std::istringstream lines(read_text(subject.trace_file()));
+  for (std::string line; std::getline(lines, line);) {
+    const std::string head = line.substr(0, line.find('('));
+    if (head.size() == line.size() || head.find('<') != std::string::npos) continue;
+    unsigned& count = most[head.substr(head.find_last_of(' ') + 1)];
+    count = std::max(count, ++made[head]);
+  }
+  std::vector<Point> points;
+  for (const auto& [call, count] : most) {
+    for (unsigned n = 1; n <= count + 1; ++n) points.push_back({call, n});
+  }
+  return points;
+}
+
+// Restores the subject and runs it with the fault at that point, which each thread and child meets.
+Ended run_with(const Subject& subject, const Point& point, const Fault& fault) {
+  std::vector<std::string> words = strace(subject, point.call);
+  words.insert(words.end(), {"-e", "inject=" + point.call + ":" + fault.what + ":when=" +
+                                       to_string(point.n) + (fault.from_then_on ? "+" : "")});
+  subject.restore();
+  return subject.run(words);
+}
+
+struct Series {
+  const Subject& m_subject;
+  const Baseline& m_undisturbed;
+  const Fault& m_fault;
+  const Settings& m_settings = m_subject.settings();
+  const std::string m_name = m_subject.task().name + " --fault " + m_fault.name;
+  // Other moments for each task and fault.
+  std::mt19937 m_random{static_cast<unsigned>(std::hash<std::string>()(m_name)) + m_settings.seed};
+  unsigned m_runs = 0;
+  unsigned m_struck = 0;
+  unsigned m_failures = 0;
+
+  bool run() {
+    const bool is_signal = m_fault.intent == Intent::interrupt;
+    if (is_signal) {
+      send_signals();
+    } else {
+      for (const Point& point : draw_points()) inject_at(point);
+    }
+    std::cout << m_subject.task().name << " " << m_fault.name << ": " << m_runs << " runs, "
+              << m_struck << " struck, " << m_failures << " failures" << std::endl;
+    const bool met = m_struck != 0 || is_signal;
+    if (!met) std::cout << "No run met the fault.\n";
+    return m_failures == 0 && met;
+  }
+
+  std::vector<Point> draw_points() {
+    const std::string& at = m_settings.at;
+    if (!at.empty()) return {{at.substr(0, at.find(':')), std::stoul(at.substr(at.find(':') + 1))}};
+    std::string calls = m_settings.calls;
+    if (calls.empty()) {
+      calls = k_changing_calls + (m_fault.intent == Intent::kill ? "" : k_other_calls) +
+              (m_fault.intent == Intent::kill || m_fault.from_then_on ? "" : k_locking_calls);
+    }
+    std::vector<Point> points = points_of(m_subject, calls);
+    if (m_settings.points != 0 && m_settings.points < points.size()) {
+      std::shuffle(points.begin(), points.end(), m_random);
+      points.resize(m_settings.points);
+    }
+    return points;
+  }
+
+  void inject_at(const Point& point) {
+    const Ended ended = run_with(m_subject, point, m_fault);
+    const std::string trace = read_text(m_subject.trace_file());
+    if (ended.signal == SIGKILL || trace.find("(INJECTED)") != std::string::npos) ++m_struck;
+    Disturbance disturbance;
+    disturbance.intent = m_fault.intent;
+    disturbance.mutes = point.call == "write" && m_fault.from_then_on;
+    disturbance.keeps_lock =
+        point.call == "unlink" || (point.call == "fcntl" && m_fault.from_then_on);
+    judge(ended, disturbance, " --at " + point.call + ":" + to_string(point.n));
+  }
+
+  // To the program alone or, as a terminal does, to the commands that it runs as well.
+  void send_signals() {
+    m_subject.restore();
+    const auto start = steady_clock::now();
+    (void)m_subject.run({});
+    const auto whole = std::chrono::duration_cast<microseconds>(steady_clock::now() - start);
+    std::uniform_int_distribution<std::int64_t> any_time(0, whole.count());
+    constexpr int k_signals[] = {SIGINT, SIGTERM, SIGHUP};
+    for (unsigned i = 0; i < std::max(m_settings.points, 1U); ++i) {
+      Disturbance disturbance;
+      disturbance.intent = m_fault.intent;
+      disturbance.signal = k_signals[m_random() % std::size(k_signals)];
+      const bool to_all = m_random() % 2 == 0;
+      const microseconds delay(any_time(m_random));
+      m_subject.restore();
+      const auto child = m_subject.start({});
+      std::this_thread::sleep_for(delay);
+      to_all ? child->send_to_group(disturbance.signal) : child->send(disturbance.signal);
+      const Ended ended = child->wait(k_longest_run_seconds);
+      if (ended.exit_status != 0 || !ended.err.empty()) ++m_struck;
+      judge(ended, disturbance,
+            ", signal " + to_string(disturbance.signal) + (to_all ? " to all" : "") + " after " +
+                to_string(delay.count()) + " us");
+    }
+  }
+
+  void judge(const Ended& ended, const Disturbance& disturbance, const std::string& moment) {
+    ++m_runs;
+    const std::string wrong = faults::judge(m_subject, m_undisturbed, ended, disturbance);
+    if (wrong.empty()) return;
+    ++m_failures;
+    std::cout << "--task " << m_name << moment << " --threads " << m_settings.threads << " --scale "
+              << m_settings.scale << ": exit status " << ended.exit_status << "\n"
+              << wrong << "  standard error: " << ended.err.substr(0, ended.err.find('\n'))
+              << std::endl;
+  }
+};
+
+}  // namespace
+
+const std::vector<Fault>& all_faults() {
+  static const std::vector<Fault> faults{
+      {"kill", Intent::kill, "signal=KILL", false},
+      {"EIO", Intent::fail, "error=EIO", false},
+      {"EIO+", Intent::fail, "error=EIO", true},
+      {"ENOSPC", Intent::fail, "error=ENOSPC", false},
+      {"ENOSPC+", Intent::fail, "error=ENOSPC", true},
+      {"signal", Intent::interrupt, "", false},
+  };
+  return faults;
+}
+
+void stop_half_way(const Subject& subject) {
+  const std::vector<Point> points = points_of(subject, "pwrite64");
+  (void)run_with(subject, points.at(points.size() / 2), all_faults().front());
+  if (!subject.is_locked()) throw std::runtime_error("the repair could not be killed half-way");
+  subject.remove_lock();
+  subject.keep();
+}
+
+bool run_series(const Subject& subject, const Baseline& baseline, const Fault& fault) {
+  return Series{subject, baseline, fault}.run();
+}
+
+}  // namespace sandbox::faults

@@ -1,0 +1,279 @@
+#include "tests/faults/subject.h"
+
+#include <signal.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <map>
+#include <sstream>
+
+#include <boost/algorithm/string/predicate.hpp>
+#include <boost/filesystem/operations.hpp>
+
+#include "record/run_reader.h"
+#include "report/report.h"
+#include "report/views.h"
+#include "sandbox/generator.h"
+#include "sandbox/list_pos.h"
+#include "sandbox/text_file.h"
+#include "status/status.h"
+
+namespace fs = boost::filesystem;
+
+namespace sandbox::faults {
+
+using boost::algorithm::starts_with;
+
+namespace {
+
+void add_lines(const std::string& text, Lines& lines) {
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) {
+    // A full stop stands behind the line end of a collision's warning.
+    line.erase(0, line.find_first_not_of('.'));
+    const bool names_log = starts_with(line, "Log file: ") || starts_with(line, "Missing images f");
+    if (!names_log) lines.insert(line);
+  }
+}
+
+void copy_storage(const fs::path& from, const fs::path& to) {
+  fs::remove_all(to);
+  const Ended ended = sandbox::run({"cp", "-a", from.string(), to.string()});
+  if (ended.exit_status != 0) throw Cr_ErrnoException(EIO, "could not copy a storage", ended.err);
+}
+
+// Fills a storage with something to do for each of them: POs out of place, directories with POs of
+// each other, a name that stands in two directories with different contents, orphans, missing
+// images, and a symbolic link. `scale` multiplies the directories.
+void plant_for_all_tasks(const StorageBuilder& storage, unsigned scale) {
+  Plan plan;
+  plan.clients = scale;
+  plan.images = 8;
+  plan.pairs = scale;
+  plan.miscased_share = 0.2;
+  plan.orphan_share = 0.3;
+  (void)plant(storage, plan);
+  constexpr std::size_t k_record_bytes = 16;
+  std::uint64_t seed = 0;
+  // Two of the three names collide.
+  for (const std::string client : {"both", "Both"}) {
+    PolicyDirWriter dir(storage.policy_dir(client, "policy"), k_record_bytes, ++seed);
+    for (const std::string image : {"1600000000", "1600000001"}) {
+      dir.put("Both_" + image + "_C1_F1.img");
+    }
+    if (client == "both") dir.put("Both_1600000002_C1_F1.img");
+    dir.finish();
+  }
+  fs::create_symlink("both", storage.policy_dir("BOTH", "policy").parent_path());
+}
+
+}  // namespace
+
+const std::vector<Task>& all_tasks() {
+  const std::string consistency = "--FORCE_DEDUPE_METADATA_CONSISTENCY";
+  const std::string repair = "--repair_client_name_case";
+  constexpr int k_failed_scan = 255;
+  static const std::vector<Task> tasks{
+      {"scan", {"--scan_client_name_case"}, Effect::none, k_failed_scan},
+      {"dry_run", {consistency, "--dry_run"}, Effect::none},
+      {"deletion", {consistency}, Effect::deletes},
+      {"one_listing", {consistency, "--one_listing"}, Effect::deletes},
+      {"repair", {repair}, Effect::moves},
+      {"resumed", {repair}, Effect::moves, 1, true},
+      {"forced", {repair, "--force"}, Effect::moves, 1, false, true},
+      {"undeletion", {}, Effect::restores, 1, false, false, {consistency}},
+      {"unrepair", {}, Effect::restores, 1, false, false, {repair}},
+  };
+  return tasks;
+}
+
+Subject::Subject(const fs::path& dir, const Settings& settings, const Task& task)
+    : m_dir(dir),
+      m_settings(settings),
+      m_task(task),
+      m_storage(dir / "storage"),
+      m_environment{{"KSREGISTRY", m_storage.registry_file().string()}} {
+  plant_for_all_tasks(m_storage, settings.scale);
+  m_original = state();
+  if (!m_task.undone.empty()) make_undone_run();
+  keep();
+}
+
+// Its record lies beside the storage, so that the storage has those of other runs alone.
+void Subject::make_undone_run() {
+  std::vector<std::string> words{m_settings.program, "--tvr_location",
+                                 m_storage.product().string()};
+  words.insert(words.end(), m_task.undone.begin(), m_task.undone.end());
+  const Ended ended = sandbox::run(words, m_environment);
+  if (ended.exit_status != 0) throw Cr_ErrnoException(EIO, "could not run the task", ended.err);
+  fs::rename(record_files().at(0), undone_record());
+}
+
+void Subject::keep() const {
+  for (const auto& log : fs::directory_iterator(m_storage.log_dir())) fs::remove_all(log);
+  copy_storage(m_storage.root(), m_dir / "beginning");
+}
+
+Subject::~Subject() {
+  try {
+    call_services("-terminate", "stop");
+  } catch (const std::exception&) {
+    return;  // what could not be stopped sleeps
+  }
+}
+
+void Subject::call_services(const char* monitor_argument, const char* engine_argument) const {
+  if (!m_task.services) return;
+  const std::string product = m_storage.product().string();
+  (void)sandbox::run({product + "/tavrin/bin/tvsvcwatch", monitor_argument}, m_environment);
+  (void)sandbox::run({product + "/ksde/ksconfigure/ksde", engine_argument}, m_environment);
+}
+
+int Subject::services() const {
+  int running = 0;
+  for (const fs::path& file :
+       {fs::path("/var/run/poolmgrd.pid"), fs::path("/var/run/segstored.pid"),
+        m_storage.product() / "run" / "tvsvcwatch.pid"}) {
+    const std::string pid = read_text(file);
+    if (!pid.empty() && ::kill(std::stoi(pid), 0) == 0) ++running;
+  }
+  return running;
+}
+
+void Subject::restore() const {
+  call_services("-terminate", "stop");
+  copy_storage(m_dir / "beginning", m_storage.root());
+  call_services("", "start");
+  if (m_task.services && services() != k_all_services)
+    throw Cr_ErrnoException(EPERM, "the services cannot be started");
+}
+
+std::unique_ptr<Child> Subject::start(const std::vector<std::string>& prefix) const {
+  std::vector<std::string> words = prefix;
+  if (m_task.undone.empty()) {
+    words.push_back(m_settings.program);
+  } else {
+    words.insert(words.end(), {m_settings.undo, "restore", undone_record().string()});
+  }
+  words.insert(words.end(), {"--tvr_location", m_storage.product().string(), "--num_threads",
+                             std::to_string(m_settings.threads)});
+  words.insert(words.end(), m_task.arguments.begin(), m_task.arguments.end());
+  Child::Environment environment = m_environment;
+  // Leaks cannot be looked for in a process that is traced.
+  if (!prefix.empty()) environment["ASAN_OPTIONS"] = "detect_leaks=0";
+  return std::make_unique<Child>(words, environment);
+}
+
+fs::path Subject::catalog() const {
+  const fs::path catalog = m_storage.root() / "catalog";
+  const fs::path aside = m_storage.root() / "zelp-database-caseconv";
+  if (fs::exists(catalog) == fs::exists(aside)) {
+    throw Cr_ErrnoException(EEXIST, "the catalog is there twice, or not at all");
+  }
+  return fs::exists(catalog) ? catalog : aside;
+}
+
+State Subject::state() const {
+  State state;
+  for (const auto& entry : fs::recursive_directory_iterator(m_storage.root())) {
+    const std::string file = entry.path().string().substr(m_storage.root().size() + 1);
+    const bool is_other = starts_with(file, "quorv/") || starts_with(file, "log/");
+    if (!is_other && file != "mdfixup.lock") state.files.insert(file);
+  }
+  // In a copy: what a run left half done is for the next run to find.
+  const fs::path look = m_dir / "look";
+  copy_storage(catalog(), look);
+  check_databases(look);
+  for (const std::string& po : list_pos(look)) state.pos.insert(po);
+  return state;
+}
+
+Reports Subject::reports(const Ended& ended) const {
+  Reports reports;
+  add_lines(ended.out, reports.out);
+  add_lines(ended.err, reports.err);
+  for (const auto& entry : fs::recursive_directory_iterator(m_storage.log_dir())) {
+    if (!fs::is_regular_file(entry.path()) || entry.path().parent_path() == runs_dir()) continue;
+    const bool is_run_log = entry.path().filename() == "mdfixup.log";
+    add_lines(read_text(entry.path()), is_run_log ? reports.run_log : reports.task_logs);
+  }
+  return reports;
+}
+
+fs::path Subject::runs_dir() const {
+  return m_storage.log_dir() / "mdfixup" / "runs";
+}
+
+fs::path Subject::undone_record() const {
+  return m_dir / "undone.db";
+}
+
+// The oldest first.
+std::vector<fs::path> Subject::record_files() const {
+  std::map<std::int64_t, fs::path> files;
+  if (!fs::exists(runs_dir())) return {};
+  for (const auto& entry : fs::directory_iterator(runs_dir())) {
+    if (entry.path().extension() != ".db") continue;
+    const record::Run run = record::RunReader(entry.path().string()).run();
+    files[run.start_nanoseconds] = entry.path();
+  }
+  std::vector<fs::path> sorted(files.size());
+  std::transform(files.begin(), files.end(), sorted.begin(),
+                 [](const auto& each) { return each.second; });
+  return sorted;
+}
+
+std::vector<record::Run> Subject::records() const {
+  std::vector<record::Run> runs;
+  for (const fs::path& file : record_files()) {
+    runs.push_back(record::RunReader(file.string()).run());
+  }
+  return runs;
+}
+
+Lines Subject::saved_pos() const {
+  Lines pos;
+  for (const fs::path& file : record_files()) {
+    record::RunReader(file.string())
+        .rows(std::string("SELECT ") + k_listed_columns + " FROM saved",
+              [&](const record::RunReader::Row& row) { pos.insert(row.text(0)); });
+  }
+  return pos;
+}
+
+std::string Subject::undo_runs() const {
+  std::string told;
+  std::vector<fs::path> files = record_files();
+  std::reverse(files.begin(), files.end());
+  for (const fs::path& file : files) {
+    record::RunReader reader(file.string());
+    if (reader.count("saved") + reader.count("moved") + reader.count("link") == 0) continue;
+    const Ended ended = sandbox::run(
+        {m_settings.undo, "restore", file.string(), "--tvr_location", m_storage.product().string()},
+        m_environment);
+    if (ended.exit_status != 0) told += ended.err;
+  }
+  return told;
+}
+
+std::string Subject::report() const {
+  report::Request request;
+  request.words = {m_storage.log_dir().string()};
+  const report::Report report = report::make_report(request);
+  for (const report::Fault& fault : report.faults) {
+    throw Cr_ErrnoException(EIO, fault.path, fault.text);
+  }
+  std::ostringstream text;
+  report::write_text(report, text);
+  return text.str();
+}
+
+bool Subject::is_locked() const {
+  return fs::exists(m_storage.root() / "mdfixup.lock");
+}
+
+void Subject::remove_lock() const {
+  fs::remove(m_storage.root() / "mdfixup.lock");
+}
+
+}  // namespace sandbox::faults

@@ -1,0 +1,113 @@
+#include "podb/sqlite_podb.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include <boost/filesystem/operations.hpp>
+#include <boost/range/algorithm_ext/erase.hpp>
+
+#include "podb/po.h"
+#include "sandbox/storage_builder.h"
+#include "tests/support/scene.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+
+using Names = std::vector<std::string>;
+
+class SQLitePODBTest : public testing::Test {
+ protected:
+  cr_status_t list(Names& names) const {
+    names.clear();
+    SQLitePODB database("/", m_policy.string());
+    return database.get_basenames([&](std::string_view name) { names.emplace_back(name); });
+  }
+
+  void create(const Names& names) const {
+    sandbox::PolicyDirWriter dir(m_policy, 3, 1);
+    for (const std::string& name : names) dir.put(name);
+    dir.finish();
+  }
+
+  support::TempDir m_dir;
+  const fs::path m_policy = m_dir.path() / "2" / "hosta" / "p";
+  const fs::path m_file = m_policy / "po.db";
+};
+
+TEST_F(SQLitePODBTest, ListsInByteOrderWhatDoesNotBeginSo) {
+  const Names sorted{"",       "A", "a",    "aa",       "ab",       "abc",
+                     "ab\xff", "b", "\xff", "\xff\xff", "\xff\xff_"};
+  create(Names(sorted.rbegin(), sorted.rend()));
+  Names all;
+  ASSERT_EQ(list(all), 0);
+  EXPECT_EQ(all, sorted);
+  support::sqlite(m_file, "INSERT INTO po VALUES (x'00', 'i', 1, 1, x''), (x'61', 'i', 1, 1, x'')");
+  ASSERT_EQ(list(all), 0);
+  SQLitePODB database("/", m_policy.string());
+  for (const std::string prefix :
+       {"A", "a", "ab", "ab\xff", "abcd", "0", "z", "\xff", "\xff\xff"}) {
+    const auto begins_so = [&](const std::string& name) { return name.rfind(prefix, 0) == 0; };
+    Names listed;
+    const auto take = [&](std::string_view name) { listed.emplace_back(name); };
+    EXPECT_EQ(database.get_basenames_without(prefix, take), 0);
+    // A name that is no text may be handed out whatever it begins with.
+    EXPECT_LE(std::count_if(listed.begin(), listed.end(), begins_so), 1) << prefix;
+    boost::range::remove_erase_if(listed, begins_so);
+    Names expected = all;
+    boost::range::remove_erase_if(expected, begins_so);
+    EXPECT_EQ(listed, expected) << prefix;
+  }
+}
+
+TEST_F(SQLitePODBTest, RunsExactlyOneStatement) {
+  create({"a"});
+  SQLitePODB database("/", m_policy.string(), SQLitePODB::Access::read_write);
+  const std::string remove = "DELETE FROM po WHERE basename = 'a'";
+  Names names;
+  EXPECT_NE(database.get_basenames(names, "1; " + remove), 0);
+  for (const std::string& more : {std::string("; x"), std::string(";--"), std::string("\0", 1)})
+    EXPECT_NE(database.exec_sql(remove + more, nullptr), 0) << more;
+  EXPECT_EQ(database.get_basenames(names, "1"), 0);
+  EXPECT_EQ(names, Names{"a"}) << "nothing ran before";
+  EXPECT_EQ(database.exec_sql(remove + ";\n", nullptr), 0);
+  EXPECT_EQ(database.get_basenames(names, "1"), 0);
+  EXPECT_EQ(names, Names());
+}
+
+TEST_F(SQLitePODBTest, WhatIsCreatedGoesUnlessSomethingWasStored) {
+  const fs::path client = m_policy.parent_path();
+  fs::create_directories(client);
+  SQLitePODB(m_dir.path(), m_policy).do_begin_transaction();
+  EXPECT_TRUE(fs::is_empty(client));
+  {
+    const SQLitePODB database(m_dir.path(), m_policy);
+    support::sqlite(m_file, "INSERT INTO po VALUES ('of another process', '', 0, 0, x'')");
+  }
+  EXPECT_TRUE(fs::exists(m_file));
+}
+
+TEST_F(SQLitePODBTest, WhatACreationThatDiedLeftIsClearedJournalsAreKeptAndNoStorageIsMade) {
+  for (const char* left : {".new", ".new-journal"})
+    support::write_text(m_file.string() + left, "half a database");
+  create({"a"});
+  EXPECT_EQ(std::distance(fs::directory_iterator(m_policy), fs::directory_iterator()), 1);
+  // What a writer that died leaves beside its database: nobody holds a lock, and it is not empty.
+  const std::string journal = m_file.string() + "-journal";
+  support::write_text(journal, "the pages as they were");
+  Names names;
+  EXPECT_EQ(list(names), k_status_db_unfinished);
+  fs::remove(m_file);
+  EXPECT_THROW(create({"b"}), Cr_ErrnoException) << "a journal without its database";
+  EXPECT_FALSE(fs::exists(m_file));
+  EXPECT_EQ(support::read_text(journal), "the pages as they were");
+  const fs::path gone = m_dir.path() / "gone";
+  EXPECT_THROW(SQLitePODB(gone, gone / "2" / "hosta" / "p"), Cr_ErrnoException);
+  EXPECT_FALSE(fs::exists(gone));
+}
+
+}  // namespace
