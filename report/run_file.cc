@@ -9,6 +9,7 @@
 #include <boost/filesystem/operations.hpp>
 
 #include "cr/config.h"
+#include "files/storage_layout.h"
 #include "record/names.h"
 #include "report/wording.h"
 
@@ -59,7 +60,7 @@ RunFile read(const std::string& file) {
 std::string runs_dir(const fs::path& dir) {
   boost::system::error_code error;
   fs::path runs = dir;
-  for (const char* below : {"runs", "mdfixup/runs"}) {
+  for (const char* below : {"runs", layout::k_records}) {
     if (fs::is_directory(dir / below, error)) runs = dir / below;
   }
   const fs::path path = fs::canonical(runs, error);

@@ -11,6 +11,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include "files/storage_layout.h"
 #include "files/sync.h"
 #include "podb/po_schema.h"
 #include "podb/sqlite_connection.h"
@@ -83,7 +84,7 @@ void take_after(const std::string& directory, const std::string& made, mode_t pe
 }  // namespace
 
 fs::path podb_file(const fs::path& policy_dir) {
-  return policy_dir / "po.db";
+  return policy_dir / layout::k_po_database;
 }
 
 PODBCreation::PODBCreation(const fs::path& tree_root, const fs::path& policy_dir)

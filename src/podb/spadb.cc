@@ -4,6 +4,7 @@
 
 #include <boost/algorithm/string/replace.hpp>
 
+#include "files/storage_layout.h"
 #include "podb/sqlite_connection.h"
 
 namespace SpaDB {
@@ -15,7 +16,7 @@ std::string quoted(const std::string& name) {
 }
 
 std::string database_file(const std::string& storage_root) {
-  return storage_root + "/spa.db";
+  return storage_root + "/" + layout::k_spa_database;
 }
 
 }  // namespace

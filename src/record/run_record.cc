@@ -12,6 +12,7 @@
 
 #include "console/run_log.h"
 #include "console/standard_streams.h"
+#include "files/storage_layout.h"
 #include "files/sync.h"
 #include "record/names.h"
 #include "record/record_database.h"
@@ -46,7 +47,7 @@ RunRecord& run_record() {
 
 void RunRecord::begin(const boost::filesystem::path& log_dir, const Run& run) {
   constexpr std::int64_t k_second_nanoseconds = 1000000000;
-  const fs::path dir = log_dir / "mdfixup" / "runs";
+  const fs::path dir = log_dir / layout::k_records;
   std::string fault;
   {
     const boost::lock_guard<boost::mutex> guard(m_mutex);

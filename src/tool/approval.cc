@@ -3,6 +3,7 @@
 #include "catalog/walk/dir_filter.h"
 #include "console/run_log.h"
 #include "dct/report_error.h"
+#include "files/storage_layout.h"
 #include "record/run_reader.h"
 #include "record/run_record.h"
 #include "status/status.h"
@@ -16,7 +17,7 @@ namespace {
 // An id is made of two numbers; whatever else is given is a path.
 fs::path record_file(const StoragePaths& storage, const std::string& run) {
   if (run.find_first_not_of("0123456789-") != std::string::npos) return run;
-  return storage.log_dir / "mdfixup" / "runs" / (run + ".db");
+  return storage.log_dir / layout::k_records / (run + ".db");
 }
 
 std::string other(const std::string& what, const std::string& its, const std::string& ours) {

@@ -9,6 +9,7 @@
 #include "console/standard_streams.h"
 #include "dct/filesystem.h"
 #include "dct/report_error.h"
+#include "files/storage_layout.h"
 #include "record/run_record.h"
 #include "signals/interrupt.h"
 #include "status/status.h"
@@ -53,7 +54,7 @@ bool is_a_directory_of_its_own(const std::string& what, const fs::path& path) {
 }
 
 bool directories_can_be_renamed(const StoragePaths& storage) {
-  if (!is_a_directory_of_its_own("catalog", storage.catalog) ||
+  if (!is_a_directory_of_its_own(layout::k_metadata_tree, storage.catalog) ||
       !is_a_directory_of_its_own("working", storage.work_dir)) {
     return false;
   }

@@ -17,6 +17,7 @@
 #include "dct/descriptor_limit.h"
 #include "dct/filesystem.h"
 #include "dct/report_error.h"
+#include "files/storage_layout.h"
 #include "lock/file_lock.h"
 #include "lock/lock_owner.h"
 #include "record/run_record.h"
@@ -59,7 +60,7 @@ std::string as_one_word(const std::string& argument) {
 }
 
 void set_up_run_log(const fs::path& log_dir, int argc, char** argv) {
-  const fs::path file = log_dir / "mdfixup" / "mdfixup.log";
+  const fs::path file = log_dir / layout::k_run_log;
   fs::create_directories(file.parent_path());
   dctLogSetA(file.c_str(), progname.c_str());
   std::string arguments;
@@ -87,10 +88,10 @@ int run_on_storage(int argc, char** argv, const std::function<int(const StorageP
   const auto config = cr::Config::init_from_ksregistry(cr::registry_file(), cr::k_registry_key);
   StoragePaths storage;
   config.get(cr::k_storage_section, cr::k_root_dir_entry, storage.root);
-  const auto lock = take_lock(storage.root / "mdfixup.lock");
+  const auto lock = take_lock(storage.root / layout::k_lock_file);
   if (!lock) return k_exit_failure;
-  storage.catalog = storage.root / "catalog";
-  storage.work_dir = storage.root / "zelp-database-caseconv";
+  storage.catalog = storage.root / layout::k_metadata_tree;
+  storage.work_dir = storage.root / layout::k_work_dir;
   storage.log_dir = cr::get_log_dir(config);
   if (storage.log_dir.empty()) return k_exit_failure;
   set_up_run_log(storage.log_dir, argc, argv);

@@ -8,12 +8,13 @@
 
 #include "catalog/podb/basename_parts.h"
 #include "dct/filesystem.h"
+#include "files/storage_layout.h"
 #include "status/status.h"
 #include "tvr_utils/tvr_image_iterator.h"
 
 namespace catalog::podb {
 
-const std::string BaseCompareWithTVR::relative_log_dir = "metadata_consistency";
+const std::string BaseCompareWithTVR::relative_log_dir = layout::k_consistency_logs;
 
 unsigned long listing_hours_ago(std::int64_t catalog_backup_time) {
   constexpr std::int64_t k_two_days_seconds = 172800;

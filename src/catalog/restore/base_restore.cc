@@ -3,6 +3,7 @@
 #include <ctime>
 
 #include "dct/filesystem.h"
+#include "files/storage_layout.h"
 #include "podb/podb_creation.h"
 #include "signals/interrupt.h"
 
@@ -17,7 +18,7 @@ BaseRestore::BaseRestore(const fs::path& log_dir, const fs::path& catalog_dir, u
       m_readers(request.record) {
   const RecordReaders::Lent reader(m_readers);
   m_dirs = std::make_unique<RecordedDirs>(*reader, condition, request.wanted, catalog_dir);
-  init_log_file(log_dir / "metadata_restore",
+  init_log_file(log_dir / layout::k_restore_logs,
                 "Restore_" + std::to_string(std::time(nullptr)) + ".log");
   write_to_log("Record of the run:           " + request.record + "\n");
   m_messages = std::make_unique<RestoreMessages>(log(), totals_to_add_to(), !request.dry_run);

@@ -10,6 +10,7 @@
 
 #include "catalog/podb/policy_location.h"
 #include "catalog/restore/move_back_podb.h"
+#include "files/storage_layout.h"
 #include "files/sync.h"
 #include "podb/podb_removal.h"
 #include "record/run_reader.h"
@@ -137,7 +138,7 @@ void RestoreRepair::take_away(const fs::path& made) {
       is_gone = ::rmdir(made.c_str()) == 0;
       const bool is_in_use = errno == ENOTEMPTY || errno == EEXIST;
       if (!is_gone && !is_in_use) restore_findings().not_taken_away(made, std::strerror(errno));
-    } else if (fs::is_regular_file(status) && made.filename() == "po.db") {
+    } else if (fs::is_regular_file(status) && made.filename() == layout::k_po_database) {
       is_gone = database::remove_podb_without_pos(made.parent_path());
     }
   } catch (const Cr_ErrnoException& fault) {
