@@ -45,7 +45,7 @@ def default_dir():
 def shares(task, size):
     """The shares of the copies that are out of place, orphans and missing.
 
-    A dry run and a deletion come behind a repair, a restore behind the deletion of all. Few are
+    A dry run and a deletion come after a repair, a restore after the deletion of all. Few are
     found in a large directory, since the limit's deletion reads all of it for each. What is missing
     makes up for the two POs of a copy.
     """
