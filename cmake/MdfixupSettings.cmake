@@ -5,6 +5,7 @@ option(MDFIXUP_TESTS "Build the tests" ON)
 option(MDFIXUP_FUZZ "Build the fuzz targets, with clang" OFF)
 set(MDFIXUP_SANITIZE "" CACHE STRING "Sanitizers, as for -fsanitize=")
 option(MDFIXUP_COVERAGE "Count which lines run" OFF)
+option(MDFIXUP_PRECOMPILE "Compile what most files include only once" OFF)
 
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 # Assertions stay in every build: a run that breaks one must not go on to change metadata.
@@ -13,6 +14,8 @@ set(CMAKE_CXX_FLAGS_RELEASE "-O2 -g1")
 add_library(mdfixup_settings INTERFACE)
 target_compile_features(mdfixup_settings INTERFACE cxx_std_17)
 target_compile_definitions(mdfixup_settings INTERFACE BOOST_THREAD_ENABLE_THREAD_SAFETY_ANALYSIS)
+target_link_libraries(mdfixup_settings INTERFACE Boost::filesystem Boost::system Boost::thread
+                                                 Threads::Threads)
 if(MDFIXUP_SANITIZE)
   target_compile_options(mdfixup_settings INTERFACE -fsanitize=${MDFIXUP_SANITIZE}
                                                     -fno-omit-frame-pointer

@@ -3,10 +3,10 @@
 # run. Exit 1 when one of these failed, 2 when the settings cannot be used.
 set -eu
 
-# Empty where the package is installed; that root where it was unpacked below another one.
-root=${0%/usr/libexec/mdfixup/*}
-mdfixup=$root/usr/sbin/mdfixup
-settings=$root/etc/default/mdfixup
+# Empty, or the directory that stands for / if all was installed below another one.
+root=${0%@CMAKE_INSTALL_FULL_LIBEXECDIR@/mdfixup/*}
+mdfixup=$root@CMAKE_INSTALL_FULL_SBINDIR@/mdfixup
+settings=$root@CMAKE_INSTALL_FULL_SYSCONFDIR@/default/mdfixup
 
 # The settings are read, not executed, and each value stays one word: no line of that file can give an
 # option of its own and make a repair or a deletion of this. What is not understood is refused, since
