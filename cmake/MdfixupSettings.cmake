@@ -14,8 +14,6 @@ set(CMAKE_CXX_FLAGS_RELEASE "-O2 -g1")
 add_library(mdfixup_settings INTERFACE)
 target_compile_features(mdfixup_settings INTERFACE cxx_std_17)
 target_compile_definitions(mdfixup_settings INTERFACE BOOST_THREAD_ENABLE_THREAD_SAFETY_ANALYSIS)
-target_link_libraries(mdfixup_settings INTERFACE Boost::filesystem Boost::system Boost::thread
-                                                 Threads::Threads)
 if(MDFIXUP_SANITIZE)
   target_compile_options(mdfixup_settings INTERFACE -fsanitize=${MDFIXUP_SANITIZE}
                                                     -fno-omit-frame-pointer
