@@ -1,3 +1,9 @@
+# What nearly every folder uses of Boost.
+add_library(mdfixup_boost INTERFACE)
+target_link_libraries(mdfixup_boost
+  INTERFACE Boost::filesystem Boost::system Boost::thread Threads::Threads
+)
+
 # mdfixup_room(<folder> SOURCES <file>... [DEPENDS <folder>...])
 #
 # Makes the library of one folder of the project: mdfixup_<folder>, with _ for each /. Its files can
@@ -9,7 +15,8 @@ function(mdfixup_room folder)
   string(REPLACE "/" "_" name ${folder})
   add_library(mdfixup_${name} STATIC ${room_SOURCES})
   mdfixup_include_folder(mdfixup_${name} PUBLIC ${folder})
-  target_link_libraries(mdfixup_${name} PUBLIC mdfixup_settings PRIVATE mdfixup_warnings)
+  target_link_libraries(mdfixup_${name} PUBLIC mdfixup_settings mdfixup_boost PRIVATE mdfixup_warnings)
+  mdfixup_precompile(mdfixup_${name})
   foreach(dependency IN LISTS room_DEPENDS)
     string(REPLACE "/" "_" dependency ${dependency})
     if(NOT TARGET mdfixup_${dependency})
@@ -26,4 +33,22 @@ function(mdfixup_include_folder target scope folder)
   file(MAKE_DIRECTORY "${parent}")
   file(CREATE_LINK "${CMAKE_CURRENT_SOURCE_DIR}" "${root}/${folder}" SYMBOLIC)
   target_include_directories(${target} ${scope} "${root}")
+endfunction()
+
+# Lets a target use the headers that are compiled once for all, if the build has them.
+function(mdfixup_precompile target)
+  if(NOT MDFIXUP_PRECOMPILE)
+    return()
+  endif()
+  if(NOT TARGET mdfixup_precompiled)
+    file(WRITE "${PROJECT_BINARY_DIR}/precompiled.cc" "")
+    add_library(mdfixup_precompiled STATIC "${PROJECT_BINARY_DIR}/precompiled.cc")
+    target_link_libraries(mdfixup_precompiled PRIVATE mdfixup_settings mdfixup_boost mdfixup_warnings)
+    target_precompile_headers(mdfixup_precompiled PRIVATE
+      <algorithm> <functional> <map> <memory> <string> <string_view> <vector>
+      <boost/algorithm/string.hpp> <boost/filesystem.hpp> <boost/thread/lock_guard.hpp>
+      <boost/thread/mutex.hpp>
+    )
+  endif()
+  target_precompile_headers(${target} REUSE_FROM mdfixup_precompiled)
 endfunction()

@@ -5,6 +5,7 @@ option(MDFIXUP_TESTS "Build the tests" ON)
 option(MDFIXUP_FUZZ "Build the fuzz targets, with clang" OFF)
 set(MDFIXUP_SANITIZE "" CACHE STRING "Sanitizers, as for -fsanitize=")
 option(MDFIXUP_COVERAGE "Count which lines run" OFF)
+option(MDFIXUP_PRECOMPILE "Compile what most files include only once" OFF)
 
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 # Assertions stay in every build: a run that breaks one must not go on to change metadata.

@@ -3,10 +3,10 @@
 # Exits with 1 if a step fails, and with 2 if the settings are invalid.
 set -eu
 
-# Empty if the package is installed; otherwise the root that it was unpacked below.
-root=${0%/usr/libexec/mdfixup/*}
-mdfixup=$root/usr/sbin/mdfixup
-settings=$root/etc/default/mdfixup
+# Empty, or the directory below which everything is installed in place of /.
+root=${0%@CMAKE_INSTALL_FULL_LIBEXECDIR@/mdfixup/*}
+mdfixup=$root@CMAKE_INSTALL_FULL_SBINDIR@/mdfixup
+settings=$root@CMAKE_INSTALL_FULL_SYSCONFDIR@/default/mdfixup
 
 # The settings are read, not executed, and each value stays one word: no line can add an option that
 # turns the check into a repair or a deletion. An unknown line is an error, because with a misspelled or

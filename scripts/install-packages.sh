@@ -6,12 +6,11 @@ set -eu
 build="g++ cmake ninja-build
   libboost-filesystem1.74-dev libboost-system1.74-dev libboost-thread1.74-dev
   libboost-program-options1.74-dev
-  libsqlite3-dev libsqlitecpp-dev libspdlog-dev nlohmann-json3-dev libgtest-dev
-  libbenchmark-dev sqlite3 strace"
+  libsqlite3-dev libsqlitecpp-dev libspdlog-dev nlohmann-json3-dev libgtest-dev sqlite3 strace"
 package="$build binutils dpkg-dev file gzip lintian systemd"
-check="$package clang libclang-rt-dev clang-format clang-tidy git universal-ctags shellcheck mandoc
+check="$package libbenchmark-dev clang libclang-rt-dev clang-format clang-tidy git universal-ctags shellcheck mandoc
   time valgrind python3 chromium chromium-driver"
-bench="$build python3"
+bench="$build libbenchmark-dev python3"
 
 case ${1-} in
   build) wanted=$build ;;

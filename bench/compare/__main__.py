@@ -49,7 +49,24 @@ def usual_sizes(task):
     return [size for size in JOBS[task] if size not in ONLY_WHEN_NAMED]
 
 
-def compare(task_name, name, rounds, work):
+def default_table():
+    """Outside the tree: a table that is not finished changes no document."""
+    return pathlib.Path(tempfile.gettempdir()) / "mdfixup-bench/table.md"
+
+
+class Table:
+    """The rows on standard output, as they are measured, and in a file."""
+
+    def __init__(self, path):
+        path.parent.mkdir(parents=True, exist_ok=True)
+        self._file = path.open("w")
+
+    def add(self, text):
+        for out in (sys.stdout, self._file):
+            print(text, file=out, flush=True)
+
+
+def compare(task_name, name, rounds, work, rows):
     size, milliseconds, contenders = JOBS[task_name][name]
     storage = storages.Storage(BUILD, work, task_name, size, milliseconds)
     task = tasks.Task(task_name, BUILD, BENCH, storage)
@@ -61,7 +78,7 @@ def compare(task_name, name, rounds, work):
     runs.Rounds(BUILD, storage, task).run(series, rounds)
     storage.remove()
     for one in series:
-        print(table.row(task_name, name, one, series), flush=True)
+        rows.add(table.row(task_name, name, one, series))
 
 
 def parse(words):
@@ -69,9 +86,11 @@ def parse(words):
     parser = argparse.ArgumentParser(prog="scripts/bench", description=__doc__)
     parser.add_argument("job", nargs="?", choices=sorted(JOBS), help="one task alone")
     parser.add_argument("size", nargs="?", choices=sizes, help="one size alone")
-    parser.add_argument("--rounds", type=int, default=5, help="rounds, 5 unless told")
+    parser.add_argument("--rounds", type=int, default=5, help="rounds, by default 5")
     parser.add_argument("--dir", default=storages.default_dir(),
-                        help="where the storages are made; in memory unless told")
+                        help="directory for the storages, by default in memory")
+    parser.add_argument("--table", type=pathlib.Path, default=default_table(),
+                        help="file for the table, by default %(default)s")
     given = parser.parse_args(words)
     if given.size and given.size not in JOBS[given.job]:
         parser.error(f"there is no size {given.size} of {given.job}")
@@ -80,11 +99,13 @@ def parse(words):
 
 def main(words):
     given = parse(words)
-    print(table.HEADER)
+    rows = Table(given.table)
+    rows.add(table.HEADER)
     for task in [given.job] if given.job else JOBS:
         for size in [given.size] if given.size else usual_sizes(task):
             with tempfile.TemporaryDirectory(dir=given.dir) as work:
-                compare(task, size, given.rounds, work)
+                compare(task, size, given.rounds, work, rows)
+    print(f"The table is in {given.table}.")
 
 
 try:

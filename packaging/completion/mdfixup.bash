@@ -1,9 +1,9 @@
 # shellcheck shell=bash
-# Completes mdfixup, mdfixup-undo, mdfixup-sandbox and mdfixup-report in bash. Uses nothing of the bash-completion
-# package, so it can simply be sourced as well.
+# Completes mdfixup, mdfixup-undo, mdfixup-sandbox and mdfixup-report in bash. It does not need the
+# package bash-completion, and can be sourced.
 
-# Leaves the value of the option being completed to readline, which knows how to quote a name and what
-# "~" stands for. False when no value is being completed. "=" is a word of its own in most shells.
+# Leaves the value of an option to readline, which quotes names and expands "~". False if the current
+# word is no value. "=" is a word of its own in most shells.
 _mdfixup_value() { # WORD_BEFORE VALUE_OPTION...
   local option=$1
   [[ $option != = ]] || option=${COMP_WORDS[COMP_CWORD - 2]}
@@ -15,8 +15,8 @@ _mdfixup_value() { # WORD_BEFORE VALUE_OPTION...
   esac
 }
 
-# Offers the words that begin like the one being completed and that the line does not hold yet, unless
-# they may be repeated, in this order: the first is what a key press too many inserts.
+# Offers the words that begin like the current one, in this order, because an accidental key press
+# inserts the first. Words that the line has already are left out, unless they can be repeated.
 _mdfixup_offer() { # CURRENT WORD...
   local current=$1 word IFS=' '
   local others=" ${COMP_WORDS[*]::COMP_CWORD} ${COMP_WORDS[*]:COMP_CWORD + 1} "
@@ -40,13 +40,13 @@ _mdfixup() { # COMMAND CURRENT WORD_BEFORE, as for all completions
   COMPREPLY=()
   _mdfixup_value "$3" --num_threads --tvr_location --tvr_disk_pool --catalog_backup_time \
     --max_orphan_share --only --except --approved && return
-  # The word itself: behind a ":" in a value there is nothing to be completed.
+  # The word itself, not $2: after a ":" in a value there is nothing to complete.
   case ${COMP_WORDS[COMP_CWORD]} in '' | -*) ;; *) return ;; esac
-  # The other words of the line tell the task. Before there is one, what changes nothing comes first.
-  # The deletion comes neither first nor last, and behind another option that begins like it, so that
-  # no key pressed once too often writes it.
+  # The other words of the line show the task. If there is none, what changes nothing comes first. The
+  # deletion is neither first nor last, and comes after another option that begins like it, so that
+  # an accidental key press does not write it.
   case " ${COMP_WORDS[*]:1:COMP_CWORD-1} ${COMP_WORDS[*]:COMP_CWORD + 1} " in
-    *' --help '* | *' -h '*) return ;;
+    *' --help '* | *' -h '* | *' --version '*) return ;;
     *' --scan_client_name_case '*) offered=$common ;;
     *' --repair_client_name_case '*) offered="$common $repair" ;;
     *' --force '*) offered="--repair_client_name_case $common $repair" ;;
@@ -58,7 +58,7 @@ _mdfixup() { # COMMAND CURRENT WORD_BEFORE, as for all completions
       ;;
     *)
       offered="--scan_client_name_case --dry_run $common --repair_client_name_case $repair"
-      offered+=" $consistency $deletion --help"
+      offered+=" $consistency $deletion --help --version"
       ;;
   esac
   # A list of words on purpose.
@@ -81,7 +81,7 @@ _mdfixup_sandbox() {
   elif [[ ${#words[@]} == 1 && $2 != -* ]]; then
     compopt -o dirnames
   elif [[ ${words[0]-} != list ]]; then
-    _mdfixup_offer "$2" "${options[@]}" --help
+    _mdfixup_offer "$2" "${options[@]}" --help --version
   fi
 }
 
@@ -94,11 +94,11 @@ _mdfixup_report() {
   fi
   case " ${COMP_WORDS[*]::COMP_CWORD} " in
     *' --text '* | *' --json '* | *' --html '*) _mdfixup_offer "$2" --runs --images --compare ;;
-    *) _mdfixup_offer "$2" --text --json --html --runs --images --compare --help ;;
+    *) _mdfixup_offer "$2" --text --json --html --runs --images --compare --help --version ;;
   esac
 }
 
-# The words of the line that are no options, up to the one being completed: the command and the run.
+# The words before the current one that are no options are the command and the run.
 _mdfixup_undo() {
   local words=() word before=''
   local options=(--client --policy --num_threads --tvr_location)
@@ -113,9 +113,9 @@ _mdfixup_undo() {
   elif [[ ${#words[@]} == 1 && ${words[0]} != list && $2 != -* ]]; then
     compopt -o default
   elif [[ ${words[0]-} == restore ]]; then
-    _mdfixup_offer "$2" --dry_run "${options[@]}" --help
+    _mdfixup_offer "$2" --dry_run "${options[@]}" --help --version
   elif [[ ${#words[@]} == 0 ]]; then
-    _mdfixup_offer "$2" --help
+    _mdfixup_offer "$2" --help --version
   fi
 }
 
