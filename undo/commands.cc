@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "catalog/restore/base_restore.h"
 #include "console/run_log.h"
 #include "console/standard_streams.h"
 #include "dct/report_error.h"
@@ -11,8 +12,9 @@
 #include "report/wording.h"
 #include "tool/exit_status.h"
 #include "tool/option_table.h"
-#include "tool/restore_mode.h"
-#include "tool/storage_run.h"
+#include "tool/run_on_storage.h"
+#include "tool/tasks.h"
+#include "tool/tvr_location.h"
 #include "undo/command_line.h"
 #include "undo/saved_run.h"
 #include "undo/views.h"
@@ -58,7 +60,7 @@ int restore(const Request& request, const StoragePaths& storage) {
     (void)refuse(*run, why_not(*run));
     return k_exit_failure;
   }
-  return restore_mode(storage, run->file.run, {run->file.file, request.wanted, request.dry_run});
+  return run_restore(storage, run->file.run, {run->file.file, request.wanted, request.dry_run});
 }
 
 // A run whose saved POs were removed may still take their room.
