@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "catalog/restore/base_restore.h"
 #include "config/version.h"
 #include "console/run_log.h"
 #include "console/standard_streams.h"
@@ -13,8 +14,9 @@
 #include "report/wording.h"
 #include "tool/exit_status.h"
 #include "tool/option_table.h"
-#include "tool/restore_mode.h"
-#include "tool/storage_run.h"
+#include "tool/run_on_storage.h"
+#include "tool/tasks.h"
+#include "tool/tvr_location.h"
 #include "undo/command_line.h"
 #include "undo/saved_run.h"
 #include "undo/views.h"
@@ -59,7 +61,7 @@ int restore(const Request& request, const StoragePaths& storage) {
   if (!run) return k_exit_failure;
   record::run_record().note([&](record::Run& own) { own.of_run = run->file.id; });
   if (!run->can_be_undone()) return refuse(*run, why_not(*run));
-  return restore_mode(storage, run->file.run, {run->file.file, request.wanted, request.dry_run});
+  return run_restore(storage, run->file.run, {run->file.file, request.wanted, request.dry_run});
 }
 
 // Accepts a forgotten run too: the step that returns the disk space may have failed.
