@@ -8,7 +8,7 @@ root=${0%@CMAKE_INSTALL_FULL_LIBEXECDIR@/mdfixup/*}
 mdfixup=$root@CMAKE_INSTALL_FULL_SBINDIR@/mdfixup
 settings=$root@CMAKE_INSTALL_FULL_SYSCONFDIR@/default/mdfixup
 
-# The settings are read, not executed, and each value stays one word: no line can add an option that
+# The settings are read, not executed, and each value stays one word. So no line can add an option that
 # turns the check into a repair or a deletion. An unknown line is an error, because with a misspelled or
 # missing disk pool live images count as orphans.
 set --

@@ -13,8 +13,8 @@ struct Request {
   std::int64_t max_rows = -1;  // of a table in the view
 };
 
-// Reads the records: all runs for the table of runs, and in detail the named runs, or else the newest
-// run of each task in each directory.
+// Makes the table of all runs, and the details of the named runs. If none is named, the newest run of
+// each task in each directory is shown in detail.
 // Errors: as of find_runs; std::invalid_argument if a comparison does not name two runs that list
 // orphans. A record that cannot be read becomes a fault of the report.
 Report make_report(const Request& request);

@@ -1,6 +1,6 @@
 #!/bin/bash
-# Runs the release build on the largest storages: 20,000 policy directories with 1 and 64 threads, a
-# directory with 1,000,000 POs, and a listing of 1 GiB. Prints seconds and peak memory of each run. Exits
+# Runs the release build on the largest storages: 20,000 policy directories with 1 and 64 threads,
+# 1,000,000 POs in a directory, a listing of 1 GiB. Prints seconds and peak memory of each run. Exits
 # with 1 if a run fails, exceeds its memory limit, or leaks descriptors: each run may open only a few.
 set -euo pipefail
 cd "$(dirname "$0")/.."

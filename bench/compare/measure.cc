@@ -1,6 +1,8 @@
-// measure FILE PROGRAM ARGUMENT...: runs the program and writes one line into FILE: seconds, CPU seconds
-// of the program alone and with the children it waited for, and peak memory in KiB. Exit status: the
-// program's, or 1 if a signal ended it or it could not be run.
+// measure FILE PROGRAM ARGUMENT...: runs the program and writes its figures into FILE, on one line:
+// - seconds;
+// - CPU seconds of the program alone, and with the children it waited for;
+// - peak memory in KiB.
+// Exit status: the program's, or 1 if a signal ended it or it could not be run.
 //
 // It is a small program because a process inherits the peak memory of its parent.
 #include <sys/resource.h>

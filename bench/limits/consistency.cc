@@ -1,5 +1,5 @@
-// The indispensable work of a dry run or deletion: lists every basename, runs the product's query for
-// each directory, compares, prints the orphans or deletes them, and lists the whole backup catalog once.
+// The indispensable work of a dry run or deletion. For each directory, it lists the basenames, runs the
+// product's query, and prints or deletes the orphans. Then it lists the whole backup catalog once.
 #include <cstdio>
 #include <cstring>
 #include <exception>

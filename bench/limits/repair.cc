@@ -1,5 +1,5 @@
-// The indispensable work of a repair: lists the names in another letter case, and moves each group of
-// them between databases in one pair of transactions. The target commits first.
+// The indispensable work of a repair: lists the names in another letter case, and moves them in groups.
+// One pair of transactions moves a group between two databases; the target commits first.
 #include <fcntl.h>
 #include <strings.h>
 #include <sys/stat.h>
