@@ -24,8 +24,8 @@ const std::string k_basename = k_client + "_1602000000_C1_F1.img";
 
 constexpr std::int64_t k_first_time = 1602000000;
 
-// A storage with one policy directory of as many images, of one copy and one PO each, the names in
-// one spelling of the client and the directory in another if need be; removed at the end.
+// A storage with one policy directory, removed at the end. It holds so many images of k_client, with
+// one copy and one PO each; `directory` may be another spelling of the client.
 class OneDirectory {
  public:
   explicit OneDirectory(std::int64_t images, const std::string& directory = k_client)
@@ -37,7 +37,7 @@ class OneDirectory {
       m_storage.list_image(k_client, k_policy, k_first_time + i, {1});
     }
     dir.finish();
-    // The sandbox's query answers for this storage alone.
+    // The sandbox's query reads this variable.
     (void)::setenv("KSREGISTRY", m_storage.registry_file().c_str(), 1);
   }
   OneDirectory(const OneDirectory&) = delete;
@@ -89,7 +89,7 @@ void BasenameListing(benchmark::State& state) {
 }
 BENCHMARK(BasenameListing)->Arg(3)->Arg(1000)->Arg(100000);
 
-// With the child that prints the listing.
+// Includes the child that prints the listing.
 void ImageListing(benchmark::State& state) {
   const OneDirectory directory(state.range(0));
   const TVRImageIterator end;
@@ -105,7 +105,7 @@ void ImageListing(benchmark::State& state) {
 }
 BENCHMARK(ImageListing)->Arg(3)->Arg(1000)->Arg(10000)->UseRealTime();
 
-// A group of as many POs into a directory that has to be made.
+// Moves one group of POs into a new directory.
 void MoveOfAGroup(benchmark::State& state) {
   const std::string other = "CLIENT00001";
   const OneDirectory directory(state.range(0), other);
@@ -133,8 +133,8 @@ BENCHMARK(MoveOfAGroup)
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
 
-// What is found out beforehand for as many orphans in as many POs.
-void TakingsOfAllOrphans(benchmark::State& state) {
+// Finds the POs that the deletion of all orphans takes.
+void MatchesOfAllOrphans(benchmark::State& state) {
   using catalog::podb::DeletionMatches;
   catalog::podb::CopySet orphans;
   std::vector<std::string> names;
@@ -143,16 +143,16 @@ void TakingsOfAllOrphans(benchmark::State& state) {
     names.push_back(k_client + "_" + std::to_string(k_first_time + i) + "_C1_F1.img");
   }
   for (auto _ : state) {
-    DeletionMatches takings(k_client, orphans, DeletionMatches::Rows::kept);
-    for (const std::string& name : names) takings.add({name, 0, 0});
-    takings.finish();
-    benchmark::DoNotOptimize(takings);
+    DeletionMatches matches(k_client, orphans, DeletionMatches::Rows::kept);
+    for (const std::string& name : names) matches.add({name, 0, 0});
+    matches.finish();
+    benchmark::DoNotOptimize(matches);
   }
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
-BENCHMARK(TakingsOfAllOrphans)->Arg(1000)->Arg(100000);
+BENCHMARK(MatchesOfAllOrphans)->Arg(1000)->Arg(100000);
 
-// What the record of a run takes for each of as many orphans, until its end.
+// Writes the record of a run with so many orphans.
 void RecordOfOrphans(benchmark::State& state) {
   const fs::path dir = fs::temp_directory_path() / fs::unique_path();
   for (auto _ : state) {

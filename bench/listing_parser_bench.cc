@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = boost::filesystem;
 
-// The sandbox's listing of as many images, of two copies each.
+// The sandbox's listing of so many images, of two copies each.
 std::string listing(std::int64_t images) {
   const fs::path root = fs::temp_directory_path() / fs::unique_path();
   const sandbox::StorageBuilder storage(root);
@@ -27,7 +27,7 @@ std::string listing(std::int64_t images) {
   return text;
 }
 
-// Reads the lines out of memory.
+// Reads the lines from memory.
 class MemoryReader : public details::BaseTVRImageIteratorImpl {
  public:
   explicit MemoryReader(std::string_view text)

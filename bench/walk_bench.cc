@@ -16,7 +16,7 @@ namespace fs = boost::filesystem;
 
 constexpr int k_clients = 5000;  // each with one policy directory
 
-// A catalog of empty policy directories, removed at the end.
+// A metadata tree of empty policy directories, removed at the end.
 class Tree {
  public:
   Tree() : m_root(fs::temp_directory_path() / fs::unique_path()) {
@@ -55,7 +55,7 @@ void Walk(benchmark::State& state) {
 }
 BENCHMARK(Walk)->UseRealTime();
 
-// All directories, to as many workers that do nothing with them.
+// Hands all directories to workers that do nothing with them.
 void HandOut(benchmark::State& state) {
   const Tree tree;
   std::atomic<std::int64_t> dirs{0};

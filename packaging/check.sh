@@ -1,16 +1,16 @@
 #!/bin/sh
-# Removes old records of runs, then looks at the metadata and changes nothing: a scan, and then a dry
-# run. Exit 1 when one of these failed, 2 when the settings cannot be used.
+# The weekly check: removes old records of runs, then runs a scan and a dry run, which change no metadata.
+# Exits with 1 if a step fails, and with 2 if the settings are invalid.
 set -eu
 
-# Empty, or the directory that stands for / if all was installed below another one.
+# Empty, or the directory below which everything is installed in place of /.
 root=${0%@CMAKE_INSTALL_FULL_LIBEXECDIR@/mdfixup/*}
 mdfixup=$root@CMAKE_INSTALL_FULL_SBINDIR@/mdfixup
 settings=$root@CMAKE_INSTALL_FULL_SYSCONFDIR@/default/mdfixup
 
-# The settings are read, not executed, and each value stays one word: no line of that file can give an
-# option of its own and make a repair or a deletion of this. What is not understood is refused, since
-# a disk pool that is misspelled or left out makes orphans of live images.
+# The settings are read, not executed, and each value stays one word. So no line can add an option that
+# turns the check into a repair or a deletion. An unknown line is an error, because with a misspelled or
+# missing disk pool live images count as orphans.
 set --
 keep_days=90
 one_listing=
@@ -54,31 +54,30 @@ if [ -e "$settings" ] || [ -L "$settings" ]; then
   done <"$settings"
 fi
 
-# The value of an entry, as mdfixup reads it; nothing if there is none. What is wrong with these files,
-# the runs report.
+# Prints the value of an entry as mdfixup reads it, or nothing. The runs report errors in these files.
 ini_value() { # FILE SECTION ENTRY
   b='[[:space:]]*'
   [ ! -f "$1" ] || LC_ALL=C sed -n \
     "/^$b\\[$b$2$b\\]/,/^$b\\[/s/^$b$3$b=$b\\(.*[^[:space:]]\\)$b\$/\\1/p" <"$1"
 }
 
-# The files of a record, with those that SQLite or a killed run left beside it; no links, no folders.
-record_files() { # RECORD ACTION...: the first is an extended regular expression
+# Finds the files of a record, with those that SQLite or a killed run left beside it.
+record_files() { # RECORD ACTION...: RECORD is an extended regular expression
   files_of=$1
   shift
   LC_ALL=C find "$runs" -maxdepth 1 -ignore_readdir_race -type f -regextype posix-extended \
     -regex ".*/$files_of\.db(\.new)?(-journal|-wal|-shm)?" "$@"
 }
 
-# A record is as old as the newest of its files. A run that waits for a query writes nothing, so its
-# process keeps it as well, or any that has its number by now.
+# A record has the age of its newest file. It is kept if a process has its run's number: a run that waits
+# for a query does not write to its record.
 remove_old_records() {
   config=$(ini_value "${KSREGISTRY:-/etc/ksregistry.cfg}" StoragePoolAuthority ConfigFilePath)
   log_dir=$(ini_value "$config" Storage LogDir)
   runs=$log_dir/mdfixup/runs
   [ -n "$log_dir" ] && [ -d "$runs" ] || return 0
   files=$(record_files '[0-9]+-[0-9]+' -printf '%f %T@\n') || return 1
-  # Not the shell's arithmetic, in which a large number of days would overflow.
+  # In awk, because a large number of days would overflow the shell's arithmetic.
   old=$(echo "$files" | awk -v now="$(date +%s)" -v days="$keep_days" '
     NF { sub(/\..*/, "", $1); if (newest[$1] < $2 + 0) newest[$1] = $2 + 0 }
     END { for (record in newest) if (newest[record] < now - days * 86400) print record }')
@@ -95,9 +94,8 @@ remove_old_records() {
   return $result
 }
 
-# Told to stop: waits for the run in hand, which is told as well, and begins no other. If this ended
-# first, systemd would send what is left a second signal, and a run that gets two leaves its lock file
-# behind.
+# On a signal, waits for the current run, which gets the signal too, and starts no other. If this script
+# ended first, systemd would send the run a second signal, after which the run leaves its lock file.
 trap 'exit 1' HUP INT TERM
 
 status=0

@@ -24,7 +24,7 @@ struct Copy {
   auto key() const { return std::tie(names, backup_time, copy_number); }
 };
 
-// What a query of sorted copies returns, one after the other.
+// Iterates over a query for sorted copies.
 class SortedCopies {
  public:
   SortedCopies(RunReader& reader, const std::string& query) : m_rows(reader, query) { advance(); }
@@ -60,7 +60,7 @@ void add(const Copy& copy, CopySum ComparedGroup::*sum, bool is_changed, Compare
   group.changed_copies += is_changed ? 1 : 0;
 }
 
-// Both are in ascending order, and neither holds a copy twice.
+// Requires both in ascending order and without duplicates.
 ComparedGroup merge(SortedCopies& old_copies, SortedCopies& new_copies, GroupMap& map) {
   ComparedGroup total;
   while (!old_copies.at_end() || !new_copies.at_end()) {
@@ -95,7 +95,6 @@ void note_failed(RunReader& reader, bool ComparedGroup::*failed, GroupMap& map) 
       });
 }
 
-// Of queries for sorted copies.
 ComparedGroups compared(RunReader& old_reader, RunReader& new_reader, const std::string& query) {
   SortedCopies old_copies(old_reader, query);
   SortedCopies new_copies(new_reader, query);
@@ -116,8 +115,8 @@ ComparedGroups compared(RunReader& old_reader, RunReader& new_reader, const std:
   return result;
 }
 
-// Copies of `table` with what their deletion takes, sorted as Copy::key() is, each once. Whatever types
-// the values have, they are sorted as what they are read as.
+// A query for the copies of `table`, each once, in the order of Copy::key(). The casts make SQLite sort
+// a value of any type as it is read.
 std::string sorted(const std::string& dsid, const std::string& sums, const std::string& table) {
   const auto text = [](const std::string& name) {
     return "ifnull(CAST(" + name + " AS TEXT), '')";
@@ -128,8 +127,7 @@ std::string sorted(const std::string& dsid, const std::string& sums, const std::
   return "SELECT " + text(dsid) + ", " + text("client") + ", " + text("policy") + ", " +
          number("backup_time") + ", " + number("copy") + ", " + sums + " FROM " + table +
          " LEFT JOIN client_policy p ON p.id = client_policy GROUP BY 1, 2, 3, 4, 5 ORDER BY 1, 2, "
-         "3, "
-         "4, 5";
+         "3, 4, 5";
 }
 
 }  // namespace

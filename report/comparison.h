@@ -16,26 +16,26 @@ struct CopySum {
   std::uint64_t bytes = 0;
 };
 
-// What two records list of one client and policy, or of all.
+// The copies in two records, of one client and policy or in total.
 struct ComparedGroup {
   std::string client;
   std::string policy;
-  CopySum common;  // in both; POs and bytes are those of NEW
+  CopySum common;  // in both; POs and bytes are from NEW
   CopySum only_old;
   CopySum only_new;
-  std::uint64_t changed_copies = 0;  // of the common ones: NEW has another number of POs or bytes
-  bool failed_in_old = false;        // a directory that was not compared to its end
+  std::uint64_t changed_copies = 0;  // of the common ones: NEW has other numbers of POs or bytes
+  bool failed_in_old = false;        // a directory was not compared to its end
   bool failed_in_new = false;
 };
 
 struct ComparedGroups {
-  std::vector<ComparedGroup> groups;  // those that differ most come first
+  std::vector<ComparedGroup> groups;  // the greatest differences first
   ComparedGroup total;
 };
 
-// The copies that two records list, by what they share. A copy is the same in both if its DSID, client,
-// policy, backup time and copy number are. Memory goes by the directories: SQLite sorts the copies in
-// temporary files, and they are read side by side.
+// Compares the orphans and the missing copies of two records. A copy is the same in both if its DSID,
+// client, policy, backup time and copy number are equal. Memory grows with the directories only: SQLite
+// sorts the copies in temporary files, and both lists are merged as they are read.
 struct Comparison {
   // Errors: Cr_ErrnoException, naming the record that cannot be read.
   Comparison(const std::string& old_record, const std::string& new_record);
@@ -44,7 +44,7 @@ struct Comparison {
   ComparedGroups missing;
 };
 
-// The section of a comparison; `all` holds both runs and the others, newest first.
+// The section of a comparison; `all` holds every run found, newest first.
 // Errors: as of a Comparison.
 Section section_of(const RunFile& old_run, const RunFile& new_run, const std::vector<RunFile>& all);
 

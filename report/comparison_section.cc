@@ -18,9 +18,7 @@ struct Side {
 
 void add_each(const Side& side, Concerns& concerns) {
   const RunFile& file = side.file;
-  const auto add = [&](const std::string& text) {
-    concerns.push_back({side.name + text, "facts"});
-  };
+  const auto add = [&](const std::string& text) { concerns.push_back({side.name + text}); };
   if (file.is_deletion()) add(" is no dry run: " + title_of(file));
   if (!file.ended_well()) add(" did not end well: " + ending_of(file));
   const std::uint64_t skipped = file.run.skipped_dirs;
@@ -29,7 +27,7 @@ void add_each(const Side& side, Concerns& concerns) {
   }
 }
 
-// Whatever the two were not run on alike may be all that makes them differ.
+// A difference between the two runs may be the only reason for different orphans.
 void add_differences(const RunFile& old_run, const RunFile& new_run, Concerns& concerns) {
   const auto horizon = [](const RunFile& file) {
     const std::int64_t time = file.run.catalog_backup_time;
@@ -47,22 +45,21 @@ void add_differences(const RunFile& old_run, const RunFile& new_run, Concerns& c
   for (const auto& row : rows) {
     if (row.old_value == row.new_value) continue;
     concerns.push_back({std::string("Different ") + row.what + ": OLD has " + row.old_value +
-                            ", NEW has " + row.new_value,
-                        "facts"});
+                        ", NEW has " + row.new_value});
   }
 }
 
 void add_order(const RunFile& old_run, const RunFile& new_run, const std::vector<RunFile>& all,
                Concerns& concerns) {
   const auto start = [](const RunFile& file) { return file.run.start_nanoseconds; };
-  const auto add = [&](const std::string& text) { concerns.push_back({text, "facts"}); };
+  const auto add = [&](const std::string& text) { concerns.push_back({text}); };
   if (old_run.file == new_run.file) add("OLD and NEW are the same run");
   if (start(old_run) > start(new_run)) add("OLD began after NEW");
   const auto [first, last] = std::minmax({start(old_run), start(new_run)});
-  int most = 3;
+  int limit = 3;
   for (const RunFile& run : all) {
     const bool is_between = start(run) > first && start(run) < last && run.dir == new_run.dir;
-    if (!is_between || run.was_refused || !run.changes_storage() || most-- <= 0) continue;
+    if (!is_between || run.was_refused || !run.changes_storage() || limit-- <= 0) continue;
     add("The storage was changed in between: " + title_of(run));
   }
 }

@@ -10,7 +10,6 @@ namespace {
 
 using Concerns = std::vector<Concern>;
 
-// Adds what `holds`.
 void add_if(Concerns& concerns, bool holds, const std::string& text, const char* about = "facts") {
   if (holds) concerns.push_back({text, about});
 }
@@ -29,24 +28,24 @@ void add_options(const RunFile& file, Concerns& concerns) {
              " skipped, for --only or --except: nothing was looked at there");
 }
 
-// A run of the same task that did nothing, and one that changed what this one saw, even if it was
-// killed or still goes on.
+// Adds later runs of the same task that were refused, and later runs that changed the storage, even if
+// they were killed or still run.
 void add_later_runs(const RunFile& file, const std::vector<RunFile>& all, Concerns& concerns) {
   auto later = std::find_if(all.begin(), all.end(),
                             [&](const RunFile& other) { return other.file == file.file; });
-  for (int most = 3; later != all.begin() && most != 0;) {
+  for (int limit = 3; later != all.begin() && limit != 0;) {
     --later;
     const bool is_refused = later->was_refused && later->run.task == file.run.task;
     const bool changed = !later->was_refused && later->changes_storage() && !file.changes_storage();
     if (later->dir != file.dir || (!is_refused && !changed)) continue;
-    --most;
+    --limit;
     add_if(concerns, is_refused,
            "A later one was refused or aborted: " + title_of(*later) + ", " + outcome_of(*later));
     add_if(concerns, changed, "This is how it was before a later run: " + title_of(*later));
   }
 }
 
-// A clean-up of what expired takes a few copies; a mistake takes many.
+// Expired images are a few of the copies; many orphans suggest a mistake.
 void add_shares(const record::DirCounts& counts, Concerns& concerns) {
   constexpr double k_worrying = 0.2;
   const std::string of_all = " of " + with_commas(counts.copies);
@@ -78,9 +77,9 @@ void add_run(const RunFile& file, const std::vector<RunFile>& all, Concerns& con
   add_if(concerns, true, text, "warnings");
 }
 
-// What is worth a concern as soon as there is one of it.
+// Findings of which a single one is a concern.
 void add_findings(const RunFile& file, const Contents& contents, Concerns& concerns) {
-  const bool gone = file.is_deletion();
+  const bool deleted = file.is_deletion();
   const std::uint64_t failed = contents.failed_dirs;
   const struct {
     std::uint64_t count;
@@ -90,12 +89,12 @@ void add_findings(const RunFile& file, const Contents& contents, Concerns& conce
     const char* about;
   } rows[] = {
       {contents.losing_everything, "directory", "directories",
-       gone ? " lost every copy" : " would lose every copy", "orphans"},
+       deleted ? " lost every copy" : " would lose every copy", "orphans"},
       {contents.listed.other_copies_pos, "PO", "POs",
-       gone ? " of other copies went with the orphans"
-            : " of other copies would go with the orphans",
+       deleted ? " of other copies went with the orphans"
+               : " of other copies would go with the orphans",
        "other_copies"},
-      {gone && file.run.undo == record::Undo::off ? contents.listed.taken_pos : 0, "PO", "POs",
+      {deleted && file.run.undo == record::Undo::off ? contents.listed.taken_pos : 0, "PO", "POs",
        " cannot be put back: --no_undo saved nothing. Without it, mdfixup-undo restore undoes a "
        "deletion",
        "facts"},
@@ -104,7 +103,7 @@ void add_findings(const RunFile& file, const Contents& contents, Concerns& conce
        "failed_directories"},
       {file.has_end() ? 0 : contents.open_dirs, "directory", "directories",
        " in hand when the run stopped", "unfinished_directories"},
-      // Each failed directory is among the errors.
+      // The errors include one for each failed directory.
       {file.errors > failed ? file.errors - failed : 0, "error", "errors",
        failed == 0 ? "" : " other than of failed directories", "errors"},
       {contents.listed.collisions, "PO", "POs",
@@ -122,8 +121,8 @@ void add_findings(const RunFile& file, const Contents& contents, Concerns& conce
   }
 }
 
-// A record that lists other numbers than the run counted was damaged, or changed. What a directory
-// found before it failed need not be counted.
+// If the rows of a record differ from the run's counts, it was damaged or changed. A run with failed
+// directories is left out: the counts may lack what a directory found before it failed.
 void add_counts(const RunFile& file, const Contents& contents, Concerns& concerns) {
   if (file.run.end.ending != record::Ending::orderly || file.run.failed_dirs != 0) return;
   for (const record::Count& count : record::k_counts) {

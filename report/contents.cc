@@ -16,7 +16,7 @@ void add(std::int64_t backup_time, Copies& copies, Timeline& timeline) {
   timeline.add(backup_time);
 }
 
-// Those that lose everything come first, then the greatest shares, then those whose share is not known.
+// Groups that lose everything first, then by share; unknown shares last.
 auto rank_of_orphans(const Group& group) {
   constexpr double k_unknown = -1;
   return std::make_tuple(!group.loses_everything(),
@@ -38,7 +38,7 @@ void sort(std::vector<const Group*>& groups, RankOf rank_of) {
 
 Contents::Contents(RunReader& reader, record::Task task) {
   using Line = RunReader::Row;
-  // Directories of several numbers that are all walked, such as 2 and 02, count as one.
+  // Directories of several DSIDs that are all walked, such as 2 and 02, count as one.
   reader.rows(
       "SELECT p.id, client, policy, iif(min(state IS 'done'), sum(pos), 0), "
       "iif(min(state IS 'done'), sum(copies), 0), max(state IS 'failed'), "
@@ -72,7 +72,7 @@ Contents::Contents(RunReader& reader, record::Task task) {
   reader.rows("SELECT client_policy, backup_time FROM missing", [&](const Line& row) {
     add(row.number(1), groups[row.number(0)].missing, missing.timeline);
   });
-  sum_up();
+  sum_up_groups();
   listed.moved_pos = reader.count("moved");
   listed.collisions = reader.count("collision");
   failed_dirs = reader.count("directory WHERE state = 'failed'");
@@ -83,7 +83,7 @@ Contents::Contents(RunReader& reader, record::Task task) {
   if (task != record::Task::repair) names_left_out = reader.count("unparsed");
 }
 
-void Contents::sum_up() {
+void Contents::sum_up_groups() {
   for (auto& [id, group] : groups) {
     group.unapproved = std::min(group.unapproved, group.kept);
     group.kept -= group.unapproved;

@@ -20,34 +20,34 @@ struct Copies {
   std::int64_t newest = 0;
 };
 
-// What a record says of one client and policy.
+// The findings of one client and policy.
 struct Group {
   std::string client;
   std::string policy;
-  std::uint64_t dir_pos = 0;  // what the directories held; 0 unless all were compared to their end
+  std::uint64_t dir_pos = 0;  // in the directories; 0 unless the comparison of all of them finished
   std::uint64_t dir_copies = 0;
-  bool dir_failed = false;  // all that the catalog has of it seems to be missing
-  Copies orphans;           // that would go or went
+  bool dir_failed = false;  // then all its copies in the backup catalog count as missing
+  Copies orphans;           // to be deleted, or deleted
   Copies missing;
   std::uint64_t kept = 0;        // orphans that a deletion could not delete
-  std::uint64_t unapproved = 0;  // and those that it left, since nobody had approved them
+  std::uint64_t unapproved = 0;  // orphans that it left because the approved dry run lacks them
   std::uint64_t pos = 0;         // that the deletion of the orphans takes or took
   std::uint64_t bytes = 0;
   std::uint64_t other_copies_pos = 0;  // of these, the ones of other copies
 
   bool has_share() const { return dir_copies != 0; }
   bool loses_everything() const { return has_share() && orphans.count >= dir_copies; }
-  // Of the copies there, from 0 to 1.
+  // The orphans' share of the copies in the directories, from 0 to 1.
   double share() const { return std::min(1.0, share_of(orphans.count, dir_copies)); }
 };
 
 // The orphans of a record, or its missing copies.
 struct Images {
-  std::vector<const Group*> groups;  // the ones to look at first come first
+  std::vector<const Group*> groups;  // the most important first
   Timeline timeline;
 };
 
-// What a record lists. Memory goes by the directories.
+// The findings in a record, summed up. Memory grows with the directories, not with the findings.
 struct Contents {
   // Errors: those of the reader.
   Contents(record::RunReader& reader, record::Task task);
@@ -58,7 +58,7 @@ struct Contents {
   std::unordered_map<std::int64_t, Group> groups;
   Images orphans;
   Images missing;
-  record::DirCounts listed;  // what a run counts, as far as the record lists it
+  record::DirCounts listed;  // the run's counts, from the rows of the record
   std::uint64_t kept_copies = 0;
   std::uint64_t saved_pos = 0;
   std::uint64_t removed_links = 0;
@@ -70,7 +70,7 @@ struct Contents {
   std::uint64_t dirs_with_issues = 0;  // of a scan
 
  private:
-  void sum_up();  // of the groups
+  void sum_up_groups();
 };
 
 using SharedContents = std::shared_ptr<const Contents>;

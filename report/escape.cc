@@ -12,7 +12,7 @@ namespace {
 
 using boost::locale::utf::code_point;
 
-// Controls, what changes the direction of writing, what takes no room, and what begins an escape.
+// Control, bidirectional and invisible characters, and the backslash that begins an escape.
 bool may_mislead(code_point character) {
   constexpr code_point k_ranges[][2] = {{0, 0x1f},        {'\\', '\\'},      {0x7f, 0x9f},
                                         {0xad, 0xad},     {0x61c, 0x61c},    {0x200b, 0x200f},
@@ -30,13 +30,13 @@ std::string escape_of(code_point character) {
   return (boost::format(character < 0x80 ? "\\x%02x" : "\\u{%x}") % character).str();
 }
 
-// Most names.
+// A fast path for most names.
 bool is_plain(std::string_view text) {
   return std::all_of(text.begin(), text.end(),
                      [](char c) { return c >= ' ' && c <= '~' && c != '\\'; });
 }
 
-// The text with each character that `is_escaped` and each byte that is part of none as an escape.
+// Escapes each invalid byte and each character for which `is_escaped` holds.
 std::string escaped(std::string_view text, bool (*is_escaped)(code_point)) {
   if (is_plain(text)) return std::string(text);
   std::string result;

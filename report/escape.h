@@ -5,17 +5,16 @@
 
 namespace report {
 
-// Names come from directories and databases that anybody may have written to. None of these throws.
+// Escapes untrusted names from directories and databases. No function here throws.
 
-// For a terminal or a page: on one line, valid UTF-8, with nothing that moves the cursor, changes the
-// direction of writing or cannot be seen. What could is written as \n, \t, \x1b or \u{202e}, a
-// backslash as two.
+// For a terminal or a page: one line of valid UTF-8 without control, bidirectional or invisible
+// characters. These become \n, \t, \x1b or \u{202e}; a backslash is doubled.
 std::string printable(std::string_view text);
 
-// As it stands, but for bytes that are no UTF-8, which are written as \xff.
+// Replaces only invalid UTF-8, by escapes such as \xff.
 std::string valid_utf8(std::string_view text);
 
-// printable(), with the characters that have a meaning in HTML, also inside quotes, as entities.
+// printable() with HTML's special characters as entities, safe inside quotes too.
 std::string html(std::string_view text);
 
 }  // namespace report

@@ -9,10 +9,10 @@ namespace {
 
 using Json = Value;
 
-// Raised when a field goes or changes its meaning; new fields may come without.
+// Increased when a field is removed or changes its meaning, not when one is added.
 constexpr int k_version = 2;
 
-// JSON has no bytes that are no UTF-8.
+// JSON allows only valid UTF-8.
 void make_valid(Json& json) {
   if (auto* const text = json.get_ptr<std::string*>()) *text = valid_utf8(*text);
   if (!json.is_structured()) return;
@@ -25,9 +25,9 @@ std::string text_of(Json json) {
 }
 
 Json json_of(const Timeline& timeline) {
-  constexpr std::size_t k_most_bars = 1200;  // a hundred years of months
+  constexpr std::size_t k_max_bars = 1200;  // a century of months
   Json bars = Json::array();
-  for (const Timeline::Bar& bar : timeline.bars(k_most_bars)) {
+  for (const Timeline::Bar& bar : timeline.bars(k_max_bars)) {
     bars.push_back({{"period", bar.label}, {"copies", bar.count}});
   }
   return {{"bars", bars}, {"copies_without_a_time", timeline.beyond()}};
@@ -41,7 +41,7 @@ Json object_of(const std::vector<Fact>& facts) {
   return object;
 }
 
-// Rows are written one by one: a table may be larger than memory.
+// Writes row by row: a table may be larger than memory.
 void write_rows(const Table& table, const char* separator, std::ostream& out) {
   const auto write = [&](const Row& row) {
     out << separator << text_of(object_of(row.facts)) << "\n";
@@ -56,8 +56,8 @@ void write(const Table& table, std::ostream& out) {
   out << "]";
 }
 
-// An object that more members follow.
-void open(Json object, std::ostream& out) {
+// Writes an object without its closing brace, for more members.
+void write_open(Json object, std::ostream& out) {
   std::string text = text_of(std::move(object));
   text.pop_back();
   out << text;
@@ -73,7 +73,7 @@ void write(const Section& section, std::ostream& out) {
     const bool has_times = !table.timeline.empty() || table.timeline.beyond() != 0;
     if (has_times) head[std::string(table.key) + "_timeline"] = json_of(table.timeline);
   }
-  open(head, out);
+  write_open(head, out);
   for (const Table& table : section.tables) write(table, out);
   out << "}";
 }
@@ -90,7 +90,7 @@ void write_json(const Report& report, std::ostream& out) {
   for (const Fault& fault : report.faults) {
     head["unreadable"].push_back({{"path", fault.path}, {"fault", fault.text}});
   }
-  open(head, out);
+  write_open(head, out);
   write(report.runs, out);
   if (report.scope == Scope::all) {
     out << ",\n\"details\": [";

@@ -7,6 +7,7 @@
 
 #include <boost/program_options.hpp>
 
+#include "config/version.h"
 #include "report/escape.h"
 #include "report/output_file.h"
 #include "report/report.h"
@@ -44,6 +45,7 @@ po::options_description describe() {
   add("runs", "only the table of runs");
   add("images", "one line, or one JSON object, for each orphan");
   add("compare", "the orphans that two dry runs share, and those of one alone");
+  add("version", "show the version");
   add("help,h", "show this help");
   return options;
 }
@@ -78,8 +80,8 @@ report::Request request_of(const po::variables_map& given) {
   request.is_comparison = given.count("compare") != 0;
   if (given.count("runs") != 0) request.scope = report::Scope::runs;
   if (given.count("images") != 0) request.scope = report::Scope::images;
-  if (given.count("html") != 0) request.most_rows = report::k_most_page_rows;
-  if (given.count("json") + given.count("html") == 0) request.most_rows = report::k_most_text_rows;
+  if (given.count("html") != 0) request.max_rows = report::k_max_page_rows;
+  if (given.count("json") + given.count("html") == 0) request.max_rows = report::k_max_text_rows;
   return request;
 }
 
@@ -90,11 +92,15 @@ void write(const po::variables_map& given, const report::Report& report) {
   if (file == "-") return report::write_page(report, std::cout);
   std::ostringstream page;
   report::write_page(report, page);
-  report::store(file, page.str());
+  report::write_page_file(file, page.str());
 }
 
 int run(int argc, char** argv) {
   const po::variables_map given = parse(argc, argv);
+  if (given.count("version") != 0) {
+    std::cout << version_text("mdfixup-report");
+    return k_complete;
+  }
   if (given.count("help") != 0) {
     std::cout << k_usage << describe();
     return k_complete;

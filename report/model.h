@@ -9,37 +9,37 @@
 
 #include "report/timeline.h"
 
-// What a report says, as values with headings. It is made once, of the records; the views only lay it
-// out. Texts are the bytes that stand in the records: a view escapes what it shows.
+// The content of a report: values with headings. It is made once from the records; each view lays it
+// out. Texts are the bytes of the record; a view escapes them.
 namespace report {
 
 using Texts = std::vector<std::string>;
 
-// Null stands for what is not known; an array is one of texts.
+// Null means unknown; an array holds texts.
 using Value = nlohmann::ordered_json;
 
 template <class Number>
-Value known(bool is_known, Number number) {
+Value null_unless(bool is_known, Number number) {
   return is_known ? Value(number) : Value();
 }
 
 enum class Kind {
-  name,      // may hold anything
-  verbatim,  // the same, such as a path or a basename
-  words,     // an array: arguments
-  notes,     // the same: messages, which have no room in a text
-  word,      // our own, of ASCII
+  name,       // any text
+  verbatim,   // a path or a basename
+  arguments,  // an array
+  messages,   // an array; a text view leaves it out
+  word,       // our own, of ASCII
   number,
   time,  // seconds since the epoch
   share  // from 0 to 1
 };
 
-// Without a key it does not stand in JSON, without a label it stands there alone.
+// A column without a key is absent from JSON; one without a label is only there.
 struct Column {
   const char* key = "";
   const char* label = "";
   Kind kind = Kind::name;
-  bool summed = false;  // a filter says the sum of the rows that it leaves
+  bool summed = false;  // a filter on the page shows the sum of the remaining rows
 
   bool is_shown() const { return *label != '\0'; }
 };
@@ -52,9 +52,9 @@ struct Fact {
 };
 
 struct Row {
-  std::vector<Fact> facts;  // of the same columns in each row of a table
-  const char* mark = "";    // or "bad", or "all": something is wrong, or all would go
-  std::string tag = {};     // what the mark says
+  std::vector<Fact> facts;  // the same columns in each row of a table
+  const char* mark = "";    // "bad": something is wrong; "all": the directory loses every copy
+  std::string tag = {};     // the mark in words
 };
 
 using RowVisitor = std::function<void(const Row&)>;
@@ -63,37 +63,37 @@ struct Table {
   const char* key = "";
   const char* caption = "";
   std::uint64_t count = 0;  // of all rows
-  // Visits the first `most` rows; -1 stands for all. Errors: Cr_ErrnoException, as of a RunReader.
-  std::function<void(const RowVisitor&, std::int64_t most)> rows;
+  // Visits the first `limit` rows, or all for -1. Errors: Cr_ErrnoException, as of a RunReader.
+  std::function<void(const RowVisitor&, std::int64_t limit)> rows;
   const char* when_empty = "";  // without it, an empty table is not shown
   const char* note = "";
-  Timeline timeline = {};  // of what the rows count, if that has times
+  Timeline timeline = {};  // backup times of the copies in the rows, if any
 };
 
-// A list as the rows of a table.
+// The items of a list as the rows of a table.
 template <class List, class RowOf>
 auto rows_of(List list, RowOf row_of) {
-  return [=](const RowVisitor& visit, std::int64_t most) {
+  return [=](const RowVisitor& visit, std::int64_t limit) {
     for (const auto& item : list) {
-      if (most-- == 0) return;
+      if (limit-- == 0) return;
       visit(row_of(item));
     }
   };
 }
 
-// A number that stands out.
+// A number that is shown above the tables.
 struct Figure {
   const char* key = "";
   Value number;
   const char* label = "";
-  std::string of = {};  // what it is a part of, if anything
+  std::string of = {};  // the total that it is part of, if any
   bool is_alarming = false;
 };
 
-// Something that an operator has to look at before acting on what a run says.
+// A reason not to trust a run, or not to act on it yet.
 struct Concern {
   std::string text;
-  const char* about = "facts";  // or the key of the table that says more
+  const char* about = "facts";  // or the key of the table with details
 };
 
 // One run in detail, or a comparison of two.
@@ -102,12 +102,12 @@ struct Section {
   std::string task;               // as it is shown: "dry run"
   std::vector<Concern> concerns;  // the gravest first
   std::vector<Fact> facts;
-  std::vector<Figure> figures;  // of what the record lists
+  std::vector<Figure> figures;
   std::vector<Table> tables;
   const char* key = "run";  // of the facts
 };
 
-// What is asked for: runs in detail as well, the table of runs alone, or the orphans alone.
+// `all`: the table of runs and the runs in detail; `runs`: only that table; `images`: only the orphans.
 enum class Scope { all, runs, images };
 
 // A record that could not be read.
@@ -120,7 +120,7 @@ struct Report {
   Scope scope = Scope::all;
   std::vector<Fault> faults;
   Table runs;                           // newest first
-  std::uint64_t other_runs_failed = 0;  // of those that have no section
+  std::uint64_t other_runs_failed = 0;  // runs without a section
   std::uint64_t other_runs_warned = 0;
   std::vector<Section> sections;
   std::vector<Table> images;  // each orphan of the runs in detail

@@ -17,7 +17,7 @@ namespace report {
 
 namespace {
 
-// Closes what it wrote; false, with errno, when a step failed.
+// Syncs a new file. False, with errno, if a step failed.
 bool write_to(const std::string& path, int flags, mode_t mode, std::string_view text) {
   const int descriptor = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | flags, mode);
   if (descriptor < 0) return false;
@@ -30,7 +30,6 @@ bool write_to(const std::string& path, int flags, mode_t mode, std::string_view 
   return written && closed;
 }
 
-// An empty file is as good as a page: nothing is lost with it.
 bool is_page_or_empty(const std::string& path) {
   constexpr std::string_view k_beginning = "<!doctype html>";
   std::string beginning(k_beginning.size(), '\0');
@@ -40,7 +39,7 @@ bool is_page_or_empty(const std::string& path) {
   return file.gcount() == 0 || beginning == k_beginning;
 }
 
-// The mode of the file that is replaced, or of a new one.
+// The mode of the replaced file, or of a new one.
 mode_t mode_of(const std::string& path) {
   constexpr mode_t k_new = 0640;
   constexpr mode_t k_permissions = 0777;
@@ -50,7 +49,7 @@ mode_t mode_of(const std::string& path) {
 
 }  // namespace
 
-void store(const std::string& path, std::string_view page) {
+void write_page_file(const std::string& path, std::string_view page) {
   const files::FileKind kind = files::file_kind(path);
   if (kind == files::FileKind::regular && !is_page_or_empty(path)) {
     throw Cr_ErrnoException(EEXIST, "could not write " + path, "it is there, and is no page");

@@ -5,12 +5,13 @@
 
 namespace report {
 
-// Makes the file at `path` hold `page`, whole or not at all: it is written beside its place, stored, and
-// put there then. Only another page is replaced: a log, or a database, that was named by mistake may
-// be the only record of something. What is no regular file, such as a pipe, is written to. A link is
-// replaced, and what it leads to stays. A new file has mode 0640 less the umask, like the logs, since
-// it holds the same names; one that is replaced keeps its mode.
+// Writes a page to `path`, completely or not at all: into a temporary file, synced and then renamed.
+// - Only another page or an empty file is replaced: a log or database named by mistake is kept.
+// - A special file, such as a pipe, is written to directly.
+// - A link is replaced; its target stays.
+// - A new file has mode 0640 less the umask, like the logs, because it holds the same names. A replaced
+//   file keeps its mode.
 // Errors: Cr_ErrnoException, naming the path.
-void store(const std::string& path, std::string_view page);
+void write_page_file(const std::string& path, std::string_view page);
 
 }  // namespace report

@@ -23,7 +23,7 @@ namespace {
 
 using record::Task;
 
-// Those in detail, dry runs and deletions first.
+// Chooses the runs to show in detail, dry runs and deletions first.
 std::vector<const RunFile*> in_detail(const std::vector<RunFile>& runs) {
   const bool any_named =
       std::any_of(runs.begin(), runs.end(), [](const RunFile& run) { return run.was_named; });
@@ -38,7 +38,7 @@ std::vector<const RunFile*> in_detail(const std::vector<RunFile>& runs) {
   return chosen;
 }
 
-// The run that a word names, which is no directory; null if it could not be read.
+// The run that a word other than a directory names; null if it could not be read.
 const RunFile* named(const std::vector<RunFile>& runs, const std::string& word) {
   const auto is_meant = [&](const RunFile& run) {
     boost::system::error_code error;
@@ -72,7 +72,7 @@ Report make_comparison(const Request& request) {
   for (const RunFile* const run : {old_run, new_run}) {
     if (run != nullptr) require_orphans(*run);
   }
-  if (old_run == nullptr || new_run == nullptr) return report;  // what could not be read is a fault
+  if (old_run == nullptr || new_run == nullptr) return report;  // with the fault
   try {
     report.sections.push_back(section_of(*old_run, *new_run, runs));
   } catch (const std::exception& error) {
@@ -95,7 +95,7 @@ Report make_report(const Request& request) {
   for (const RunFile* run : chosen) {
     try {
       if (request.scope == Scope::all) {
-        report.sections.push_back(section_of(*run, runs, request.most_rows));
+        report.sections.push_back(section_of(*run, runs, request.max_rows));
       } else if (run->lists_orphans()) {
         report.images.push_back(images_of(*run));
       }

@@ -6,18 +6,17 @@
 
 namespace report {
 
-// What is asked for.
 struct Request {
   Texts words;  // as of find_runs
   Scope scope = Scope::all;
-  bool is_comparison = false;   // of the two records or runs among the words, the old one first
-  std::int64_t most_rows = -1;  // that the view shows of a table
+  bool is_comparison = false;  // of the two records among the words, the old one first
+  std::int64_t max_rows = -1;  // of a table in the view
 };
 
-// Reads the records: of all runs what the table of runs says and, in detail, those that were named, or
-// else of each directory the newest run of each task.
-// Errors: as of find_runs; std::invalid_argument for a comparison of anything but two runs that list
-// orphans. A record that cannot be read is a fault of the report.
+// Makes the table of all runs, and the details of the named runs. If none is named, the newest run of
+// each task in each directory is shown in detail.
+// Errors: as of find_runs; std::invalid_argument if a comparison does not name two runs that list
+// orphans. A record that cannot be read becomes a fault of the report.
 Report make_report(const Request& request);
 
 }  // namespace report

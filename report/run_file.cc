@@ -22,7 +22,7 @@ namespace {
 using record::RunReader;
 using record::Severity;
 
-// Of a run's id: "1795271135-4711".
+// Whether the text has the form of a run's id: "1795271135-4711".
 bool is_id(std::string_view text) {
   constexpr std::string_view k_digits = "0123456789";
   const std::size_t dash = text.find_first_not_of(k_digits);
@@ -48,7 +48,7 @@ RunFile read(const std::string& file) {
   for (const auto& [severity, count] : {std::pair(Severity::error, &result.errors),
                                         std::pair(Severity::warning, &result.warnings)}) {
     *count = reader.count(messages(severity));
-    reader.rows("SELECT text FROM " + messages(severity), keep, k_most_messages);
+    reader.rows("SELECT text FROM " + messages(severity), keep, k_max_messages);
   }
   result.was_refused = result.has_end() && result.run.end.exit_status != 0 &&
                        result.run.dirs + result.run.failed_dirs == 0 &&
@@ -56,7 +56,7 @@ RunFile read(const std::string& file) {
   return result;
 }
 
-// The folder of records in a log directory, or the directory itself.
+// The folder of records of a log directory or of its `mdfixup` directory, or `dir` itself.
 std::string runs_dir(const fs::path& dir) {
   boost::system::error_code error;
   fs::path runs = dir;
@@ -74,9 +74,9 @@ std::string configured_log_dir() {
   return dir;
 }
 
-using Files = std::map<std::string, bool>;  // whether each was named
+using Files = std::map<std::string, bool>;  // path -> was named
 
-// Adds the records in a directory. Notes which of the ids are found.
+// Adds the records in a directory, and marks the ids that it finds.
 void list(const std::string& dir, std::map<std::string, bool>& ids, Files& files,
           std::vector<Fault>& faults) {
   boost::system::error_code error;
@@ -101,23 +101,23 @@ bool restores_all(const RunFile& restore) {
   return restore.ended_well() && !option(restore, "--client") && !option(restore, "--policy");
 }
 
-// Of runs, newest first.
+// Requires the newest run first.
 void note_restores(std::vector<RunFile>& runs) {
   for (auto file = runs.begin(); file != runs.end(); ++file) {
     for (auto restore = file; restore != runs.begin();) {
       if (!undoes(*--restore, *file)) continue;
-      const bool is_known = file->undone_by && file->undone_by->is_whole;
-      if (!is_known) file->undone_by = Undoing{restore->id, restores_all(*restore)};
+      const bool is_known = file->undone_by && file->undone_by->is_complete;
+      if (!is_known) file->undone_by = UndoneBy{restore->id, restores_all(*restore)};
     }
   }
 }
 
-// Where the words lead, before anything is read.
+// Resolves the words to files, without reading these.
 Files files_of(const Texts& words, std::vector<Fault>& faults) {
   Files named;
-  std::map<std::string, bool> ids;  // whether each was found
+  std::map<std::string, bool> ids;  // id -> was found
   std::set<std::string> dirs;
-  std::set<std::string> beside;  // directories of files
+  std::set<std::string> dirs_of_files;
   for (const std::string& word : words) {
     boost::system::error_code error;
     if (fs::is_directory(word, error)) {
@@ -127,12 +127,12 @@ Files files_of(const Texts& words, std::vector<Fault>& faults) {
     } else {
       const fs::path file = fs::absolute(word);
       const fs::path parent = fs::canonical(file.parent_path(), error);
-      if (!error) beside.insert(parent.string());
+      if (!error) dirs_of_files.insert(parent.string());
       named[((error ? file.parent_path() : parent) / file.filename()).string()] = true;
     }
   }
   if (words.empty() || (dirs.empty() && !ids.empty())) dirs.insert(runs_dir(configured_log_dir()));
-  dirs.merge(beside);
+  dirs.merge(dirs_of_files);
   for (const std::string& dir : dirs) list(dir, ids, named, faults);
   for (const auto& [id, was_found] : ids) {
     if (!was_found) faults.push_back({id, "is no file, and no run has this id"});
@@ -142,12 +142,13 @@ Files files_of(const Texts& words, std::vector<Fault>& faults) {
 
 }  // namespace
 
-bool RunFile::is_trial() const {
+bool RunFile::is_restore_dry_run() const {
   return is_restore() && option(*this, "--dry_run");
 }
 
 bool RunFile::changes_storage() const {
-  return run.task == record::Task::repair || is_deletion() || (is_restore() && !is_trial());
+  return run.task == record::Task::repair || is_deletion() ||
+         (is_restore() && !is_restore_dry_run());
 }
 
 std::optional<std::string> option(const RunFile& file, const std::string& name) {
@@ -163,10 +164,10 @@ std::optional<std::string> option(const RunFile& file, const std::string& name) 
 bool is_listed(const record::Count& count) {
   using record::DirCounts;
   return count.value != &DirCounts::pos && count.value != &DirCounts::copies &&
-         count.value != &DirCounts::future_copies && !is_of_run(count);
+         count.value != &DirCounts::future_copies && !is_run_total(count);
 }
 
-bool is_of_run(const record::Count& count) {
+bool is_run_total(const record::Count& count) {
   using record::DirCounts;
   return count.value == &DirCounts::unapproved_copies || count.value == &DirCounts::absent_copies ||
          count.value == &DirCounts::restored_pos;
@@ -187,7 +188,7 @@ std::string ending_of(const RunFile& file) {
 }
 
 std::string task_of(const RunFile& file) {
-  return name_of(file.run.task) + (file.is_trial() ? " (dry run)" : "");
+  return name_of(file.run.task) + (file.is_restore_dry_run() ? " (dry run)" : "");
 }
 
 std::string title_of(const RunFile& file) {
@@ -203,7 +204,7 @@ std::string outcome_of(const RunFile& file) {
   if (run.failed_dirs != 0) text += ", " + with_commas(run.failed_dirs) + " failed";
   for (const record::Count& count : record::k_counts) {
     const std::uint64_t value = run.counts.*count.value;
-    const bool is_found = is_listed(count) || is_of_run(count);
+    const bool is_found = is_listed(count) || is_run_total(count);
     if (value != 0 && is_found) text += ", " + counted(value, count.one, count.many);
   }
   return text;

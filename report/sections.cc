@@ -12,7 +12,7 @@ namespace {
 
 using record::Task;
 
-// All are in JSON, and those with a label at the head of a section.
+// JSON has all facts; the head of a section shows those with a label.
 std::vector<Fact> facts_of(const RunFile& file) {
   const record::Run& run = file.run;
   const bool ended = file.has_end();
@@ -27,8 +27,8 @@ std::vector<Fact> facts_of(const RunFile& file) {
       {{"task"}, record::name_of(record::k_task_names, run.task)},
       {{"start", "Start", Kind::word}, local_time(file.start()), true},
       {{"start_time"}, file.start()},
-      {{"end_time"}, known(ended, end)},
-      {{"seconds", "Seconds", Kind::number}, known(ended, seconds)},
+      {{"end_time"}, null_unless(ended, end)},
+      {{"seconds", "Seconds", Kind::number}, null_unless(ended, seconds)},
       {{"", "Task", Kind::word}, task_of(file), true},
       {{"host", "Host"}, run.host},
       {{"storage_root", "Storage", Kind::verbatim}, run.storage_root},
@@ -36,30 +36,30 @@ std::vector<Fact> facts_of(const RunFile& file) {
       {{"catalog", "Catalog", Kind::verbatim}, run.catalog},
       {{"catalog_aside", "Left aside", Kind::verbatim}, run.catalog_aside},
       {{"listing_hours", "Horizon, hours", Kind::number},
-       known(run.listing_hours.has_value(), run.listing_hours.value_or(0))},
+       null_unless(run.listing_hours.has_value(), run.listing_hours.value_or(0))},
       {{"catalog_backup_time"}, run.catalog_backup_time},
       {{"threads", "Threads", Kind::number}, run.threads},
       {{"version", "Version"}, run.version},
       {{"pid", "Process", Kind::word}, run.pid},
-      {{"arguments", "Arguments", Kind::words}, run.arguments, true},
-      {{"exit_status"}, known(ended, std::int64_t(run.end.exit_status))},
+      {{"arguments", "Arguments", Kind::arguments}, run.arguments, true},
+      {{"exit_status"}, null_unless(ended, std::int64_t(run.end.exit_status))},
       {{"ending", "Ending"}, ending_of(file), true},
       {{"outcome", "Outcome"}, outcome_of(file), true},
       {{"undo"}, record::name_of(record::k_undo_names, run.undo)},
-      {{"undone_by"}, known(undone && undone->is_whole, restore)},
-      {{"undone_in_part_by"}, known(undone && !undone->is_whole, restore)},
+      {{"undone_by"}, null_unless(undone && undone->is_complete, restore)},
+      {{"undone_in_part_by"}, null_unless(undone && !undone->is_complete, restore)},
       {{"of_run", file.is_restore() ? "Restored run" : "Approved by", Kind::word}, run.of_run},
       {{"warnings", "Warnings", Kind::number}, file.warnings, true},
       {{"errors", "Errors", Kind::number}, file.errors, true},
-      {{"messages", "Messages", Kind::notes}, file.messages, true},
+      {{"messages", "Messages", Kind::messages}, file.messages, true},
       {{"record", "Record", Kind::verbatim}, file.file},
       {{"record_bytes", "Bytes of the record", Kind::number, true}, file.bytes, true},
-      {{"dirs"}, known(ended, run.dirs)},
-      {{"failed_dirs"}, known(ended, run.failed_dirs)},
+      {{"dirs"}, null_unless(ended, run.dirs)},
+      {{"failed_dirs"}, null_unless(ended, run.failed_dirs)},
       {{"skipped_dirs", run.skipped_dirs == 0 ? "" : "Skipped directories", Kind::number},
-       known(ended, run.skipped_dirs)}};
+       null_unless(ended, run.skipped_dirs)}};
   for (const record::Count& count : record::k_counts) {
-    facts.push_back({{count.name}, known(ended, run.counts.*count.value)});
+    facts.push_back({{count.name}, null_unless(ended, run.counts.*count.value)});
   }
   return facts;
 }
@@ -68,9 +68,9 @@ std::string part_of(std::uint64_t part, std::uint64_t all) {
   return all == 0 ? "" : "of " + with_commas(all) + ", " + percent(share_of(part, all));
 }
 
-// Nothing is claimed of directories of which the record does not say what they held.
-Figure figure_of_directories(const Contents& contents, bool gone) {
-  const char* const label = gone ? "lost everything" : "would lose everything";
+// Counts only directories whose number of copies the record has.
+Figure figure_of_directories(const Contents& contents, bool deleted) {
+  const char* const label = deleted ? "lost everything" : "would lose everything";
   const std::uint64_t number = contents.losing_everything;
   Figure figure{
       "dirs_losing_everything", number, label,
@@ -83,18 +83,17 @@ Figure figure_of_directories(const Contents& contents, bool gone) {
   return figure;
 }
 
-// Whether a run of this kind says the number, be it 0.
+// Whether the section of such a run shows the count, even if it is 0.
 bool belongs_to(const record::Count& count, const RunFile& file) {
   using record::DirCounts;
   const bool is_repair = file.run.task == Task::repair;
   if (count.value == &DirCounts::moved_pos) return is_repair;
   if (count.value == &DirCounts::collisions) return is_repair || file.is_restore();
   if (count.value == &DirCounts::restored_pos) return file.is_restore();
-  if (is_of_run(count)) return file.is_deletion() && !file.run.of_run.empty();
+  if (is_run_total(count)) return file.is_deletion() && !file.run.of_run.empty();
   return is_listed(count) && file.lists_orphans();
 }
 
-// Of what the record lists.
 std::vector<Figure> figures_of(const RunFile& file, const Contents& contents) {
   using record::DirCounts;
   std::vector<Figure> figures;
@@ -128,10 +127,10 @@ std::vector<Figure> figures_of(const RunFile& file, const Contents& contents) {
   return figures;
 }
 
-// How what the run changed is undone; empty for a run that changed nothing.
+// How to undo the run; empty if it changed nothing.
 std::string undo_of(const RunFile& file, const Contents& contents) {
-  const bool is_whole = file.undone_by && file.undone_by->is_whole;
-  if (is_whole) return "undone by " + file.undone_by->id;
+  const bool is_complete = file.undone_by && file.undone_by->is_complete;
+  if (is_complete) return "undone by " + file.undone_by->id;
   if (file.run.undo == record::Undo::off) return "not saved (--no_undo)";
   if (file.run.undo == record::Undo::forgotten) return "forgotten (mdfixup-undo forget)";
   if (file.run.undo != record::Undo::saved) return "";
@@ -160,7 +159,7 @@ std::vector<Fact> facts_in_detail(const RunFile& file, const Contents& contents)
 
 std::string subject_of(const RunFile& file) {
   const Task task = file.run.task;
-  if (file.is_trial()) return ": what a restore would put back";
+  if (file.is_restore_dry_run()) return ": what a restore would put back";
   if (file.is_restore()) return ": what was put back";
   if (task == Task::deletion) return ": what the deletion took";
   return task == Task::dry_run ? ": what a deletion would take" : "";
@@ -179,14 +178,14 @@ Table table_of(const std::vector<RunFile>& runs) {
   return {"runs", "Runs, newest first; times are local", runs.size(), rows_of(runs, row_of)};
 }
 
-Section section_of(const RunFile& file, const std::vector<RunFile>& all, std::int64_t most) {
+Section section_of(const RunFile& file, const std::vector<RunFile>& all, std::int64_t max_rows) {
   record::RunReader reader(file.file);
   const auto contents = std::make_shared<const Contents>(reader, file.run.task);
   Section section{title_of(file) + subject_of(file), task_of(file),
                   concerns_of(file, *contents, all), facts_in_detail(file, *contents),
                   figures_of(file, *contents),       tables_of(file, reader, contents)};
   for (const Table& table : section.tables) {
-    table.rows([](const Row& /*row*/) {}, most);
+    table.rows([](const Row& /*row*/) {}, max_rows);
   }
   return section;
 }

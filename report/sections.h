@@ -7,28 +7,27 @@
 #include "report/model.h"
 #include "report/run_file.h"
 
-// What sections and tables are made of.
 namespace report {
 
-// The table of runs.
+// The table of all runs.
 Table table_of(const std::vector<RunFile>& runs);
 
-// What the record of the run says, `all` holding the run and the others, newest first. The first `most`
-// rows of each table have been read once, so that what cannot be read is found here.
+// The details of one run; `all` holds every run found, newest first. Reads the first `max_rows` rows of
+// each table once, so that an unreadable record fails here and not in the middle of a view.
 // Errors: Cr_ErrnoException when the record cannot be read.
-Section section_of(const RunFile& file, const std::vector<RunFile>& all, std::int64_t most);
+Section section_of(const RunFile& file, const std::vector<RunFile>& all, std::int64_t max_rows);
 
-// What to look at before acting on the run, the gravest first. None means only that the record names
-// nothing: a listing that was incomplete, or the wrong disk pool, leaves no trace in it.
+// The concerns about a run, the gravest first. None does not prove the run right: an incomplete listing
+// or a wrong disk pool leaves no trace in the record.
 std::vector<Concern> concerns_of(const RunFile& file, const Contents& contents,
                                  const std::vector<RunFile>& all);
 
-// The tables of one run, with what matters most first.
+// The tables of one run, the most important first.
 // Errors: those of the reader.
 std::vector<Table> tables_of(const RunFile& file, record::RunReader& reader,
                              const SharedContents& contents);
 
-// Each orphan of the run, for a list. Memory does not grow with them.
+// Each orphan of the run, read row by row.
 Table images_of(const RunFile& file);
 
 }  // namespace report

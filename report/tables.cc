@@ -11,7 +11,6 @@ using record::Severity;
 using record::Task;
 using Columns = std::vector<Column>;
 
-// The columns that many tables have.
 const Column k_client{"client", "Client"};
 const Column k_policy{"policy", "Policy"};
 const Column k_target{"target_client", "To the client"};
@@ -26,12 +25,12 @@ Value cell(const RunReader::Row& row, std::size_t column, Kind kind) {
   return row.text(column);
 }
 
-// A table of what a query returns, which may begin with "SELECT": one column for each of the table's.
-// Each view opens the record anew, since many may be shown.
+// A table with the rows of "SELECT `select` FROM `from`", one column of the query for each of `columns`.
+// Opens the record for each visit: a report of many runs would hold too many open files otherwise.
 Table query(const RunFile& file, RunReader& counter, const char* key, const char* caption,
             const Columns& columns, const std::string& select, const std::string& from) {
   const auto rows = [name = file.file, columns, sql = "SELECT " + select + " FROM " + from](
-                        const RowVisitor& visit, std::int64_t most) {
+                        const RowVisitor& visit, std::int64_t limit) {
     const auto take = [&](const RunReader::Row& row) {
       Row shown;
       for (const Column& column : columns) {
@@ -39,15 +38,15 @@ Table query(const RunFile& file, RunReader& counter, const char* key, const char
       }
       visit(shown);
     };
-    RunReader(name).rows(sql, take, most);
+    RunReader(name).rows(sql, take, limit);
   };
   return {key, caption, counter.count("(SELECT 1 FROM " + from + ")"), rows};
 }
 
-// What stands behind a table whose rows have the number of a directory.
+// Joins the names to rows that have a `directory`.
 const std::string k_with_names =
-    " LEFT JOIN directory d ON d.id = directory LEFT JOIN client_policy p ON p.id = "
-    "d.client_policy";
+    " LEFT JOIN directory d ON d.id = directory"
+    " LEFT JOIN client_policy p ON p.id = d.client_policy";
 const std::string k_with_target = k_with_names + " LEFT JOIN client_policy t ON t.id = target";
 
 template <class RowOf>
@@ -57,30 +56,31 @@ Table table_of_groups(const char* key, const char* caption, const Images& images
           when_empty, note,    images.timeline};
 }
 
-// The rows refer to the contents.
+// The rows point into the contents, so each copy of the table shares them.
 Table orphans_of(const RunFile& file, const SharedContents& contents) {
-  const bool gone = file.is_deletion();
-  const char* const unapproved = gone && !file.run.of_run.empty() ? "Not approved" : "";
-  const auto row_of = [gone, unapproved, keep = contents](const Group* group) {
+  const bool deleted = file.is_deletion();
+  const char* const unapproved = deleted && !file.run.of_run.empty() ? "Not approved" : "";
+  const auto row_of = [deleted, unapproved, keep = contents](const Group* group) {
     const bool is_known = group->has_share();
     const bool all = group->loses_everything();
     Row row{
         {{k_client, group->client},
          {k_policy, group->policy},
          {{"copies", "Orphan copies", Kind::number, true}, group->orphans.count},
-         {{"dir_copies", "Copies there", Kind::number, true}, known(is_known, group->dir_copies)},
-         {{"dir_pos"}, known(is_known, group->dir_pos)},
-         {{"share", "Share", Kind::share}, known(is_known, is_known ? group->share() : 0)},
-         {{"loses_everything"}, known(is_known, all)},
+         {{"dir_copies", "Copies there", Kind::number, true},
+          null_unless(is_known, group->dir_copies)},
+         {{"dir_pos"}, null_unless(is_known, group->dir_pos)},
+         {{"share", "Share", Kind::share}, null_unless(is_known, is_known ? group->share() : 0)},
+         {{"loses_everything"}, null_unless(is_known, all)},
          {k_oldest, group->orphans.oldest},
          {k_newest, group->orphans.newest},
          {k_pos, group->pos},
          {{"bytes", "Bytes", Kind::number, true}, group->bytes},
          {{"other_copies_pos", "Of other copies", Kind::number, true}, group->other_copies_pos},
-         {{"kept_copies", gone ? "Not deleted" : "", Kind::number, true}, group->kept},
+         {{"kept_copies", deleted ? "Not deleted" : "", Kind::number, true}, group->kept},
          {{"unapproved_copies", unapproved, Kind::number, true}, group->unapproved}}};
     if (all) row.mark = "all";
-    if (all) row.tag = gone ? "lost everything" : "would lose everything";
+    if (all) row.tag = deleted ? "lost everything" : "would lose everything";
     if (group->other_copies_pos != 0) row.tag += all ? ", other copies too" : "other copies too";
     return row;
   };
@@ -99,13 +99,12 @@ Table missing_of(const SharedContents& contents) {
                group->dir_failed ? "bad" : "",
                group->dir_failed ? "directory failed: not compared" : ""};
   };
-  return table_of_groups("missing", "Missing copies", contents->missing, row_of,
-                         "None: the record lists no missing copy.",
-                         "Copies that the backup catalog lists and the metadata lacks. A deletion "
-                         "does not touch them. "
-                         "All images of a failed directory are among them, and copies whose POs "
-                         "carry another spelling "
-                         "of the client's name.");
+  return table_of_groups(
+      "missing", "Missing copies", contents->missing, row_of,
+      "None: the record lists no missing copy.",
+      "Copies that the backup catalog lists and the metadata lacks. A deletion "
+      "does not touch them. All images of a failed directory are among them, and "
+      "copies whose POs carry another spelling of the client's name.");
 }
 
 std::vector<Table> scan_tables(const RunFile& file, RunReader& reader) {
@@ -145,7 +144,7 @@ std::vector<Table> restore_tables(const RunFile& file, RunReader& reader) {
                 {k_client, k_policy, k_basename}, "client, policy, basename",
                 "collision" + k_with_names),
           query(file, reader, "restored",
-                file.is_trial() ? "POs that would be put back" : "POs put back",
+                file.is_restore_dry_run() ? "POs that would be put back" : "POs put back",
                 {k_client, k_policy, {"restored_pos", "POs", Kind::number, true}},
                 "client, policy, sum(restored_pos)",
                 "directory JOIN client_policy p ON p.id = client_policy WHERE restored_pos != 0 "
@@ -204,9 +203,9 @@ std::vector<Table> tables_of(const RunFile& file, RunReader& reader,
   return tables;
 }
 
-// Texts are made for programs as well: numbers have no commas.
+// Programs read the text form too, so its numbers have no commas.
 Table images_of(const RunFile& file) {
-  const auto rows = [file](const RowVisitor& visit, std::int64_t most) {
+  const auto rows = [file](const RowVisitor& visit, std::int64_t limit) {
     const char* const undeleted = file.is_deletion() ? "not deleted" : "would go";
     const auto take = [&](const RunReader::Row& row) {
       const std::int64_t time = row.number(1);
@@ -224,7 +223,7 @@ Table images_of(const RunFile& file) {
     RunReader(file.file).rows(
         "SELECT client, backup_time, copy, o.pos, bytes, policy, deleted FROM orphan o" +
             k_with_names,
-        take, most);
+        take, limit);
   };
   return {"images", "Orphan copies", 0, rows};
 }

@@ -24,14 +24,14 @@ bool is_fixed(const Column& column) {
   return column.is_shown() && (column.kind == Kind::word || is_number(column.kind));
 }
 
-// Columns of numbers and of our own words come first. Names may be as long as they like, and their
-// characters take any room: they stand together at the end. Messages and arguments have no room at all.
+// Numbers and our own words come first. Names follow together, because their width on the terminal is
+// unknown and unbounded. Messages and arguments are left out.
 Line laid_out(const Row& row) {
   Line cells;
   std::string names;
   for (const Fact& fact : row.facts) {
     const Kind kind = fact.column.kind;
-    if (!fact.column.is_shown() || kind == Kind::words || kind == Kind::notes) continue;
+    if (!fact.column.is_shown() || kind == Kind::arguments || kind == Kind::messages) continue;
     const std::string cell = shown(fact.value, kind);
     if (is_fixed(fact.column)) {
       cells.push_back(cell);
@@ -63,10 +63,10 @@ void write_lines(std::ostream& out, const std::vector<Row>& rows) {
 }
 
 void show_bars(std::ostream& out, const Timeline& timeline) {
-  constexpr std::size_t k_most_bars = 24;
+  constexpr std::size_t k_max_bars = 24;
   constexpr std::size_t k_width = 40;
   std::uint64_t largest = 1;
-  const auto bars = timeline.bars(k_most_bars);
+  const auto bars = timeline.bars(k_max_bars);
   for (const Timeline::Bar& bar : bars) largest = std::max(largest, bar.count);
   std::vector<Row> rows;
   for (const Timeline::Bar& bar : bars) {
@@ -84,10 +84,10 @@ void show_bars(std::ostream& out, const Timeline& timeline) {
   }
 }
 
-void show(std::ostream& out, const Table& table, std::int64_t most) {
+void show(std::ostream& out, const Table& table, std::int64_t limit) {
   std::vector<Row> rows;
-  if (table.count != 0) table.rows([&](const Row& row) { rows.push_back(row); }, most);
-  // Also where a run that goes on took the rows away since they were counted.
+  if (table.count != 0) table.rows([&](const Row& row) { rows.push_back(row); }, limit);
+  // Even if rows were counted: a run that is still going may have removed them since.
   if (rows.empty()) {
     if (*table.when_empty != '\0') out << "\n  " << table.when_empty << "\n";
     return;
@@ -110,7 +110,7 @@ void show(std::ostream& out, const Section& section) {
       out << "    " << printable(concern.text) << "\n";
   }
   for (const Fact& fact : section.facts) {
-    if (!is_told(fact)) continue;
+    if (!is_head_fact(fact)) continue;
     out << "  " << std::left << std::setw(20) << fact.column.label
         << shown(fact.value, fact.column.kind) << "\n";
   }
@@ -118,10 +118,9 @@ void show(std::ostream& out, const Section& section) {
     out << "  " << shown(figure.number, Kind::number) << " " << figure.label
         << (figure.of.empty() ? "" : " (" + figure.of + ")") << "\n";
   }
-  for (const Table& table : section.tables) show(out, table, k_most_text_rows);
+  for (const Table& table : section.tables) show(out, table, k_max_text_rows);
 }
 
-// A line for each row, for programs.
 void write_images(const Table& table, std::ostream& out) {
   const auto write = [&](const Row& row) {
     const char* separator = "";
@@ -146,7 +145,7 @@ void write_text(const Report& report, std::ostream& out) {
     }
   }
   heading(out, "Runs");
-  show(out, report.runs, report.scope == Scope::runs ? -1 : k_most_text_rows);
+  show(out, report.runs, report.scope == Scope::runs ? -1 : k_max_text_rows);
   for (const Section& section : report.sections) show(out, section);
 }
 

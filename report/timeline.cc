@@ -1,6 +1,7 @@
 #include "report/timeline.h"
 
-#include <boost/date_time/gregorian/greg_calendar.hpp>
+#include <time.h>
+
 #include <boost/format.hpp>
 
 namespace report {
@@ -22,24 +23,23 @@ std::string label_of(int month, int width) {
 
 void Timeline::add(std::int64_t backup_time) {
   constexpr std::int64_t k_last = 253402300799;  // the end of the year 9999
-  constexpr std::int64_t k_day_seconds = 86400;
-  constexpr std::int64_t k_epoch = 2440588;  // the Julian day number of 1970-01-01
-  if (backup_time < 0 || backup_time > k_last) {
+  constexpr int k_first_year = 1900;             // of struct tm
+  struct tm date {};
+  const time_t seconds = backup_time;
+  if (backup_time < 0 || backup_time > k_last || ::gmtime_r(&seconds, &date) == nullptr) {
     ++m_beyond;
     return;
   }
-  const auto day = static_cast<std::uint32_t>(backup_time / k_day_seconds + k_epoch);
-  const auto date = boost::gregorian::gregorian_calendar::from_day_number(day);
-  ++m_months[date.year * k_months_a_year + date.month - 1];
+  ++m_months[(date.tm_year + k_first_year) * k_months_a_year + date.tm_mon];
 }
 
-std::vector<Timeline::Bar> Timeline::bars(std::size_t most) const {
+std::vector<Timeline::Bar> Timeline::bars(std::size_t limit) const {
   std::vector<Bar> bars;
   if (empty()) return bars;
   const int last = m_months.rbegin()->first;
   int width = 1;
   const auto first = [&] { return m_months.begin()->first / width; };
-  while (static_cast<std::size_t>(last / width - first()) >= most &&
+  while (static_cast<std::size_t>(last / width - first()) >= limit &&
          width < k_months_a_millennium) {
     width *= width == 1 ? k_months_a_year : k_ten;
   }

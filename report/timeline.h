@@ -8,10 +8,10 @@
 
 namespace report {
 
-// How many image copies were backed up when: counts by calendar month, in UTC.
+// Counts image copies by the calendar month of their backup, in UTC.
 class Timeline {
  public:
-  // One bar of a drawing: some months or years, and what they hold.
+  // One bar of a drawing: some months or years.
   struct Bar {
     std::string label;  // "2021-03", "2021" or "2020-2029"
     std::uint64_t count = 0;
@@ -21,12 +21,11 @@ class Timeline {
 
   bool empty() const { return m_months.empty(); }
 
-  // Without gaps, oldest first: months; or years, decades, centuries or millennia where there would be
-  // more than `most`.
-  std::vector<Bar> bars(std::size_t most) const;
+  // Without gaps, oldest first: months, or years, decades, centuries or millennia if there would be
+  // more than `limit` bars.
+  std::vector<Bar> bars(std::size_t limit) const;
 
-  // Copies whose time is no time of backups: before the epoch or behind the year 9999. They stand in
-  // no bar.
+  // Copies with an impossible time, before the epoch or after the year 9999. No bar counts them.
   std::uint64_t beyond() const { return m_beyond; }
 
  private:

@@ -14,7 +14,7 @@ namespace report {
 
 namespace {
 
-// In quotes if it is empty or holds blanks.
+// In quotes if it is empty or contains blanks.
 std::string in_quotes(const std::string& word) {
   const bool is_word = !word.empty() && word.find(' ') == std::string::npos;
   return is_word ? printable(word) : '"' + printable(word) + '"';
@@ -85,9 +85,9 @@ std::string shown(const Value& value, Kind kind) {
   return boost::join(words, " ");
 }
 
-bool is_told(const Fact& fact) {
+bool is_head_fact(const Fact& fact) {
   const Column& column = fact.column;
-  return column.is_shown() && column.kind != Kind::notes && !fact.value.is_null() &&
+  return column.is_shown() && column.kind != Kind::messages && !fact.value.is_null() &&
          !shown(fact.value, column.kind).empty();
 }
 

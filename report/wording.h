@@ -6,13 +6,13 @@
 #include "record/findings.h"
 #include "report/model.h"
 
-// Words and numbers that every view shows alike.
+// Wording that all views share.
 namespace report {
 
 // "dry run", "case scan", ...
 std::string name_of(record::Task task);
 
-// What a view says where no concern is named: a headline, and what it does not prove.
+// Shown if there is no concern.
 inline constexpr const char* k_no_concern = "The record names nothing to look at first.";
 inline constexpr const char* k_no_concern_caveat =
     "That does not prove the list right: a wrong disk pool or an incomplete listing leaves no "
@@ -30,19 +30,19 @@ std::string utc(std::int64_t time);
 // "2021-09-18 21:20:07", in the time zone of this process.
 std::string local_time(std::int64_t time);
 
-// From 0 to 1; 0 of nothing.
+// From 0 to 1; 0 if `all` is 0.
 double share_of(std::uint64_t part, std::uint64_t all);
 
-// "12.5 %"; rounded so that only all is "100 %" and only none is "0 %".
+// "12.5 %". Rounding never yields "100 %" for less than all, nor "0 %" for more than nothing.
 std::string percent(double share);
 
-// Whether values of the kind are laid out as numbers: numbers, times and shares are.
+// True for numbers, times and shares.
 bool is_number(Kind kind);
 
-// A value as text and page show it: null as "?", texts escaped by printable().
+// A value for text and page: null as "?", texts escaped by printable().
 std::string shown(const Value& value, Kind kind);
 
-// Whether a fact stands at the head of a section: it has a label and says something.
-bool is_told(const Fact& fact);
+// Whether the head of a section shows the fact: it has a label and a value.
+bool is_head_fact(const Fact& fact);
 
 }  // namespace report

@@ -15,7 +15,7 @@ ARGUMENTS = [
 
 
 class Browser:
-    """One browser with one page; to be used in a with statement."""
+    """One browser with one page. Use it in a with statement."""
 
     def __enter__(self):
         with contextlib.ExitStack() as stack:
@@ -50,14 +50,14 @@ class Browser:
         self._call("/url", {"url": f"file://{path}"})
 
     def run(self, script, *arguments):
-        """What the function body `script` returns."""
+        """Runs the function body `script` in the page and returns its result."""
         return self._call("/execute/sync", {"script": script, "args": arguments})
 
     def devtools(self, command, **parameters):
         return self._call("/goog/cdp/execute", {"cmd": command, "params": parameters})
 
     def log(self, kind):
-        """What was logged since the last call: of the console ("browser") or the network
+        """The entries since the last call, of the console ("browser") or the network
         ("performance")."""
         return self._call("/se/log", {"type": kind})
 

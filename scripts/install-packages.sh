@@ -1,7 +1,6 @@
 #!/bin/sh
-# Installs what is missing of the Debian packages that building, testing, checking, packaging or
-# comparing speed needs: install-packages.sh build|check|package|bench. Without a missing package
-# nothing is fetched.
+# install-packages.sh build|check|package|bench: installs the missing Debian packages for building,
+# checking, packaging or comparing speed. It downloads nothing if none is missing.
 set -eu
 
 build="g++ cmake ninja-build
@@ -36,6 +35,6 @@ as_root=
 echo "Installing:$missing"
 export DEBIAN_FRONTEND=noninteractive
 $as_root apt-get update -qq
-# The list is words on purpose.
+# Word splitting is intended.
 # shellcheck disable=SC2086
 $as_root apt-get install -y -qq --no-install-recommends $missing >/dev/null

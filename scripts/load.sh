@@ -1,8 +1,7 @@
 #!/bin/bash
-# Runs the program, build/release's, on storages of the largest sizes: 20,000 policy directories with
-# 1 and 64 threads, a directory with 1,000,000 POs, a listing of 1 GiB. Prints seconds and peak memory
-# of each run. Exit 1 when one fails, needs more memory than is promised, or leaves descriptors open:
-# each may have few open at once.
+# Runs the release build on the largest storages: 20,000 policy directories with 1 and 64 threads,
+# 1,000,000 POs in a directory, a listing of 1 GiB. Prints seconds and peak memory of each run. Exits
+# with 1 if a run fails, exceeds its memory limit, or leaks descriptors: each run may open only a few.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 readonly base_kib=$((64 * 1024)) pos_of_deep=1000000
@@ -16,8 +15,8 @@ sandbox() { # NAME OPTION...: makes a storage
   build/release/sandbox/mdfixup-sandbox create "$work/$name" "$@" >/dev/null
 }
 
-# Lets the simulated product list without a shell pipeline, which is all that would be timed.
-list_with() { # STORAGE: the script comes on standard input
+# Replaces the simulated query: its shell pipeline would dominate the time.
+list_with() { # STORAGE, with the script on standard input
   cat >"$work/$1/quorv/tavrin/bin/admincmd/tvimagequery"
 }
 
@@ -49,7 +48,7 @@ images=${0%/*}/../../../images
 [ -f "$images/$2/$4" ] || exit 227
 exec cat "$images/$2/$4"
 SCRIPT
-# A leak of one descriptor in a hundred directories would not come to the end.
+# A leak of one descriptor in a hundred directories makes these runs fail.
 for threads in 1 64; do
   descriptors=$((30 + threads * 6))
   run wide $descriptors $base_kib --scan_client_name_case --num_threads $threads
@@ -59,7 +58,7 @@ run wide 414 $base_kib --repair_client_name_case --num_threads 64
 run wide 414 $base_kib $consistency --num_threads 64
 rm -rf "$work/wide"
 
-# Orphans are few: each one's statement reads the whole directory.
+# Few orphans, because the deletion of each reads the whole directory.
 sandbox deep --clients 1 --policies 1 --images $((pos_of_deep / 2)) --copies 1 --miscased 0.5 \
   --orphans 0.00002 --missing 0
 readonly deep_kib=$((base_kib + pos_of_deep * 128 / 1024))
@@ -74,7 +73,7 @@ rm -rf "$work/deep"
 sandbox listed --clients 1 --policies 1 --images 1 --orphans 0 --missing 0 --miscased 0
 list_with listed <<'SCRIPT'
 #!/bin/sh
-# Images that the metadata lacks, of the pair that was asked for or of one that nobody has.
+# Images that the metadata lacks, of the requested client and policy or of unknown ones.
 exec awk -v client="${2:-client}" -v policy="${4:-policy}" 'BEGIN {
   for (i = 0; bytes < 1024 * 1024 * 1024; ++i) {
     image = sprintf("IMAGE %s 0 0 13 x %s 0 *NULL* root Full 0 3 %d %0200d", client, policy, i, i)

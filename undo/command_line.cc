@@ -18,10 +18,10 @@ const char* opt_policy = nullptr;
 
 const OptDescriptor o_client{0, "client", nullptr, &opt_client};
 const OptDescriptor o_policy{0, "policy", nullptr, &opt_policy};
+const OptDescriptor o_version{0, "version", "false", &opt_version};
 
-// Those that only a restore takes come first.
-const OptDescriptor* const k_options[] = {&o_client,       &o_policy, &o_dry_run, &o_num_threads,
-                                          &o_tvr_location, &o_help,   nullptr};
+const OptDescriptor* const k_options[] = {&o_client,       &o_policy,  &o_dry_run, &o_num_threads,
+                                          &o_tvr_location, &o_version, &o_help,    nullptr};
 
 struct Form {
   const char* name;
@@ -37,7 +37,7 @@ constexpr Form k_forms[] = {{"list", Command::list, false},
   throw std::invalid_argument(text);
 }
 
-// Whether the next word of the command line is the value of this one.
+// Whether the next word is the value of this option.
 bool takes_next_word(const std::string& word) {
   for (const OptDescriptor* const* option = k_options; *option != nullptr; ++option) {
     if (!(*option)->is_flag() && word == std::string("--") + (*option)->long_name) return true;
@@ -47,7 +47,7 @@ bool takes_next_word(const std::string& word) {
 
 using Words = std::vector<std::string>;
 
-// The words of the command line that are neither options nor their values; these are left in `options`.
+// Returns the words that are neither options nor their values; adds the others to `options`.
 Words split(int argc, char** argv, std::vector<char*>& options) {
   Words words;
   options.push_back(argv[0]);
@@ -77,7 +77,8 @@ const Form& form_of(const Words& words) {
 
 Request request_of(const Words& words) {
   Request request;
-  if (opt_help) return request;
+  if (opt_version) request.command = Command::version;
+  if (opt_version || opt_help) return request;
   const Form& form = form_of(words);
   request.command = form.command;
   if (form.has_run) request.run = words[1];
@@ -126,6 +127,7 @@ Options:
                   threads to restore with, 0 to 1024
   --tvr_location arg (=/usr/quorv)
                   where Tavrin is installed
+  --version       show the version
   -h --help       show this help
 
 A restore needs the services stopped. A deletion can be undone until the storage has

@@ -6,20 +6,20 @@
 
 namespace undo {
 
-enum class Command { help, list, show, restore, forget };
+enum class Command { help, version, list, show, restore, forget };
 
-// What the command line asks for; --num_threads and --tvr_location are in the option table of the runs.
+// The command line; --num_threads and --tvr_location are in tool/option_table.
 struct Request {
   Command command = Command::help;
-  std::string run;  // its id, or the path of its record
+  std::string run;  // an id or the path of a record
   catalog::WantedNames wanted;
   bool dry_run = false;
 };
 
-// False, after one line on standard error, when it is rejected.
+// False, after one line on standard error, if it is rejected.
 bool parse(int argc, char** argv, Request& request);
 
-// What --help prints.
+// The text of --help.
 std::string help();
 
 }  // namespace undo

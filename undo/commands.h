@@ -2,11 +2,10 @@
 
 namespace undo {
 
-// The whole run of the program. Returns its exit status.
+// Runs the program and returns its exit status.
 //
 // Threads: the main thread, while no other runs.
-// Errors: Cr_ErrnoException and other std::exception for what no operator's choice settles; the lock is
-//   released then too.
+// Errors: Cr_ErrnoException and other std::exception for unexpected faults; the lock is released first.
 int run(int argc, char** argv);
 
 }  // namespace undo

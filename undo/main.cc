@@ -1,6 +1,6 @@
-#include "tool/run_end.h"
+#include "tool/run_program.h"
 #include "undo/commands.h"
 
 int main(int argc, char** argv) {
-  return run_to_the_end([&] { return undo::run(argc, argv); });
+  return run_program([&] { return undo::run(argc, argv); });
 }

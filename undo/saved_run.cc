@@ -18,8 +18,8 @@ namespace {
 using record::RunReader;
 using report::RunFile;
 
-// Numbers of saved POs are counted from 1 in each directory: the highest says how many there are, without
-// a pass through all.
+// The saved POs of a directory are numbered from 1, so the highest number is their count. Finding it is
+// faster than a pass over all rows.
 std::uint64_t count_saved(RunReader& reader) {
   const std::string each = std::to_string(record::k_saved_of_directory);
   std::uint64_t count = 0;
@@ -44,9 +44,16 @@ void complain(const report::Fault& fault) {
                     report::printable(fault.text) + "\n");
 }
 
+std::string configured_root() {
+  const auto config = cr::Config::init_from_ksregistry(cr::registry_file(), cr::k_registry_key);
+  boost::filesystem::path root;
+  config.get(cr::k_storage_section, cr::k_root_dir_entry, root);
+  return root.string();
+}
+
 }  // namespace
 
-std::vector<SavedRun> list_saved_runs(bool& is_whole) {
+std::vector<SavedRun> list_saved_runs(bool& is_complete) {
   std::vector<report::Fault> faults;
   const std::vector<RunFile> all = report::find_runs({}, faults);
   const std::string root = configured_root();
@@ -61,11 +68,11 @@ std::vector<SavedRun> list_saved_runs(bool& is_whole) {
     }
   }
   for (const report::Fault& fault : faults) complain(fault);
-  is_whole = faults.empty();
+  is_complete = faults.empty();
   return runs;
 }
 
-// Of the other records only those that can be read matter.
+// Faults of other records are ignored: they do not affect this run.
 std::optional<SavedRun> find_saved_run(const std::string& word) {
   std::vector<report::Fault> faults;
   const std::vector<RunFile> all = report::find_runs({word}, faults);
@@ -97,13 +104,6 @@ std::string why_not(const SavedRun& run) {
     default:
       return "it has saved nothing";
   }
-}
-
-std::string configured_root() {
-  const auto config = cr::Config::init_from_ksregistry(cr::registry_file(), cr::k_registry_key);
-  boost::filesystem::path root;
-  config.get(cr::k_storage_section, cr::k_root_dir_entry, root);
-  return root.string();
 }
 
 }  // namespace undo

@@ -9,10 +9,10 @@
 
 namespace undo {
 
-// A run with what its record has for an undo.
+// A run with the counts of what its record saved for an undo.
 struct SavedRun {
   report::RunFile file;
-  std::uint64_t pos = 0;    // that were saved
+  std::uint64_t pos = 0;
   std::uint64_t moves = 0;  // of POs
   std::uint64_t links = 0;
 
@@ -20,19 +20,16 @@ struct SavedRun {
   bool can_be_undone() const { return file.run.undo == record::Undo::saved && has_something(); }
 };
 
-// The runs in the log directory of the configuration that can be undone, newest first. What cannot be
-// read is reported on standard error, and `is_whole` is false then.
+// The runs of the configured storage that can be undone, newest first. A record that cannot be read is
+// reported on standard error and sets `is_complete` to false.
 // Errors: those of the configuration.
-std::vector<SavedRun> list_saved_runs(bool& is_whole);
+std::vector<SavedRun> list_saved_runs(bool& is_complete);
 
-// The run of an id or of a record's path; nothing, after a message on standard error, if there is none.
+// The run with this id or record path; none, after a message on standard error, if it is not found.
 // Errors: as list_saved_runs.
 std::optional<SavedRun> find_saved_run(const std::string& word);
 
 // Why a run cannot be undone.
 std::string why_not(const SavedRun& run);
-
-// The root of the configured storage. Errors: those of the configuration.
-std::string configured_root();
 
 }  // namespace undo

@@ -18,7 +18,7 @@ using report::printable;
 using report::with_commas;
 using Cells = std::vector<std::string>;
 
-// Rows of one length, the first of them the headings. Numbers stand to the right.
+// A table with headings; the columns of numbers are right-aligned.
 class Table {
  public:
   Table(Cells headings, std::set<std::size_t> numbers)
@@ -64,13 +64,13 @@ std::string saved_text(const SavedRun& run) {
 std::string undone_text(const SavedRun& run) {
   const auto& undone = run.file.undone_by;
   if (!undone) return "";
-  return (undone->is_whole ? "undone by " : "undone in part by ") + printable(undone->id);
+  return (undone->is_complete ? "undone by " : "undone in part by ") + printable(undone->id);
 }
 
 void print_saved(RunReader& reader) {
   const std::string each = std::to_string(record::k_saved_of_directory);
   Table table({"Client", "Policy", "POs saved", "Bytes"}, {2, 3});
-  // A size that is no number, or no sound one, counts as none.
+  // An impossible size counts as 0, so that the sum cannot overflow.
   reader.rows(
       "SELECT client, policy, count(*), sum(iif(typeof(size) = 'integer', min(max(size, 0), "
       "1 << 52), 0)) FROM directory d JOIN client_policy p ON p.id = client_policy JOIN "
@@ -88,8 +88,7 @@ void print_moves(RunReader& reader) {
   reader.rows(
       "SELECT f.client, f.policy, t.client, count(*) FROM moved JOIN directory d ON d.id = "
       "directory JOIN client_policy f ON f.id = client_policy JOIN client_policy t ON t.id = "
-      "target "
-      "GROUP BY directory, target ORDER BY 1, 2, 3",
+      "target GROUP BY directory, target ORDER BY 1, 2, 3",
       [&](const RunReader::Row& row) {
         table.add({printable(row.text(0)), printable(row.text(1)), printable(row.text(2)),
                    with_commas(row.count(3))});

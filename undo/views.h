@@ -4,14 +4,13 @@
 
 #include "undo/saved_run.h"
 
-// What is printed of runs that can be undone. Names are escaped.
-//
+// Prints runs that can be undone, with names escaped.
 // Errors: those of RunReader.
 namespace undo {
 
 void print_list(const std::vector<SavedRun>& runs);
 
-// The run, and what it changed by client and policy.
+// The run with its changes by client and policy.
 void print_run(const SavedRun& run);
 
 }  // namespace undo

@@ -1,6 +1,6 @@
-"""Counts what no other load on the machine changes: the instructions of each task on the storage S,
-and its system calls for each policy directory, children left out. Fails when one has grown by more
-than a tenth of what is written down in bench/counts.txt; --update writes it down anew."""
+"""Counts what the machine's load does not change: the instructions of each task on the storage S, and
+its system calls for each policy directory, without its children. Fails if a count is more than a tenth
+above bench/counts.txt; --update writes that file."""
 
 import os
 import pathlib

@@ -1,8 +1,10 @@
-// measure FILE PROGRAM ARGUMENT...: runs the program and writes what it took into FILE, on one line:
-// seconds, CPU seconds of the program alone and with the children it waited for, and peak memory in
-// KiB. Exit status: the program's, 1 when it was ended by a signal or could not be run.
+// measure FILE PROGRAM ARGUMENT...: runs the program and writes its figures into FILE, on one line:
+// - seconds;
+// - CPU seconds of the program alone, and with the children it waited for;
+// - peak memory in KiB.
+// Exit status: the program's, or 1 if a signal ended it or it could not be run.
 //
-// A small program of its own, since a process begins with the peak memory of the one that made it.
+// It is a small program because a process inherits the peak memory of its parent.
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <time.h>
@@ -28,7 +30,7 @@ double now() {
   return seconds(time);
 }
 
-// Of a process that has ended and has not been waited for.
+// Requires a process that has ended and was not reaped.
 double own_cpu_seconds(pid_t pid) {
   clockid_t clock{};
   timespec time{};

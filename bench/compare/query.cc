@@ -1,6 +1,6 @@
-// Stands for the product's query of its catalog: [-client NAME -policy NAME] -hoursago HOURS. Prints
-// the files of the sandbox's catalog as they are, in as many milliseconds, in all, as stand in the
-// file "milliseconds" beside it. As light as a program can be, since what it takes is in every figure.
+// Simulates the product's query of the backup catalog: [-client NAME -policy NAME] -hoursago HOURS.
+// Prints the files of the sandbox's backup catalog unchanged. The file "milliseconds" beside it gives
+// the duration. It is as light as possible, because its cost is part of every figure.
 #include <dirent.h>
 #include <fcntl.h>
 #include <time.h>

@@ -1,4 +1,4 @@
-"""Runs the contenders in turn, several rounds, and keeps what each run took."""
+"""Runs the contenders in turn, in several rounds, and keeps the figures of each run."""
 
 import os
 import pathlib
@@ -6,12 +6,12 @@ import statistics
 import subprocess
 import tempfile
 
-# A peer that takes longer is run in one round only.
+# A slower peer runs in one round only.
 SLOW_SECONDS = 30
 
 
 class Run:
-    """What one run took: seconds, CPU seconds without and with its children, and peak MiB."""
+    """The figures of one run: seconds, CPU seconds without and with its children, peak MiB."""
 
     def __init__(self, line):
         wall, own, cpu, kib = line.split()
@@ -34,7 +34,7 @@ class Series:
         return statistics.median(self.values(figure))
 
     def ratios(self, other, figure="wall"):
-        """This one's figure by the other's, for each round that both ran in."""
+        """The ratio of this figure to the other's, for each round that both ran in."""
         return [getattr(run, figure) / getattr(other.runs[number], figure)
                 for number, run in self.runs.items() if number in other.runs]
 

@@ -13,8 +13,8 @@ class Size(typing.NamedTuple):
 
     clients: int
     images: int
-    # Pairs of clients whose names differ in letter case, beside the others. The directory of each
-    # holds a copy of its own and one of the other's.
+    # Additional pairs of clients whose names differ in letter case. The directory of each holds a
+    # copy of its own and one of the other's.
     pairs: int = 0
     record_bytes: int = 128
 
@@ -25,19 +25,19 @@ SIZES = {
     "deep": Size(4, 125025),
     "wide": Size(20000, 2),
     "wide1000": Size(1000, 2),
-    # As many directories. About half of the groups that a repair moves have a target already.
+    # 1,000 directories too. About half of the groups that a repair moves have a target already.
     "wide1000 in pairs": Size(532, 2, pairs=234),
     "10,000 POs": Size(10, 510),
     "100,000 POs": Size(100, 510),
     "1,000,000 POs": Size(1000, 510),
     "10,000,000 POs": Size(10000, 510),
-    # Names are all that a dry run reads: without records it is the same, and fits into memory.
+    # A dry run reads only names. Without records the storage fits into memory.
     "10,000,000 copies": Size(10000, 1020, record_bytes=0),
 }
 
 
 def default_dir():
-    """Where storages are made: in memory, so that no disk is timed."""
+    """The directory for storages: in memory, so that no disk is timed."""
     shm = pathlib.Path("/dev/shm")
     return shm if shm.is_dir() else tempfile.gettempdir()
 
@@ -57,18 +57,18 @@ def shares(task, size):
     return out_of_place, found, missing
 
 
-def copy_catalog(source, target):
-    """Copies the clients in the order of their names.
+def copy_tree(source, target):
+    """Copies the clients of a metadata tree in the order of their names.
 
-    In memory a walk follows the order in which directories were made. If the two of a pair came one
-    after the other, two threads would wait for each other at each pair.
+    In memory a walk follows the order in which directories were made. If the clients of a pair were
+    adjacent, two threads would wait for each other at each pair.
     """
     for client in sorted(source.glob("*/*")):
         shutil.copytree(client, target / client.relative_to(source))
 
 
 class Storage:
-    """A storage with a pristine copy of its catalog, to begin again from."""
+    """A storage with a pristine copy of its metadata tree, which begin_again restores."""
 
     def __init__(self, build, work, task, size, query_milliseconds=0):
         self.root = pathlib.Path(work) / "storage"
@@ -86,7 +86,7 @@ class Storage:
         (self.query.parent / "milliseconds").write_text(f"{query_milliseconds}\n")
 
     def delete_all(self, build):
-        """Deletes the orphans, and puts the run's record beside the storage."""
+        """Deletes the orphans, and moves the run's record beside the storage."""
         subprocess.run([build / "src/mdfixup", "--tvr_location", self.root / "quorv",
                         "--FORCE_DEDUPE_METADATA_CONSISTENCY"], check=True, capture_output=True,
                        env={**os.environ, "KSREGISTRY": str(self.root / "etc/ksregistry.cfg")})
@@ -98,14 +98,14 @@ class Storage:
         return self._pristine.parent / "record.db"
 
     def keep(self):
-        """Notes the catalog as it is."""
-        copy_catalog(self.catalog, self._pristine)
+        """Keeps a copy of the metadata tree."""
+        copy_tree(self.tree, self._pristine)
 
     def begin_again(self):
-        """Puts back the catalog that was kept, if one was, and removes all logs."""
+        """Restores the tree that was kept, if any, and removes all logs."""
         if self._pristine.exists():
-            shutil.rmtree(self.catalog)
-            copy_catalog(self._pristine, self.catalog)
+            shutil.rmtree(self.tree)
+            copy_tree(self._pristine, self.tree)
         for entry in (self.root / "log").iterdir():
             shutil.rmtree(entry) if entry.is_dir() else entry.unlink()
 
@@ -114,14 +114,14 @@ class Storage:
         shutil.rmtree(self._pristine, ignore_errors=True)
 
     @property
-    def catalog(self):
+    def tree(self):
         return self.root / "catalog"
 
-    def planted(self, kind):
+    def generated(self, kind):
         """The lines that a run must report: scan, orphans or missing."""
         return (self.root / "planted" / f"{kind}.txt").read_text().splitlines()
 
     def missing_images(self):
-        """The lines of the report of the run that has just ended."""
+        """The lines of the last run's report."""
         (report,) = (self.root / "log/metadata_consistency").glob("MissingImages_*")
         return report.read_text().splitlines()[1:]

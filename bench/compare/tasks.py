@@ -1,10 +1,10 @@
-"""What is run for each task, and what it found."""
+"""The commands of each task, and the checks of their results."""
 
 import hashlib
 import subprocess
 import sys
 
-# What the names of the tasks begin with that list the catalog only once.
+# The prefix of tasks that list the backup catalog only once.
 ONE_LISTING = "one_listing_"
 
 
@@ -20,13 +20,13 @@ class Task:
         self.changes = self._name in ("repair", "deletion", "restore")
 
     def command(self, contender, threads):
-        catalog = self._storage.catalog
+        tree = self._storage.tree
         kind = "consistency" if self._name in ("dry_run", "deletion") else self._name
-        words = [catalog]
+        words = [tree]
         if kind == "consistency":
-            words = [self._name, catalog, self._storage.query, "dp_sandbox"]
+            words = [self._name, tree, self._storage.query, "dp_sandbox"]
         if self._name == "restore":
-            words = [catalog, self._storage.record]
+            words = [tree, self._storage.record]
         if contender == "limit":
             return [self._build / "bench" / f"limit-{kind}", *words, threads]
         peer = "one_listing" if self._lists_once else kind
@@ -51,7 +51,7 @@ class Task:
         return {"KSREGISTRY": str(self._storage.root / "etc/ksregistry.cfg")}
 
     def check(self, contender, out):
-        """Holds what the run that has just ended found against what was planted."""
+        """Compares the findings of the last run with the generated ones."""
         lines = out.splitlines()
         if self._name == "scan":
             self._expect("scan", [line for line in lines if line.startswith("Client ")])
@@ -64,15 +64,15 @@ class Task:
             self._expect("orphans", [line for line in lines if line.startswith("{client")])
 
     def _expect(self, kind, lines):
-        if sorted(lines) != sorted(self._storage.planted(kind)):
-            raise RuntimeError(f"the {kind} lines are not those that were planted")
+        if sorted(lines) != sorted(self._storage.generated(kind)):
+            raise RuntimeError(f"the {kind} lines differ from the generated ones")
 
     def digest(self):
-        """Of all path objects that the catalog holds now."""
+        """A digest of all path objects in the metadata tree."""
         listing = subprocess.Popen(
-            [self._build / "sandbox/mdfixup-sandbox", "list", self._storage.catalog],
+            [self._build / "sandbox/mdfixup-sandbox", "list", self._storage.tree],
             stdout=subprocess.PIPE)
         digest = hashlib.file_digest(listing.stdout, "sha256").hexdigest()
         if listing.wait() != 0:
-            raise RuntimeError("the catalog could not be listed")
+            raise RuntimeError("the metadata tree could not be listed")
         return digest

@@ -11,9 +11,9 @@ namespace limits {
 
 namespace {
 
-std::string command_line(const Catalog& catalog, const std::string& filter) {
+std::string command_line(const ImageQuery& query, const std::string& filter) {
   constexpr std::time_t k_hour_seconds = 3600;
-  return catalog.command + filter + " -hoursago " +
+  return query.command + filter + " -hoursago " +
          std::to_string(std::time(nullptr) / k_hour_seconds + 1) + " 2>&1";
 }
 
@@ -26,7 +26,7 @@ std::string missing_line(std::string_view client, std::string_view policy, std::
 
 }  // namespace
 
-// Names come in byte order, and times have the same number of digits, so the copies do too.
+// Names come in byte order and all times have the same number of digits, so the copies are sorted too.
 std::vector<Copy> copies_in(Database& database, const std::string& client) {
   std::vector<Copy> copies;
   Statement names(database, "SELECT basename FROM po ORDER BY basename");
@@ -38,16 +38,16 @@ std::vector<Copy> copies_in(Database& database, const std::string& client) {
     const char* const end = name.data() + name.size();
     const auto time = std::from_chars(name.data() + prefix.size(), end, copy.time);
     if (end - time.ptr < 3) continue;
-    std::from_chars(time.ptr + 2, end, copy.number);  // behind "_C"
+    std::from_chars(time.ptr + 2, end, copy.number);  // after "_C"
     if (copies.empty() || copies.back() < copy) copies.push_back(copy);
   }
   return copies;
 }
 
-void compare(const Catalog& catalog, const PolicyDir& dir, std::vector<Copy>& copies,
+void compare(const ImageQuery& query, const PolicyDir& dir, std::vector<Copy>& copies,
              Findings& findings) {
   const std::string filter = " -client " + dir.client + " -policy " + dir.policy;
-  Listing listing(command_line(catalog, filter), catalog.disk_pool);
+  Listing listing(command_line(query, filter), query.disk_pool);
   while (listing.next()) {
     if (listing.client() != dir.client || listing.policy() != dir.policy) continue;
     for (const std::uint32_t number : listing.copies()) {
@@ -65,13 +65,13 @@ void compare(const Catalog& catalog, const PolicyDir& dir, std::vector<Copy>& co
   }
 }
 
-std::string missing_elsewhere(const Catalog& catalog, const std::vector<PolicyDir>& dirs) {
+std::string missing_elsewhere(const ImageQuery& query, const std::vector<PolicyDir>& dirs) {
   std::set<std::pair<std::string, std::string>, std::less<>> known;
   for (const PolicyDir& dir : dirs) known.emplace(dir.client, dir.policy);
   std::string lines;
   std::pair<std::string, std::string> pair;
   bool is_known = false;
-  Listing listing(command_line(catalog, ""), catalog.disk_pool);
+  Listing listing(command_line(query, ""), query.disk_pool);
   while (listing.next()) {
     if (pair.first != listing.client() || pair.second != listing.policy()) {
       pair = {std::string(listing.client()), std::string(listing.policy())};

@@ -22,28 +22,28 @@ struct Copy {
   }
 };
 
-// The copies that the directory's database names, in ascending order. Names of other clients and
-// in other letter cases are left out.
+// The copies in the directory's database, in ascending order, without names of other clients or in
+// another letter case.
 std::vector<Copy> copies_in(Database& database, const std::string& client);
 
-// What a run finds out of one directory: a line each for the orphans and the missing copies.
+// A line for each orphan and each missing copy of one directory.
 struct Findings {
   std::string orphans;
   std::string missing;
 };
 
-// The product's query, and the pool whose fragments count.
-struct Catalog {
+// The product's query of the backup catalog, and the disk pool whose fragments count.
+struct ImageQuery {
   std::string command;
   std::string disk_pool;
 };
 
-// Marks the copies that the catalog lists and adds a line for those that are not there.
-void compare(const Catalog& catalog, const PolicyDir& dir, std::vector<Copy>& copies,
+// Marks the copies that the backup catalog lists, and adds the findings.
+void compare(const ImageQuery& query, const PolicyDir& dir, std::vector<Copy>& copies,
              Findings& findings);
 
-// Lines for the catalog's copies of the clients and policies that have no directory.
-std::string missing_elsewhere(const Catalog& catalog, const std::vector<PolicyDir>& dirs);
+// Lines for the listed copies of clients and policies without a directory.
+std::string missing_elsewhere(const ImageQuery& query, const std::vector<PolicyDir>& dirs);
 
 std::string orphan_line(const PolicyDir& dir, const Copy& copy);
 

@@ -8,10 +8,10 @@ struct sqlite3_stmt;
 
 namespace limits {
 
-// Prepares SQLite for several threads that share nothing. To be called first.
+// Configures SQLite for threads that share nothing. Call it first.
 void start_sqlite();
 
-// A database file of one thread.
+// A database file, used by one thread.
 // Errors: std::runtime_error with SQLite's message.
 class Database {
  public:
@@ -22,7 +22,7 @@ class Database {
   Database(const Database&) = delete;
   Database& operator=(const Database&) = delete;
 
-  // Runs the statements, which give no rows.
+  // Runs statements without result rows.
   void exec(const std::string& sql);
 
   sqlite3* handle() const { return m_handle; }
@@ -40,13 +40,13 @@ class Statement {
   Statement(const Statement&) = delete;
   Statement& operator=(const Statement&) = delete;
 
-  // The first parameter; the text must live until the next bind.
+  // Binds the first parameter; the text must live until the next bind.
   void bind(std::string_view text);
 
-  // Takes the columns of the other statement's row for the parameters, in their order.
+  // Binds the columns of the other statement's row to the parameters, in their order.
   void bind_row(const Statement& other);
 
-  // Whether there is a row; without one the statement can be run anew.
+  // Whether there is a row; without one the statement can be run again.
   bool step();
   void reset();
 

@@ -5,8 +5,8 @@
 
 namespace limits {
 
-// Calls `work` for each index below `count`, each once, on so many threads.
-// Errors: what `work` throws on one thread; on several the program ends.
+// Calls `work` once for each index below `count`, on so many threads.
+// Errors: those of `work` if there is one thread; with several they end the program.
 void in_parallel(unsigned threads, std::size_t count, const std::function<void(std::size_t)>& work);
 
 }  // namespace limits

@@ -9,7 +9,7 @@
 
 namespace limits {
 
-// The images that the product's query prints, one after the other.
+// Iterates over the images that the product's query prints. Owns the child's stream.
 // Errors: std::runtime_error for a query that fails or a line with too few fields.
 class Listing {
  public:

@@ -21,9 +21,9 @@ std::vector<std::string> names_in(const std::string& dir) {
 
 }  // namespace
 
-std::vector<PolicyDir> policy_dirs(const std::string& catalog) {
+std::vector<PolicyDir> policy_dirs(const std::string& tree) {
   std::vector<PolicyDir> dirs;
-  const std::string root = catalog + "/2";
+  const std::string root = tree + "/2";
   for (const std::string& client : names_in(root)) {
     const std::string client_dir = root + "/" + client;
     for (const std::string& policy : names_in(client_dir)) {

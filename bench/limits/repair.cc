@@ -1,5 +1,5 @@
-// What a repair cannot do without: lists the names out of place, and moves each group of them from
-// database to database in one pair of transactions, the target stored first.
+// The indispensable work of a repair: lists the names in another letter case, and moves them in groups.
+// One pair of transactions moves a group between two databases; the target commits first.
 #include <fcntl.h>
 #include <strings.h>
 #include <sys/stat.h>
@@ -47,22 +47,22 @@ Groups names_out_of_place(Database& source, const std::string& client) {
   return groups;
 }
 
-void store_directory(const std::string& dir) {
+void sync_directory(const std::string& dir) {
   const int descriptor = ::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   ::fsync(descriptor);
   ::close(descriptor);
 }
 
 void make_directory(const std::string& parent, const std::string& name) {
-  if (::mkdir((parent + name).c_str(), 0755) == 0) store_directory(parent);
+  if (::mkdir((parent + name).c_str(), 0755) == 0) sync_directory(parent);
 }
 
-// An empty database that a crash leaves either whole or not at all: what is moved there is gone from
-// where it was an instant later.
+// Makes an empty database, which a crash leaves complete or not at all: POs that are moved there are
+// removed from the source at once.
 void make_database(const std::string& dir, const std::string& file) {
   Database(file + ".new", Database::Mode::create).exec(k_schema);
   if (::rename((file + ".new").c_str(), file.c_str()) != 0) throw std::runtime_error(file);
-  store_directory(dir);
+  sync_directory(dir);
 }
 
 std::string target_file(const limits::PolicyDir& dir, const std::string& spelling) {
@@ -109,8 +109,8 @@ void move_group(Database& source, const std::string& file, const std::vector<std
   source.exec("COMMIT");
 }
 
-// Directories of one policy whose clients differ in letter case write to each other: one lock for all
-// of them. That some others share it is seldom waited for.
+// One lock for all directories of a policy whose clients differ only in letter case, because these write
+// to each other. Unrelated directories may share a lock, which rarely makes one wait.
 std::mutex& lock_of(const limits::PolicyDir& dir) {
   static std::array<std::mutex, 256> locks;
   std::string key = dir.client + "/" + dir.policy;
@@ -130,7 +130,7 @@ void repair(const limits::PolicyDir& dir) {
 }  // namespace
 
 int main(int argc, char** argv) try {
-  if (argc != 3) throw std::runtime_error("usage: limit-repair CATALOG THREADS");
+  if (argc != 3) throw std::runtime_error("usage: limit-repair TREE THREADS");
   limits::start_sqlite();
   const auto dirs = limits::policy_dirs(argv[1]);
   limits::in_parallel(static_cast<unsigned>(std::stoul(argv[2])), dirs.size(),

@@ -1,5 +1,5 @@
-// What a restore cannot do without: reads each directory's rows from the record and stores them, in one
-// transaction for each directory.
+// The indispensable work of a restore: reads each directory's rows from the record and inserts them, in
+// one transaction for each directory.
 #include <cstdio>
 #include <exception>
 #include <stdexcept>
@@ -19,14 +19,14 @@ struct Dir {
   std::string path;
 };
 
-std::vector<Dir> dirs_of(const std::string& record, const std::string& catalog) {
+std::vector<Dir> dirs_of(const std::string& record, const std::string& tree) {
   Database database(record, Database::Mode::read);
   Statement rows(database,
                  "SELECT d.id, dsid || '/' || client || '/' || policy FROM directory d JOIN "
                  "client_policy p ON p.id = client_policy");
   std::vector<Dir> dirs;
   while (rows.step()) {
-    dirs.push_back({std::string(rows.text(0)), catalog + "/" + std::string(rows.text(1))});
+    dirs.push_back({std::string(rows.text(0)), tree + "/" + std::string(rows.text(1))});
   }
   return dirs;
 }
@@ -49,7 +49,7 @@ void restore(const std::string& record, const Dir& dir) {
 }  // namespace
 
 int main(int argc, char** argv) try {
-  if (argc != 4) throw std::runtime_error("usage: limit-restore CATALOG RECORD THREADS");
+  if (argc != 4) throw std::runtime_error("usage: limit-restore TREE RECORD THREADS");
   limits::start_sqlite();
   const std::string record = argv[2];
   const auto dirs = dirs_of(record, argv[1]);

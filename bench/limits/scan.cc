@@ -1,4 +1,4 @@
-// What a scan cannot do without: lists every basename of every directory and compares its beginning.
+// The indispensable work of a scan: lists every basename of every directory and compares its beginning.
 #include <strings.h>
 
 #include <cstdio>
@@ -33,7 +33,7 @@ void scan(const limits::PolicyDir& dir) {
 }  // namespace
 
 int main(int argc, char** argv) try {
-  if (argc != 3) throw std::runtime_error("usage: limit-scan CATALOG THREADS");
+  if (argc != 3) throw std::runtime_error("usage: limit-scan TREE THREADS");
   limits::start_sqlite();
   const auto dirs = limits::policy_dirs(argv[1]);
   const auto threads = static_cast<unsigned>(std::stoul(argv[2]));

@@ -19,7 +19,7 @@ def copies_in(database, client):
 
 
 def listed(query, pool, *filters):
-    """Client, policy, time and copy of each copy that the catalog lists."""
+    """Client, policy, time and copy of each copy that the backup catalog lists."""
     hours = str(int(time.time()) // 3600 + 1)
     child = subprocess.Popen([query, *filters, "-hoursago", hours], stdout=subprocess.PIPE,
                              stderr=subprocess.STDOUT, text=True)

@@ -37,7 +37,7 @@ def all_held(root):
 
 
 def all_listed(query, pool):
-    """The copies that the catalog lists, by client and policy."""
+    """The copies that the backup catalog lists, by client and policy."""
     hours = str(int(time.time()) // 3600 + 1)
     child = subprocess.Popen([query, "-hoursago", hours], stdout=subprocess.PIPE,
                              stderr=subprocess.STDOUT, bufsize=1 << 20)

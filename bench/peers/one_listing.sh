@@ -9,7 +9,7 @@ hours=$(($(date +%s) / 3600 + 1))
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# A pipeline has the exit status of its last command alone; the others leave a note.
+# A pipeline has only the exit status of its last command; a failure of the others is noted in a file.
 stop_after_failure() {
   [ ! -e "$work/failed" ] || {
     echo "one_listing.sh: $(cat "$work/failed") failed" >&2
@@ -17,7 +17,7 @@ stop_after_failure() {
   }
 }
 
-# The copies in the databases: client, policy, time, copy. The names of a copy follow each other.
+# The copies in the databases: client, policy, time, copy. The names of one copy are adjacent.
 find "$catalog/2" -mindepth 2 -maxdepth 2 -type d | awk -F / '{
   print ".open --readonly \"" $0 "/po.db\""
   print ".print / " $(NF - 1) " " $NF
@@ -33,8 +33,8 @@ find "$catalog/2" -mindepth 2 -maxdepth 2 -type d | awk -F / '{
   }' | sort -u >"$work/held"
 stop_after_failure
 
-# The copies in the catalog. cut leaves awk only the fields that it needs, because splitting takes
-# longest.
+# The copies in the backup catalog. cut leaves awk only the fields that it needs, because splitting
+# takes longest.
 { $query -hoursago "$hours" 2>&1 || [ $? -eq 227 ] || echo "the query" >"$work/failed"; } |
   cut -d ' ' -f 1,2,7,14,16 | awk -v pool="$pool" '
     $1 == "IMAGE" { image = $2 " " $3 " " $4; next }
@@ -42,7 +42,7 @@ stop_after_failure
   sort -u >"$work/listed"
 stop_after_failure
 
-# comm prints what only the catalog has after a tab.
+# comm prints what only the backup catalog has after a tab.
 comm -3 "$work/held" "$work/listed" | awk -v root="$catalog/2" -v script="$work/delete" \
   -v quote="'" '
   BEGIN { print "BEGIN;" >script }

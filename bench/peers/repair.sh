@@ -11,7 +11,7 @@ find "$1/2" -mindepth 2 -maxdepth 2 -type d | while read -r dir; do
       AND lower(substr(basename, 1, ${#client})) = lower('$client')" </dev/null |
     while read -r spelling; do
       mkdir -p "$root/$spelling/$policy"
-      # Both databases are stored as one; a PO whose name is taken by another one stays.
+      # One transaction covers both databases; a PO whose name another one has stays.
       sqlite3 "$root/$spelling/$policy/po.db" "
         CREATE TABLE IF NOT EXISTS po (basename TEXT NOT NULL UNIQUE, poid TEXT NOT NULL,
           size INTEGER NOT NULL, mtime INTEGER NOT NULL, record BLOB NOT NULL);

@@ -36,8 +36,7 @@ void write_faults(const Report& report, std::ostream& out) {
   out << "</ul></section>\n";
 }
 
-// The runs that have a section say there what was wrong with them; of the others this is the only word
-// before the table of all runs.
+// Runs without a section would be mentioned only in the last table otherwise.
 void write_other_runs(const Report& report, std::ostream& out) {
   if (report.other_runs_failed == 0 && report.other_runs_warned == 0) return;
   out << "<p class=\"note\">Of the other runs, " << with_commas(report.other_runs_failed)
@@ -76,7 +75,7 @@ void write_section(const Section& section, const std::string& id, std::ostream& 
   write_figures(section, out);
   out << R"(<dl class="facts" id=")" << id << "-facts\">\n";
   for (const Fact& fact : section.facts) {
-    if (!is_told(fact)) continue;
+    if (!is_head_fact(fact)) continue;
     out << "<div><dt>" << fact.column.label << "</dt><dd>"
         << page::cell(fact.value, fact.column.kind) << "</dd></div>\n";
   }

@@ -5,11 +5,11 @@
 
 #include "report/model.h"
 
-// What a page is made of.
+// The parts of a page.
 namespace report::page {
 
-// What every page carries, compiled in: the style in its head and the script at its end. A page may load
-// nothing and runs no other script: its policy names the two by their SHA-256.
+// The constant parts, with the style and the script. The page's content security policy allows only these
+// two, by their SHA-256, and loads nothing.
 extern const char* const k_before_title;
 extern const char* const k_after_title;
 extern const char* const k_end;
@@ -17,12 +17,11 @@ extern const char* const k_end;
 // A value as HTML.
 std::string cell(const Value& value, Kind kind);
 
-// The note, the timeline and the rows of a table; the script makes it sortable. `id` must be the only
-// one of its kind on the page.
+// Writes the note, the timeline and the rows of a table. `id` must be unique on the page.
 void write_table(const Table& table, const std::string& id, std::ostream& out);
 
-// Draws how many copies were backed up when, as bars. Widths are shares of what room there is, so that
-// texts keep their size on a phone. `what` names the copies and is escaped; `id` as above.
+// Draws the timeline as bars. Widths are in percent, so that texts keep their size on a phone. `what`
+// names the copies and is escaped here; `id` as above.
 void draw_timeline(const Timeline& timeline, const std::string& what, const std::string& id,
                    std::ostream& out);
 

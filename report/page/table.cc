@@ -14,7 +14,7 @@ namespace {
 const char* class_of(Kind kind) {
   if (kind == Kind::time) return " class=\"d\"";
   if (is_number(kind)) return " class=\"n\"";
-  return kind == Kind::verbatim || kind == Kind::words ? " class=\"c\"" : " class=\"t\"";
+  return kind == Kind::verbatim || kind == Kind::arguments ? " class=\"c\"" : " class=\"t\"";
 }
 
 void write_note(const std::string& text, std::ostream& out) {
@@ -29,7 +29,7 @@ std::string notes(const Value& texts) {
   return result + "</ul></details>";
 }
 
-// Each is cut at the end of a line only if it fills one.
+// The spans keep a short argument from being broken at a line's end.
 std::string words(const Value& texts) {
   std::string result = "<code>";
   for (const std::string text : texts) result += "<span>" + html(text) + "</span> ";
@@ -42,14 +42,14 @@ std::string bar(double share) {
          std::to_string(share * k_hundred) + R"(%" height="100%"/></svg>)" + percent(share);
 }
 
-// What a number is sorted by; nothing for one that is not known.
+// For the script; empty for an unknown number.
 std::string sort_value(const Value& value) {
   if (value.is_null()) return "";
   return value.is_number_float() ? std::to_string(value.get<double>()) : value.dump();
 }
 
 void write_head(const Table& table, const Row& row, std::ostream& out) {
-  constexpr std::ptrdiff_t k_few_columns = 3;  // need not fill the width of the page
+  constexpr std::ptrdiff_t k_few_columns = 3;  // do not fill the width of the page
   const auto columns = std::count_if(row.facts.begin(), row.facts.end(),
                                      [](const Fact& fact) { return fact.column.is_shown(); });
   out << "<div class=\"wide\"><table" << (columns > k_few_columns ? " class=\"full\"" : "")
@@ -69,7 +69,7 @@ void write_row(const Row& row, std::ostream& out) {
   for (const Fact& fact : row.facts) {
     const Column& column = fact.column;
     if (!column.is_shown()) continue;
-    // On a narrow screen a row becomes a card, whose lines need the names of the columns.
+    // On a narrow screen each row is a card with the columns' names beside the values.
     out << "<td data-label=\"" << html(column.label) << "\"" << class_of(column.kind);
     if (is_number(column.kind)) out << " data-v=\"" << sort_value(fact.value) << "\"";
     out << ">" << cell(fact.value, column.kind) << std::exchange(tag, "") << "</td>";
@@ -80,8 +80,8 @@ void write_row(const Row& row, std::ostream& out) {
 }  // namespace
 
 std::string cell(const Value& value, Kind kind) {
-  if (kind == Kind::notes) return notes(value);
-  if (kind == Kind::words) return words(value);
+  if (kind == Kind::messages) return notes(value);
+  if (kind == Kind::arguments) return words(value);
   if (value.is_string()) {
     const std::string text = html(value.get_ref<const std::string&>());
     return kind == Kind::verbatim ? "<code>" + text + "</code>" : text;
@@ -93,7 +93,7 @@ void write_table(const Table& table, const std::string& id, std::ostream& out) {
   if (table.count == 0) return write_note(table.when_empty, out);
   write_note(table.note, out);
   draw_timeline(table.timeline, table.caption, id + "-time", out);
-  const auto shown = std::min<std::uint64_t>(table.count, k_most_page_rows);
+  const auto shown = std::min<std::uint64_t>(table.count, k_max_page_rows);
   if (shown < table.count) {
     write_note("The first " + with_commas(shown) + " of " + with_commas(table.count) + " rows; " +
                    with_commas(table.count - shown) +
@@ -105,8 +105,8 @@ void write_table(const Table& table, const std::string& id, std::ostream& out) {
     if (std::exchange(is_first, false)) write_head(table, row, out);
     write_row(row, out);
   };
-  table.rows(write, k_most_page_rows);
-  // A run that goes on may have taken the rows away since they were counted.
+  table.rows(write, k_max_page_rows);
+  // A run that is still going may have removed the rows since they were counted.
   out << (is_first ? "" : "</tbody></table></div>\n");
 }
 

@@ -14,7 +14,7 @@ namespace {
 
 using Bars = std::vector<Timeline::Bar>;
 
-constexpr double k_top = 18;      // room for the number at the line of the most
+constexpr double k_top = 18;      // room for the number above the highest bar
 constexpr double k_height = 104;  // of the highest bar
 constexpr double k_bottom = k_top + k_height;
 constexpr double k_all = 100;  // percent
@@ -34,14 +34,14 @@ void draw_scale(std::uint64_t most, std::ostream& out) {
 
 void draw_bars(const Bars& bars, std::uint64_t most, double step, std::ostream& out) {
   constexpr double k_filled = 0.82;
-  constexpr double k_least = 2;   // pixels: what is there is seen
-  constexpr double k_widest = 5;  // percent: few bars are no walls
+  constexpr double k_least = 2;   // pixels, to be visible
+  constexpr double k_widest = 5;  // percent
   const double width = std::min(k_widest, k_filled * step);
   for (std::size_t i = 0; i < bars.size(); ++i) {
     const double share = share_of(bars[i].count, most);
     const double height = share == 0 ? 0 : std::max(k_least, k_height * share);
     const double x = step * static_cast<double>(i);
-    // The pointer need not hit a low bar: a column without a colour stands over it.
+    // A transparent column over the bar shows the title for a low bar too.
     out << boost::format(
                "<g role=\"img\"><title>%1%: %2%</title><rect class=\"bar\" x=\"%3$.3f%%\" "
                "y=\"%4$.1f\" width=\"%5$.3f%%\" height=\"%6$.1f\"/><rect class=\"column\" "
@@ -51,8 +51,7 @@ void draw_bars(const Bars& bars, std::uint64_t most, double step, std::ostream& 
   }
 }
 
-// All where there are few; else some at the left of their bars, and the last at the right end, where
-// it has room.
+// Labels all bars if they are few; else the first, two between and, right-aligned, the last.
 void draw_labels(const Bars& bars, bool few, double step, std::ostream& out) {
   constexpr double k_baseline = k_bottom + 15;
   const std::size_t labels = few ? bars.size() : 4;
@@ -70,15 +69,15 @@ void draw_labels(const Bars& bars, bool few, double step, std::ostream& out) {
 
 void draw_timeline(const Timeline& timeline, const std::string& what, const std::string& id,
                    std::ostream& out) {
-  constexpr std::size_t k_most_bars = 72;
+  constexpr std::size_t k_max_bars = 72;
   constexpr double k_character = 2.3;  // percent, on a phone
-  const Bars bars = timeline.bars(k_most_bars);
+  const Bars bars = timeline.bars(k_max_bars);
   if (timeline.beyond() != 0) {
     out << "<p class=\"note\">" << copies(timeline.beyond())
         << " with a time that can be none of a backup: not in the drawing.</p>\n";
   }
   if (bars.empty()) return;
-  // Of a bar with its label, where all have room for theirs.
+  // Few bars do not spread over the width of the page.
   const double widest_step = k_character * static_cast<double>(bars.front().label.size());
   const double step = std::min(widest_step, k_all / static_cast<double>(bars.size()));
   const bool few = widest_step * static_cast<double>(bars.size()) <= k_all;

@@ -12,10 +12,10 @@ inline const std::string& as_utf8(const boost::filesystem::path& path) {
   return path.native();
 }
 
-// Whether anything is at `path`, links followed; what cannot be looked at does not exist.
+// Whether `path`, or what a link there leads to, exists. False if that cannot be determined.
 inline bool exists(const boost::filesystem::path& path) {
   boost::system::error_code error;
-  return boost::filesystem::exists(boost::filesystem::status(path, error));
+  return boost::filesystem::exists(path, error);
 }
 
 }  // namespace dct::filesystem

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "dct/network.h"
+// Start and stop the network library. Linux needs neither, so both do nothing.
+inline void NetStart() {}
+inline void NetStop() {}
 
 namespace dct {
 
-// The process's use of the network library, from the first call of getInstance to the process's
-// end.
-//
+// The process's use of the network library, from the first getInstance to the process's end.
 // Threads: getInstance may be called from any thread.
 class InitNetworking {
  public:

@@ -8,11 +8,11 @@ Event::Event() noexcept {
   (void)::sem_init(&m_semaphore, 0, 0);  // fails for values beyond the greatest alone
 }
 
-void Event::ring() noexcept {
+void Event::set() noexcept {
   (void)::sem_post(&m_semaphore);  // one with as many rings as it can count has been rung
 }
 
-void Event::silence() noexcept {
+void Event::reset() noexcept {
   while (::sem_trywait(&m_semaphore) == 0) {
   }
 }

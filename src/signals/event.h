@@ -18,10 +18,10 @@ class Event {
   Event(const Event&) = delete;
   Event& operator=(const Event&) = delete;
 
-  void ring() noexcept;
+  void set() noexcept;
 
   // Forgets all rings so far.
-  void silence() noexcept;
+  void reset() noexcept;
 
   // Waits for a ring; returns without one at `deadline`, or earlier where a signal was handled.
   void wait_until(std::chrono::steady_clock::time_point deadline) noexcept;

@@ -28,7 +28,7 @@ static_assert(k_erasing_notice.substr(0, console::k_erase_line.size()) == consol
 constexpr std::string_view k_notice = k_erasing_notice.substr(console::k_erase_line.size());
 
 std::atomic<bool> s_progress_asked{false};
-Event s_progress_bell;
+Event s_progress_event;
 
 std::int64_t now_nanoseconds() {
   constexpr std::int64_t k_second_nanoseconds = 1000000000;
@@ -65,7 +65,7 @@ void request_stop(int signal) {
 void ask_for_progress(int /*signal*/) {
   const int saved_errno = errno;
   s_progress_asked.store(true);
-  s_progress_bell.ring();
+  s_progress_event.set();
   errno = saved_errno;
 }
 
@@ -106,8 +106,8 @@ bool progress_was_asked_for() {
   return s_progress_asked.exchange(false);
 }
 
-Event& progress_bell() {
-  return s_progress_bell;
+Event& progress_event() {
+  return s_progress_event;
 }
 
 bool interrupted() {

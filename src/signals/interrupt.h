@@ -49,6 +49,6 @@ void catch_progress_requests();
 bool progress_was_asked_for();
 
 // Rung by SIGUSR1; waited for by whoever answers it.
-Event& progress_bell();
+Event& progress_event();
 
 }  // namespace util

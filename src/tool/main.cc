@@ -1,6 +1,6 @@
 #include "tool/main_impl.h"
-#include "tool/run_end.h"
+#include "tool/run_program.h"
 
 int main(int argc, char** argv) {
-  return run_to_the_end([&] { return main_impl(argc, argv); });
+  return run_program([&] { return main_impl(argc, argv); });
 }

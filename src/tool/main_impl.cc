@@ -2,26 +2,28 @@
 
 #include <string>
 
+#include "config/version.h"
+#include "console/standard_streams.h"
 #include "dct/report_error.h"
 #include "tool/exit_status.h"
-#include "tool/modes.h"
 #include "tool/option_table.h"
-#include "tool/options_go_together.h"
-#include "tool/storage_run.h"
+#include "tool/run_on_storage.h"
+#include "tool/tasks.h"
+#include "tool/tvr_location.h"
 #include "tool/usage.h"
 
 namespace {
 
-// What the flags ask for; the first that applies wins.
-int run_mode(const StoragePaths& storage) {
+// Runs the task that the flags ask for; the first that applies wins.
+int run_chosen_task(const StoragePaths& storage) {
   if (!options_go_together()) return k_exit_failure;
   if (opt_scan) {
     log_mode("client name case scan", record::Task::scan, storage);
-    return scan_mode(storage);
+    return run_scan(storage);
   }
   if (opt_repair) {
     log_mode("client name case repair", record::Task::repair, storage);
-    return repair_mode(storage);
+    return run_repair(storage);
   }
   if (opt_catalog_DR) {
     if (opt_dry_run) {
@@ -29,7 +31,7 @@ int run_mode(const StoragePaths& storage) {
     } else {
       log_mode("metadata consistency, deletion", record::Task::deletion, storage);
     }
-    return consistency_mode(storage);
+    return run_consistency(storage);
   }
   dct::report_error("Unknown options combination\n");
   return k_exit_failure;
@@ -43,12 +45,16 @@ int main_impl(int argc, char** argv) {
     Usage();
     return k_exit_failure;
   }
+  if (opt_version) {
+    console::print(version_text("mdfixup"));
+    return k_exit_success;
+  }
   if (opt_help) {
     Usage();
     return k_exit_success;
   }
   return run_on_storage(argc, argv, [&](const StoragePaths& storage) {
     begin_record(storage, argc, argv);
-    return location_is_there() ? run_mode(storage) : k_exit_failure;
+    return location_is_there() ? run_chosen_task(storage) : k_exit_failure;
   });
 }

@@ -4,56 +4,73 @@
 #include <iostream>
 
 #include "catalog/walk/dir_filter.h"
+#include "dct/report_error.h"
 #include "text/one_line.h"
 
 std::string progname;
 
-bool opt_cleanup = false;
-bool opt_repair = false;
-bool opt_scan = false;
-bool opt_force = false;
-bool opt_catalog_DR = false;
-bool opt_dry_run = false;
-bool opt_pendimport_consistency = false;
-std::int64_t opt_catalog_backup_time = 0;
-std::int32_t opt_num_threads = 1;
-const char* opt_tvr_location = nullptr;
-const char* opt_tvr_disk_pool = nullptr;
-const char* opt_approved = nullptr;
-std::int32_t opt_max_orphan_share = -1;
-std::vector<std::string> opt_only;
-std::vector<std::string> opt_except;
-bool opt_no_undo = false;
-bool opt_one_listing = false;
-bool opt_help = false;
-
 namespace {
 
 constexpr const char* GLOBAL_def_tvr_loc = "/usr/quorv";
-constexpr std::int32_t k_most_threads = 1024;
-constexpr std::int32_t k_most_percent = 100;
-
-const OptDescriptor o_cleanup{0, "cleanup_case_work_space", "false", &opt_cleanup};
-const OptDescriptor o_pendimport_consistency{0, "FORCE_CONSISTENCY_ALL_IMAGE", "false",
-                                             &opt_pendimport_consistency};
-const OptDescriptor o_catalog_backup_time{0, "catalog_backup_time", "0", &opt_catalog_backup_time};
-const OptDescriptor o_tvr_disk_pool{0, "tvr_disk_pool", nullptr, &opt_tvr_disk_pool};
+bool opt_cleanup = false;  // accepted from old scripts and never read
 
 }  // namespace
 
-const OptDescriptor o_scan{0, "scan_client_name_case", "false", &opt_scan};
-const OptDescriptor o_force{0, "force", "false", &opt_force};
-const OptDescriptor o_catalog_DR{0, "FORCE_DEDUPE_METADATA_CONSISTENCY", "false", &opt_catalog_DR};
+const OptDescriptor o_cleanup{0, "cleanup_case_work_space", "false", &opt_cleanup};
+
+bool opt_repair = false;
 const OptDescriptor o_repair{0, "repair_client_name_case", "false", &opt_repair};
+
+bool opt_scan = false;
+const OptDescriptor o_scan{0, "scan_client_name_case", "false", &opt_scan};
+
+bool opt_force = false;
+const OptDescriptor o_force{0, "force", "false", &opt_force};
+
+bool opt_catalog_DR = false;
+const OptDescriptor o_catalog_DR{0, "FORCE_DEDUPE_METADATA_CONSISTENCY", "false", &opt_catalog_DR};
+
+bool opt_dry_run = false;
 const OptDescriptor o_dry_run{0, "dry_run", "false", &opt_dry_run};
-const OptDescriptor o_approved{0, "approved", nullptr, &opt_approved};
-const OptDescriptor o_max_orphan_share{0, "max_orphan_share", nullptr, &opt_max_orphan_share};
-const OptDescriptor o_only{0, "only", nullptr, &opt_only};
-const OptDescriptor o_except{0, "except", nullptr, &opt_except};
-const OptDescriptor o_no_undo{0, "no_undo", "false", &opt_no_undo};
-const OptDescriptor o_one_listing{0, "one_listing", "false", &opt_one_listing};
+
+bool opt_pendimport_consistency = false;
+const OptDescriptor o_pendimport_consistency{0, "FORCE_CONSISTENCY_ALL_IMAGE", "false",
+                                             &opt_pendimport_consistency};
+
+std::int64_t opt_catalog_backup_time = 0;
+const OptDescriptor o_catalog_backup_time{0, "catalog_backup_time", "0", &opt_catalog_backup_time};
+
+std::int32_t opt_num_threads = 1;
 const OptDescriptor o_num_threads{0, "num_threads", "1", &opt_num_threads};
+
+const char* opt_tvr_location = nullptr;
 const OptDescriptor o_tvr_location{0, "tvr_location", GLOBAL_def_tvr_loc, &opt_tvr_location};
+
+const char* opt_tvr_disk_pool = nullptr;
+const OptDescriptor o_tvr_disk_pool{0, "tvr_disk_pool", nullptr, &opt_tvr_disk_pool};
+
+const char* opt_approved = nullptr;
+const OptDescriptor o_approved{0, "approved", nullptr, &opt_approved};
+
+std::int32_t opt_max_orphan_share = -1;
+const OptDescriptor o_max_orphan_share{0, "max_orphan_share", nullptr, &opt_max_orphan_share};
+
+std::vector<std::string> opt_only;
+const OptDescriptor o_only{0, "only", nullptr, &opt_only};
+
+std::vector<std::string> opt_except;
+const OptDescriptor o_except{0, "except", nullptr, &opt_except};
+
+bool opt_no_undo = false;
+const OptDescriptor o_no_undo{0, "no_undo", "false", &opt_no_undo};
+
+bool opt_one_listing = false;
+const OptDescriptor o_one_listing{0, "one_listing", "false", &opt_one_listing};
+
+bool opt_version = false;
+const OptDescriptor o_version{0, "version", "false", &opt_version};
+
+bool opt_help = false;
 const OptDescriptor o_help{'h', "help", "false", &opt_help};
 
 namespace {
@@ -75,6 +92,7 @@ const OptDescriptor* const options[] = {&o_cleanup,
                                         &o_except,
                                         &o_no_undo,
                                         &o_one_listing,
+                                        &o_version,
                                         &o_help,
                                         nullptr};
 
@@ -96,19 +114,65 @@ bool names_directories(const OptDescriptor& option, const std::vector<std::strin
   return true;
 }
 
-}  // namespace
-
-bool num_threads_are_in_range() {
-  return within(o_num_threads, opt_num_threads, k_most_threads);
+bool reject(const OptDescriptor& option, const char* why, const OptDescriptor& other) {
+  dct::report_error(std::string("The --") + option.long_name + " option " + why + " the --" +
+                    other.long_name + " option\n");
+  return false;
 }
+
+bool reject_without(const OptDescriptor& option, const OptDescriptor& other) {
+  return reject(option, "requires", other);
+}
+
+bool reject_with(const OptDescriptor& option, const OptDescriptor& other) {
+  return reject(option, "cannot be used with", other);
+}
+
+// A task that ignored one of these would change what the operator meant to keep.
+bool limits_go_with_the_task() {
+  const struct {
+    const OptDescriptor& option;
+    bool is_given;
+    bool is_for_dry_runs;
+  } limits[] = {{o_approved, opt_approved != nullptr, false},
+                {o_max_orphan_share, opt_max_orphan_share >= 0, true},
+                {o_only, !opt_only.empty(), true},
+                {o_except, !opt_except.empty(), true},
+                {o_no_undo, opt_no_undo, false},
+                {o_one_listing, opt_one_listing, true}};
+  for (const auto& [option, is_given, is_for_dry_runs] : limits) {
+    if (!is_given) continue;
+    if (opt_scan) return reject_with(option, o_scan);
+    if (opt_repair) return reject_with(option, o_repair);
+    if (!opt_catalog_DR) return reject_without(option, o_catalog_DR);
+    if (opt_dry_run && !is_for_dry_runs) return reject_with(option, o_dry_run);
+  }
+  return true;
+}
+
+}  // namespace
 
 const OptDescriptor* const* option_table() {
   return options;
 }
 
+bool num_threads_are_in_range() {
+  constexpr std::int32_t k_most_threads = 1024;
+  return within(o_num_threads, opt_num_threads, k_most_threads);
+}
+
 bool parse_options(int argc, char** argv) {
+  constexpr std::int32_t k_most_percent = 100;
   return opt_parse(options, argc, argv) == 0 && num_threads_are_in_range() &&
          within(o_catalog_backup_time, opt_catalog_backup_time, std::time(nullptr)) &&
          within(o_max_orphan_share, opt_max_orphan_share, k_most_percent) &&
          names_directories(o_only, opt_only) && names_directories(o_except, opt_except);
+}
+
+bool options_go_together() {
+  if (!opt_scan) {
+    if (opt_force && !opt_repair) return reject_without(o_force, o_repair);
+    if (opt_repair && opt_dry_run) return reject_with(o_dry_run, o_repair);
+  }
+  return limits_go_with_the_task();
 }

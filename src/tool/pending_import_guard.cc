@@ -7,7 +7,7 @@
 #include "dct/filesystem.h"
 #include "dct/report_error.h"
 #include "podb/spadb.h"
-#include "tvr_utils/pending_imports.h"
+#include "tvr_utils/queries.h"
 
 namespace {
 

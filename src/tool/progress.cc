@@ -35,7 +35,7 @@ Progress::Progress(const catalog::BaseTraverseCatalog& task, const ProgressInter
       m_dirs(task.metadata_dir(), [&task](const auto& dir) { return task.wants(dir); }),
       m_thread(&Progress::run, this, 0, 0) {
   (void)util::progress_was_asked_for();  // there was none before the task
-  util::progress_bell().silence();
+  util::progress_event().reset();
   const int error = m_thread.create();
   if (error != 0) {
     WarningA(std::string("the progress of the run cannot be told: ") + std::strerror(error));
@@ -44,7 +44,7 @@ Progress::Progress(const catalog::BaseTraverseCatalog& task, const ProgressInter
 
 Progress::~Progress() {
   m_at_end = true;
-  util::progress_bell().ring();
+  util::progress_event().set();
   m_thread.join();
 }
 
@@ -52,7 +52,7 @@ void Progress::run(Ks_Thread<Progress>* thread) {
   write_from_background_without_being_stopped();
   bool at_end = false;
   while (!at_end) {
-    util::progress_bell().wait_until(next_deadline());
+    util::progress_event().wait_until(next_deadline());
     // In this order: who asked before the end gets an answer.
     at_end = m_at_end;
     try {

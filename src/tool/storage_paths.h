@@ -2,10 +2,10 @@
 
 #include <boost/filesystem/path.hpp>
 
-// Where the storage at hand keeps its parts.
+// The directories of the configured storage.
 struct StoragePaths {
   boost::filesystem::path root;
-  boost::filesystem::path catalog;
-  boost::filesystem::path work_dir;  // the catalog while it is repaired
+  boost::filesystem::path tree;      // the metadata tree
+  boost::filesystem::path work_dir;  // the metadata tree during a repair
   boost::filesystem::path log_dir;
 };

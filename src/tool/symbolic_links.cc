@@ -17,7 +17,7 @@
 #include "console/run_log.h"
 #include "console/standard_streams.h"
 #include "dct/report_error.h"
-#include "dct/run_in_shell.h"
+#include "dct/shell.h"
 #include "record/run_record.h"
 #include "signals/interrupt.h"
 #include "status/status.h"

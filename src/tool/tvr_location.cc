@@ -2,9 +2,17 @@
 
 #include <string>
 
+#include "dct/filesystem.h"
 #include "dct/report_error.h"
-#include "dct/shell_word.h"
+#include "dct/shell.h"
 #include "tool/option_table.h"
+
+bool location_is_there() {
+  if (dct::filesystem::exists(opt_tvr_location)) return true;
+  dct::report_error("The provided Tavrin install location ( " + std::string(opt_tvr_location) +
+                    " ) does not exist\n");
+  return false;
+}
 
 bool location_can_be_run() {
   if (dct::is_plain_shell_word(opt_tvr_location)) return true;

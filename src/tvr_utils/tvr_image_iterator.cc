@@ -1,7 +1,7 @@
 #include "tvr_utils/tvr_image_iterator.h"
 
 #include "dct/popen_read.h"
-#include "dct/shell_word.h"
+#include "dct/shell.h"
 #include "status/status.h"
 #include "tvr_utils/tvr_image_parser.h"
 

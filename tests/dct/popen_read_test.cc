@@ -6,7 +6,7 @@
 
 #include <vector>
 
-#include "dct/run_in_shell.h"
+#include "dct/shell.h"
 #include "status/status.h"
 #include "tests/support/temp_dir.h"
 

@@ -4,7 +4,7 @@
 
 #include "dct/get_disk_pool_name.h"
 #include "tests/support/temp_dir.h"
-#include "tvr_utils/disk_pool_label.h"
+#include "tvr_utils/queries.h"
 
 TEST(DiskPool, FirstLineWhoseServerBeginsWithTheHostNameWins) {
   const support::TempDir dir;

@@ -9,7 +9,7 @@
 #include "dct/filesystem.h"
 #include "dct/popen_read.h"
 #include "dct/report_error.h"
-#include "dct/run_in_shell.h"
+#include "dct/shell.h"
 
 namespace fs = boost::filesystem;
 

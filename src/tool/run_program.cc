@@ -1,4 +1,4 @@
-#include "tool/run_end.h"
+#include "tool/run_program.h"
 
 #include <exception>
 #include <string>
@@ -30,7 +30,7 @@ record::RunEnd aborted(const std::string& text) {
 
 }  // namespace
 
-int run_to_the_end(const std::function<int()>& work) {
+int run_program(const std::function<int()>& work) {
   constexpr int k_aborted = 1;
   constexpr int k_exit_status_bits = 0xff;
   int result = k_aborted;

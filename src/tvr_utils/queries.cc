@@ -1,4 +1,4 @@
-#include "tvr_utils/disk_pool_label.h"
+#include "tvr_utils/queries.h"
 
 #include <unistd.h>
 
@@ -7,6 +7,7 @@
 #include <cstring>
 #include <list>
 
+#include "dct/check_pend_imp_list_is_existing.h"
 #include "dct/get_disk_pool_name.h"
 #include "status/status.h"
 
@@ -14,7 +15,7 @@ namespace tvr_utils {
 
 namespace {
 
-// An empty form (a host name that begins with a dot) would match every line; it is left out.
+// An empty form (of a host name that begins with a dot) would match every line.
 std::list<std::string> GetHostNameForms(const char* host_name) {
   const std::string full = host_name;
   const std::size_t dot = full.find('.');
@@ -24,25 +25,25 @@ std::list<std::string> GetHostNameForms(const char* host_name) {
   return forms;
 }
 
-std::string host_name() {
-  std::array<char, 512> buffer{};
-  // One byte is kept back: a name that fills the buffer comes without its zero byte.
-  if (::gethostname(buffer.data(), buffer.size() - 1) != 0) {
+}  // namespace
+
+std::string GetDiskPoolLabel(const boost::filesystem::path& admincmd_dir) {
+  std::array<char, 512> host_name{};
+  // A name that fills the buffer has no zero byte, so the last byte stays zero.
+  if (::gethostname(host_name.data(), host_name.size() - 1) != 0) {
     throw Cr_ErrnoException(k_status_host_name,
                             std::string("Could not determine host name, gethostname() failed: ") +
                                 std::strerror(errno));
   }
-  return buffer.data();
-}
-
-}  // namespace
-
-std::string GetDiskPoolLabel(const boost::filesystem::path& admincmd_dir) {
-  for (const std::string& form : GetHostNameForms(host_name().c_str())) {
+  for (const std::string& form : GetHostNameForms(host_name.data())) {
     const dct::GetDiskPoolName query(admincmd_dir, form);
     if (!query.name().empty()) return query.name();
   }
   return "";
+}
+
+bool CheckPendImpListIsExisting(const boost::filesystem::path& admincmd_dir) {
+  return dct::CheckPendImpListIsExisting(admincmd_dir).exists();
 }
 
 }  // namespace tvr_utils

@@ -1,40 +1,37 @@
-#include "tool/restore_mode.h"
-
 #include <memory>
 
 #include "catalog/restore/restore_deletion.h"
 #include "catalog/restore/restore_repair.h"
 #include "console/standard_streams.h"
 #include "dct/report_error.h"
-#include "tool/catalog_aside.h"
 #include "tool/exit_status.h"
+#include "tool/move_tree_aside.h"
 #include "tool/option_table.h"
 #include "tool/run_task.h"
 #include "tool/services.h"
+#include "tool/tasks.h"
 #include "tool/thread_count.h"
 #include "tool/tvr_location.h"
 
 namespace {
 
-// As in a repair, with the record and its write-ahead log.
+// Those of a repair, and the record with its write-ahead log.
 constexpr std::uint64_t k_descriptors_of_restoring_worker = k_descriptors_of_worker + 3;
 
-using Task = std::unique_ptr<catalog::BaseRestore>;
-
-Task task_for(const StoragePaths& storage, const record::Run& run,
-              const catalog::RestoreRequest& request) {
+std::unique_ptr<catalog::BaseRestore> task_for(const StoragePaths& storage, const record::Run& run,
+                                               const catalog::RestoreRequest& request) {
   const unsigned threads = thread_count(k_descriptors_of_restoring_worker);
   if (run.task == record::Task::repair) {
-    return std::make_unique<catalog::RestoreRepair>(storage.log_dir, storage.catalog, threads,
+    return std::make_unique<catalog::RestoreRepair>(storage.log_dir, storage.tree, threads,
                                                     request);
   }
-  return std::make_unique<catalog::RestoreDeletion>(storage.log_dir, storage.catalog, threads,
+  return std::make_unique<catalog::RestoreDeletion>(storage.log_dir, storage.tree, threads,
                                                     request);
 }
 
 bool restore(const StoragePaths& storage, const record::Run& run,
              const catalog::RestoreRequest& request) {
-  const Task task = task_for(storage, run, request);
+  const auto task = task_for(storage, run, request);
   if (task->number_of_dirs() == 0U && !request.wanted.are_all()) {
     dct::report_error("ERROR: the run changed nothing of this client and policy\n");
     return false;
@@ -44,9 +41,9 @@ bool restore(const StoragePaths& storage, const record::Run& run,
 
 }  // namespace
 
-int restore_mode(const StoragePaths& storage, const record::Run& run,
-                 const catalog::RestoreRequest& request) {
-  if (!catalog_is_there(storage) || !location_can_be_run()) return k_exit_failure;
+int run_restore(const StoragePaths& storage, const record::Run& run,
+                const catalog::RestoreRequest& request) {
+  if (!tree_is_there(storage) || !location_can_be_run()) return k_exit_failure;
   bool done = false;
   if (request.dry_run) {
     done = restore(storage, run, request);

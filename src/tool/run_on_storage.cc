@@ -1,19 +1,22 @@
-#include "tool/storage_run.h"
+#include "tool/run_on_storage.h"
 
+#include <stdlib.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <iomanip>
 #include <memory>
 #include <sstream>
+#include <system_error>
 
 #include <boost/filesystem/operations.hpp>
 
+#include "config/version.h"
 #include "console/run_log.h"
 #include "console/standard_descriptors.h"
 #include "cr/config.h"
-#include "dct/child_environment.h"
 #include "dct/descriptor_limit.h"
 #include "dct/filesystem.h"
 #include "dct/report_error.h"
@@ -30,7 +33,16 @@ namespace fs = boost::filesystem;
 
 namespace {
 
-// Null, after a message, when another run holds the storage.
+// The commands' output is read by its English words, and the caller may have set no PATH.
+void fix_child_environment() {
+  constexpr int k_replace = 1;
+  if (::setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", k_replace) != 0 ||
+      ::setenv("LC_ALL", "C", k_replace) != 0) {
+    throw std::system_error(errno, std::generic_category(), "could not set the environment");
+  }
+}
+
+// Null, after a message, if another run holds the lock.
 std::unique_ptr<util::FileLock> take_lock(const fs::path& path) {
   try {
     return util::FileLock::init(path);
@@ -48,8 +60,7 @@ std::unique_ptr<util::FileLock> take_lock(const fs::path& path) {
   }
 }
 
-// An argument that does not read as one word stands in quotes, with a backslash before a quote or
-// another backslash.
+// Quotes an argument that does not read as one word, with a backslash before quotes and backslashes.
 std::string as_one_word(const std::string& argument) {
   const bool is_one =
       !argument.empty() && argument.find_first_of(" \t\r\n\v\f\"\\") == std::string::npos;
@@ -70,7 +81,7 @@ void set_up_run_log(const fs::path& log_dir, int argc, char** argv) {
 
 std::string host_name() {
   struct utsname host {};
-  (void)::uname(&host);  // fails for a bad address alone
+  (void)::uname(&host);  // fails only for a bad address
   return host.nodename;
 }
 
@@ -79,7 +90,7 @@ std::string host_name() {
 void prepare_process(const char* argv0) {
   util::catch_progress_requests();
   console::open_standard_descriptors();
-  dct::fix_child_environment();
+  fix_child_environment();
   dct::raise_descriptor_limit();
   progname = GetProgramName(argv0);
 }
@@ -90,7 +101,7 @@ int run_on_storage(int argc, char** argv, const std::function<int(const StorageP
   config.get(cr::k_storage_section, cr::k_root_dir_entry, storage.root);
   const auto lock = take_lock(storage.root / layout::k_lock_file);
   if (!lock) return k_exit_failure;
-  storage.catalog = storage.root / layout::k_metadata_tree;
+  storage.tree = storage.root / layout::k_metadata_tree;
   storage.work_dir = storage.root / layout::k_work_dir;
   storage.log_dir = cr::get_log_dir(config);
   if (storage.log_dir.empty()) return k_exit_failure;
@@ -104,11 +115,11 @@ void begin_record(const StoragePaths& storage, int argc, char** argv) {
   const auto now = std::chrono::duration_cast<nanoseconds>(system_clock::now().time_since_epoch());
   record::Run run;
   run.arguments.assign(argv + 1, argv + argc);
-  run.version = MDFIXUP_VERSION;
+  run.version = project_version();
   run.host = host_name();
   run.pid = ::getpid();
   run.storage_root = storage.root.string();
-  run.catalog = storage.catalog.string();
+  run.catalog = storage.tree.string();
   run.start_nanoseconds = now.count();
   listen_to_run_log([](bool is_warning, std::string_view text) {
     const auto severity = is_warning ? record::Severity::warning : record::Severity::error;
@@ -119,15 +130,7 @@ void begin_record(const StoragePaths& storage, int argc, char** argv) {
 
 void log_mode(const std::string& mode, record::Task task, const StoragePaths& storage) {
   InfoA("mode: " + mode);
-  InfoA("storage root " + storage.root.string() + ", catalog " + storage.catalog.string() +
-        ", host " + host_name());
+  InfoA("storage root " + storage.root.string() + ", catalog " + storage.tree.string() + ", host " +
+        host_name());
   record::run_record().note([task](record::Run& run) { run.task = task; });
-}
-
-bool location_is_there() {
-  const fs::path location = opt_tvr_location;
-  if (dct::filesystem::exists(location)) return true;
-  dct::report_error("The provided Tavrin install location ( " + location.string() +
-                    " ) does not exist\n");
-  return false;
 }

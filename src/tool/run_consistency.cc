@@ -1,12 +1,6 @@
-#include "tool/modes.h"
-
 #include <memory>
-#include <stdexcept>
 #include <string>
 
-#include <boost/scoped_ptr.hpp>
-
-#include "catalog/client_name_case/scan_client_name_case.h"
 #include "catalog/orphans/compare_in_one_listing.h"
 #include "catalog/orphans/delete_orphan_pos.h"
 #include "catalog/orphans/print_orphan_pos.h"
@@ -18,15 +12,16 @@
 #include "dct/report_error.h"
 #include "record/run_record.h"
 #include "tool/approval.h"
-#include "tool/catalog_aside.h"
 #include "tool/exit_status.h"
+#include "tool/move_tree_aside.h"
 #include "tool/option_table.h"
 #include "tool/pending_import_guard.h"
 #include "tool/run_task.h"
 #include "tool/services.h"
+#include "tool/tasks.h"
 #include "tool/thread_count.h"
 #include "tool/tvr_location.h"
-#include "tvr_utils/disk_pool_label.h"
+#include "tvr_utils/queries.h"
 
 namespace fs = boost::filesystem;
 
@@ -38,7 +33,7 @@ bool directories_are_there(const fs::path& admincmd_dir, const StoragePaths& sto
                       " ) does not exist\n.");
     return false;
   }
-  return catalog_is_there(storage);
+  return tree_is_there(storage);
 }
 
 std::string disk_pool_name(const fs::path& admincmd_dir) {
@@ -67,12 +62,11 @@ void log_what_is_listed(const std::string& disk_pool) {
 template <class Task>
 bool compare_by(const StoragePaths& storage, const fs::path& admincmd_dir,
                 const std::string& disk_pool, const catalog::ConsistencyLimits& limits) {
-  const boost::scoped_ptr<Task> task(new Task(storage.log_dir, storage.catalog, thread_count(),
-                                              true, admincmd_dir, disk_pool,
-                                              opt_catalog_backup_time));
-  task->set_limits(limits);
-  task->set_saves_pos(!opt_no_undo);
-  return run_task(*task);
+  Task task(storage.log_dir, storage.tree, thread_count(), true, admincmd_dir, disk_pool,
+            opt_catalog_backup_time);
+  task.set_limits(limits);
+  task.set_saves_pos(!opt_no_undo);
+  return run_task(task);
 }
 
 template <class V>
@@ -85,7 +79,7 @@ bool compare(const StoragePaths& storage, const fs::path& admincmd_dir,
              : compare_by<VisitPOsNotInTVRCatalog<V>>(storage, admincmd_dir, disk_pool, limits);
 }
 
-// A deletion is undone with its record.
+// A deletion can be undone only with its record.
 bool record_is_kept() {
   using record::run_record;
   if (opt_no_undo) InfoA("nothing is saved (--no_undo): this deletion cannot be undone");
@@ -107,20 +101,7 @@ catalog::ConsistencyLimits limits_given() {
 
 }  // namespace
 
-int scan_mode(const StoragePaths& storage) {
-  try {
-    const boost::scoped_ptr<catalog::BaseTraverseCatalog> task(
-        new catalog::ScanClientNameCase(storage.log_dir, storage.catalog, thread_count(), false));
-    return run_task(*task) ? k_exit_success : k_exit_scan_failed;
-  } catch (const fs::filesystem_error& error) {
-    if (!catalog_is_aside(storage)) throw;
-    std::string text = std::string(error.what()) + "\n" + catalog_aside_text(storage);
-    text.pop_back();  // whoever reports it ends the line
-    throw std::runtime_error(text);
-  }
-}
-
-int consistency_mode(const StoragePaths& storage) {
+int run_consistency(const StoragePaths& storage) {
   dct::InitNetworking::getInstance();
   const fs::path admincmd_dir = fs::path(opt_tvr_location) / "tavrin" / "bin" / "admincmd";
   if (!directories_are_there(admincmd_dir, storage)) return k_exit_failure;

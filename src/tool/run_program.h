@@ -8,4 +8,4 @@
 //
 // Threads: the main thread, while no other runs.
 // Errors: none.
-int run_to_the_end(const std::function<int()>& work);
+int run_program(const std::function<int()>& work);
