@@ -49,7 +49,7 @@ class TVRImageIterator::PopenImageReader final : public details::BaseTVRImageIte
   PopenImageReader(const fs::path& admincmd_dir, const std::string& disk_pool,
                    unsigned long hours_ago)
       : BaseTVRImageIteratorImpl(disk_pool, "", "", false) {
-    call_tvimagequery(admincmd_dir, "", "", hours_ago, false);
+    call_tvimagequery(admincmd_dir, "", hours_ago);
   }
 
   PopenImageReader(const fs::path& admincmd_dir, const std::string& disk_pool,
@@ -57,7 +57,7 @@ class TVRImageIterator::PopenImageReader final : public details::BaseTVRImageIte
       : BaseTVRImageIteratorImpl(disk_pool, client, policy, true) {
     reject_special_name(client);
     reject_special_name(policy);
-    call_tvimagequery(admincmd_dir, client, policy, hours_ago, true);
+    call_tvimagequery(admincmd_dir, " -client " + client + " -policy " + policy, hours_ago);
   }
 
  protected:
@@ -66,24 +66,19 @@ class TVRImageIterator::PopenImageReader final : public details::BaseTVRImageIte
   void finish() override;
 
  private:
-  void call_tvimagequery(const fs::path& admincmd_dir, const std::string& client,
-                         const std::string& policy, unsigned long hours_ago,
-                         bool with_client_policy);
+  void call_tvimagequery(const fs::path& admincmd_dir, const std::string& restriction,
+                         unsigned long hours_ago);
   void read_no_images();
 
   boost::scoped_ptr<dct::PopenRead> m_pipe;
 };
 
+// The arguments begin with a blank of their own: the product's audit trail has the command that way.
 void TVRImageIterator::PopenImageReader::call_tvimagequery(const fs::path& admincmd_dir,
-                                                           const std::string& client,
-                                                           const std::string& policy,
-                                                           unsigned long hours_ago,
-                                                           bool with_client_policy) {
-  std::string arguments;
-  if (with_client_policy) arguments += " -client " + client + " -policy " + policy;
-  arguments += " -hoursago " + std::to_string(hours_ago) + " 2>&1";
-  // The arguments begin with a blank of their own: the product's audit trail has the command that way.
-  const std::string command = (admincmd_dir / "tvimagequery").string() + " " + arguments;
+                                                           const std::string& restriction,
+                                                           unsigned long hours_ago) {
+  const std::string command = (admincmd_dir / "tvimagequery").string() + " " + restriction +
+                              " -hoursago " + std::to_string(hours_ago) + " 2>&1";
   m_pipe.reset(new dct::PopenRead(k_listing_line_capacity, dct::PopenRead::start(command)));
   if (!read_line()) {
     finish();
