@@ -8,32 +8,31 @@
 
 namespace cr {
 
-// Where the configuration names the directories of the storage.
+// The section and the entries of the configuration that name the storage's directories.
 extern const std::string k_storage_section;
 extern const std::string k_root_dir_entry;
 extern const std::string k_log_dir_entry;
 
-// What the registry file names the configuration file under.
+// The section of the registry file that names the configuration file.
 extern const std::string k_registry_key;
 
-// The registry file that the environment names, or else the system's.
+// The registry file that the environment names, or else the system's: at most 4095 characters.
 std::string registry_file();
 
 // The storage's configuration: section -> entry -> value.
 //
-// Threads: one thread; constant after loading.
+// Threads: any; constant after loading.
 // Errors: Cr_ErrnoException, k_status_entry_missing.
 class Config {
  public:
-  // Reads the registry file, which names the configuration file under `pool_key`, and then that
-  // file.
+  // Reads the registry file, whose section `pool_key` names the configuration file, and then that file.
   static Config init_from_ksregistry(const std::string& registry_file, const std::string& pool_key);
 
-  // Sets `path` to the entry. Throws, naming entry, section and file, when it is missing or empty.
+  // Sets `path` to the entry. If it is missing or empty, the error names entry, section and file.
   void get(const std::string& section, const std::string& entry,
            boost::filesystem::path& path) const;
 
-  // The entry, empty when it is missing.
+  // The entry; empty if it is missing.
   std::string find(const std::string& section, const std::string& entry) const;
 
  private:
@@ -42,8 +41,8 @@ class Config {
   Inifile m_inifile;
 };
 
-// The storage's log directory; empty, after a message on standard error, when the configuration
-// names none that exists.
+// The storage's log directory. If the configuration names none that exists: empty, after a message on
+// standard error.
 boost::filesystem::path get_log_dir(const Config& config);
 
 }  // namespace cr

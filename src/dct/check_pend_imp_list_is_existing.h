@@ -6,11 +6,11 @@
 
 namespace dct {
 
-// Asks the product for images that wait to be imported: any line of its answer is one.
+// Asks the product for images that wait to be imported: it prints a line for each.
 //
 // Threads: one thread.
-// Errors: the constructor throws what PopenRead throws, and k_status_child_did_not_exit when the
-//   query died, since silence would then be no answer.
+// Errors: the constructor throws those of PopenRead. k_status_child_did_not_exit: a signal ended the
+//   query, so empty output does not mean that there are none.
 class CheckPendImpListIsExisting {
  public:
   explicit CheckPendImpListIsExisting(const boost::filesystem::path& admincmd_dir);

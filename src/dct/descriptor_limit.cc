@@ -8,7 +8,7 @@ namespace dct {
 
 namespace {
 
-// What the shell says in front of every command; empty as long as the limit is as it was.
+// The shell statement before each command; empty while the limit is unchanged.
 std::string s_prefix;
 
 }  // namespace

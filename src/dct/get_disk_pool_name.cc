@@ -24,7 +24,7 @@ GetDiskPoolName::GetDiskPoolName(const boost::filesystem::path& admincmd_dir,
   m_pipe.close_query();
 }
 
-// A prefix is enough: the storage server may be registered under a longer form of the host's name.
+// Compares a prefix: the storage server may be registered under a longer form of the host's name.
 void GetDiskPoolName::parse_stream(const std::string& host_name) {
   std::array<std::string_view, k_fields> fields;
   while (m_pipe.read_line()) {

@@ -8,17 +8,16 @@
 
 namespace dct {
 
-// Finds the disk pool whose storage server's name begins with a host name, in the product's
-// listing.
+// Finds in the product's listing the disk pool whose storage server has a name that begins with a
+// host name.
 //
 // Threads: one thread.
-// Errors: the constructor throws what PopenRead throws, and k_status_child_did_not_exit when the
-//   listing died.
+// Errors: the constructor throws those of PopenRead.
 class GetDiskPoolName {
  public:
   GetDiskPoolName(const boost::filesystem::path& admincmd_dir, const std::string& host_name);
 
-  // Empty when no disk pool names the host.
+  // Empty if no disk pool names the host.
   const std::string& name() const { return m_name; }
 
  private:

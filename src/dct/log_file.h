@@ -13,9 +13,9 @@ namespace dct::util {
 // A log or report of one task: whole strings, each with its own line end, appended to a file.
 //
 // Threads: write may be called from any thread; strings never interleave.
-// Errors: Cr_ErrnoException, naming the path, when the file cannot be opened. A string that cannot
-//   be written goes to standard error instead, and the run goes on: the metadata is never left
-//   between two states because of a report.
+// Errors: Cr_ErrnoException, naming the path, if the file cannot be opened. A string that cannot be
+//   written goes to standard error, and the run goes on: a report must not stop a change of the metadata
+//   half-way.
 class LogFile {
  public:
   explicit LogFile(const boost::filesystem::path& path);
@@ -26,10 +26,10 @@ class LogFile {
 
  private:
   files::AppendFile m_file;
-  std::atomic<bool> m_failed{false};  // the run log is told of the first text alone
+  std::atomic<bool> m_failed{false};  // the run log notes only the first failure
 };
 
-// Opens the log file at `path` and resets `out` to it; `out` is unchanged when that throws.
+// Resets `out` to the log file at `path`. If opening throws, `out` is unchanged.
 void make_LogFile(const boost::filesystem::path& path, boost::shared_ptr<LogFile>& out);
 
 }  // namespace dct::util

@@ -17,7 +17,7 @@ namespace dct {
 
 namespace {
 
-// As much as a pipe holds: each read of less is one more change between the child and us.
+// The capacity of a pipe. Smaller reads cost more switches between child and parent.
 constexpr std::size_t k_read_bytes = 65536;
 
 constexpr int k_shell_signal_base = 128;
@@ -38,7 +38,7 @@ void PopenRead::ClosePipe::operator()(std::FILE* stream) const {
   (void)::pclose(stream);
 }
 
-// The buffer is left uninitialised: a mebibyte of zeros for each directory would be seen.
+// The buffer stays uninitialised: clearing a mebibyte for each directory takes measurable time.
 PopenRead::PopenRead(std::size_t capacity, Stream stream)
     : m_capacity(capacity),
       m_buffer(new char[capacity + k_read_bytes]),
@@ -64,8 +64,8 @@ bool PopenRead::read_line() {
   return true;
 }
 
-// Returns the end of the next line, its line end included. A line that is too long ends where the buffer's
-// capacity does, the last one where the output does.
+// Returns the end of the next line, after its line end. A line that is too long ends at the capacity,
+// the last one at the end of the output.
 const char* PopenRead::find_line_end() {
   const std::size_t most = m_capacity - 1;
   std::size_t searched = 0;
@@ -78,7 +78,7 @@ const char* PopenRead::find_line_end() {
   }
 }
 
-// Moves what was not handed out to the start of the buffer and reads more; false at the end of the output.
+// Moves what was not returned to the start of the buffer and reads more; false at the end of the output.
 bool PopenRead::read_more() {
   const auto kept = static_cast<std::size_t>(m_end - m_begin);
   if (m_begin != m_buffer.get()) std::memmove(m_buffer.get(), m_begin, kept);
@@ -94,7 +94,7 @@ bool PopenRead::read_more() {
   return bytes != 0;
 }
 
-// Makes a line of what stands before `end`: up to its first zero byte, and without the last character.
+// Makes a line of the bytes before `end`: up to the first zero byte, without the last character.
 void PopenRead::take_line(const char* end) {
   const bool has_zero = m_zero != nullptr && m_zero < end;
   const bool begins_with_zero = has_zero && m_zero == m_begin;
@@ -109,7 +109,7 @@ void PopenRead::take_line(const char* end) {
 }
 
 int PopenRead::close() {
-  std::FILE* stream = m_stream.release();  // gone even when closing fails
+  std::FILE* stream = m_stream.release();  // no longer open, even if pclose fails
   errno = 0;
   const int status = ::pclose(stream);
   if (status == -1) throw Cr_ErrnoException(errno, "pclose failed");

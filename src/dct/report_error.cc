@@ -6,7 +6,7 @@
 namespace dct {
 
 void report_error(const std::string& text) {
-  (void)console::write_standard_error(text);  // the run log has it too, or counts it as lost
+  (void)console::write_standard_error(text);  // the run log gets it too, or counts it as lost
   const std::size_t begin = text.find_first_not_of('\n');
   const std::size_t last = text.find_last_not_of('\n');
   if (begin != std::string::npos) ErrorA(text.substr(begin, last + 1 - begin));

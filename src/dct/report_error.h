@@ -4,9 +4,8 @@
 
 namespace dct {
 
-// Tells the operator of an error: `text`, with its own line ends, on standard error, and as one
-// line in the run log.
-// Threads: may be called from any thread.
+// Writes `text`, which has its own line ends, to standard error, and to the run log as one line.
+// Threads: any.
 void report_error(const std::string& text);
 
 }  // namespace dct

@@ -1,31 +1,30 @@
 #pragma once
 
-#include <cstdio>
 #include <memory>
 
 #include <boost/filesystem/path.hpp>
-#include <boost/interprocess/sync/file_lock.hpp>
-#include <boost/scoped_ptr.hpp>
+
+#include "lock/descriptor.h"
 
 namespace util {
 
-// Keeps two runs on one storage apart: a marker file, and an exclusive record lock on it.
+// Keeps two runs on one storage apart: a marker file that holds the process id, and an exclusive record
+// lock on it.
 //
-// The file holds the process id. Closing any descriptor of a file drops every record lock that the
-// process has on it, so the stream that wrote the id stays open for as long as the lock is held.
+// A process that closes any descriptor of a file loses all its record locks on the file. Nothing else
+// in the process may open the file while the lock is held.
 //
 // Threads: one thread.
-// Ownership: owns the file once the lock was obtained; the destructor removes it, also from a directory
-//   that was renamed or unmounted meanwhile, unless another file has its name by then, and then
-//   releases the lock. One that failed before removes the file unless another process holds the lock.
+// Ownership: the destructor removes the file and then releases the lock. It finds the file through its
+//   directory, which may have been renamed or unmounted since. It leaves a file that another run holds
+//   or has made under the name.
 class FileLock {
  public:
   // Takes the lock at `path`, without waiting.
   //
-  // Errors: Cr_ErrnoException with k_status_lock_file_exists when anything is at `path`, with
-  //   k_status_lock_held when another process holds the lock, both with an empty text;
-  //   std::system_error or boost::interprocess::interprocess_exception for any other failure.
-  //   A file that another run holds is left in place.
+  // Errors: Cr_ErrnoException with an empty text: k_status_lock_file_exists if anything is at `path`,
+  //   k_status_lock_held if another process holds the lock; for any other failure std::system_error
+  //   or boost::interprocess::interprocess_exception.
   static std::unique_ptr<FileLock> init(const boost::filesystem::path& path);
 
   ~FileLock();
@@ -35,20 +34,13 @@ class FileLock {
  private:
   explicit FileLock(const boost::filesystem::path& path);
 
-  void create();
-  void lock();
+  void obtain();
   void write_process_id();
-  void remove() noexcept;
-
-  struct CloseStream {
-    void operator()(std::FILE* stream) const { (void)std::fclose(stream); }
-  };
 
   const boost::filesystem::path m_path;
-  int m_directory = -1;  // that the file lies in, wherever that is found by then
-  std::unique_ptr<std::FILE, CloseStream> m_stream;
-  boost::scoped_ptr<boost::interprocess::file_lock> m_lock;
-  bool m_obtained = false;
+  const Descriptor m_directory;  // of the file
+  const Descriptor m_file;       // not inherited by children
+  bool m_is_obtained = false;
 };
 
 }  // namespace util

@@ -8,7 +8,7 @@ namespace util {
 
 void KeyLocks::lock(const std::string& key) BOOST_THREAD_NO_THREAD_SAFETY_ANALYSIS {
   boost::unique_lock<boost::mutex> lock(m_mutex);
-  while (!m_held.insert(key).second) m_given_back.wait(lock);
+  while (!m_held.insert(key).second) m_released.wait(lock);
 }
 
 void KeyLocks::unlock(const std::string& key) {
@@ -16,14 +16,14 @@ void KeyLocks::unlock(const std::string& key) {
     const boost::lock_guard<boost::mutex> guard(m_mutex);
     m_held.erase(key);
   }
-  m_given_back.notify_all();
+  m_released.notify_all();
 }
 
 KeyLock::~KeyLock() {
   try {
     m_locks.unlock(m_key);
   } catch (...) {
-    std::terminate();  // a lock that is never given back would hang the process
+    std::terminate();  // a lock that is never released would hang the process
   }
 }
 

@@ -9,25 +9,25 @@
 
 namespace util {
 
-// Locks that are named by a text, of which any number may be held at once.
+// Locks with names. Any number of them may be held at once.
 //
 // Threads: every member may be called from any thread.
 class KeyLocks {
  public:
-  // Waits until nobody holds the lock of that name, and takes it. A thread that holds one must not
-  // ask for another.
+  // Waits until the lock of that name is free, and takes it. A thread that holds one must not ask for
+  // another: two such threads could deadlock.
   void lock(const std::string& key);
 
-  // Gives back a lock that the caller holds.
+  // Releases a lock that the caller holds.
   void unlock(const std::string& key);
 
  private:
   boost::mutex m_mutex;
-  boost::condition_variable m_given_back;
+  boost::condition_variable m_released;
   std::set<std::string> m_held BOOST_THREAD_GUARDED_BY(m_mutex);
 };
 
-// Holds one of the locks for as long as it lives.
+// Holds one of the locks while it lives.
 class KeyLock {
  public:
   KeyLock(KeyLocks& locks, const std::string& key) : m_locks(locks), m_key(key) {

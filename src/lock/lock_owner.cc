@@ -11,6 +11,7 @@
 #include <fstream>
 #include <string_view>
 
+#include "lock/descriptor.h"
 #include "text/to_number.h"
 
 namespace util {
@@ -18,30 +19,29 @@ namespace util {
 namespace {
 
 struct LockFile {
-  std::string fault;  // why it could not be read; empty when it was
-  pid_t pid = 0;      // that it names; 0 for none
+  std::string fault;  // why it could not be read; empty if it was
+  pid_t pid = 0;      // of the file's text; 0 for none
   bool is_locked = false;
 };
 
-// What is no regular file is not waited for, and names no process.
+// Anything but a regular file names no process, and is not waited for.
 LockFile read_lock_file(const std::string& path) {
   LockFile file;
-  const int descriptor = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-  if (descriptor < 0) {
+  const Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  if (descriptor.get() < 0) {
     if (errno != ELOOP && errno != ENXIO) file.fault = std::strerror(errno);
     return file;
   }
   struct stat info {};
-  if (::fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode)) {
+  if (::fstat(descriptor.get(), &info) == 0 && S_ISREG(info.st_mode)) {
     std::array<char, 16> text{};
-    const ssize_t length = ::read(descriptor, text.data(), text.size());
+    const ssize_t length = ::read(descriptor.get(), text.data(), text.size());
     const std::string_view digits(text.data(), length < 0 ? 0 : static_cast<std::size_t>(length));
     if (!try_to_number(digits, file.pid) || file.pid < 0) file.pid = 0;
     struct flock lock {};
     lock.l_type = F_WRLCK;
-    file.is_locked = ::fcntl(descriptor, F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+    file.is_locked = ::fcntl(descriptor.get(), F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
   }
-  (void)::close(descriptor);
   return file;
 }
 
@@ -50,7 +50,7 @@ bool is_alive(pid_t pid) {
   return ::kill(pid, k_only_probe) == 0 || errno == EPERM;
 }
 
-// The name that the kernel has for the program of a process; empty when there is none.
+// The kernel's name for the program of a process; empty if there is no such process.
 std::string program_of(const std::string& process) {
   std::ifstream file("/proc/" + process + "/comm");
   std::string name;
@@ -60,8 +60,8 @@ std::string program_of(const std::string& process) {
 
 }  // namespace
 
-// The record lock tells of runs on other hosts and in containers, whose process ids say nothing here;
-// but some network file systems do not pass it on.
+// The record lock shows runs on other hosts and in containers, whose process ids mean nothing here.
+// Some network file systems do not pass it on, so the process id counts too.
 std::string describe_lock_file(const boost::filesystem::path& path) {
   const LockFile file = read_lock_file(path.string());
   if (!file.fault.empty()) return "It cannot be read: " + file.fault + ".\n";

@@ -6,9 +6,9 @@
 
 namespace util {
 
-// What an operator has to know of a lock file that is in the way, as one line: the process that it
-// names, whether that is alive and is this program, and what to do.
-// Threads: may be called from any thread that holds no lock on the file; others would lose theirs.
+// Describes a lock file that blocks the run, in one line: the process that it names, whether that
+// process is alive and is this program, and what to do.
+// Threads: any. Do not call it while this process holds a record lock on the file: it would lose it.
 std::string describe_lock_file(const boost::filesystem::path& path);
 
 }  // namespace util

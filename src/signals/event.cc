@@ -5,11 +5,11 @@
 namespace util {
 
 Event::Event() noexcept {
-  (void)::sem_init(&m_semaphore, 0, 0);  // fails for values beyond the greatest alone
+  (void)::sem_init(&m_semaphore, 0, 0);  // fails only for a value above the maximum
 }
 
 void Event::set() noexcept {
-  (void)::sem_post(&m_semaphore);  // one with as many rings as it can count has been rung
+  (void)::sem_post(&m_semaphore);  // fails only at the maximum, when the event is set already
 }
 
 void Event::reset() noexcept {

@@ -6,24 +6,23 @@
 
 namespace util {
 
-// What one thread waits for and others ring, signal handlers among them. A ring is kept until it was
-// waited for.
+// One thread waits for the event; other threads and signal handlers set it. It stays set until a wait
+// or a reset.
 //
-// Threads: ring from any thread or signal handler, the others from one thread.
+// Threads: set from any thread or signal handler, the others from one thread.
 class Event {
  public:
   Event() noexcept;
-  // Nothing is destroyed: a handler may ring one of the process's to the very end.
+  // Destroys nothing: a handler may set a static event until the process ends.
   ~Event() = default;
   Event(const Event&) = delete;
   Event& operator=(const Event&) = delete;
 
   void set() noexcept;
 
-  // Forgets all rings so far.
   void reset() noexcept;
 
-  // Waits for a ring; returns without one at `deadline`, or earlier where a signal was handled.
+  // Waits until the event is set, until `deadline`, or until a signal was handled.
   void wait_until(std::chrono::steady_clock::time_point deadline) noexcept;
 
  private:

@@ -19,7 +19,7 @@ namespace {
 std::atomic<std::int64_t> s_first_signal_nanoseconds{0};
 static_assert(std::atomic<std::int64_t>::is_always_lock_free, "set from a signal handler");
 
-// One text, written in one call: what other threads write at the same time stands before or behind it.
+// Written in one call, so that output of other threads does not split it.
 constexpr std::string_view k_erasing_notice =
     "\r\033[K"
     "Interrupted: the policy directories in hand are finished, then the run stops. "
@@ -37,13 +37,13 @@ std::int64_t now_nanoseconds() {
   return now.tv_sec * k_second_nanoseconds + now.tv_nsec;
 }
 
-// Takes effect when the handler has returned, as the signal is blocked until then.
+// Takes effect when the handler returns: the signal is blocked until then.
 void take_default_action(int signal) {
   (void)::signal(signal, SIG_DFL);
   (void)::raise(signal);
 }
 
-// Workers may wait for a child for minutes, so the notice cannot wait for one of them.
+// The handler itself writes the notice: workers may wait for a child for minutes.
 void write_notice() {
   const std::string_view notice = console::StatusLine::may_be_shown() ? k_erasing_notice : k_notice;
   (void)!::write(STDERR_FILENO, notice.data(), notice.size());
@@ -69,13 +69,14 @@ void ask_for_progress(int /*signal*/) {
   errno = saved_errno;
 }
 
-// Not SIG_IGN: children would inherit that, and one that we stop reading would never end.
+// Not SIG_IGN: children would inherit that. One whose output is not read to its end would never end.
 void do_nothing(int /*signal*/) {}
 
 void install(int signal, void (*handler)(int)) {
   struct sigaction action {};
   action.sa_handler = handler;
-  action.sa_flags = SA_RESTART;  // reads and waits go on; the flag is looked at between directories
+  action.sa_flags =
+      SA_RESTART;  // reads and waits go on; the run checks the flag between directories
   (void)::sigaction(signal, &action, nullptr);
 }
 
@@ -85,7 +86,7 @@ SignalGuard::SignalGuard() : m_saved{{{SIGINT, {}}, {SIGTERM, {}}, {SIGHUP, {}}}
   s_first_signal_nanoseconds.store(0);
   install(SIGPIPE, do_nothing);
   install(SIGXFSZ, do_nothing);
-  // A caller that ignores it would keep us from learning how a child ended.
+  // If the caller ignores it, waitpid does not return how a child ended.
   install(SIGCHLD, SIG_DFL);
   for (Saved& saved : m_saved) {
     (void)::sigaction(saved.signal, nullptr, &saved.action);

@@ -8,21 +8,21 @@ namespace util {
 
 class Event;
 
-// While one lives: the first SIGINT, SIGTERM or SIGHUP says so on standard error and asks the run
-// to stop early. One that arrives within a second of the first belongs to the same event: a terminal
-// that closes and `timeout` signal twice. A later one takes its default action. A signal that the
-// caller ignores (nohup, a job in the background) stays ignored, each for itself.
+// Handles the process's signals while it lives.
 //
-// SIGPIPE and SIGXFSZ are caught from then on and do nothing, so that the write fails instead: a
-// closed standard output or a limit on the size of files does not end a run half-way. They stay
-// caught, since what a stream still holds is written as the process ends. They are not ignored or
-// blocked, which children would inherit.
+// The first SIGINT, SIGTERM or SIGHUP writes a notice to standard error and asks the run to stop early.
+// Another one within a second is the same event: a terminal that closes and `timeout` signal twice. A
+// later one takes its default action. A signal that the caller ignores (nohup, a background job) stays
+// ignored.
+//
+// SIGPIPE and SIGXFSZ do nothing, so that the write fails instead of the run. They stay caught, because
+// streams are flushed as the process ends. They are not ignored or blocked: children would inherit that.
 //
 // SIGCHLD takes its default action from then on.
 //
 // Threads: made and destroyed on the main thread while no other runs; one at a time.
-// Errors: none; the destructor restores the three unless one of them has come: what belongs to that
-//   event must not end the process while it reports its end.
+// Errors: none. The destructor restores the first three, unless one of them has come: another one of
+//   the same event must not end the process while it reports its end.
 class SignalGuard {
  public:
   SignalGuard();
@@ -38,17 +38,17 @@ class SignalGuard {
   std::array<Saved, 3> m_saved;
 };
 
-// Whether a signal has asked the run to stop early. May be called from any thread.
+// Whether a signal has asked the run to stop early. Threads: any.
 bool interrupted();
 
-// Catches SIGUSR1 for as long as the process lives: it asks how far the run is, and its default action
-// would end a run half-way. Not ignored or blocked, as SIGPIPE.
+// Catches SIGUSR1 until the process ends: it asks for the run's progress, and its default action would
+// end the run half-way. Not ignored or blocked, as SIGPIPE.
 void catch_progress_requests();
 
-// Whether SIGUSR1 has come since this was asked last, however often. May be called from any thread.
+// Whether SIGUSR1 has come since the last call. Threads: any.
 bool progress_was_asked_for();
 
-// Rung by SIGUSR1; waited for by whoever answers it.
+// Set by SIGUSR1.
 Event& progress_event();
 
 }  // namespace util

@@ -14,13 +14,13 @@ namespace fs = boost::filesystem;
 
 namespace {
 
-// An id is made of two numbers; whatever else is given is a path.
+// An id consists of two numbers; any other word is a path.
 fs::path record_file(const StoragePaths& storage, const std::string& run) {
   if (run.find_first_not_of("0123456789-") != std::string::npos) return run;
   return storage.log_dir / layout::k_records / (run + ".db");
 }
 
-std::string other(const std::string& what, const std::string& its, const std::string& ours) {
+std::string differs(const std::string& what, const std::string& its, const std::string& ours) {
   return "its " + what + " is " + its + ", not " + ours;
 }
 
@@ -32,12 +32,12 @@ std::string misfit(const record::Run& run, const StoragePaths& storage,
     return "its run did not end with 0";
   }
   if (run.storage_root != storage.root.string()) {
-    return other("storage root", run.storage_root, storage.root.string());
+    return differs("storage root", run.storage_root, storage.root.string());
   }
-  if (run.disk_pool != disk_pool) return other("disk pool", run.disk_pool, disk_pool);
+  if (run.disk_pool != disk_pool) return differs("disk pool", run.disk_pool, disk_pool);
   if (run.catalog_backup_time != opt_catalog_backup_time) {
-    return other("--catalog_backup_time", std::to_string(run.catalog_backup_time),
-                 std::to_string(opt_catalog_backup_time));
+    return differs("--catalog_backup_time", std::to_string(run.catalog_backup_time),
+                   std::to_string(opt_catalog_backup_time));
   }
   return "";
 }

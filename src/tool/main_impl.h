@@ -1,9 +1,7 @@
 #pragma once
 
-// The whole run of the program. Returns its exit status; -1 stands for 255.
+// The program's run: sets up the process and runs one task. Returns the exit status; -1 is 255.
 //
-// Threads: the main thread, while no other runs. It sets the process's environment, signal handling
-//   and run log.
-// Errors: Cr_ErrnoException and other std::exception for what no operator's choice settles; the
-//   lock is released then too.
+// Threads: the main thread, while no other runs.
+// Errors: Cr_ErrnoException or another std::exception; the lock is released.
 int main_impl(int argc, char** argv);

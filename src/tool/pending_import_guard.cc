@@ -16,8 +16,8 @@ std::nullopt_t unreadable(const std::string& reason) {
   return std::nullopt;
 }
 
-// Whether an event waits for its import; nothing where that is not known. Every record is read, so that
-// a table that breaks off after a harmless one does not pass.
+// Whether an event waits for its import; nothing if that is unknown. Reads every record: a table that
+// cannot be read to its end might have such an event.
 std::optional<bool> event_is_pending(const boost::filesystem::path& storage_root) {
   SpaDB::CSpaDatabase& database = SpaDB::CSpaDatabase::Instance();
   cr_status_t status = database.open(storage_root.string());

@@ -16,9 +16,9 @@
 
 namespace {
 
-// A shell may have the terminal stop whoever writes to it from the background, and the run may get
-// there between a look and a write. The thread starts no children, which would inherit this.
-void write_from_background_without_being_stopped() {
+// A terminal may stop a background process that writes to it, and the run may be put into the
+// background between the check and the write. The thread starts no children, which would inherit this.
+void block_stop_by_terminal() {
   sigset_t signals;
   (void)::sigemptyset(&signals);
   (void)::sigaddset(&signals, SIGTTOU);
@@ -34,7 +34,7 @@ Progress::Progress(const catalog::BaseTraverseCatalog& task, const ProgressInter
       m_next_in_run_log(m_start + intervals.in_run_log),
       m_dirs(task.metadata_dir(), [&task](const auto& dir) { return task.wants(dir); }),
       m_thread(&Progress::run, this, 0, 0) {
-  (void)util::progress_was_asked_for();  // there was none before the task
+  (void)util::progress_was_asked_for();  // a request from before the task does not count
   util::progress_event().reset();
   const int error = m_thread.create();
   if (error != 0) {
@@ -49,20 +49,20 @@ Progress::~Progress() {
 }
 
 void Progress::run(Ks_Thread<Progress>* thread) {
-  write_from_background_without_being_stopped();
+  block_stop_by_terminal();
   bool at_end = false;
   while (!at_end) {
     util::progress_event().wait_until(next_deadline());
-    // In this order: who asked before the end gets an answer.
+    // In this order, so that a request before the end gets an answer.
     at_end = m_at_end;
     try {
       if (util::progress_was_asked_for()) console::try_standard_error(text() + "\n");
-      if (!at_end) tell_what_is_due();
+      if (!at_end) report_what_is_due();
     } catch (const std::exception&) {
-      // Without memory for a line there may be some for the next one.
+      // There was no memory for this line; there may be some for the next one.
     }
   }
-  (void)m_line.erase();    // what is left of it goes with the line itself
+  (void)m_line.erase();    // if this fails, its destructor tries again
   thread->request_stop();  // one call
 }
 
@@ -71,8 +71,8 @@ Progress::Clock::time_point Progress::next_deadline() const {
   return std::min(m_next_on_terminal, m_next_in_run_log);
 }
 
-// From now, not from when it was due: a run that was stopped for an hour owes no lines for it.
-void Progress::tell_what_is_due() {
+// The next interval starts now: a run that was stopped for an hour does not report for that hour.
+void Progress::report_what_is_due() {
   const Clock::time_point now = Clock::now();
   if (now >= m_next_in_run_log) {
     m_next_in_run_log = now + m_intervals.in_run_log;

@@ -12,22 +12,22 @@ namespace catalog {
 class BaseTraverseCatalog;
 }
 
-// How often the progress of a run is told unasked.
+// How often the progress of a run is reported without a request.
 struct ProgressIntervals {
   std::chrono::steady_clock::duration on_terminal;
   std::chrono::steady_clock::duration in_run_log;
 };
 
-// While it lives, an operator sees that the run goes on: from a status line on the terminal, from
-// lines in the run log, and on standard error whenever SIGUSR1 asks.
+// Reports the progress of a task while it lives: in a status line on the terminal, in lines of the run
+// log, and on standard error when SIGUSR1 asks.
 //
-// The policy directories are counted when the progress is told for the first time, for no longer
-// than one interval of the terminal at a time: a run that nobody looks at does nothing for it.
+// The first report starts a count of the policy directories, which takes at most one interval of the
+// terminal at a time. A short run without a terminal does not count them.
 //
 // Threads: made and destroyed on the main thread while the task has no workers; runs a thread of its
-//   own, which is joined on destruction. traversal_is_over from the main thread.
+//   own, which the destructor joins. traversal_is_over from the main thread.
 // Ownership: refers to the task, which must outlive it.
-// Errors: without a thread the run goes on, with a warning in the run log and no progress.
+// Errors: if the thread cannot start, the run log has a warning and the run goes on without progress.
 class Progress {
  public:
   Progress(const catalog::BaseTraverseCatalog& task, const ProgressIntervals& intervals);
@@ -35,7 +35,7 @@ class Progress {
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  // From now on no more directories are visited, but the task goes on.
+  // The task visits no more directories, but goes on.
   void traversal_is_over() { m_traversal_is_over = true; }
 
  private:
@@ -43,7 +43,7 @@ class Progress {
 
   void run(Ks_Thread<Progress>* thread);
   Clock::time_point next_deadline() const;
-  void tell_what_is_due();
+  void report_what_is_due();
   std::string text();
 
   const catalog::BaseTraverseCatalog& m_task;
@@ -53,7 +53,7 @@ class Progress {
   std::atomic<bool> m_at_end{false};
   console::StatusLine m_line;
 
-  // The thread's own.
+  // Used only by the thread.
   Clock::time_point m_next_on_terminal;
   Clock::time_point m_next_in_run_log;
   catalog::DirsCounter m_dirs;

@@ -13,7 +13,7 @@ constexpr std::uint64_t k_hour_seconds = 3600;
 
 using Phase = ProgressState::Phase;
 
-// Directories may have come since the others were counted, and some may be gone.
+// Directories may have appeared or vanished since they were counted.
 std::string dirs_text(const ProgressState& state) {
   std::string text = std::to_string(state.done_dirs);
   if (state.phase == Phase::finishing) {
@@ -29,7 +29,7 @@ std::string with_one_decimal(double number) {
   return (boost::format("%.1f") % (std::round(number * k_base) / k_base)).str();
 }
 
-// By the second, or by the minute or hour where less than one is done in less.
+// Per second; or per minute or hour if it is less than one in the shorter time.
 std::string rate_text(double dirs_a_second) {
   constexpr std::pair<const char*, double> k_units[] = {
       {"s", 1}, {"min", k_minute_seconds}, {"h", k_hour_seconds}};
@@ -59,7 +59,7 @@ std::string found_text(const ProgressState& state) {
 
 }  // namespace
 
-// On a narrow terminal the line is cut at its end: what is wanted first comes first.
+// A narrow terminal cuts the end of the line, so the most important parts come first.
 std::string progress_text(const ProgressState& state) {
   const auto done = static_cast<double>(state.done_dirs);
   const double seconds = state.time.count();

@@ -13,7 +13,7 @@
 
 namespace {
 
-// A run that went well but could not write all its reports has failed. Its record reports for itself.
+// A successful run that could not write all its reports has failed. The record reports its own failures.
 int with_reports(int result) {
   if (result != k_exit_success) return result;
   if (!console::standard_output_is_whole() || console::reports_were_lost()) {
@@ -35,7 +35,8 @@ int run_program(const std::function<int()>& work) {
   constexpr int k_exit_status_bits = 0xff;
   int result = k_aborted;
   record::RunEnd end;
-  const util::SignalGuard signals;  // the record is closed with signals caught
+  const util::SignalGuard
+      signals;  // outside the try: signals stay caught until the record is closed
   try {
     result = work();
     const bool was_stopped = util::interrupted() && result != k_exit_success;
@@ -48,8 +49,8 @@ int run_program(const std::function<int()>& work) {
   result = with_reports(result);
   end.exit_status = result & k_exit_status_bits;
   record::run_record().end(end);
-  result = with_reports(result);  // the record may be what could not be written
+  result = with_reports(result);  // again: the end of the record may have failed
   InfoA("end: exit status " + std::to_string(result & k_exit_status_bits));
-  // That line may be the one that found no place.
+  // That line may be the one that was lost.
   return result == k_exit_success && console::reports_were_lost() ? k_exit_failure : result;
 }

@@ -2,9 +2,9 @@
 
 #include <functional>
 
-// Runs a program's work, which returns its exit status, with signals caught. Reports what ended it,
-// ends its record and notes the exit status in the run log. Returns the exit status: 1 for an exception
-// and for a run that went well but could not write all that it reports.
+// Runs `work`, which returns the exit status, with signals caught. Reports an exception, ends the record
+// and notes the exit status in the run log. Returns the exit status: 1 for an exception, and for a
+// successful run that could not write all its reports.
 //
 // Threads: the main thread, while no other runs.
 // Errors: none.

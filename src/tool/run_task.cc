@@ -52,7 +52,7 @@ void log_closing_lines(const catalog::BaseTraverseCatalog& task) {
   for (const std::string& line : task.closing_lines()) InfoA(line);
 }
 
-// The end of what an operator has watched.
+// The last lines on the terminal, after the progress.
 void show_totals(const catalog::BaseTraverseCatalog& task, Duration time) {
   const std::string findings = task.findings();
   console::write_terminal("Total: " + std::to_string(task.totals().done_dirs()) +
@@ -71,7 +71,7 @@ void report_totals(const catalog::BaseTraverseCatalog& task, Duration time) noex
     log_warnings(task);
     show_totals(task, time);
   } catch (const std::exception&) {
-    // Without memory for a line of the log, what ended the run is still reported.
+    // Lack of memory for these lines must not hide the error that ended the run.
   }
 }
 
@@ -79,7 +79,7 @@ void report_totals(const catalog::BaseTraverseCatalog& task, Duration time) noex
 
 bool run_task(catalog::BaseTraverseCatalog& task, Summary summary) {
   const auto start = std::chrono::steady_clock::now();
-  // A run that throws has done some work too.
+  // Also if the task throws: it has done some work by then.
   BOOST_SCOPE_EXIT_ALL(&) {
     report_totals(task, std::chrono::steady_clock::now() - start);
   };
@@ -89,7 +89,7 @@ bool run_task(catalog::BaseTraverseCatalog& task, Summary summary) {
   progress.traversal_is_over();
   if (traversed || summary == Summary::always) task.summarize_impl();
   if (util::interrupted()) InfoA("the run was interrupted by a signal");
-  // What a task that is through has to say is no part of its success.
+  // The summary does not affect the result.
   if (summary == Summary::after_success) return traversed;
   return traversed && !util::interrupted();
 }

@@ -12,7 +12,7 @@ bool StopServices(const boost::filesystem::path& tvr_location) {
   if (opt_force) {
     dct::report_error("\nCould not stop the Tavrin Deduplication services.\n\n");
   }
-  // The deletion says so too.
+  // The deletion prints the same text.
   dct::report_error(
       "During the repair process Tavrin Deduplication services need to be off.\n"
       "Please shutdown Tavrin Deduplication services with the following commands and rerun this "

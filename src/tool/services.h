@@ -4,17 +4,17 @@
 
 #include <boost/filesystem/path.hpp>
 
-// Stops the services that use the metadata, when --force was given; otherwise only looks. True when
-// they are stopped. Tells standard error which commands to type when they are not.
-// Errors: Cr_ErrnoException when it cannot be found out.
+// With --force, stops the services that use the metadata; without, only checks them. Returns whether they
+// are stopped. If not, prints the commands that stop them to standard error.
+// Errors: Cr_ErrnoException if the state of the services cannot be determined.
 bool StopServices(const boost::filesystem::path& tvr_location);
 
-// Starts the services, when --force was given; otherwise tells standard output which commands to
-// type. Whether they ran before is not remembered.
+// With --force, starts the services, even if they did not run before. Without, prints the commands that
+// start them to standard output.
 void StartServices(const boost::filesystem::path& tvr_location);
 
-// Does work for which the services were stopped, and then starts them or asks for it, whatever happened.
-// Returns what the work does. Errors: those of the work.
+// Runs `work` and then StartServices, even if the work fails or throws. Returns what `work` returns.
+// Errors: those of `work`.
 bool then_start_services(const boost::filesystem::path& tvr_location,
                          const std::function<bool()>& work);
 

@@ -8,21 +8,21 @@
 //
 // Threads: one thread.
 
-// What a search for them found.
+// The result of a search.
 struct SymbolicLinks {
-  std::vector<boost::filesystem::path> noted;  // below the catalog
-  bool may_be_more = false;                    // it could not look everywhere, or not note all
+  std::vector<boost::filesystem::path> noted;  // relative to the tree
+  bool may_be_more = false;  // it could not read all directories, or not note all links
 };
 
-// Finds those of a catalog and writes each with its target to the run log: where it leads cannot be
-// found out any more once it is removed. A part of the tree that cannot be read is reported on
-// standard error and left out; nothing can remove a link there either.
-// Errors: filesystem_error when a directory that the walk opens, or a link's target, cannot be read;
-//   Cr_ErrnoException when what was found could be written nowhere.
-SymbolicLinks note_symbolic_links(const boost::filesystem::path& catalog);
+// Finds the links of a metadata tree, and notes each with its target in the run log and in the record:
+// once a link is removed, its target is unknown. Reports a part of the tree that cannot be read on
+// standard error and skips it; no link there can be removed either.
+// Errors: filesystem_error if a directory that the walk opens, or a link's target, cannot be read;
+//   Cr_ErrnoException if a link could be noted nowhere.
+SymbolicLinks note_symbolic_links(const boost::filesystem::path& tree);
 
-// Removes all that are below `dir`, and reports on standard error which of those noted are still there.
-void remove_symbolic_links(const boost::filesystem::path& dir, const SymbolicLinks& links);
+// Removes all links below `tree`. Reports noted links that are still there on standard error.
+void remove_symbolic_links(const boost::filesystem::path& tree, const SymbolicLinks& links);
 
-// Whether one of those noted is gone from `dir`.
-bool any_link_is_gone(const boost::filesystem::path& dir, const SymbolicLinks& links);
+// Whether one of the noted links is gone.
+bool any_link_is_gone(const boost::filesystem::path& tree, const SymbolicLinks& links);

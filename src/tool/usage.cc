@@ -5,7 +5,7 @@
 
 namespace {
 
-// Scripts match this text; its odd wording stays.
+// Scripts match this text, so its wording faults stay.
 constexpr const char* k_usage =
     R"(This utility can be run on a Tavrin Media Server to perform certain tasks
 (listed below) with respect to the metadata stored in the deduplication

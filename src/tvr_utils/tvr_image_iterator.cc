@@ -31,7 +31,7 @@ void throw_unless_success(int exit_code) {
                           error + "UNKNOWN tvimagequery error; look in tavrin logs (e.g. tvcatd)");
 }
 
-void refuse_special_name(const std::string& name) {
+void reject_special_name(const std::string& name) {
   if (!dct::is_plain_shell_word(name) || name.find('/') != std::string::npos) {
     throw Cr_ErrnoException(k_status_malformed,
                             "the name " + name + " cannot be passed to tvimagequery");
@@ -40,8 +40,8 @@ void refuse_special_name(const std::string& name) {
 
 }  // namespace
 
-// Feeds the parser from the pipe, and judges how the command ended before the iteration ends: a
-// failed command taken for a short catalog would make orphans of live images.
+// Feeds the parser from the pipe. Checks how the command ended before the iteration ends: after a failed
+// command, images that it did not list would count as orphans.
 class TVRImageIterator::PopenImageReader final : public details::BaseTVRImageIteratorImpl {
  public:
   PopenImageReader() = default;
@@ -49,15 +49,15 @@ class TVRImageIterator::PopenImageReader final : public details::BaseTVRImageIte
   PopenImageReader(const fs::path& admincmd_dir, const std::string& disk_pool,
                    unsigned long hours_ago)
       : BaseTVRImageIteratorImpl(disk_pool, "", "", false) {
-    call_tvimagequery(admincmd_dir, "", "", hours_ago, false);
+    call_tvimagequery(admincmd_dir, "", hours_ago);
   }
 
   PopenImageReader(const fs::path& admincmd_dir, const std::string& disk_pool,
                    const std::string& client, const std::string& policy, unsigned long hours_ago)
       : BaseTVRImageIteratorImpl(disk_pool, client, policy, true) {
-    refuse_special_name(client);
-    refuse_special_name(policy);
-    call_tvimagequery(admincmd_dir, client, policy, hours_ago, true);
+    reject_special_name(client);
+    reject_special_name(policy);
+    call_tvimagequery(admincmd_dir, " -client " + client + " -policy " + policy, hours_ago);
   }
 
  protected:
@@ -66,24 +66,19 @@ class TVRImageIterator::PopenImageReader final : public details::BaseTVRImageIte
   void finish() override;
 
  private:
-  void call_tvimagequery(const fs::path& admincmd_dir, const std::string& client,
-                         const std::string& policy, unsigned long hours_ago,
-                         bool with_client_policy);
+  void call_tvimagequery(const fs::path& admincmd_dir, const std::string& restriction,
+                         unsigned long hours_ago);
   void read_no_images();
 
   boost::scoped_ptr<dct::PopenRead> m_pipe;
 };
 
+// The arguments begin with a blank of their own: the product's audit trail has the command that way.
 void TVRImageIterator::PopenImageReader::call_tvimagequery(const fs::path& admincmd_dir,
-                                                           const std::string& client,
-                                                           const std::string& policy,
-                                                           unsigned long hours_ago,
-                                                           bool with_client_policy) {
-  std::string arguments;
-  if (with_client_policy) arguments += " -client " + client + " -policy " + policy;
-  arguments += " -hoursago " + std::to_string(hours_ago) + " 2>&1";
-  // The arguments begin with a blank of their own; the product's audit trail knows the command so.
-  const std::string command = (admincmd_dir / "tvimagequery").string() + " " + arguments;
+                                                           const std::string& restriction,
+                                                           unsigned long hours_ago) {
+  const std::string command = (admincmd_dir / "tvimagequery").string() + " " + restriction +
+                              " -hoursago " + std::to_string(hours_ago) + " 2>&1";
   m_pipe.reset(new dct::PopenRead(k_listing_line_capacity, dct::PopenRead::start(command)));
   if (!read_line()) {
     finish();
@@ -108,13 +103,13 @@ bool TVRImageIterator::PopenImageReader::ok_to_increment() {
   return false;
 }
 
-// The current line stays readable: it lies in the pipe's buffer, which outlives the command.
+// The current line stays valid: it is in the pipe's buffer, which outlives the command.
 void TVRImageIterator::PopenImageReader::finish() {
   throw_unless_success(m_pipe->close());
 }
 
-// The output is read to its end, since a child that we cut off looks like one that failed. A
-// listing that says both that it is empty and that it is not cannot be taken for an empty one.
+// Reads the output to its end: a child that is cut off looks like one that failed. A listing that says
+// that it is empty and also lists images is an error.
 void TVRImageIterator::PopenImageReader::read_no_images() {
   throw_if_cut();
   while (read_line()) {

@@ -8,14 +8,14 @@
 
 #include "tvr_utils/tvr_image.h"
 
-// The images that the backup catalog holds in one disk pool, listed by the product's
-// `tvimagequery`. An iterator that has run to its end equals a default-constructed one.
+// The images of the backup catalog in one disk pool, listed by the product's `tvimagequery`. An
+// iterator at its end equals a default-constructed one.
 //
-// Threads: one thread; several iterators may work side by side, each with its own child.
+// Threads: one thread; different iterators may run in parallel, each with its own child.
 // Ownership: owns the running command; not copyable.
 // Errors: constructors and increments throw Cr_ErrnoException for a command that cannot be started,
-//   fails or prints what is no listing, and boost::bad_lexical_cast for a field that is no number.
-//   A listing that failed never ends quietly: the increment that reaches its end throws.
+//   fails or prints no valid listing, and boost::bad_lexical_cast for a field that is no number. The
+//   increment that reaches the end of a failed listing always throws.
 class TVRImageIterator : public boost::iterator_facade<TVRImageIterator, const TVRImage,
                                                        boost::forward_traversal_tag> {
  public:
@@ -26,8 +26,8 @@ class TVRImageIterator : public boost::iterator_facade<TVRImageIterator, const T
   TVRImageIterator(const boost::filesystem::path& admincmd_dir, const std::string& disk_pool,
                    unsigned long hours_ago);
 
-  // Those of one client and policy. A name that the shell would not pass on as it stands is refused
-  // before the command starts: Cr_ErrnoException, k_status_malformed.
+  // Those of one client and policy. Cr_ErrnoException, k_status_malformed, before the command starts,
+  // for a name that the shell would not pass on unchanged.
   TVRImageIterator(const boost::filesystem::path& admincmd_dir, const std::string& disk_pool,
                    const std::string& client, const std::string& policy, unsigned long hours_ago);
 
@@ -35,7 +35,7 @@ class TVRImageIterator : public boost::iterator_facade<TVRImageIterator, const T
   TVRImageIterator(const TVRImageIterator&) = delete;
   TVRImageIterator& operator=(const TVRImageIterator&) = delete;
 
-  // The facade compares only iterators that can be copied.
+  // boost::iterator_facade compares only iterators that can be copied.
   friend bool operator==(const TVRImageIterator& a, const TVRImageIterator& b) {
     return a.equal(b);
   }

@@ -22,7 +22,7 @@ using util::to_number;
 constexpr char k_image[] = "IMAGE";
 constexpr char k_frag[] = "FRAG";
 
-// Of a length that is settled, so that the comparison is one of two numbers.
+// The constant length makes this a comparison of two numbers.
 template <std::size_t Size>
 bool starts_with(std::string_view line, const char (&word)[Size]) {
   constexpr std::size_t k_length = Size - 1;
@@ -69,11 +69,11 @@ void BaseTVRImageIteratorImpl::begin() {
 
 void BaseTVRImageIteratorImpl::increment() {
   verify_has_next();
-  m_current = nullptr;  // until the next one is whole
+  m_current = nullptr;  // until the next one is complete
   try {
     if (ok_to_increment() && read_image()) m_current = &m_image;
   } catch (const boost::bad_lexical_cast&) {
-    // Its text tells neither field nor line.
+    // Its text names neither field nor line.
     ErrorA("not a number in the tvimagequery line: " + std::string(m_line));
     throw;
   }
@@ -92,19 +92,19 @@ bool BaseTVRImageIteratorImpl::read_image() {
   return false;
 }
 
-// Reads the fragments of the image at hand, and goes on to the next one where it is filtered out
-// (`skip`) or has none. Leaves the line that follows the image as the current one. False when the
-// output ended without an image to deliver.
+// Reads the fragments of the current image. Goes on to the next image if this one is filtered out
+// (`skip`) or has no fragments. The line after the image becomes the current line. False when the output
+// ended without an image to deliver.
 bool BaseTVRImageIteratorImpl::read_to_next_image(bool skip) {
   while (read_line()) {
     const bool is_image = current_line_is_image();
-    // It is judged when it is asked for.
+    // If this line is cut, the next increment throws.
     if (is_image && !skip && !m_image.copy_numbers.empty()) return true;
     throw_if_cut();
     if (is_image) {
       skip = parse_image_line();
     } else if (current_line_is_frag() && (!skip || m_is_cut)) {
-      parse_frag_line();  // a cut one tells of a cut listing, be its image filtered out
+      parse_frag_line();  // a cut line is an error even if its image is filtered out
     }
   }
   return !skip && !m_image.copy_numbers.empty();
@@ -147,13 +147,13 @@ void BaseTVRImageIteratorImpl::throw_malformed(const std::string& text) {
   throw Cr_ErrnoException(k_status_malformed, text + std::string(m_line));
 }
 
-// Whether the filters leave the image out; nothing of it is taken over then.
+// Returns whether the image is filtered out; the current image is unchanged then.
 bool BaseTVRImageIteratorImpl::parse_image_line() {
   std::array<std::string_view, k_image_fields> fields;
   if (util::split<' '>(m_line, Separators::runs, fields) < k_image_fields) {
     throw_malformed(k_invalid_image);
   }
-  // Stored only where they differ: nearly all images of a listing follow one of the same client.
+  // Stores names only if they differ: nearly all images have the same client as the one before.
   const bool is_other = m_image.client_name != fields[k_image_client] ||
                         m_image.policy_name != fields[k_image_policy];
   if (is_other && m_filtered) {

@@ -7,11 +7,11 @@
 
 namespace details {
 
-// Makes images of the lines of a catalog listing, one image for each increment.
+// Makes images of the lines of a backup catalog's listing, one image for each increment.
 //
 // Threads: one thread.
-// Errors: Cr_ErrnoException for a line that cannot be an image's, boost::bad_lexical_cast for a
-//   field that is no number. After an error there is no current image.
+// Errors: Cr_ErrnoException for a malformed line, boost::bad_lexical_cast for a field that is no number.
+//   After an error there is no current image.
 class BaseTVRImageIteratorImpl {
  public:
   virtual ~BaseTVRImageIteratorImpl() = default;
@@ -21,14 +21,14 @@ class BaseTVRImageIteratorImpl {
   // Moves to the next image that matches the filters and has a fragment in the disk pool.
   void increment();
 
-  // The current image; null when the iteration has ended.
+  // The current image; null at the end of the iteration.
   const TVRImage* current() const { return m_current; }
 
  protected:
-  // An iteration that has ended.
+  // An iteration at its end.
   BaseTVRImageIteratorImpl() = default;
 
-  // Counts fragments in `disk_pool` alone; with `filtered`, images of that client and policy alone.
+  // Counts only fragments in `disk_pool`; with `filtered`, only images of that client and policy.
   BaseTVRImageIteratorImpl(std::string disk_pool, std::string client, std::string policy,
                            bool filtered);
 
@@ -40,16 +40,15 @@ class BaseTVRImageIteratorImpl {
   // Whether the current line starts another image. Called before each image.
   virtual bool ok_to_increment();
 
-  // Judges how the listing ended. Called once its output has been read to the end without leaving
-  // an image, so that a listing that failed never passes for a short one.
+  // Checks how the listing ended. Called at the end of the output if no image is left to deliver, so
+  // that a failed listing never passes for a short one.
   virtual void finish() {}
 
   void throw_if_current_line_is_not_IMAGE();
   void verify_has_next() const;
 
-  // Throws if the output ended inside the current line: images that would have followed are not known
-  // to be gone. How the listing ended is judged first. A line of a fragment passes: it is parsed
-  // without its last character.
+  // Throws if the output ended inside the current line: the catalog may have more images. Calls finish
+  // first. Accepts a line of a fragment, which is parsed without its last character.
   void throw_if_cut();
 
   bool no_images_were_found() const;

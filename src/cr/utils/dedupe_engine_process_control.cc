@@ -32,7 +32,7 @@ class DedupeEngineProcessControl::ProcessControlImpl {
   std::string get_stop_services_string() const;
 
  private:
-  // Operators' scripts look for these; they name the usual directory wherever the product is.
+  // Operators' scripts match these texts; they name the default directory wherever the product is.
   static const std::string start_services_string;
   static const std::string stop_services_string;
 
@@ -54,18 +54,17 @@ const std::string DedupeEngineProcessControl::ProcessControlImpl::stop_services_
 
 namespace {
 
-// The process id in the file; 0 when there is none, also where a number cannot be one: a process
-// group must not be taken for a process.
+// The process id in the file; 0 if there is none. A negative number is none: it names a process group.
 pid_t pid_in(const fs::path& file) {
   boost::system::error_code ignored;
-  if (!fs::is_regular_file(file, ignored)) return 0;  // a pipe would be waited for
+  if (!fs::is_regular_file(file, ignored)) return 0;  // opening a pipe would block
   std::ifstream stream(file.string());
   pid_t pid = 0;
   if (!(stream >> pid) || pid < 0) return 0;
   return pid;
 }
 
-// Nobody looks at the services afterwards, so a command that failed is told.
+// The state of the services is not checked afterwards, so this reports a command that failed.
 void start(const std::string& command) {
   if (dct::run_in_shell(command)) return;
   dct::report_error("ERROR: the services may not run; the command " + command + " failed\n");
@@ -75,11 +74,11 @@ void start(const std::string& command) {
 
 void DedupeEngineProcessControl::ProcessControlImpl::start_all() const {
   start(m_tvsvcwatch.string());
-  start(m_ksde.string());  // which starts without an argument
+  start(m_ksde.string());  // its default action is to start
 }
 
 void DedupeEngineProcessControl::ProcessControlImpl::stop_all() const {
-  // Whether they are stopped is looked at afterwards, whatever the commands say.
+  // all_are_stopped decides, not the exit statuses.
   (void)dct::run_in_shell(get_stop_tvsvcwatch_string());
   (void)dct::run_in_shell(m_ksde.string() + " stop");
 }
@@ -90,7 +89,7 @@ bool DedupeEngineProcessControl::ProcessControlImpl::all_are_stopped() const {
 
 bool DedupeEngineProcessControl::ProcessControlImpl::tvprocs_lists_proc(
     const std::string& name) const {
-  // The blank stands before the lister's arguments, of which there are none.
+  // The blank is part of the command's fixed text, which has no arguments.
   dct::PopenRead pipe(dct::k_query_line_capacity, dct::PopenRead::start(m_tvprocs.string() + " "));
   bool listed = false;
   while (!listed && pipe.read_line()) listed = pipe.line() == name;
