@@ -9,11 +9,11 @@ namespace catalog {
 
 class ApprovedOrphans;
 
-// What a dry run or a deletion leaves alone although the comparison would allow it.
+// What a dry run or a deletion leaves alone, whatever the comparison says.
 struct ConsistencyLimits {
-  const ApprovedOrphans* approved = nullptr;      // what else is an orphan stays; null for none
+  const ApprovedOrphans* approved = nullptr;  // every other orphan stays; null for no such limit
   std::optional<std::uint32_t> max_orphan_share;  // in percent of a directory's copies
-  DirFilter filter;                               // the other directories are not opened
+  DirFilter filter;                               // other directories are not opened
 };
 
 }  // namespace catalog

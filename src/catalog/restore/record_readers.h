@@ -13,8 +13,8 @@
 
 namespace catalog {
 
-// Readers of one record, each lent to one worker at a time: opening one for each directory would take
-// longer than to read what is there.
+// Readers of one record, each lent to one worker at a time. Opening one for each directory would take
+// longer than reading.
 //
 // Threads: every member may be called from any thread.
 // Errors: those of RunReader.
@@ -30,7 +30,7 @@ class RecordReaders {
       try {
         m_readers.give_back(std::move(m_reader));
       } catch (const std::exception&) {
-        // Without memory to keep it, it is closed.
+        // Without memory to keep the reader, it is closed.
       }
     }
     Lent(const Lent&) = delete;

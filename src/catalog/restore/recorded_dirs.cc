@@ -15,7 +15,7 @@ namespace catalog {
 
 namespace {
 
-// A record is not trusted: nothing outside of the catalog is touched for what it names.
+// A record is not trusted: none of its names may lead out of the metadata tree.
 bool is_name(const std::string& text) {
   return !text.empty() && text != "." && text != ".." &&
          text.find_first_of(std::string("/\0", 2)) == std::string::npos;
@@ -28,16 +28,15 @@ bool is_name(const std::string& text) {
 
 }  // namespace
 
-fs::path below_catalog(const fs::path& catalog, const std::string& path) {
+fs::path below_tree_root(const fs::path& tree_root, const std::string& path) {
   const fs::path below = path;
   const bool is_below = !below.empty() && std::all_of(below.begin(), below.end(), [](auto& part) {
     return is_name(part.string());
   });
   if (!is_below) refuse(path);
-  return catalog / below;
+  return tree_root / below;
 }
 
-// Hands out under its mutex.
 class RecordedDirs::Source : public DirsSource {
  public:
   explicit Source(const std::vector<Dir>& dirs) : m_next(dirs.begin()), m_end(dirs.end()) {}
@@ -62,7 +61,7 @@ class RecordedDirs::Source : public DirsSource {
 };
 
 RecordedDirs::RecordedDirs(record::RunReader& reader, const std::string& condition,
-                           const WantedNames& wanted, const fs::path& catalog) {
+                           const WantedNames& wanted, const fs::path& tree_root) {
   const auto is_wanted = [](const std::optional<std::string>& name, const std::string& is) {
     return !name || *name == is;
   };
@@ -77,7 +76,7 @@ RecordedDirs::RecordedDirs(record::RunReader& reader, const std::string& conditi
         for (const std::string& name : {row.text(1), client, policy}) {
           if (!is_name(name)) refuse(name);
         }
-        const fs::path path = catalog / row.text(1) / client / policy;
+        const fs::path path = tree_root / row.text(1) / client / policy;
         m_dirs.push_back({path.string(), row.number(0)});
       });
   std::sort(m_dirs.begin(), m_dirs.end());

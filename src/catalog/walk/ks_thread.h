@@ -6,10 +6,10 @@
 #include <cassert>
 #include <cstddef>
 
-// A thread that calls a member function of an object again and again until it is asked to stop.
+// A thread that calls a member function of an object repeatedly until it is asked to stop.
 //
 // Threads: create and join from one thread; request_stop from any.
-// Ownership: refers to the object, which must outlive the thread. Does not join on destruction.
+// Ownership: refers to the object, which must outlive the thread and joins it.
 template <class T>
 class Ks_Thread {
  public:
@@ -25,7 +25,7 @@ class Ks_Thread {
   // Starts the thread. Returns 0, or the error number when it could not be created.
   int create();
 
-  // Asks the thread to end after the call it is in.
+  // The thread ends after the current call.
   void request_stop() { m_is_to_stop = true; }
 
   // Waits for the thread's end; returns at once when it was never created.

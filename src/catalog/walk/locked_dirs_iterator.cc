@@ -8,15 +8,14 @@ LockedDirsIterator::LockedDirsIterator(const boost::filesystem::path& root, dct:
 std::string LockedDirsIterator::get_next_path() {
   const boost::lock_guard<boost::mutex> guard(m_mutex);
   if (m_first_call) {
-    m_first_call = false;  // the walk stands on the first directory already
+    m_first_call = false;  // the walk is at the first directory already
   } else if (!m_walk.equal(m_end)) {
     advance();
   }
   return m_walk.equal(m_end) ? std::string() : m_walk.dereference().string();
 }
 
-// A walk that broke off hands out nothing more, not even to a worker that asks before it is
-// stopped.
+// After an error no worker gets another directory.
 void LockedDirsIterator::advance() {
   try {
     m_walk.do_increment(true);
