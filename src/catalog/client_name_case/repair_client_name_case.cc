@@ -1,7 +1,6 @@
 #include "catalog/client_name_case/repair_client_name_case.h"
 
 #include <ctime>
-#include <memory>
 
 #include "catalog/client_name_case/repair_podb.h"
 #include "dct/log_file.h"

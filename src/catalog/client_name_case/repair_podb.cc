@@ -172,7 +172,8 @@ cr_status_t RepairPODB::copy_group(Groups::const_iterator group, SQLitePODB& sou
       return status;
     }
     if (status != k_status_ok) {
-      report_unreadable(status, *name);
+      const bool is_reported = !m_reported.insert(*name).second;
+      if (!is_reported) (void)write_error(ErrorType::get_from_source, status, policy_path(), *name);
       continue;
     }
     status = copy_po(po, target, *name);
@@ -181,11 +182,6 @@ cr_status_t RepairPODB::copy_group(Groups::const_iterator group, SQLitePODB& sou
     copied.push_back(name);
   }
   return k_status_ok;
-}
-
-void RepairPODB::report_unreadable(cr_status_t status, const std::string& basename) {
-  if (!m_reported.insert(basename).second) return;
-  (void)write_error(ErrorType::get_from_source, status, policy_path(), basename);
 }
 
 // Most targets have no PO of that name: only a failed insertion asks for a comparison. Another failure

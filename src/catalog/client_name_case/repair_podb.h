@@ -53,7 +53,6 @@ class RepairPODB : public BaseVisitPODB {
   cr_status_t copy_to_target(Groups::const_iterator group, Target& target, ChosenNames& copied);
   cr_status_t copy_group(Groups::const_iterator group, SQLitePODB& source, Target& target,
                          ChosenNames& copied);
-  void report_unreadable(cr_status_t status, const std::string& basename);
   cr_status_t copy_po(FilePO& po, Target& target, const std::string& basename);
   cr_status_t get_from_target(Target& target, const std::string& basename, FilePO& po);
   cr_status_t remove_from_source(const ChosenNames& basenames);

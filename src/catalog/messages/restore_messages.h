@@ -35,9 +35,8 @@ class RestoreMessages : public Messages {
                   const std::string& reason);
 
   // What follows the directories of a repair.
-  void would_take_away(const boost::filesystem::path& made) const;
-  void took_away(const boost::filesystem::path& made) const;
-  void not_taken_away(const boost::filesystem::path& made, const std::string& reason);
+  void removed(const boost::filesystem::path& made) const;
+  void not_removed(const boost::filesystem::path& made, const std::string& reason);
   void link_restored(const boost::filesystem::path& link, const std::string& target);
   void link_collision(const boost::filesystem::path& link);
   void link_not_restored(const boost::filesystem::path& link, const std::string& reason);
@@ -45,15 +44,15 @@ class RestoreMessages : public Messages {
   // Sums up the run in the run log; reports to standard error if anything was not restored.
   void sum_up(const record::DirCounts& counts) const;
 
-  bool all_is_restored() const { return m_left == 0; }
+  bool all_is_restored() const { return m_not_restored == 0; }
 
  private:
-  void left(const std::string& warning);
+  void warn_not_restored(const std::string& warning);
 
   const bool m_changes;
   std::atomic<std::uint64_t> m_there_already{0};
   std::atomic<std::uint64_t> m_links{0};
-  std::atomic<std::uint64_t> m_left{0};
+  std::atomic<std::uint64_t> m_not_restored{0};
 };
 
 }  // namespace catalog

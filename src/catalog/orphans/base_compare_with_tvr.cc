@@ -23,23 +23,13 @@ unsigned long listing_hours_ago(std::int64_t catalog_backup_time) {
   return static_cast<unsigned long>((std::time(nullptr) - start) / k_hour_seconds + 1);
 }
 
-namespace {
-
-DeletionMatches::Rows rows_for(SQLitePODB::Access access) {
-  return access == SQLitePODB::Access::read_write ? DeletionMatches::Rows::kept
-                                                  : DeletionMatches::Rows::counted;
-}
-
-}  // namespace
-
 BaseCompareWithTVR::BaseCompareWithTVR(const boost::filesystem::path& policy_dir,
                                        ConsistencyMessages& messages, record::Directory& directory,
                                        const boost::filesystem::path& admincmd_dir,
                                        const std::string& disk_pool, SQLitePODB::Access access)
-    : BasenameTimeAndCopySet(policy_dir, messages, directory, access),
-      m_admincmd_dir(admincmd_dir),
-      m_disk_pool(disk_pool),
-      m_rows(rows_for(access)) {
+    : BaseCompareWithTVR(policy_dir, messages, directory, CopySet(), access) {
+  m_admincmd_dir = admincmd_dir;
+  m_disk_pool = disk_pool;
   messages.started(directory, policy_dir);
   m_missing.client = client();
   m_missing.policy = policy();
@@ -54,8 +44,9 @@ BaseCompareWithTVR::BaseCompareWithTVR(const boost::filesystem::path& policy_dir
 BaseCompareWithTVR::BaseCompareWithTVR(const boost::filesystem::path& policy_dir,
                                        ConsistencyMessages& messages, record::Directory& directory,
                                        CopySet orphans, SQLitePODB::Access access)
-    : BasenameTimeAndCopySet(policy_dir, messages, directory, access, std::move(orphans)),
-      m_rows(rows_for(access)) {}
+    : BasenameTimeAndCopySet(policy_dir, messages, directory, std::move(orphans), access),
+      m_rows(access == SQLitePODB::Access::read_write ? DeletionMatches::Rows::kept
+                                                      : DeletionMatches::Rows::counted) {}
 
 void BaseCompareWithTVR::compare_metadata_impl() {
   const TVRImageIterator end;
@@ -134,7 +125,7 @@ bool BaseCompareWithTVR::is_of_absent_copy(const std::string& basename) const {
          !std::binary_search(m_approved_orphans.begin(), m_approved_orphans.end(), *copy);
 }
 
-bool BaseCompareWithTVR::may_go(const record::Orphan& orphan) const {
+bool BaseCompareWithTVR::is_approved(const record::Orphan& orphan) const {
   return m_approved->allows(orphan) &&
          std::none_of(orphan.other_copies.begin(), orphan.other_copies.end(),
                       [this](const std::string& name) { return is_of_absent_copy(name); });
@@ -150,7 +141,7 @@ void BaseCompareWithTVR::leave_unapproved() {
     left_before = left.size();
     image_copies().for_each([&](const CopyKey& copy) {
       const record::Orphan& orphan = m_matches.of(copy);
-      if (!may_go(orphan)) left.emplace(copy, orphan);
+      if (!is_approved(orphan)) left.emplace(copy, orphan);
     });
     if (left.size() == left_before) break;
     for (const auto& [copy, orphan] : left) erase(copy);

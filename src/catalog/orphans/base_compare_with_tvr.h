@@ -58,8 +58,8 @@ class BaseCompareWithTVR : public BasenameTimeAndCopySet {
 
   void set_catalog_backup_time(std::int64_t seconds) { m_catalog_backup_time = seconds; }
 
-  // The orphans that may be deleted; all by default. It must outlive the visitor.
-  void set_approved(const ApprovedOrphans::Directory& approved) { m_approved = &approved; }
+  // The orphans that may be deleted, which must outlive the visitor; null, the default, for all.
+  void set_approved(const ApprovedOrphans::Directory* approved) { m_approved = approved; }
 
  protected:
   // The visited orphan, with its matches.
@@ -73,7 +73,7 @@ class BaseCompareWithTVR : public BasenameTimeAndCopySet {
  private:
   void count_absent_copies();
   bool is_of_absent_copy(const std::string& basename) const;
-  bool may_go(const record::Orphan& orphan) const;
+  bool is_approved(const record::Orphan& orphan) const;
   void leave_unapproved();
   void find_matches();
   cr_status_t find_matches(bool with_sizes);

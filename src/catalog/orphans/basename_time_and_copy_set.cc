@@ -9,14 +9,8 @@ namespace catalog::podb {
 
 BasenameTimeAndCopySet::BasenameTimeAndCopySet(const boost::filesystem::path& policy_dir,
                                                ConsistencyMessages& messages,
-                                               record::Directory& directory,
+                                               record::Directory& directory, CopySet copies,
                                                SQLitePODB::Access access)
-    : BaseVisitPODB(policy_dir, messages.log(), directory, access), m_messages(messages) {}
-
-BasenameTimeAndCopySet::BasenameTimeAndCopySet(const boost::filesystem::path& policy_dir,
-                                               ConsistencyMessages& messages,
-                                               record::Directory& directory,
-                                               SQLitePODB::Access access, CopySet copies)
     : BaseVisitPODB(policy_dir, messages.log(), directory, access),
       m_messages(messages),
       m_image_copies(std::move(copies)) {}

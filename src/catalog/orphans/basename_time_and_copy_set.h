@@ -18,12 +18,9 @@ namespace catalog::podb {
 // image of the backup catalog matched.
 class BasenameTimeAndCopySet : public BaseVisitPODB {
  public:
+  // `copies`: those that another set released.
   BasenameTimeAndCopySet(const boost::filesystem::path& policy_dir, ConsistencyMessages& messages,
-                         record::Directory& directory, SQLitePODB::Access access);
-
-  // With the copies that another set released.
-  BasenameTimeAndCopySet(const boost::filesystem::path& policy_dir, ConsistencyMessages& messages,
-                         record::Directory& directory, SQLitePODB::Access access, CopySet copies);
+                         record::Directory& directory, CopySet copies, SQLitePODB::Access access);
 
   // Fills the set. A basename that does not parse is reported and left out; one that is skipped on
   // purpose is left out silently. Returns 0, or the status of an unreadable database; the set is then

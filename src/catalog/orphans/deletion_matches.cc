@@ -1,12 +1,8 @@
 #include "catalog/orphans/deletion_matches.h"
 
-#include <algorithm>
-#include <utility>
-
 #include "catalog/podb/basename_parts.h"
 #include "catalog/podb/basename_time_and_copy.h"
 #include "podb/sql_like.h"
-#include "status/status.h"
 #include "text/to_number.h"
 
 namespace catalog::podb {

@@ -3,9 +3,11 @@
 #include <strings.h>
 
 #include <algorithm>
-#include <atomic>
+#include <cstddef>
 #include <stdexcept>
 #include <utility>
+
+#include "catalog/walk/listed_dirs.h"
 
 namespace fs = boost::filesystem;
 
@@ -29,25 +31,6 @@ bool is_before(const std::string& a, const std::string& b) {
 }
 
 }  // namespace
-
-class DirTable::Source : public DirsSource {
- public:
-  Source(const Entries& entries, const fs::path& tree_root)
-      : m_entries(entries), m_tree_root(tree_root) {}
-
-  std::string get_next_path() override {
-    const std::size_t next = m_next++;
-    if (next >= m_entries.size()) return "";
-    return (m_tree_root / *m_entries[next].m_dsid / m_entries[next].m_pair).string();
-  }
-
-  void stop() override { m_next = m_entries.size(); }
-
- private:
-  const Entries& m_entries;
-  const fs::path m_tree_root;
-  std::atomic<std::size_t> m_next{0};
-};
 
 DirTable::Entry::Entry(const record::Directory& directory, const std::string* dsid,
                        podb::CopySet its_copies)
@@ -111,7 +94,11 @@ DirTable::Entry& DirTable::at(const fs::path& policy_dir) {
 }
 
 std::unique_ptr<DirsSource> DirTable::source(const fs::path& tree_root) const {
-  return std::make_unique<Source>(m_entries, tree_root);
+  return std::make_unique<ListedDirs>([this, tree_root, next = std::size_t{0}]() mutable {
+    if (next == m_entries.size()) return std::string();
+    const Entry& entry = m_entries[next++];
+    return (tree_root / *entry.m_dsid / entry.m_pair).string();
+  });
 }
 
 }  // namespace catalog

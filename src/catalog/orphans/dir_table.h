@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -69,8 +68,6 @@ class DirTable {
   Entries& entries() { return m_entries; }
 
  private:
-  class Source;
-
   template <class IsBefore>
   Range equal_range(const std::string& pair, IsBefore is_before);
 

@@ -1,10 +1,7 @@
 #include "catalog/orphans/visit_pos_not_in_tvr_catalog.h"
 
-#include <set>
-
 #include <boost/scope_exit.hpp>
 
-#include "catalog/orphans/approved_orphans.h"
 #include "catalog/orphans/delete_orphan_pos.h"
 #include "catalog/orphans/print_orphan_pos.h"
 #include "console/run_log.h"
@@ -119,8 +116,7 @@ std::string VisitPOsNotInTVRCatalog<V>::take_orphans(V& visitor,
     if (!excess.empty()) return excess;
   }
   visitor.set_saves_pos(m_saves_pos);
-  const ApprovedOrphans::Directory* approved = approved_of(directory);
-  if (approved != nullptr) visitor.set_approved(*approved);
+  visitor.set_approved(approved_of(directory));
   visitor.visit_image_copies_not_in_TV_impl();
   return "";
 }
@@ -134,13 +130,7 @@ const ApprovedOrphans::Directory* VisitPOsNotInTVRCatalog<V>::approved_of(
 template <class V>
 void VisitPOsNotInTVRCatalog<V>::note_visited(const V& visitor) {
   const boost::lock_guard<boost::mutex> guard(m_mutex);
-  m_visited_pairs.push_back(pair_text(visitor.client(), visitor.policy()));
-}
-
-template <class V>
-std::set<std::string> VisitPOsNotInTVRCatalog<V>::visited_pairs() {
-  const boost::lock_guard<boost::mutex> guard(m_mutex);
-  return {m_visited_pairs.begin(), m_visited_pairs.end()};
+  m_visited_pairs.insert(pair_text(visitor.client(), visitor.policy()));
 }
 
 template <class V>
@@ -186,15 +176,15 @@ void VisitPOsNotInTVRCatalog<V>::count_copies_of_absent_dirs() {
 }
 
 template <class V>
-bool VisitPOsNotInTVRCatalog<V>::is_to_be_listed(const std::set<std::string>& visited,
-                                                 const std::string& client,
-                                                 const std::string& policy) const {
-  return visited.count(pair_text(client, policy)) == 0 && m_limits.filter.wants(client, policy);
+bool VisitPOsNotInTVRCatalog<V>::is_to_be_listed(const std::string& client,
+                                                 const std::string& policy) {
+  const boost::lock_guard<boost::mutex> guard(m_mutex);
+  return m_visited_pairs.count(pair_text(client, policy)) == 0 &&
+         m_limits.filter.wants(client, policy);
 }
 
 template <class V>
 void VisitPOsNotInTVRCatalog<V>::list_unvisited_pairs() {
-  const std::set<std::string> visited = visited_pairs();
   record::DirCounts counts;
   // Also if the listing fails.
   BOOST_SCOPE_EXIT_ALL(&) {
@@ -207,7 +197,7 @@ void VisitPOsNotInTVRCatalog<V>::list_unvisited_pairs() {
     if (image.client_name != missing.client || image.policy_name != missing.policy) {
       missing.client = image.client_name;
       missing.policy = image.policy_name;
-      is_listed = is_to_be_listed(visited, missing.client, missing.policy);
+      is_listed = is_to_be_listed(missing.client, missing.policy);
     }
     if (!is_listed) return;
     missing.backup_time = image.backup_time;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -13,11 +14,18 @@
 
 #include "catalog/messages/consistency_messages.h"
 #include "catalog/orphans/approved_orphans.h"
-#include "catalog/orphans/consistency_limits.h"
 #include "catalog/walk/base_traverse_catalog.h"
+#include "catalog/walk/dir_filter.h"
 #include "tvr_utils/tvr_image.h"
 
 namespace catalog {
+
+// What a dry run or a deletion leaves alone, whatever the comparison says.
+struct ConsistencyLimits {
+  const ApprovedOrphans* approved = nullptr;  // every other orphan stays; null for no such limit
+  std::optional<std::uint32_t> max_orphan_share;  // in percent of a directory's copies
+  DirFilter filter;                               // other directories are not opened
+};
 
 // Compares the metadata with the backup catalog, directory by directory, and passes the copies that
 // the backup catalog no longer has to the visitor V. At the end it lists the images of clients and
@@ -25,7 +33,7 @@ namespace catalog {
 //
 // V derives from podb::BaseCompareWithTVR; it names its logs and the access that it needs.
 //
-// Threads: as the base; the list of visited pairs has its own lock.
+// Threads: as the base; the set of visited pairs has its own lock.
 // Ownership: shares its logs; refers to the approved orphans, which must outlive it.
 // Errors: a failed directory is reported, and the traversal goes on. summarize_impl throws what the
 //   final listing throws.
@@ -87,9 +95,7 @@ class VisitPOsNotInTVRCatalog : public BaseTraverseCatalog {
   void note_visited(const V& visitor);
   void count_copies_of_absent_dirs();
   void list_unvisited_pairs();
-  bool is_to_be_listed(const std::set<std::string>& visited, const std::string& client,
-                       const std::string& policy) const;
-  std::set<std::string> visited_pairs();
+  bool is_to_be_listed(const std::string& client, const std::string& policy);
 
   const boost::filesystem::path m_admincmd_dir;
   const std::string m_disk_pool;
@@ -99,7 +105,7 @@ class VisitPOsNotInTVRCatalog : public BaseTraverseCatalog {
   std::atomic<std::uint64_t> m_approved_copies_of_visited_dirs{0};
   boost::shared_ptr<dct::util::LogFile> m_missing_images_log;
   std::unique_ptr<ConsistencyMessages> m_messages;
-  std::vector<std::string> m_visited_pairs BOOST_THREAD_GUARDED_BY(m_mutex);
+  std::set<std::string> m_visited_pairs BOOST_THREAD_GUARDED_BY(m_mutex);
   boost::mutex m_mutex;
 };
 

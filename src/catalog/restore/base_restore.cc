@@ -16,7 +16,7 @@ BaseRestore::BaseRestore(const fs::path& log_dir, const fs::path& tree_root, uns
     : BaseTraverseCatalog(log_dir, tree_root, num_threads, false),
       m_request(request),
       m_readers(request.record) {
-  const RecordReaders::Lent reader(m_readers);
+  const auto reader = m_readers.lend();
   m_dirs = std::make_unique<RecordedDirs>(*reader, condition, request.wanted, tree_root);
   init_log_file(log_dir / layout::k_restore_logs,
                 "Restore_" + std::to_string(std::time(nullptr)) + ".log");
@@ -34,7 +34,7 @@ int BaseRestore::visit_dir(const fs::path& policy_dir) {
   return do_or_fail(
       [&] {
         if (!dct::filesystem::exists(database::podb_file(policy_dir))) require_same_root();
-        const RecordReaders::Lent reader(m_readers);
+        const auto reader = m_readers.lend();
         for (const std::int64_t id : m_dirs->ids_of(policy_dir.string())) {
           restore(dir, id, *reader);
         }

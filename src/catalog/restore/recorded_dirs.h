@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -38,23 +39,13 @@ class RecordedDirs {
   // Hands out each directory once, in byte order of the paths. Refers to this object.
   std::unique_ptr<DirsSource> source() const;
 
-  std::size_t size() const { return m_paths; }
+  std::size_t size() const { return m_ids.size(); }
 
-  // The numbers that the record has for a directory of the source.
-  std::vector<std::int64_t> ids_of(const std::string& path) const;
+  // The numbers that the record has for a directory of the source, ascending.
+  const std::vector<std::int64_t>& ids_of(const std::string& path) const { return m_ids.at(path); }
 
  private:
-  struct Dir {
-    std::string path;
-    std::int64_t id;
-    bool operator<(const Dir& other) const {
-      return path != other.path ? path < other.path : id < other.id;
-    }
-  };
-  class Source;
-
-  std::vector<Dir> m_dirs;  // sorted
-  std::size_t m_paths = 0;  // different ones in m_dirs
+  std::map<std::string, std::vector<std::int64_t>> m_ids;  // by path
 };
 
 // Joins a path from a record to the root of the metadata tree.

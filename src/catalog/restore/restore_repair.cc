@@ -3,13 +3,11 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 
 #include <boost/filesystem/operations.hpp>
 
 #include "catalog/podb/policy_location.h"
-#include "catalog/restore/move_back_podb.h"
 #include "files/storage_layout.h"
 #include "files/sync.h"
 #include "podb/podb_removal.h"
@@ -56,18 +54,18 @@ RestoreRepair::RestoreRepair(const fs::path& log_dir, const fs::path& tree_root,
                              unsigned num_threads, const RestoreRequest& request)
     : BaseRestore(log_dir, tree_root, num_threads, request,
                   "d.id IN (SELECT directory FROM moved)") {
-  const RecordReaders::Lent reader(readers());
+  const auto reader = readers().lend();
   std::int64_t last_dir = 0;
-  (*reader).rows("SELECT id, directory, target FROM moved ORDER BY id",
-                 [&](const record::RunReader::Row& row) {
-                   const std::int64_t id = row.number(0);
-                   const std::int64_t dir = row.number(1);
-                   std::vector<Moves>& moves = m_moves[dir];
-                   const bool goes_on = dir == last_dir && moves.back().target == row.number(2);
-                   if (goes_on) moves.back().last = id;
-                   if (!goes_on) moves.push_back({id, id, row.number(2)});
-                   last_dir = dir;
-                 });
+  reader->rows("SELECT id, directory, target FROM moved ORDER BY id",
+               [&](const record::RunReader::Row& row) {
+                 const std::int64_t id = row.number(0);
+                 const std::int64_t dir = row.number(1);
+                 std::vector<Moves>& moves = m_moves[dir];
+                 const bool goes_on = dir == last_dir && moves.back().target == row.number(2);
+                 if (goes_on) moves.back().last = id;
+                 if (!goes_on) moves.push_back({id, id, row.number(2)});
+                 last_dir = dir;
+               });
 }
 
 void RestoreRepair::restore(RestoredDir& dir, std::int64_t id, record::RunReader& reader) {
@@ -107,26 +105,26 @@ void RestoreRepair::restore(RestoredDir& dir, const Moves& moves,
 
 void RestoreRepair::summarize_impl() {
   if (reached_end()) {
-    const RecordReaders::Lent reader(readers());
-    take_away_what_was_made(*reader);
+    const auto reader = readers().lend();
+    remove_made_paths(*reader);
     if (request().wanted.are_all()) restore_links(*reader);
   }
   BaseRestore::summarize_impl();
 }
 
-void RestoreRepair::take_away_what_was_made(record::RunReader& reader) {
+void RestoreRepair::remove_made_paths(record::RunReader& reader) {
   reader.rows("SELECT path FROM made ORDER BY id DESC", [&](const record::RunReader::Row& row) {
     if (util::interrupted()) return;
     const fs::path made = below_tree_root(tree_root(), row.text(0));
     if (leads_through_link(tree_root(), made)) return;
-    if (!request().dry_run) return take_away(made);
+    if (!request().dry_run) return remove_made(made);
     boost::system::error_code error;
-    if (fs::exists(fs::symlink_status(made, error))) messages().would_take_away(made);
+    if (fs::exists(fs::symlink_status(made, error))) messages().removed(made);
   });
 }
 
 // A directory or database that is not empty stays.
-void RestoreRepair::take_away(const fs::path& made) {
+void RestoreRepair::remove_made(const fs::path& made) {
   boost::system::error_code error;
   const fs::file_status status = fs::symlink_status(made, error);
   bool is_gone = false;
@@ -134,14 +132,14 @@ void RestoreRepair::take_away(const fs::path& made) {
     if (fs::is_directory(status)) {
       is_gone = ::rmdir(made.c_str()) == 0;
       const bool is_in_use = errno == ENOTEMPTY || errno == EEXIST;
-      if (!is_gone && !is_in_use) messages().not_taken_away(made, std::strerror(errno));
+      if (!is_gone && !is_in_use) messages().not_removed(made, std::strerror(errno));
     } else if (fs::is_regular_file(status) && made.filename() == layout::k_po_database) {
       is_gone = database::remove_podb_without_pos(made.parent_path());
     }
   } catch (const Cr_ErrnoException& fault) {
-    messages().not_taken_away(made, fault.GetString());
+    messages().not_removed(made, fault.GetString());
   }
-  if (is_gone) messages().took_away(made);
+  if (is_gone) messages().removed(made);
 }
 
 void RestoreRepair::restore_links(record::RunReader& reader) {

@@ -33,8 +33,8 @@ class RestoreRepair : public BaseRestore {
   void restore(RestoredDir& dir, std::int64_t id, record::RunReader& reader) override;
   void restore(RestoredDir& dir, const Moves& moves, const podb::MoveBackPODB::Rows& replaced,
                record::RunReader& reader);
-  void take_away_what_was_made(record::RunReader& reader);
-  void take_away(const boost::filesystem::path& made);
+  void remove_made_paths(record::RunReader& reader);
+  void remove_made(const boost::filesystem::path& made);
   void restore_links(record::RunReader& reader);
   void restore_link(const boost::filesystem::path& link, const std::string& target);
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <exception>
 #include <memory>
@@ -12,7 +13,6 @@
 
 #include "catalog/walk/dirs_source.h"
 #include "catalog/walk/run_totals.h"
-#include "catalog/walk/task_step.h"
 #include "catalog/walk/walk_root.h"
 #include "status/status.h"
 
@@ -21,6 +21,14 @@ class LogFile;
 }
 
 namespace catalog {
+
+// A step of a task that has several.
+struct TaskStep {
+  std::string name;
+  std::chrono::steady_clock::time_point start;
+  std::optional<std::uint64_t> dirs;    // to visit, if known
+  std::optional<std::uint64_t> images;  // listed so far, in a step that visits no directories
+};
 
 // A task over all policy directories of a metadata tree. This class has the task's log, the walk and
 // the workers. A derived class works on one directory and sums up the run.

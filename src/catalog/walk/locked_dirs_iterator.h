@@ -25,8 +25,6 @@ class LockedDirsIterator : public DirsSource {
   void stop() override;
 
  private:
-  void advance() BOOST_THREAD_REQUIRES(m_mutex);
-
   boost::mutex m_mutex;
   DirsIterator m_walk BOOST_THREAD_GUARDED_BY(m_mutex);
   const DirsIterator m_end;
