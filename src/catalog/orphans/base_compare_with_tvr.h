@@ -9,7 +9,7 @@
 namespace catalog::podb {
 
 // The hours that a listing of the backup catalog reaches back: to two days before that catalog's own
-// backup at `catalog_backup_time` (seconds since the epoch), or to the epoch if that is 0.
+// backup, or to the epoch if `catalog_backup_time` (seconds since the epoch) is 0.
 unsigned long listing_hours_ago(std::int64_t catalog_backup_time);
 
 // Compares the image copies of one policy directory with the backup catalog's.

@@ -12,9 +12,9 @@
 
 namespace catalog {
 
-// The same comparison with one listing of the whole backup catalog, in three steps: read all databases,
-// list the backup catalog, pass the orphans to the visitor V. In this order, an image that is written
-// after the listing is in no database that was read before it, so it never looks like an orphan.
+// The same comparison with one listing of the whole backup catalog. It has three steps: read all
+// databases, list the backup catalog, pass the orphans to the visitor V. In this order, an image that
+// is written after the listing never looks like an orphan: no database had it when it was read.
 //
 // Threads: as the base. The workers are idle during the listing.
 // Errors: as the base. A failed listing is reported and ends the traversal before any orphan is visited.

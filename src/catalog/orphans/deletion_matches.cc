@@ -20,7 +20,7 @@ std::string pattern_of(const std::string& client, const CopyKey& copy) {
          "%";
 }
 
-// Removes what a "_" of the pattern matches: one character as the database counts them, which is a lead
+// Removes what a "_" of the pattern matches: one character as the database counts them. That is a lead
 // byte with its continuation bytes, or any other byte.
 std::string_view without_first_character(std::string_view text) {
   const auto at = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };

@@ -23,7 +23,7 @@ inline CopyKey key_of(const record::Orphan& orphan) {
 // The POs that the deletion of a directory's orphans takes, found without deleting anything.
 //
 // Orphans are deleted in ascending order, each with all remaining POs that match its LIKE pattern. The
-// pattern matches more than the copy: that of copy 1 matches copy 10, letter case does not count, and
+// pattern matches more than the copy. That of copy 1 matches copy 10, letter case does not count, and
 // each "_" stands for any character. Storages have been cleaned by it for years, so it stays, and the
 // POs of other copies are reported.
 //

@@ -15,8 +15,8 @@ class BasenameTimeAndCopy {
   // Fills the fields from a basename found in the directory of client `client_dir`.
   // Errors: as POFilename::parse.
   //
-  // Do not change the fields between two calls: a name that begins like the last one is of the same
-  // copy, and leaves them as they are.
+  // Do not change the fields between two calls: a name of the same copy as the last one leaves them as
+  // they are.
   void parse(std::string_view basename, const std::string& client_dir);
 
   std::int64_t backup_time = 0;  // seconds since the epoch
