@@ -140,8 +140,8 @@ cr_status_t RepairPODB::begin_both(Target& target) {
 
 // A transaction that met damage cannot be committed, and an unreadable PO must not stop the others.
 // So a damaged source is read through a second connection. The group is then copied again: SQLite
-// may have ended the transaction, and with it the lock. The reader's transaction ends before anything
-// is removed: the removal would wait for it.
+// may have ended the transaction, and with it the lock. The reader's transaction ends before
+// anything is removed: the removal would wait for it.
 cr_status_t RepairPODB::copy_to_target(Groups::const_iterator group, Target& target,
                                        ChosenNames& copied) {
   m_reported.clear();
@@ -184,9 +184,9 @@ cr_status_t RepairPODB::copy_group(Groups::const_iterator group, SQLitePODB& sou
   return k_status_ok;
 }
 
-// Most targets have no PO of that name: only a failed insertion asks for a comparison. Another failure
-// may have ended the transaction, so nothing is stored after it; the lookup only selects the error
-// to report.
+// Most targets have no PO of that name: only a failed insertion asks for a comparison. Another
+// failure may have ended the transaction, so nothing is stored after it; the lookup only selects
+// the error to report.
 cr_status_t RepairPODB::copy_po(FilePO& po, Target& target, const std::string& basename) {
   cr_status_t status = target.podb.put_new(&po);
   if (status == k_status_handled) {

@@ -18,8 +18,8 @@ class FilePO;
 // Moves the POs of one policy directory that have another spelling of the client's name. They go to
 // the same policy of the client directory with that spelling.
 //
-// Threads: as the base. Two visitors of one client, in any spelling, and one policy must not work at
-//   once: each writes to the other's database.
+// Threads: as the base. Two visitors of one client, in any spelling, and one policy must not work
+//   at once: each writes to the other's database.
 // Ownership: refers to messages and directory, which must outlive it.
 // Errors: as the base. A failure in a database is reported, and is the visitor's status. Throws
 //   Cr_ErrnoException when a target cannot be opened or created. At every instant each PO is in at
@@ -69,8 +69,8 @@ class RepairPODB : public BaseVisitPODB {
   bool m_source_is_damaged = false;
   std::unique_ptr<SQLitePODB> m_reader;  // of a damaged source
 
-  // Of the current group, which may be copied twice: the POs that were reported to stay, and those of
-  // the target that the record has.
+  // Of the current group, which may be copied twice: the POs that were reported to stay, and those
+  // of the target that the record has.
   std::set<std::string_view> m_reported;
   std::set<std::string_view> m_saved;
 

@@ -36,8 +36,8 @@ bool ApprovedOrphans::Directory::allows(const record::Orphan& orphan) const {
       });
 }
 
-// A record has the number of all POs of an orphan; its own are those without the others. A copy that is
-// listed twice, which no run writes, keeps the smaller number.
+// A record has the number of all POs of an orphan; its own are those without the others. A copy
+// that is listed twice, which no run writes, keeps the smaller number.
 void ApprovedOrphans::Directory::finish() {
   const auto less = [](const Copy& a, const Copy& b) {
     return std::tie(a.key, a.own_pos) < std::tie(b.key, b.own_pos);

@@ -18,8 +18,8 @@ namespace catalog {
 
 class DirFilter;
 
-// The orphans in the record of a dry run, with the POs that it announced for each. An orphan takes 24
-// bytes, and a PO of another copy its name.
+// The orphans in the record of a dry run, with the POs that it announced for each. An orphan takes
+// 24 bytes, and a PO of another copy its name.
 //
 // Threads: never changes.
 class ApprovedOrphans {

@@ -131,9 +131,9 @@ bool BaseCompareWithTVR::is_approved(const record::Orphan& orphan) const {
                       [this](const std::string& name) { return is_of_absent_copy(name); });
 }
 
-// A PO counts for the first orphan that it matches. So an orphan that stays may leave later ones more
-// POs than were approved, and these are checked again. That ends soon: only copies whose numbers have
-// the same first digits match one PO.
+// A PO counts for the first orphan that it matches. So an orphan that stays may leave later ones
+// more POs than were approved, and these are checked again. That ends soon: only copies whose
+// numbers have the same first digits match one PO.
 void BaseCompareWithTVR::leave_unapproved() {
   std::map<CopyKey, record::Orphan> left;
   std::size_t left_before = 0;

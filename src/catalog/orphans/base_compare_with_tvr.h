@@ -8,8 +8,8 @@
 
 namespace catalog::podb {
 
-// The hours that a listing of the backup catalog reaches back: to two days before that catalog's own
-// backup, or to the epoch if `catalog_backup_time` (seconds since the epoch) is 0.
+// The hours that a listing of the backup catalog reaches back: to two days before that catalog's
+// own backup, or to the epoch if `catalog_backup_time` (seconds since the epoch) is 0.
 unsigned long listing_hours_ago(std::int64_t catalog_backup_time);
 
 // Compares the image copies of one policy directory with the backup catalog's.
@@ -27,17 +27,17 @@ class BaseCompareWithTVR : public BasenameTimeAndCopySet {
   BaseCompareWithTVR(const boost::filesystem::path& policy_dir, ConsistencyMessages& messages,
                      record::Directory& directory, CopySet orphans, SQLitePODB::Access access);
 
-  // Removes the copies that the backup catalog has from the set, and reports those that the metadata
-  // lacks. To be called once.
+  // Removes the copies that the backup catalog has from the set, and reports those that the
+  // metadata lacks. To be called once.
   // Errors: what the listing throws. The set may then have copies that are no orphans.
   virtual void compare_metadata_impl();
 
-  // The reason not to touch the directory if more than `most_percent` of its copies are orphans, else
-  // an empty text. After the comparison.
+  // The reason not to touch the directory if more than `most_percent` of its copies are orphans,
+  // else an empty text. After the comparison.
   std::string excess_of_orphans(std::uint32_t most_percent) const;
 
-  // Calls visit_one_image_copy with each orphan, in ascending order. Orphans that are not approved are
-  // reported first, and skipped.
+  // Calls visit_one_image_copy with each orphan, in ascending order. Orphans that are not approved
+  // are reported first, and skipped.
   // Errors: Cr_ErrnoException, before the first call, when the database cannot be read.
   virtual void visit_image_copies_not_in_TV_impl();
 

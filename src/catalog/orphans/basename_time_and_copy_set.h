@@ -23,8 +23,8 @@ class BasenameTimeAndCopySet : public BaseVisitPODB {
                          record::Directory& directory, CopySet copies, SQLitePODB::Access access);
 
   // Fills the set. A basename that does not parse is reported and left out; one that is skipped on
-  // purpose is left out silently. Returns 0, or the status of an unreadable database; the set is then
-  // empty.
+  // purpose is left out silently. Returns 0, or the status of an unreadable database; the set is
+  // then empty.
   int visit_podb_impl() override;
 
   // Moves the copies out of the set.

@@ -22,8 +22,8 @@ namespace {
 
 const char* const k_not_called = "Could not call tvimagequery: ";
 
-// If a name cannot be in a listing, all its copies look like orphans. That is logged, and only approved
-// ones are deleted.
+// If a name cannot be in a listing, all its copies look like orphans. That is logged, and only
+// approved ones are deleted.
 void require_listable(const record::Directory& directory, bool may_be_taken) {
   for (const std::string& name : {directory.client, directory.policy}) {
     if (tvr_utils::can_be_listed(name)) continue;

@@ -13,11 +13,13 @@
 namespace catalog {
 
 // The same comparison with one listing of the whole backup catalog. It has three steps: read all
-// databases, list the backup catalog, pass the orphans to the visitor V. In this order, an image that
-// is written after the listing never looks like an orphan: no database had it when it was read.
+// databases, list the backup catalog, pass the orphans to the visitor V. In this order, an image
+// that is written after the listing never looks like an orphan: no database had it when it was
+// read.
 //
 // Threads: as the base. The workers are idle during the listing.
-// Errors: as the base. A failed listing is reported and ends the traversal before any orphan is visited.
+// Errors: as the base. A failed listing is reported and ends the traversal before any orphan is
+//   visited.
 template <class V>
 class CompareInOneListing final : public VisitPOsNotInTVRCatalog<V> {
  public:

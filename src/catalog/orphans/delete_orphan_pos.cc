@@ -93,8 +93,8 @@ void DeleteOrphanPOs::report_deleted(Orphans::iterator end) {
   if (!saves_pos()) (void)record::run_record().commit();
 }
 
-// Deletes the orphans before `end` in a transaction of their own. Returns the first that could not be
-// deleted, or `end` if all were; otherwise none is. Saves POs again: they may have changed.
+// Deletes the orphans before `end` in a transaction of their own. Returns the first that could not
+// be deleted, or `end` if all were; otherwise none is. Saves POs again: they may have changed.
 DeleteOrphanPOs::Orphans::iterator DeleteOrphanPOs::delete_again(Orphans::iterator end) {
   if (m_transaction.begin() != k_status_ok) return m_in_transaction.begin();
   for (auto orphan = m_in_transaction.begin(); orphan != end; ++orphan) {

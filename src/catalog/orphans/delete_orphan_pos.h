@@ -10,11 +10,11 @@
 
 namespace catalog::podb {
 
-// Deletes the POs of the image copies that the backup catalog no longer has. Each PO is synced to the
-// run's record before it is deleted, unless set_saves_pos(false) was called.
+// Deletes the POs of the image copies that the backup catalog no longer has. Each PO is synced to
+// the run's record before it is deleted, unless set_saves_pos(false) was called.
 //
-// A transaction ends after 1,000 orphans, after a second, and at the end of the directory. Deletions
-// are reported once they are committed.
+// A transaction ends after 1,000 orphans, after a second, and at the end of the directory.
+// Deletions are reported once they are committed.
 //
 // Errors: visit_one_image_copy and visit_image_copies_not_in_TV_impl throw Cr_ErrnoException if an
 //   orphan cannot be deleted, which they log; the orphans before it are deleted and reported. With

@@ -20,8 +20,8 @@ std::string pattern_of(const std::string& client, const CopyKey& copy) {
          "%";
 }
 
-// Removes what a "_" of the pattern matches: one character as the database counts them. That is a lead
-// byte with its continuation bytes, or any other byte.
+// Removes what a "_" of the pattern matches: one character as the database counts them. That is a
+// lead byte with its continuation bytes, or any other byte.
 std::string_view without_first_character(std::string_view text) {
   const auto at = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
   std::size_t length = 1;
@@ -58,8 +58,8 @@ DeletionMatches::DeletionMatches(const std::string& client, const CopySet& copie
   });
 }
 
-// A name that begins with the client's own spelling and "_" matches only if the time follows. Any other
-// name may match, but there are few of them.
+// A name that begins with the client's own spelling and "_" matches only if the time follows. Any
+// other name may match, but there are few of them.
 std::vector<database::BasenameRange> DeletionMatches::ranges() const {
   using database::upper_bound_of_prefix;
   const std::string own = m_client + "_";
@@ -108,9 +108,9 @@ bool DeletionMatches::is_match(const CopyKey& orphan, const std::string& basenam
   return database::sql_like(pattern_of(m_client, orphan), basename);
 }
 
-// A pattern requires its time's digits after the client name and one character; then any one character
-// and a "C". So either all digits of the name there are the time, or all but the last, which is the
-// "any character". Nothing else can match.
+// A pattern requires its time's digits after the client name and one character; then any one
+// character and a "C". So either all digits of the name there are the time, or all but the last,
+// which is the "any character". Nothing else can match.
 DeletionMatches::Orphans::iterator DeletionMatches::first_match(std::string_view basename) {
   const std::string_view rest = from_time_on(basename);
   const std::size_t sign = !rest.empty() && rest.front() == '-' ? 1 : 0;

@@ -22,10 +22,10 @@ inline CopyKey key_of(const record::Orphan& orphan) {
 
 // The POs that the deletion of a directory's orphans takes, found without deleting anything.
 //
-// Orphans are deleted in ascending order, each with all remaining POs that match its LIKE pattern. The
-// pattern matches more than the copy. That of copy 1 matches copy 10, letter case does not count, and
-// each "_" stands for any character. Storages have been cleaned by it for years, so it stays, and the
-// POs of other copies are reported.
+// Orphans are deleted in ascending order, each with all remaining POs that match its LIKE pattern.
+// The pattern matches more than the copy. That of copy 1 matches copy 10, letter case does not
+// count, and each "_" stands for any character. Storages have been cleaned by it for years, so it
+// stays, and the POs of other copies are reported.
 //
 // Threads: one thread.
 class DeletionMatches {
@@ -40,8 +40,8 @@ class DeletionMatches {
   // The ranges of basenames that can match, in ascending order, without overlaps.
   std::vector<database::BasenameRange> ranges() const;
 
-  // Counts a PO of the directory to the first orphan that it matches. Its name must be a text. A PO of a
-  // copy that was never in the set does not count: a backup has written it since.
+  // Counts a PO of the directory to the first orphan that it matches. Its name must be a text. A PO
+  // of a copy that was never in the set does not count: a backup has written it since.
   void add(const SQLitePODB::Entry& po);
 
   // To be called after the last add, before the members below.

@@ -17,11 +17,11 @@
 
 namespace catalog {
 
-// The policy directories of a run between two of its steps, by client and policy. A directory takes less
-// than 200 bytes, unless its names are long, and 16 for each of its copies.
+// The policy directories of a run between two of its steps, by client and policy. A directory takes
+// less than 200 bytes, unless its names are long, and 16 for each of its copies.
 //
-// Threads: add from any thread. After finish the table does not change; an entry belongs to one thread at
-//   a time.
+// Threads: add from any thread. After finish the table does not change; an entry belongs to one
+//   thread at a time.
 class DirTable {
  public:
   class Entry {
@@ -54,7 +54,8 @@ class DirTable {
   // To be called after the last add, before the members below.
   void finish();
 
-  // The directories of a client and policy, one for each DSID: byte for byte, or in any letter case.
+  // The directories of a client and policy, one for each DSID: byte for byte, or in any letter
+  // case.
   Range find(const std::string& client, const std::string& policy);
   Range find_any_case(const std::string& client, const std::string& policy);
 

@@ -10,8 +10,8 @@
 
 namespace util {
 
-// An array that grows in place: the kernel moves the pages of a large one. A vector would copy them,
-// and need its memory twice meanwhile.
+// An array that grows in place: the kernel moves the pages of a large one. A vector would copy
+// them, and need its memory twice meanwhile.
 //
 // Threads: one thread at a time. Moved, not copied.
 // Errors: std::bad_alloc.

@@ -74,8 +74,8 @@ class VisitPOsNotInTVRCatalog : public BaseTraverseCatalog {
   void read_dir(const boost::filesystem::path& policy_dir, record::Directory& directory,
                 const std::function<void(V&)>& compare);
 
-  // Prints or deletes the orphans of a compared directory. If there are too many, it does neither and
-  // returns the reason, else an empty text.
+  // Prints or deletes the orphans of a compared directory. If there are too many, it does neither
+  // and returns the reason, else an empty text.
   std::string take_orphans(V& visitor, const record::Directory& directory) const;
 
   // Calls `visit` with each image of the backup catalog, until a signal comes.

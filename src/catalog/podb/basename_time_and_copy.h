@@ -6,8 +6,8 @@
 
 namespace catalog::podb {
 
-// The image copy that a PO's basename names. More lenient than POFilename: it accepts one more token,
-// ignores fragments, and treats a replicated object like any other.
+// The image copy that a PO's basename names. More lenient than POFilename: it accepts one more
+// token, ignores fragments, and treats a replicated object like any other.
 //
 // Threads: one thread.
 class BasenameTimeAndCopy {
@@ -15,8 +15,8 @@ class BasenameTimeAndCopy {
   // Fills the fields from a basename found in the directory of client `client_dir`.
   // Errors: as POFilename::parse.
   //
-  // Do not change the fields between two calls: a name of the same copy as the last one leaves them as
-  // they are.
+  // Do not change the fields between two calls: a name of the same copy as the last one leaves them
+  // as they are.
   void parse(std::string_view basename, const std::string& client_dir);
 
   std::int64_t backup_time = 0;  // seconds since the epoch

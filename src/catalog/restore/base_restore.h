@@ -36,7 +36,8 @@ class BaseRestore : public BaseTraverseCatalog {
 
  protected:
   // `condition` selects the directories; see RecordedDirs.
-  // Errors: filesystem_error or Cr_ErrnoException when the log cannot be made or the record not read.
+  // Errors: filesystem_error or Cr_ErrnoException when the log cannot be made or the record not
+  //   read.
   BaseRestore(const boost::filesystem::path& log_dir, const boost::filesystem::path& tree_root,
               unsigned num_threads, const RestoreRequest& request, const std::string& condition);
 

@@ -43,8 +43,9 @@ MoveBackPODB::MoveBackPODB(const fs::path& tree_root, RestoredDir& source, const
   m_source = std::make_unique<Side>(tree_root, source.path);
 }
 
-// The target is read through its own connection: a transaction that meets damage cannot be committed.
-// The reader's transaction ends before anything is removed: the removal would wait for it.
+// The target is read through its own connection: a transaction that meets damage cannot be
+// committed. The reader's transaction ends before anything is removed: the removal would wait for
+// it.
 void MoveBackPODB::move_back(const Names& names) {
   m_stored = 0;
   m_copied.clear();

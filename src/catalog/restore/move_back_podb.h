@@ -14,20 +14,20 @@
 
 namespace catalog::podb {
 
-// Moves POs that a repair moved from one policy directory to another back to the first, whose database
-// is created if needed.
+// Moves POs that a repair moved from one policy directory to another back to the first, whose
+// database is created if needed.
 //
 // Threads: as RepairPODB.
 // Ownership: refers to its arguments.
-// Errors: Cr_ErrnoException. Earlier commits stay, and the directory counts them. At every instant each
-//   PO is in at least one database.
+// Errors: Cr_ErrnoException. Earlier commits stay, and the directory counts them. At every instant
+//   each PO is in at least one database.
 class MoveBackPODB {
  public:
   using Names = std::vector<std::string>;
   using Rows = std::map<std::string, database::PORow>;  // by basename
 
-  // `source` is where the repair took the POs from, `target` where it put them; `replaced` has the rows
-  // that they replaced there. A dry run opens both read-only, and counts.
+  // `source` is where the repair took the POs from, `target` where it put them; `replaced` has the
+  // rows that they replaced there. A dry run opens both read-only, and counts.
   MoveBackPODB(const boost::filesystem::path& tree_root, RestoredDir& source,
                const boost::filesystem::path& target, const Rows& replaced,
                RestoreMessages& messages, bool dry_run);

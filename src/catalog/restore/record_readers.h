@@ -13,8 +13,8 @@
 
 namespace catalog {
 
-// Readers of one record, each lent to one worker at a time. Opening one for each directory would take
-// longer than reading.
+// Readers of one record, each lent to one worker at a time. Opening one for each directory would
+// take longer than reading.
 //
 // Threads: every member may be called from any thread.
 // Errors: those of RunReader.

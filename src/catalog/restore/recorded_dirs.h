@@ -26,7 +26,8 @@ struct WantedNames {
   bool are_all() const { return !client && !policy; }
 };
 
-// The policy directories that a record names, as paths below `tree_root`. Memory grows with their number.
+// The policy directories that a record names, as paths below `tree_root`. Memory grows with their
+// number.
 //
 // Threads: never changes; sources may be used from several threads.
 class RecordedDirs {

@@ -21,8 +21,8 @@ namespace catalog {
 
 namespace {
 
-// A repair leaves no symbolic link in the metadata tree. A later link, perhaps of an earlier restore, leads
-// to paths that the repair did not create, or out of the tree.
+// A repair leaves no symbolic link in the metadata tree. A later link, perhaps of an earlier
+// restore, leads to paths that the repair did not create, or out of the tree.
 bool leads_through_link(const fs::path& tree_root, fs::path path) {
   boost::system::error_code error;
   for (; path != tree_root && !path.empty(); path = path.parent_path()) {
@@ -31,8 +31,8 @@ bool leads_through_link(const fs::path& tree_root, fs::path path) {
   return false;
 }
 
-// The rows that the POs of a directory replaced in their targets. They are few: only a PO with the same
-// POID is replaced.
+// The rows that the POs of a directory replaced in their targets. They are few: only a PO with the
+// same POID is replaced.
 podb::MoveBackPODB::Rows replaced_by(std::int64_t directory, record::RunReader& reader) {
   podb::MoveBackPODB::Rows rows;
   const std::string each = std::to_string(record::k_saved_of_directory);

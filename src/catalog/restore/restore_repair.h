@@ -12,7 +12,8 @@ namespace catalog {
 // Moves the POs that a repair moved back to their source. Then removes the empty directories and
 // databases that the repair created, and restores the symbolic links that it removed.
 //
-// Threads: as the base. The directories of all spellings of one client are restored one after the other.
+// Threads: as the base. The directories of all spellings of one client are restored one after the
+//   other.
 // Errors: as the base.
 class RestoreRepair : public BaseRestore {
  public:

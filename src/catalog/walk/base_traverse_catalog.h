@@ -30,8 +30,8 @@ struct TaskStep {
   std::optional<std::uint64_t> images;  // listed so far, in a step that visits no directories
 };
 
-// A task over all policy directories of a metadata tree. This class has the task's log, the walk and
-// the workers. A derived class works on one directory and sums up the run.
+// A task over all policy directories of a metadata tree. This class has the task's log, the walk
+// and the workers. A derived class works on one directory and sums up the run.
 //
 // Threads: traverse and summarize_impl on one thread; visit_dir is called from several at once.
 // Ownership: shares its log file.

@@ -11,8 +11,8 @@
 
 namespace catalog {
 
-// Counts the policy directories of a metadata tree with the walk that yields them, without log lines.
-// Reads nothing before the first call.
+// Counts the policy directories of a metadata tree with the walk that yields them, without log
+// lines. Reads nothing before the first call.
 //
 // Threads: one thread.
 // Errors: none; a tree that cannot be walked is never counted.

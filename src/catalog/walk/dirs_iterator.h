@@ -15,8 +15,8 @@ class LogFile;
 namespace catalog {
 
 // Walks the directories found exactly `depth` levels below a root, depth first, in the order in
-// which the file system lists them. On the first level only the directory of DSID 2 is entered; each
-// other entry is logged.
+// which the file system lists them. On the first level only the directory of DSID 2 is entered;
+// each other entry is logged.
 //
 // If a first-level entry of that number is no directory, the next first-level directory is walked
 // whatever its name. Every tool of the storage handles such a leftover file that way.
@@ -39,8 +39,8 @@ class DirsIterator {
   DirsIterator(const boost::filesystem::path& root, dct::util::LogFile* log, unsigned long depth,
                PassedOver passed_over = PassedOver::logged);
 
-  // Moves to the next directory; with `advance_first` false it may be the current entry. Does nothing
-  // at the end.
+  // Moves to the next directory; with `advance_first` false it may be the current entry. Does
+  // nothing at the end.
   void do_increment(bool advance_first);
 
   bool equal(const DirsIterator& other) const;
@@ -65,8 +65,8 @@ class DirsIterator {
 // The directory of the walked DSID, as storages name it.
 constexpr const char* k_walked_dsid_name = "2";
 
-// Whether the name of a first-level entry is the walked DSID. Other spellings of the number, such as
-// "02" and "+2", count.
+// Whether the name of a first-level entry is the walked DSID. Other spellings of the number, such
+// as "02" and "+2", count.
 bool is_walked_dsid(const std::string& name);
 
 // Levels from the root of the metadata tree to the policy directories: DSID, client, policy.

@@ -13,8 +13,8 @@ namespace catalog {
 
 // Hands out the policy directories of one metadata tree to several workers, each directory once.
 //
-// Threads: every member may be called from any thread. The walk and the log lines of its DSID filter
-//   run under the mutex.
+// Threads: every member may be called from any thread. The walk and the log lines of its DSID
+//   filter run under the mutex.
 // Ownership: refers to the log file, which must outlive it.
 // Errors: filesystem_error when a directory cannot be read, WalkRootChanged when the root is gone.
 class LockedDirsIterator : public DirsSource {
