@@ -40,29 +40,18 @@ bool BaseTraverseCatalog::traverse() {
 }
 
 bool BaseTraverseCatalog::walk() {
-  const bool ran_to_its_end = m_num_threads < 2 ? walk_on_this_thread() : walk_on_workers();
-  // An open directory whose storage is gone may end without an error.
-  m_root.require_unchanged();
-  return ran_to_its_end && !util::interrupted();
-}
-
-bool BaseTraverseCatalog::walk_on_this_thread() {
-  const std::unique_ptr<DirsSource> dirs = open_dirs();
-  while (!util::interrupted()) {
-    const std::string path = dirs->get_next_path();
-    if (path.empty()) break;
-    if (visit_and_count(path) != 0 && m_stop_on_error) return false;
-  }
-  return true;
-}
-
-bool BaseTraverseCatalog::walk_on_workers() {
   TraverseCatalogThreadPool pool(open_dirs(), m_num_threads, m_stop_on_error,
                                  [this](const std::string& dir) { return visit_and_count(dir); });
-  pool.Start();
-  pool.Wait();
-  pool.Stop();
-  return !pool.failed();
+  if (m_num_threads < 2) {
+    pool.visit_dirs();
+  } else {
+    pool.Start();
+    pool.Wait();
+    pool.Stop();
+  }
+  // If the storage is gone, an open directory may end without an error, and others may fail.
+  m_root.require_unchanged();
+  return !pool.failed() && !util::interrupted();
 }
 
 int BaseTraverseCatalog::visit_and_count(const fs::path& policy_dir) {

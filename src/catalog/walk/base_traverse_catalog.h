@@ -125,8 +125,6 @@ class BaseTraverseCatalog {
 
  private:
   bool walk();
-  bool walk_on_this_thread();
-  bool walk_on_workers();
   int visit_and_count(const boost::filesystem::path& policy_dir);
 
   const boost::filesystem::path m_log_dir;

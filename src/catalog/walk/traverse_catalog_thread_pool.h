@@ -44,14 +44,16 @@ class TraverseCatalogThreadPool {
   // Errors: rethrows the first exception of a worker.
   void Stop();
 
-  // Whether a failure stopped the walk. After Stop.
+  // Visits directories on the calling thread until there are no more.
+  void visit_dirs();
+
+  // Whether a failure stopped the walk. After Stop or visit_dirs.
   bool failed() const;
 
   void WorkerThread(Ks_Thread<TraverseCatalogThreadPool>* thread);
 
  private:
   void join();
-  void visit_dirs();
   void stop_walk(const std::exception_ptr& exception);
 
   const std::unique_ptr<DirsSource> m_dirs;
