@@ -8,8 +8,6 @@ namespace catalog::podb {
 
 namespace {
 
-using database::Value;
-
 void require(cr_status_t status, const std::string& what, const fs::path& dir) {
   if (status == k_status_ok) return;
   throw Cr_ErrnoException(
@@ -18,7 +16,7 @@ void require(cr_status_t status, const std::string& what, const fs::path& dir) {
 
 // A missing database has no PO.
 cr_status_t get(SQLitePODB& podb, const std::string& name, database::PORow& row) {
-  return podb.is_there() ? podb.get_row(Value(name), row) : k_status_db_no_such_po;
+  return podb.is_there() ? podb.get_row(database::Value(name), row) : k_status_db_no_such_po;
 }
 
 }  // namespace
@@ -123,7 +121,7 @@ void MoveBackPODB::remove_from_target() {
   for (const std::string& name : m_copied) {
     const auto replaced = m_replaced.find(name);
     const bool is_replaced = replaced != m_replaced.end();
-    const cr_status_t status = m_target->podb.remove_row(Value(name));
+    const cr_status_t status = m_target->podb.remove(name);
     const bool was_gone = is_replaced && status == k_status_db_no_such_po;
     if (!was_gone) require(status, "remove a PO", m_target_dir);
     if (is_replaced)
