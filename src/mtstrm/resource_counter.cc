@@ -12,7 +12,7 @@ namespace mtstrm::server {
 struct ResourceCounterImpl {
   boost::mutex mutex;
   boost::condition_variable_any none_left;
-  const std::string name;  // for whoever looks at the process in a debugger
+  const std::string name;  // read in a debugger
   unsigned count BOOST_THREAD_GUARDED_BY(mutex) = 0;
 };
 
@@ -51,7 +51,7 @@ AutoResourceCount::~AutoResourceCount() {
   try {
     m_counter.decrement();
   } catch (...) {
-    std::terminate();  // a count that is never given back would hang the process
+    std::terminate();  // a count that stays would hang the process
   }
 }
 

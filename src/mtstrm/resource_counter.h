@@ -31,7 +31,7 @@ class ResourceCounter {
   const boost::scoped_ptr<ResourceCounterImpl> m_impl;
 };
 
-// Gives one count back when it is destroyed; takes one before that if `increment_now`.
+// Decrements the counter on destruction; increments it before that if `increment_now`.
 class AutoResourceCount {
  public:
   AutoResourceCount(ResourceCounter& counter, bool increment_now);

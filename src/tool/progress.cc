@@ -32,7 +32,7 @@ Progress::Progress(const catalog::BaseTraverseCatalog& task, const ProgressInter
       m_intervals(intervals),
       m_next_on_terminal(m_start + intervals.on_terminal),
       m_next_in_run_log(m_start + intervals.in_run_log),
-      m_dirs(task.metadata_dir(), [&task](const auto& dir) { return task.wants(dir); }),
+      m_dirs(task.tree_root(), [&task](const auto& dir) { return task.wants(dir); }),
       m_thread(&Progress::run, this, 0, 0) {
   (void)util::progress_was_asked_for();  // a request from before the task does not count
   util::progress_event().reset();

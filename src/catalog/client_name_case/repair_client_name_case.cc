@@ -1,7 +1,6 @@
 #include "catalog/client_name_case/repair_client_name_case.h"
 
 #include <ctime>
-#include <memory>
 
 #include "catalog/client_name_case/repair_podb.h"
 #include "dct/log_file.h"
@@ -10,9 +9,9 @@ namespace fs = boost::filesystem;
 
 namespace catalog {
 
-RepairClientNameCase::RepairClientNameCase(const fs::path& log_dir, const fs::path& catalog_dir,
+RepairClientNameCase::RepairClientNameCase(const fs::path& log_dir, const fs::path& tree_root,
                                            unsigned num_threads, bool stop_on_error)
-    : BaseTraverseCatalog(log_dir, catalog_dir, num_threads, stop_on_error) {
+    : BaseTraverseCatalog(log_dir, tree_root, num_threads, stop_on_error) {
   init_log_file(log_dir, "repaired_client_names_with_case_sensitivity_issues." +
                              std::to_string(std::time(nullptr)));
   dct::util::make_LogFile(
@@ -30,7 +29,6 @@ int RepairClientNameCase::visit_dir(const fs::path& policy_dir) {
   return do_or_fail([&] { return repair(policy_dir, directory); }, fail);
 }
 
-// A collision is no failure.
 int RepairClientNameCase::repair(const fs::path& policy_dir, record::Directory& directory) {
   const podb::PolicyLocation location(policy_dir);
   const util::KeyLock alone(m_spellings_locks, podb::spellings_lock_name(location));
@@ -52,7 +50,7 @@ std::string RepairClientNameCase::findings() const {
 }
 
 void RepairClientNameCase::summarize_impl() {
-  m_messages->tell_collisions();
+  m_messages->report_collisions();
 }
 
 }  // namespace catalog

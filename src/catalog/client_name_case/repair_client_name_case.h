@@ -9,24 +9,24 @@
 
 namespace catalog {
 
-// Moves POs to the client directory that is spelled as they are.
+// Moves POs to the client directory with their spelling of the client's name.
 //
-// Threads: as the base. Directories whose POs may belong to each other, the spellings of one client
-//   with one policy, are repaired one after the other, under a lock of their own.
+// Threads: as the base. The directories of all spellings of one client with one policy are repaired
+//   one after the other, under a lock of their own.
 // Ownership: shares its logs.
 // Errors: a directory that cannot be repaired is reported and ends the walk.
 class RepairClientNameCase : public BaseTraverseCatalog {
  public:
-  // `catalog_dir` is the catalog, moved to where no service looks for it.
+  // `tree_root`: the metadata tree, moved to a path that no service uses.
   // Errors: filesystem_error or Cr_ErrnoException when a log cannot be made.
   RepairClientNameCase(const boost::filesystem::path& log_dir,
-                       const boost::filesystem::path& catalog_dir, unsigned num_threads,
+                       const boost::filesystem::path& tree_root, unsigned num_threads,
                        bool stop_on_error);
 
-  // 0 also where collisions left POs in place.
+  // 0 also if collisions left POs in place.
   int visit_dir(const boost::filesystem::path& policy_dir) override;
 
-  // Tells standard error of collisions.
+  // Reports collisions to standard error.
   void summarize_impl() override;
 
   std::string findings() const override;

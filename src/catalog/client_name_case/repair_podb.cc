@@ -2,15 +2,37 @@
 
 #include "catalog/client_name_case/file_po.h"
 #include "catalog/podb/basename_parts.h"
+#include "podb/podb_transaction.h"
 
 namespace fs = boost::filesystem;
 
 namespace catalog::podb {
 
+using database::PODBTransaction;
+
+// The target of a group, and the transactions on both sides. The source's outlives the target's.
+struct RepairPODB::Target {
+  Target(SQLitePODB& source, const fs::path& tree_root, const fs::path& target_dir)
+      : dir(target_dir),
+        podb(tree_root, target_dir),
+        source_transaction(source),
+        transaction(podb) {}
+
+  void roll_back_both() {
+    (void)transaction.roll_back();  // what stays open is rolled back with its database
+    (void)source_transaction.roll_back();
+  }
+
+  const fs::path dir;
+  SQLitePODB podb;
+  PODBTransaction source_transaction;
+  PODBTransaction transaction;
+};
+
 namespace {
 
-// The condition for a basename that does not begin with the client's name, letter case included. The
-// name means itself: what has a meaning in a pattern stands in brackets, a quote is doubled.
+// The SQL condition for basenames that do not begin with the client's name in its letter case. The
+// name is a literal: pattern characters are put in brackets, quotes are doubled.
 std::string condition_for_other_names(const std::string& client) {
   std::string pattern;
   for (const char c : client) {
@@ -23,33 +45,17 @@ std::string condition_for_other_names(const std::string& client) {
   return "basename NOT GLOB '" + pattern + "*'";
 }
 
-// Nothing was committed, and what is still open is rolled back with its database, whatever this says.
-void roll_back(SQLitePODB& database) {
-  (void)database.do_rollback_transaction();
-}
-
-class RolledBackAtEnd {
- public:
-  explicit RolledBackAtEnd(SQLitePODB& database) : m_database(database) {}
-  ~RolledBackAtEnd() { roll_back(m_database); }
-  RolledBackAtEnd(const RolledBackAtEnd&) = delete;
-  RolledBackAtEnd& operator=(const RolledBackAtEnd&) = delete;
-
- private:
-  SQLitePODB& m_database;
-};
-
-// Not a PO that is missing or has a column of another type: these were read without an error.
+// A PO that is missing or has a column of another type was read without an error.
 bool is_damage(cr_status_t status) {
   return status != k_status_ok && status != k_status_db_no_such_po && status != k_status_malformed;
 }
 
 }  // namespace
 
-RepairPODB::RepairPODB(const fs::path& policy_dir, RepairMessages& findings,
+RepairPODB::RepairPODB(const fs::path& policy_dir, RepairMessages& messages,
                        record::Directory& directory)
-    : BaseVisitPODB(policy_dir, findings.log(), directory, SQLitePODB::Access::read_write),
-      m_messages(findings) {}
+    : BaseVisitPODB(policy_dir, messages.log(), directory, SQLitePODB::Access::read_write),
+      m_messages(messages) {}
 
 int RepairPODB::visit_podb_impl() {
   Names names;
@@ -69,7 +75,7 @@ int RepairPODB::visit_podb_impl() {
   return m_collision_found ? k_status_handled : k_status_ok;
 }
 
-// One may have the same bytes as a text, which moves; the two are different POs.
+// A BLOB may have the same bytes as a text that moves; they are different POs.
 void RepairPODB::report_blobs(const Names& blobs) {
   for (const std::string& name : blobs) {
     if (match_prefix(name, client()) != PrefixMatch::other_case) continue;
@@ -77,13 +83,13 @@ void RepairPODB::report_blobs(const Names& blobs) {
   }
 }
 
-// A name of the client's own spelling may be listed where the spelling ends inside a character.
-// It is where it belongs; its source and target would be one file.
+// A basename in the client's own spelling may be listed if the spelling ends inside a character. It
+// is in its place: its source and target would be one file.
 void RepairPODB::group_basenames(const Names& names, Groups& groups) const {
   std::string_view spelling;
-  ChosenNames* group = nullptr;  // null where the spelling is another client's
+  ChosenNames* group = nullptr;  // null for the spelling of another client
   for (auto name = names.cbegin(); name != names.cend(); ++name) {
-    // Names come in byte order: those of one spelling stand together.
+    // Names come in byte order, so those of one spelling are consecutive.
     const std::string_view prefix = std::string_view(*name).substr(0, client().size());
     if (prefix != spelling || name == names.cbegin()) {
       spelling = prefix;
@@ -95,24 +101,24 @@ void RepairPODB::group_basenames(const Names& names, Groups& groups) const {
 }
 
 cr_status_t RepairPODB::move_basenames_group(Groups::const_iterator group) {
-  const fs::path target_dir =
-      location().tree_root / std::to_string(location().dsid) / group->first / policy();
-  SQLitePODB target(location().tree_root, target_dir);
-  cr_status_t status = begin_both(target, target_dir);
+  Target target(podb(), location().tree_root,
+                location().tree_root / std::to_string(location().dsid) / group->first / policy());
+  cr_status_t status = begin_both(target);
   if (status != k_status_ok) return status;
   record::Moved moved;
   moved.target_client = group->first;
-  status = copy_to_target(group, target, target_dir, moved.basenames);
+  status = copy_to_target(group, target, moved.basenames);
   if (status == k_status_ok) status = remove_from_source(moved.basenames);
-  if (status == k_status_ok && !moved.basenames.empty()) {
-    m_messages.moving(directory(), moved, made_for(target));
-    status = commit_both(target, target_dir);
-  }
-  roll_back(target);
-  roll_back(podb());
   if (status != k_status_ok) return status;
+  if (moved.basenames.empty()) {
+    target.roll_back_both();
+  } else {
+    m_messages.moving(directory(), moved, made_for(target.podb));
+    status = commit_both(target);
+    if (status != k_status_ok) return status;
+  }
   tally().moved_pos += moved.basenames.size();
-  m_messages.moved(moved, policy_path(), target_dir);
+  m_messages.moved(moved, policy_path(), target.dir);
   return k_status_ok;
 }
 
@@ -123,42 +129,40 @@ RepairMessages::MadeForTarget RepairPODB::made_for(const SQLitePODB& target) con
   return made;
 }
 
-cr_status_t RepairPODB::begin_both(SQLitePODB& target, const fs::path& target_dir) {
-  cr_status_t status = target.do_begin_transaction();
-  if (status != k_status_ok) return write_error(ErrorType::begin_target, status, target_dir, "");
-  status = podb().do_begin_transaction();
+cr_status_t RepairPODB::begin_both(Target& target) {
+  cr_status_t status = target.transaction.begin();
+  if (status != k_status_ok) return write_error(ErrorType::begin_target, status, target.dir, "");
+  status = target.source_transaction.begin();
   if (status == k_status_ok) return status;
-  roll_back(target);
+  (void)target.transaction.roll_back();
   return write_error(ErrorType::begin_source, status, policy_path(), "");
 }
 
-// A transaction that has met damage can no longer be committed, and a PO that cannot be read is to stay
-// where it is without holding up the others. So a damaged source is read through a second connection.
-// The group at hand is copied again then: SQLite may have ended the transaction, and with it the lock.
-// The reader ends its transaction before anything is removed, which would wait for it.
-cr_status_t RepairPODB::copy_to_target(Groups::const_iterator group, SQLitePODB& target,
-                                       const fs::path& target_dir, ChosenNames& copied) {
+// A transaction that met damage cannot be committed, and an unreadable PO must not stop the others.
+// So a damaged source is read through a second connection. The group is then copied again: SQLite
+// may have ended the transaction, and with it the lock. The reader's transaction ends before
+// anything is removed: the removal would wait for it.
+cr_status_t RepairPODB::copy_to_target(Groups::const_iterator group, Target& target,
+                                       ChosenNames& copied) {
   m_reported.clear();
   m_saved.clear();
   cr_status_t status = k_status_ok;
   if (!m_source_is_damaged) {
-    status = copy_group(group, podb(), target, target_dir, copied);
+    status = copy_group(group, podb(), target, copied);
     if (!m_source_is_damaged) return status;
     copied.clear();
-    roll_back(target);
-    roll_back(podb());
-    status = begin_both(target, target_dir);
+    target.roll_back_both();
+    status = begin_both(target);
     if (status != k_status_ok) return status;
     m_reader = std::make_unique<SQLitePODB>(location().tree_root.string(), policy_path().string());
   }
-  status = m_reader->do_begin_transaction();
+  PODBTransaction reading(*m_reader);
+  status = reading.begin();
   if (status != k_status_ok) return write_error(ErrorType::begin_source, status, policy_path(), "");
-  const RolledBackAtEnd lets_go(*m_reader);
-  return copy_group(group, *m_reader, target, target_dir, copied);
+  return copy_group(group, *m_reader, target, copied);
 }
 
-cr_status_t RepairPODB::copy_group(Groups::const_iterator group, SQLitePODB& source,
-                                   SQLitePODB& target, const fs::path& target_dir,
+cr_status_t RepairPODB::copy_group(Groups::const_iterator group, SQLitePODB& source, Target& target,
                                    ChosenNames& copied) {
   FilePO po;
   for (const Names::const_iterator& name : group->second) {
@@ -168,10 +172,11 @@ cr_status_t RepairPODB::copy_group(Groups::const_iterator group, SQLitePODB& sou
       return status;
     }
     if (status != k_status_ok) {
-      report_unreadable(status, *name);
+      const bool is_reported = !m_reported.insert(*name).second;
+      if (!is_reported) (void)write_error(ErrorType::get_from_source, status, policy_path(), *name);
       continue;
     }
-    status = copy_po(po, target, *name, target_dir);
+    status = copy_po(po, target, *name);
     if (status == k_status_handled) continue;
     if (status != k_status_ok) return status;
     copied.push_back(name);
@@ -179,37 +184,29 @@ cr_status_t RepairPODB::copy_group(Groups::const_iterator group, SQLitePODB& sou
   return k_status_ok;
 }
 
-// It stays.
-void RepairPODB::report_unreadable(cr_status_t status, const std::string& basename) {
-  if (!m_reported.insert(basename).second) return;
-  (void)write_error(ErrorType::get_from_source, status, policy_path(), basename);
-}
-
-// Most targets have no PO of the name: the insertion finds that out, and only then is one compared. A
-// failed insertion may have ended the transaction, so nothing is stored after it; the lookup decides
-// only which error is reported.
-cr_status_t RepairPODB::copy_po(FilePO& po, SQLitePODB& target, const std::string& basename,
-                                const fs::path& target_dir) {
-  cr_status_t status = target.put_new(&po);
+// Most targets have no PO of that name: only a failed insertion asks for a comparison. Another
+// failure may have ended the transaction, so nothing is stored after it; the lookup only selects
+// the error to report.
+cr_status_t RepairPODB::copy_po(FilePO& po, Target& target, const std::string& basename) {
+  cr_status_t status = target.podb.put_new(&po);
   if (status == k_status_handled) {
-    status = found_collision(po, target, basename, target_dir);
+    status = found_collision(po, target, basename);
     if (status != k_status_ok) return status;
-    status = target.put(&po);
+    status = target.podb.put(&po);
   } else if (status != k_status_ok) {
     FilePO existing;
-    const cr_status_t looked = get_from_target(target, basename, existing, target_dir);
+    const cr_status_t looked = get_from_target(target, basename, existing);
     if (looked != k_status_ok && looked != k_status_db_no_such_po) return looked;
   }
   if (status == k_status_ok) return k_status_ok;
-  return write_error(ErrorType::put_to_target, status, target_dir, basename);
+  return write_error(ErrorType::put_to_target, status, target.dir, basename);
 }
 
-// A PO that is not there is no error.
-cr_status_t RepairPODB::get_from_target(SQLitePODB& target, const std::string& basename, FilePO& po,
-                                        const fs::path& target_dir) {
-  const cr_status_t status = target.get(basename, po);
+// A missing PO is no error.
+cr_status_t RepairPODB::get_from_target(Target& target, const std::string& basename, FilePO& po) {
+  const cr_status_t status = target.podb.get(basename, po);
   if (status == k_status_ok || status == k_status_db_no_such_po) return status;
-  return write_error(ErrorType::get_from_target, status, target_dir, basename);
+  return write_error(ErrorType::get_from_target, status, target.dir, basename);
 }
 
 cr_status_t RepairPODB::remove_from_source(const ChosenNames& basenames) {
@@ -222,27 +219,26 @@ cr_status_t RepairPODB::remove_from_source(const ChosenNames& basenames) {
   return k_status_ok;
 }
 
-// The target first: whatever happens in between leaves the POs in both databases, never in neither.
-cr_status_t RepairPODB::commit_both(SQLitePODB& target, const fs::path& target_dir) {
-  cr_status_t status = target.do_commit_transaction();
-  if (status != k_status_ok) return write_error(ErrorType::commit_target, status, target_dir, "");
-  status = podb().do_commit_transaction();
+// The target first: a crash between the two leaves the POs in both databases, never in neither.
+cr_status_t RepairPODB::commit_both(Target& target) {
+  cr_status_t status = target.transaction.commit();
+  if (status != k_status_ok) return write_error(ErrorType::commit_target, status, target.dir, "");
+  status = target.source_transaction.commit();
   if (status == k_status_ok) return status;
   return write_error(ErrorType::commit_source, status, policy_path(), "");
 }
 
-cr_status_t RepairPODB::found_collision(FilePO& po, SQLitePODB& target, const std::string& basename,
-                                        const fs::path& target_dir) {
+cr_status_t RepairPODB::found_collision(FilePO& po, Target& target, const std::string& basename) {
   FilePO existing;
-  const cr_status_t status = get_from_target(target, basename, existing, target_dir);
+  const cr_status_t status = get_from_target(target, basename, existing);
   if (status == k_status_db_no_such_po) return k_status_ok;
   if (status != k_status_ok) return status;
-  if (POGetHashRef(existing) == POGetHashRef(po)) return save_replaced(po, target, basename);
-  report_collision(po, basename, target_dir);
+  if (POGetHashRef(existing) == POGetHashRef(po)) return save_replaced(po, target.podb, basename);
+  report_collision(po, basename, target.dir);
   return k_status_handled;
 }
 
-// A move that was cut short before has left the same; whatever else is replaced is in the record first.
+// An interrupted move leaves the same PO. If it differs, the record has it before it is replaced.
 cr_status_t RepairPODB::save_replaced(const FilePO& po, SQLitePODB& target,
                                       const std::string& basename) {
   const POData& data = po.data();

@@ -19,9 +19,9 @@ const std::string ScanClientNameCase::found_case_sensitivity_issues_msg =
     "\tPlease refer to the deduplication documentation and the help output of this tool\n"
     "\t(the -h and --help options) for more details and repair options.";
 
-ScanClientNameCase::ScanClientNameCase(const fs::path& log_dir, const fs::path& catalog_dir,
+ScanClientNameCase::ScanClientNameCase(const fs::path& log_dir, const fs::path& tree_root,
                                        unsigned num_threads, bool stop_on_error)
-    : BaseTraverseCatalog(log_dir, catalog_dir, num_threads, stop_on_error),
+    : BaseTraverseCatalog(log_dir, tree_root, num_threads, stop_on_error),
       m_messages(init_log_file(log_dir, "client_names_with_case_sensitivity_issues." +
                                             std::to_string(std::time(nullptr))),
                  totals_to_add_to()) {}

@@ -7,19 +7,19 @@
 
 namespace catalog {
 
-// Tells which clients have POs under another spelling of their name. Only reads.
+// Reports which clients have POs under another spelling of their name. Only reads.
 //
 // Errors: a directory that cannot be read is reported, and the scan goes on.
 class ScanClientNameCase : public BaseTraverseCatalog {
  public:
   ScanClientNameCase(const boost::filesystem::path& log_dir,
-                     const boost::filesystem::path& catalog_dir, unsigned num_threads,
+                     const boost::filesystem::path& tree_root, unsigned num_threads,
                      bool stop_on_error);
 
   int visit_dir(const boost::filesystem::path& policy_dir) override;
 
-  // One of the two messages on standard output; standard error is told of directories that could
-  // not be read, since the message says nothing of them.
+  // Prints one of the two messages; standard error gets the number of unreadable directories, which
+  // the message leaves out.
   void summarize_impl() override;
 
   std::string findings() const override;

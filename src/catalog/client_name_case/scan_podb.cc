@@ -5,14 +5,14 @@
 
 namespace catalog::podb {
 
-ScanPODB::ScanPODB(const boost::filesystem::path& policy_dir, ScanMessages& findings,
+ScanPODB::ScanPODB(const boost::filesystem::path& policy_dir, ScanMessages& messages,
                    record::Directory& directory)
-    : BaseVisitPODB(policy_dir, findings.log(), directory, SQLitePODB::Access::read_only),
-      m_messages(findings) {}
+    : BaseVisitPODB(policy_dir, messages.log(), directory, SQLitePODB::Access::read_only),
+      m_messages(messages) {}
 
 int ScanPODB::visit_podb_impl() {
   bool found = false;
-  // Names in the client's own spelling, which are nearly all, need not be looked at.
+  // Skips the names in the client's own spelling, which are nearly all.
   const cr_status_t status = podb().get_basenames_without(client(), [&](std::string_view basename) {
     ++tally().pos;
     found = found || match_prefix(basename, client()) == PrefixMatch::other_case;
@@ -20,7 +20,6 @@ int ScanPODB::visit_podb_impl() {
   if (status != k_status_ok) return status;
   if (!found) return k_status_ok;
   m_messages.case_issue(directory());
-  m_found_issue = true;
   return k_status_handled;
 }
 

@@ -107,7 +107,7 @@ std::string ConsistencyMessages::not_deleted(record::Directory& directory,
 
 void ConsistencyMessages::not_approved(record::Directory& directory, const record::Orphan& orphan) {
   record::Orphan left = orphan;
-  left.other_copies.clear();  // a record lists those that went along
+  left.other_copies.clear();  // a record lists those that were deleted
   run_record().add(directory, left);
   write_to_log("Not approved, left: " + text_of(directory, orphan));
 }

@@ -6,28 +6,26 @@
 
 namespace catalog {
 
-// What a dry run or a deletion finds.
+// The messages of a dry run and of a deletion.
 class ConsistencyMessages : public Messages {
  public:
   ConsistencyMessages(dct::util::LogFile& log, dct::util::LogFile& missing_images_log,
                       RunTotals& totals)
       : Messages(log, totals), m_missing_images_log(missing_images_log) {}
 
-  // The header line of the report of missing images.
+  // Writes the header line of the report of missing images.
   void begin_missing() const;
 
-  // The comparison of the directory begins.
   void started(record::Directory& directory, const boost::filesystem::path& policy_dir) const;
 
   void unparsed(record::Directory& directory, const boost::filesystem::path& policy_dir,
                 const record::UnparsedName& name);
 
-  // The text does not say which name holds something else than a number.
+  // The same if the reason does not name the basename.
   void unparsed_number(record::Directory& directory, const boost::filesystem::path& policy_dir,
                        const record::UnparsedName& name);
 
-  // The directory has copies that are newer than the host's clock: warns once in a run, before
-  // anything is deleted.
+  // Warns once in a run of copies that are newer than the host's clock.
   void future_copies(const boost::filesystem::path& policy_dir);
 
   void missing(const record::MissingCopy& copy);
@@ -35,28 +33,28 @@ class ConsistencyMessages : public Messages {
   // The backup catalog has nothing of the directory.
   void none_listed(const boost::filesystem::path& policy_dir) const;
 
-  // An orphan of the dry run, of the deletion once it is deleted, and one whose deletion failed; the
-  // last returns what is logged.
+  // An orphan of the dry run; one that was deleted; one whose deletion failed. The last returns the
+  // logged text.
   void would_delete(record::Directory& directory, const record::Orphan& orphan);
   void deleted(record::Directory& directory, const record::Orphan& orphan);
   std::string not_deleted(record::Directory& directory, const record::Orphan& orphan);
 
-  // An orphan that a deletion leaves, since nobody has approved what it would take.
+  // An orphan that stays because its deletion was not approved.
   void not_approved(record::Directory& directory, const record::Orphan& orphan);
 
-  // The deletion took another number of POs than was found.
+  // The deletion took a different number of POs than was found.
   void took_others(const record::Directory& directory, const record::Orphan& orphan,
                    std::uint64_t taken_pos) const;
 
-  // A signal has stopped the deletion in the directory; it is over.
+  // Ends a directory in which a signal stopped the deletion.
   void unfinished(record::Directory& directory, const boost::filesystem::path& policy_dir,
                   const std::string& reason);
 
-  // The directory could not be compared; it is over.
+  // Ends a directory that could not be compared.
   void not_compared(record::Directory& directory, const boost::filesystem::path& policy_dir,
                     int status, const std::string& reason);
 
-  // The one listing of the backup catalog failed: no directory is compared.
+  // The one listing of the backup catalog failed, so no directory is compared.
   void not_listed(int status, const std::string& reason) const;
 
  private:

@@ -10,8 +10,8 @@
 
 namespace catalog {
 
-// Takes what a task finds. For each task a derived class words the findings for the task's log and the
-// standard streams, and stores them in the record of the run; whoever finds something does neither.
+// Words what a task reports, writes it to the task's log and the standard streams, and stores it in
+// the record of the run. Each task has a derived class.
 //
 // Threads: every member may be called from any thread; a directory belongs to one at a time.
 // Ownership: refers to log and totals, which must outlive it.
@@ -23,7 +23,7 @@ class Messages {
 
   dct::util::LogFile& log() const { return m_log; }
 
-  // To be called once for each directory, last: adds its counts to the totals, and stores it.
+  // Ends a directory: adds its counts to the totals, and stores it.
   void done(const record::Directory& directory);
   void failed(record::Directory& directory, const std::string& reason);
 
@@ -32,7 +32,7 @@ class Messages {
 
   void write_to_log(const std::string& text) const { m_log.write(text); }
 
-  // Reports on log and standard error why the directory failed, and ends it.
+  // Ends the directory as failed, and reports that to log and standard error.
   void report_failed(record::Directory& directory, const std::string& report,
                      const std::string& reason);
 
@@ -43,7 +43,7 @@ class Messages {
   RunTotals& m_totals;
 };
 
-// The directory of a path, with nothing found.
+// The directory of a path, with all counts 0.
 record::Directory directory_of(const boost::filesystem::path& policy_dir);
 
 // Stores the totals in the record.

@@ -47,7 +47,7 @@ void RepairMessages::moving(record::Directory& directory, const record::Moved& m
                             const MadeForTarget& made) const {
   record::run_record().add(directory, moved);
   for (const record::Made& each : made) record::run_record().add(each);
-  (void)record::run_record().commit();  // without its record the repair goes on
+  (void)record::run_record().commit();  // a repair goes on without its record
 }
 
 void RepairMessages::replacing(record::Directory& directory,
@@ -92,7 +92,7 @@ void RepairMessages::unrepaired(record::Directory& directory, const fs::path& po
                 reason);
 }
 
-void RepairMessages::tell_collisions() const {
+void RepairMessages::report_collisions() const {
   if (!m_collisions_found) return;
   dct::report_error("Metadata collisions were encountered.\nSee " + m_collision_log.path() + "\n");
 }

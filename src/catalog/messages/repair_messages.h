@@ -9,10 +9,10 @@
 
 namespace catalog {
 
-// What a case repair finds and does.
+// The messages of a case repair.
 class RepairMessages : public Messages {
  public:
-  // What could not be done; the source is the directory at hand.
+  // The step that failed; the source is the visited directory.
   enum class ErrorType {
     begin_target,
     commit_target,
@@ -31,32 +31,31 @@ class RepairMessages : public Messages {
   // The directory has POs that do not begin with its client's name.
   void case_issues(const record::Directory& directory) const;
 
-  // Before POs are moved: it is undone with the record.
+  // To be called before POs move: undoing the repair needs the record.
   using MadeForTarget = std::vector<record::Made>;
   void moving(record::Directory& directory, const record::Moved& moved,
               const MadeForTarget& made) const;
 
-  // Before a PO of the target is replaced by one of the directory.
+  // To be called before a PO of the directory replaces one in the target.
   void replacing(record::Directory& directory, const database::PORow& replaced) const;
 
   void moved(const record::Moved& moved, const boost::filesystem::path& from,
              const boost::filesystem::path& to) const;
 
-  // `po` is all that can be said of the PO that stayed.
+  // `po` describes the PO that stayed in the directory.
   void collision(record::Directory& directory, const record::Collision& collision,
                  const boost::filesystem::path& from, const std::string& po);
 
-  // A step failed; a PO that could not be read stays where it is. Returns what is reported, without the
-  // line end.
+  // Reports a failed step, and returns the report without its line end.
   std::string database_error(record::Directory& directory, ErrorType type, int status,
                              const boost::filesystem::path& dir, const std::string& basename);
 
-  // The directory could not be repaired; it is over.
+  // Ends a directory that could not be repaired.
   void unrepaired(record::Directory& directory, const boost::filesystem::path& policy_dir,
                   const std::string& reason);
 
-  // Reports on standard error that there were collisions, if there were.
-  void tell_collisions() const;
+  // Reports to standard error if there were collisions.
+  void report_collisions() const;
 
  private:
   dct::util::LogFile& m_collision_log;

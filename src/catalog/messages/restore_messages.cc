@@ -36,40 +36,37 @@ void RestoreMessages::not_restored(RestoredDir& dir, const std::string& reason) 
                 reason);
 }
 
-void RestoreMessages::left(const std::string& warning) {
-  ++m_left;
+void RestoreMessages::warn_not_restored(const std::string& warning) {
+  ++m_not_restored;
   write_to_log("Warning: " + warning + "\n");
 }
 
 void RestoreMessages::collision(RestoredDir& dir, const std::string& basename) {
   ++dir.directory.counts.collisions;
   record::run_record().add(dir.directory, record::Collision{dir.directory.client, basename});
-  left("another PO with the name " + util::on_one_line(basename) + " is in " + shown(dir.path) +
-       "; it is left as it is");
+  warn_not_restored("another PO with the name " + util::on_one_line(basename) + " is in " +
+                    shown(dir.path) + "; it is left as it is");
 }
 
 void RestoreMessages::gone(const RestoredDir& dir, const fs::path& target,
                            const std::string& basename) {
-  left("the PO " + util::on_one_line(basename) + " is neither in " + shown(target) + " nor in " +
-       shown(dir.path));
+  warn_not_restored("the PO " + util::on_one_line(basename) + " is neither in " + shown(target) +
+                    " nor in " + shown(dir.path));
 }
 
 void RestoreMessages::unreadable(const fs::path& target, const std::string& basename,
                                  const std::string& reason) {
-  left("the PO " + util::on_one_line(basename) + " stays in " + shown(target) + ": " + reason);
+  warn_not_restored("the PO " + util::on_one_line(basename) + " stays in " + shown(target) + ": " +
+                    reason);
 }
 
-void RestoreMessages::would_take_away(const fs::path& made) const {
-  write_to_log("Would remove " + shown(made) +
-               ", which the repair made, if nothing is left in it.\n");
+void RestoreMessages::removed(const fs::path& made) const {
+  write_to_log((m_changes ? "Removed " : "Would remove ") + shown(made) +
+               ", which the repair made" + (m_changes ? ".\n" : ", if nothing is left in it.\n"));
 }
 
-void RestoreMessages::took_away(const fs::path& made) const {
-  write_to_log("Removed " + shown(made) + ", which the repair made.\n");
-}
-
-void RestoreMessages::not_taken_away(const fs::path& made, const std::string& reason) {
-  left("could not remove " + shown(made) + ", which the repair made: " + reason);
+void RestoreMessages::not_removed(const fs::path& made, const std::string& reason) {
+  warn_not_restored("could not remove " + shown(made) + ", which the repair made: " + reason);
 }
 
 void RestoreMessages::link_restored(const fs::path& link, const std::string& target) {
@@ -79,18 +76,19 @@ void RestoreMessages::link_restored(const fs::path& link, const std::string& tar
 }
 
 void RestoreMessages::link_collision(const fs::path& link) {
-  left("something else is in the place of the symbolic link " + shown(link) +
-       "; it is left as it is");
+  warn_not_restored("something else is in the place of the symbolic link " + shown(link) +
+                    "; it is left as it is");
 }
 
 void RestoreMessages::link_not_restored(const fs::path& link, const std::string& reason) {
-  left("could not restore the symbolic link " + shown(link) + ": " + reason);
+  warn_not_restored("could not restore the symbolic link " + shown(link) + ": " + reason);
 }
 
 void RestoreMessages::sum_up(const record::DirCounts& counts) const {
   InfoA("restore: " + number_of(counts, &record::DirCounts::restored_pos) +
         (m_changes ? "" : " (dry run)") + ", there already " + std::to_string(m_there_already) +
-        ", symbolic links " + std::to_string(m_links) + ", not restored " + std::to_string(m_left));
+        ", symbolic links " + std::to_string(m_links) + ", not restored " +
+        std::to_string(m_not_restored));
   if (all_is_restored()) return;
   dct::report_error("Not everything could be restored.\nSee " + log().path() + "\n");
 }

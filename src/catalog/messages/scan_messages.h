@@ -7,7 +7,7 @@
 
 namespace catalog {
 
-// What a case scan finds. Only directories with findings are in the record.
+// The messages of a case scan. Only directories with issues or errors are in the record.
 class ScanMessages : public Messages {
  public:
   ScanMessages(dct::util::LogFile& log, RunTotals& totals) : Messages(log, totals) {}
@@ -15,7 +15,7 @@ class ScanMessages : public Messages {
   // The directory has POs under another spelling of its client's name.
   void case_issue(record::Directory& directory);
 
-  // The directory could not be read; it is over.
+  // Ends a directory that could not be read.
   void unreadable(record::Directory& directory, const boost::filesystem::path& policy_dir,
                   int status, const std::string& reason);
 

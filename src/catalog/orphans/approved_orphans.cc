@@ -19,41 +19,35 @@ bool is_copy_number(std::int64_t number) {
 }  // namespace
 
 const ApprovedOrphans::Directory::Copy* ApprovedOrphans::Directory::find(
-    std::int64_t backup_time, std::uint32_t copy_number) const {
-  const auto key = std::tie(backup_time, copy_number);
-  const auto copy =
-      std::lower_bound(m_copies.begin(), m_copies.end(), key,
-                       [](const Copy& each, const auto& wanted) { return each.key() < wanted; });
-  return copy != m_copies.end() && copy->key() == key ? &*copy : nullptr;
-}
-
-bool ApprovedOrphans::Directory::lists(std::int64_t backup_time, std::uint32_t copy_number) const {
-  return find(backup_time, copy_number) != nullptr;
+    const podb::CopyKey& key) const {
+  const auto copy = std::lower_bound(
+      m_copies.begin(), m_copies.end(), key,
+      [](const Copy& each, const podb::CopyKey& wanted) { return each.key < wanted; });
+  return copy != m_copies.end() && copy->key == key ? &*copy : nullptr;
 }
 
 bool ApprovedOrphans::Directory::allows(const record::Orphan& orphan) const {
-  const Copy* copy = find(orphan.backup_time, orphan.copy_number);
+  const podb::CopyKey key{orphan.backup_time, orphan.copy_number};
+  const Copy* copy = find(key);
   if (copy == nullptr || orphan.pos - orphan.other_copies.size() > copy->own_pos) return false;
   return std::all_of(
       orphan.other_copies.begin(), orphan.other_copies.end(), [&](const std::string& basename) {
-        return std::binary_search(m_other_pos.begin(), m_other_pos.end(),
-                                  std::tie(orphan.backup_time, orphan.copy_number, basename));
+        return std::binary_search(m_other_pos.begin(), m_other_pos.end(), std::tie(key, basename));
       });
 }
 
-// What a record announces of an orphan is its POs in all; its own are those without the others. A copy
+// A record has the number of all POs of an orphan; its own are those without the others. A copy
 // that is listed twice, which no run writes, keeps the smaller number.
 void ApprovedOrphans::Directory::finish() {
   const auto less = [](const Copy& a, const Copy& b) {
-    return std::tie(a.backup_time, a.copy_number, a.own_pos) <
-           std::tie(b.backup_time, b.copy_number, b.own_pos);
+    return std::tie(a.key, a.own_pos) < std::tie(b.key, b.own_pos);
   };
-  const auto same = [](const Copy& a, const Copy& b) { return a.key() == b.key(); };
+  const auto same = [](const Copy& a, const Copy& b) { return a.key == b.key; };
   std::sort(m_copies.begin(), m_copies.end(), less);
   m_copies.erase(std::unique(m_copies.begin(), m_copies.end(), same), m_copies.end());
   m_copies.shrink_to_fit();
-  for (const auto& [backup_time, copy_number, basename] : m_other_pos) {
-    const Copy* found = find(backup_time, copy_number);
+  for (const auto& [key, basename] : m_other_pos) {
+    const Copy* found = find(key);
     if (found == nullptr) continue;
     Copy& copy = m_copies[static_cast<std::size_t>(found - m_copies.data())];
     if (copy.own_pos != 0) --copy.own_pos;
@@ -77,20 +71,21 @@ ApprovedOrphans::ApprovedOrphans(RunReader& record) {
   const auto visit = [&](const RunReader::Row& row, const auto& add) {
     const auto directory = by_id.find(row.number(0));
     if (directory == by_id.end() || !is_copy_number(row.number(2))) return;
-    add(*directory->second, row.number(1), static_cast<std::uint32_t>(row.number(2)));
+    add(*directory->second,
+        podb::CopyKey{row.number(1), static_cast<std::uint32_t>(row.number(2))});
   };
   record.rows("SELECT directory, backup_time, copy, pos FROM orphan",
               [&](const RunReader::Row& row) {
-                visit(row, [&](Directory& directory, std::int64_t time, std::uint32_t number) {
-                  directory.m_copies.push_back({time, row.count(3), number});
+                visit(row, [&](Directory& directory, const podb::CopyKey& key) {
+                  directory.m_copies.push_back({key, row.count(3)});
                 });
               });
   record.rows(
       "SELECT directory, backup_time, copy, basename FROM collateral c JOIN orphan o ON o.id = "
       "c.orphan",
       [&](const RunReader::Row& row) {
-        visit(row, [&](Directory& directory, std::int64_t time, std::uint32_t number) {
-          directory.m_other_pos.emplace_back(time, number, row.text(3));
+        visit(row, [&](Directory& directory, const podb::CopyKey& key) {
+          directory.m_other_pos.emplace_back(key, row.text(3));
         });
       });
   for (auto& [key, directory] : m_directories) directory.finish();

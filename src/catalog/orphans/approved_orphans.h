@@ -7,6 +7,7 @@
 #include <tuple>
 #include <vector>
 
+#include "catalog/orphans/copy_set.h"
 #include "record/findings.h"
 
 namespace record {
@@ -17,19 +18,19 @@ namespace catalog {
 
 class DirFilter;
 
-// The orphans that the record of a dry run lists, with what it announced of each: all that a deletion
-// may take which somebody has reviewed. An orphan takes 24 bytes, and a PO of another copy its name.
+// The orphans in the record of a dry run, with the POs that it announced for each. An orphan takes
+// 24 bytes, and a PO of another copy its name.
 //
-// Threads: constant once made.
+// Threads: never changes.
 class ApprovedOrphans {
  public:
   // Those of one policy directory.
   class Directory {
    public:
-    bool lists(std::int64_t backup_time, std::uint32_t copy_number) const;
+    bool lists(const podb::CopyKey& copy) const { return find(copy) != nullptr; }
 
-    // Whether it lists the orphan, and the orphan takes no more than was announced: no PO of another
-    // copy that is not listed for it, and not more of its own.
+    // Whether it lists the orphan with at least the POs that it takes now: as many of its own, and
+    // each PO of another copy.
     bool allows(const record::Orphan& orphan) const;
 
     std::size_t size() const { return m_copies.size(); }
@@ -38,29 +39,26 @@ class ApprovedOrphans {
     friend class ApprovedOrphans;
 
     struct Copy {
-      std::int64_t backup_time;
+      podb::CopyKey key;
       std::uint64_t own_pos;
-      std::uint32_t copy_number;
-
-      auto key() const { return std::tie(backup_time, copy_number); }
     };
-    // A backup time, a copy number, and the basename of a PO that is of another copy.
-    using OtherPO = std::tuple<std::int64_t, std::uint32_t, std::string>;
+    // An orphan, and the basename of a PO of another copy.
+    using OtherPO = std::tuple<podb::CopyKey, std::string>;
 
-    const Copy* find(std::int64_t backup_time, std::uint32_t copy_number) const;
+    const Copy* find(const podb::CopyKey& key) const;
     void finish();
 
-    std::vector<Copy> m_copies;        // in ascending order
-    std::vector<OtherPO> m_other_pos;  // in ascending order
+    std::vector<Copy> m_copies;        // ascending
+    std::vector<OtherPO> m_other_pos;  // ascending
   };
 
   // Errors: Cr_ErrnoException when the record cannot be read.
   explicit ApprovedOrphans(record::RunReader& record);
 
-  // An empty one for a directory of which nothing is listed.
+  // An empty one for a directory without listed orphans.
   const Directory& of(const record::Directory& directory) const;
 
-  // How many copies are listed of the directories that are wanted.
+  // The number of listed copies in the wanted directories.
   std::uint64_t count(const DirFilter& filter) const;
 
  private:

@@ -6,7 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include "catalog/podb/basename_parts.h"
 #include "dct/filesystem.h"
 #include "files/storage_layout.h"
 #include "status/status.h"
@@ -24,39 +23,30 @@ unsigned long listing_hours_ago(std::int64_t catalog_backup_time) {
   return static_cast<unsigned long>((std::time(nullptr) - start) / k_hour_seconds + 1);
 }
 
-namespace {
-
-DeletionMatches::Rows rows_for(SQLitePODB::Access access) {
-  return access == SQLitePODB::Access::read_write ? DeletionMatches::Rows::kept
-                                                  : DeletionMatches::Rows::counted;
-}
-
-}  // namespace
-
 BaseCompareWithTVR::BaseCompareWithTVR(const boost::filesystem::path& policy_dir,
-                                       ConsistencyMessages& findings, record::Directory& directory,
+                                       ConsistencyMessages& messages, record::Directory& directory,
                                        const boost::filesystem::path& admincmd_dir,
                                        const std::string& disk_pool, SQLitePODB::Access access)
-    : BasenameTimeAndCopySet(policy_dir, findings, directory, access),
-      m_admincmd_dir(admincmd_dir),
-      m_disk_pool(disk_pool),
-      m_rows(rows_for(access)) {
-  const std::string& dir = dct::filesystem::as_utf8(policy_dir);
-  findings.started(directory, policy_dir);
+    : BaseCompareWithTVR(policy_dir, messages, directory, CopySet(), access) {
+  m_admincmd_dir = admincmd_dir;
+  m_disk_pool = disk_pool;
+  messages.started(directory, policy_dir);
   m_missing.client = client();
   m_missing.policy = policy();
   const int status = BasenameTimeAndCopySet::visit_podb_impl();
   if (status != k_status_ok) {
     throw Cr_ErrnoException(status, "ERROR (" + CRStatusToStringA(status) +
-                                        "): could not read the deduplication metadata for " + dir);
+                                        "): could not read the deduplication metadata for " +
+                                        dct::filesystem::as_utf8(policy_dir));
   }
 }
 
 BaseCompareWithTVR::BaseCompareWithTVR(const boost::filesystem::path& policy_dir,
-                                       ConsistencyMessages& findings, record::Directory& directory,
+                                       ConsistencyMessages& messages, record::Directory& directory,
                                        CopySet orphans, SQLitePODB::Access access)
-    : BasenameTimeAndCopySet(policy_dir, findings, directory, access, std::move(orphans)),
-      m_rows(rows_for(access)) {}
+    : BasenameTimeAndCopySet(policy_dir, messages, directory, std::move(orphans), access),
+      m_rows(access == SQLitePODB::Access::read_write ? DeletionMatches::Rows::kept
+                                                      : DeletionMatches::Rows::counted) {}
 
 void BaseCompareWithTVR::compare_metadata_impl() {
   const TVRImageIterator end;
@@ -65,7 +55,7 @@ void BaseCompareWithTVR::compare_metadata_impl() {
   std::vector<std::uint32_t> copy_numbers;
   std::map<std::uint32_t, bool> copies;
   for (; image != end; ++image) {
-    // Most images have the copies of the one before: the map is used again.
+    // Most images have the copies of the one before, so the map is reused.
     if (image->copy_numbers != copy_numbers) {
       copies.clear();
       copy_numbers = image->copy_numbers;
@@ -83,7 +73,7 @@ void BaseCompareWithTVR::compare_image(std::int64_t backup_time,
     ++tally().missing_copies;
     m_missing.backup_time = backup_time;
     m_missing.copy_number = copy_number;
-    findings().missing(m_missing);
+    messages().missing(m_missing);
   }
 }
 
@@ -111,10 +101,10 @@ std::string BaseCompareWithTVR::excess_of_orphans(std::uint32_t most_percent) co
 void BaseCompareWithTVR::visit_image_copies_not_in_TV_impl() {
   if (m_approved != nullptr) count_absent_copies();
   if (image_copies().size() == 0) return;
-  if (image_copies().size() == tally().copies) findings().none_listed(policy_path());
-  find_takings();
+  if (image_copies().size() == tally().copies) messages().none_listed(policy_path());
+  find_matches();
   if (m_approved != nullptr) leave_unapproved();
-  image_copies().for_each([this](const details::numbers& orphan) {
+  image_copies().for_each([this](const CopyKey& orphan) {
     ++tally().orphan_copies;
     visit_one_image_copy(orphan.backup_time, orphan.copy_number);
   });
@@ -122,81 +112,74 @@ void BaseCompareWithTVR::visit_image_copies_not_in_TV_impl() {
 
 void BaseCompareWithTVR::count_absent_copies() {
   m_approved_orphans.clear();
-  image_copies().for_each([this](const details::numbers& copy) {
-    if (m_approved->lists(copy.backup_time, copy.copy_number)) m_approved_orphans.push_back(copy);
+  image_copies().for_each([this](const CopyKey& copy) {
+    if (m_approved->lists(copy)) m_approved_orphans.push_back(copy);
   });
   tally().absent_copies = m_approved->size() - m_approved_orphans.size();
 }
 
-// Whether a PO is of a copy that was an orphan in the dry run and is none now: the backup catalog has it.
+// Whether a PO is of a copy that was an orphan in the dry run only: the backup catalog has it now.
 bool BaseCompareWithTVR::is_of_absent_copy(const std::string& basename) const {
-  if (match_prefix(basename, client()) != PrefixMatch::exact) return false;
-  BasenameTimeAndCopy name;
-  try {
-    name.parse(basename, client());
-  } catch (const std::exception&) {
-    return false;  // of no copy that is compared
-  }
-  const details::numbers copy{name.backup_time, name.copy_number};
-  return m_approved->lists(copy.backup_time, copy.copy_number) &&
-         !std::binary_search(m_approved_orphans.begin(), m_approved_orphans.end(), copy);
+  const std::optional<CopyKey> copy = m_matches.copy_of(basename);
+  return copy && m_approved->lists(*copy) &&
+         !std::binary_search(m_approved_orphans.begin(), m_approved_orphans.end(), *copy);
 }
 
-bool BaseCompareWithTVR::may_go(const record::Orphan& orphan) const {
+bool BaseCompareWithTVR::is_approved(const record::Orphan& orphan) const {
   return m_approved->allows(orphan) &&
          std::none_of(orphan.other_copies.begin(), orphan.other_copies.end(),
                       [this](const std::string& name) { return is_of_absent_copy(name); });
 }
 
-// What an orphan takes depends on those before it: a PO counts for the first statement that takes it.
-// So those that stay may leave others with more POs than were announced, and these are looked at anew.
-// That ends soon: the statements that take one PO are of copies whose numbers begin like its own.
+// A PO counts for the first orphan that it matches. So an orphan that stays may leave later ones
+// more POs than were approved, and these are checked again. That ends soon: only copies whose
+// numbers have the same first digits match one PO.
 void BaseCompareWithTVR::leave_unapproved() {
-  std::map<details::numbers, record::Orphan> left;
+  std::map<CopyKey, record::Orphan> left;
   std::size_t left_before = 0;
   do {
     left_before = left.size();
-    image_copies().for_each([&](const details::numbers& copy) {
-      const record::Orphan& orphan = m_takings.of(copy);
-      if (!may_go(orphan)) left.emplace(copy, orphan);
+    image_copies().for_each([&](const CopyKey& copy) {
+      const record::Orphan& orphan = m_matches.of(copy);
+      if (!is_approved(orphan)) left.emplace(copy, orphan);
     });
     if (left.size() == left_before) break;
-    for (const auto& [copy, orphan] : left) take_out(copy);
-    find_takings();
+    for (const auto& [copy, orphan] : left) erase(copy);
+    find_matches();
   } while (image_copies().size() != 0);
   for (const auto& [copy, orphan] : left) {
     ++tally().orphan_copies;
     ++tally().unapproved_copies;
-    findings().not_approved(directory(), orphan);
+    messages().not_approved(directory(), orphan);
   }
 }
 
-// What is taken is found even where pages that hold sizes are damaged: the deletion may not need them.
-void BaseCompareWithTVR::find_takings() {
-  cr_status_t status = find_takings(true);
-  if (status == k_status_db_damaged) status = find_takings(false);
+// Damaged pages with sizes are no obstacle: the deletion may not need them.
+void BaseCompareWithTVR::find_matches() {
+  cr_status_t status = find_matches(true);
+  if (status == k_status_db_damaged) status = find_matches(false);
   if (status != k_status_ok) {
     throw Cr_ErrnoException(status, "could not look up what the deletion takes",
                             CRStatusToStringA(status));
   }
 }
 
-cr_status_t BaseCompareWithTVR::find_takings(bool with_sizes) {
-  // To go to a place in the index costs as much as to read several POs on the way.
+cr_status_t BaseCompareWithTVR::find_matches(bool with_sizes) {
+  // A search in the index costs as much as reading several POs.
   constexpr std::size_t k_pos_as_cheap_as_a_range = 3;
-  m_takings = DeletionMatches(client(), image_copies(), m_rows);
+  m_matches = DeletionMatches(client(), image_copies(), m_rows);
   const bool few = image_copies().size() * k_pos_as_cheap_as_a_range < tally().pos;
   const std::vector<database::BasenameRange> all{{"", ""}};
   const cr_status_t status =
-      podb().get_entries_in(few ? m_takings.ranges() : all, with_sizes,
-                            [this](const SQLitePODB::Entry& po) { m_takings.add(po); });
-  m_takings.finish();
+      podb().get_entries_in(few ? m_matches.ranges() : all, with_sizes,
+                            [this](const SQLitePODB::Entry& po) { m_matches.add(po); });
+  m_matches.finish();
   return status;
 }
 
 const record::Orphan& BaseCompareWithTVR::orphan(std::int64_t backup_time,
                                                  std::uint32_t copy_number) const {
-  return m_takings.of({backup_time, copy_number});
+  return m_matches.of({backup_time, copy_number});
 }
 
 void BaseCompareWithTVR::count_taken(const record::Orphan& orphan) const {

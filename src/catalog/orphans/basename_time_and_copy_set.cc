@@ -8,17 +8,11 @@
 namespace catalog::podb {
 
 BasenameTimeAndCopySet::BasenameTimeAndCopySet(const boost::filesystem::path& policy_dir,
-                                               ConsistencyMessages& findings,
-                                               record::Directory& directory,
+                                               ConsistencyMessages& messages,
+                                               record::Directory& directory, CopySet copies,
                                                SQLitePODB::Access access)
-    : BaseVisitPODB(policy_dir, findings.log(), directory, access), m_messages(findings) {}
-
-BasenameTimeAndCopySet::BasenameTimeAndCopySet(const boost::filesystem::path& policy_dir,
-                                               ConsistencyMessages& findings,
-                                               record::Directory& directory,
-                                               SQLitePODB::Access access, CopySet copies)
-    : BaseVisitPODB(policy_dir, findings.log(), directory, access),
-      m_messages(findings),
+    : BaseVisitPODB(policy_dir, messages.log(), directory, access),
+      m_messages(messages),
       m_image_copies(std::move(copies)) {}
 
 CopySet BasenameTimeAndCopySet::release_copies() {

@@ -12,35 +12,32 @@
 
 namespace catalog::podb {
 
-// The image copies that one policy directory has POs of.
+// The image copies of the POs in one policy directory.
 //
 // Invariant: until the comparison, each copy that at least one PO names; after it, those that no
 // image of the backup catalog matched.
 class BasenameTimeAndCopySet : public BaseVisitPODB {
  public:
-  BasenameTimeAndCopySet(const boost::filesystem::path& policy_dir, ConsistencyMessages& findings,
-                         record::Directory& directory, SQLitePODB::Access access);
+  // `copies`: those that another set released.
+  BasenameTimeAndCopySet(const boost::filesystem::path& policy_dir, ConsistencyMessages& messages,
+                         record::Directory& directory, CopySet copies, SQLitePODB::Access access);
 
-  // With the copies, as another one has released them.
-  BasenameTimeAndCopySet(const boost::filesystem::path& policy_dir, ConsistencyMessages& findings,
-                         record::Directory& directory, SQLitePODB::Access access, CopySet copies);
-
-  // Fills the set. A basename that does not parse is passed on and left out; one that is
-  // not handled on purpose is left out silently. Returns 0, or the status of a database that could
-  // not be read; the set is empty then.
+  // Fills the set. A basename that does not parse is reported and left out; one that is skipped on
+  // purpose is left out silently. Returns 0, or the status of an unreadable database; the set is
+  // then empty.
   int visit_podb_impl() override;
 
-  // The copies, which the set no longer holds then.
+  // Moves the copies out of the set.
   CopySet release_copies();
 
-  // Sets the flag of each copy (number -> flag) of the image of `backup_time` that the set holds,
-  // and takes it out of the set.
+  // Sets the flag of each copy (number -> flag) of the image of `backup_time` that the set has, and
+  // erases it from the set.
   void set_in_tvr_cat(std::int64_t backup_time, std::map<std::uint32_t, bool>& copies);
 
  protected:
   const CopySet& image_copies() const { return m_image_copies; }
-  void take_out(const details::numbers& copy) { m_image_copies.erase(copy); }
-  ConsistencyMessages& findings() const { return m_messages; }
+  void erase(const CopyKey& copy) { m_image_copies.erase(copy); }
+  ConsistencyMessages& messages() const { return m_messages; }
 
  private:
   void insert(std::string_view basename);

@@ -22,8 +22,8 @@ namespace {
 
 const char* const k_not_called = "Could not call tvimagequery: ";
 
-// All copies of a name that a listing cannot hold look like orphans. The log says so, and nothing is deleted
-// that was not reviewed.
+// If a name cannot be in a listing, all its copies look like orphans. That is logged, and only
+// approved ones are deleted.
 void require_listable(const record::Directory& directory, bool may_be_taken) {
   for (const std::string& name : {directory.client, directory.policy}) {
     if (tvr_utils::can_be_listed(name)) continue;
@@ -48,7 +48,7 @@ void CompareInOneListing<V>::begin(Step step) {
 template <class V>
 std::unique_ptr<DirsSource> CompareInOneListing<V>::open_dirs() const {
   if (m_step == Step::reading) return BaseTraverseCatalog::open_dirs();
-  return m_dirs.source(this->metadata_dir());
+  return m_dirs.source(this->tree_root());
 }
 
 template <class V>
@@ -85,7 +85,7 @@ int CompareInOneListing<V>::visit_dir(const fs::path& policy_dir) {
   dir.is_done = true;
   return this->work_in(policy_dir, directory, [&] {
     visit_orphans(policy_dir, dir, directory);
-    this->consistency_findings().done(directory);
+    this->messages().done(directory);
   });
 }
 
@@ -97,11 +97,11 @@ void CompareInOneListing<V>::visit_orphans(const fs::path& policy_dir, DirTable:
     if (approved != nullptr) directory.counts.absent_copies = approved->size();
     return;
   }
-  // What was found belongs to the databases that were read, not to those of a catalog in their place.
+  // The orphans belong to the databases that were read, not to those of another metadata tree.
   this->require_same_root();
   const bool is_reviewed = this->approved_of(directory) != nullptr;
   require_listable(directory, is_reviewed || V::access == SQLitePODB::Access::read_only);
-  V visitor(policy_dir, this->consistency_findings(), directory, std::move(dir.copies), V::access);
+  V visitor(policy_dir, this->messages(), directory, std::move(dir.copies), V::access);
   if (!visitor.has_database())
     throw Cr_ErrnoException(k_status_db_cannot_open, "its database is gone since it was read");
   const std::string excess = this->take_orphans(visitor, directory);
@@ -124,17 +124,16 @@ typename CompareInOneListing<V>::AfterWalk CompareInOneListing<V>::after_walk() 
   return AfterWalk::another_walk;
 }
 
-// False when it failed or a signal cut it short.
+// False after a failure or a signal.
 template <class V>
 bool CompareInOneListing<V>::list_catalog() {
   try {
     this->for_each_image([this](const TVRImage& image) { match(image); });
     return !util::interrupted();
   } catch (const Cr_ErrnoException& error) {
-    this->consistency_findings().not_listed(error.GetStatus(), k_not_called + error.GetString());
+    this->messages().not_listed(error.GetStatus(), k_not_called + error.GetString());
   } catch (const boost::bad_lexical_cast& error) {
-    this->consistency_findings().not_listed(k_status_malformed,
-                                            k_not_called + std::string(error.what()));
+    this->messages().not_listed(k_status_malformed, k_not_called + std::string(error.what()));
   }
   return false;
 }
@@ -142,9 +141,8 @@ bool CompareInOneListing<V>::list_catalog() {
 template <class V>
 void CompareInOneListing<V>::match(const TVRImage& image) {
   ++m_images;
-  // Images of one client and policy mostly stand together.
-  if (image.client_name != m_image.client || image.policy_name != m_image.policy || m_images == 1)
-    look_up(image);
+  // Images of one client and policy are mostly consecutive.
+  if (image.client_name != m_image.client || image.policy_name != m_image.policy) look_up(image);
   if (m_matching.empty() && !m_is_missing) return;
   m_image.backup_time = image.backup_time;
   m_numbers = image.copy_numbers;
@@ -152,13 +150,8 @@ void CompareInOneListing<V>::match(const TVRImage& image) {
     std::sort(m_numbers.begin(), m_numbers.end());
     m_numbers.erase(std::unique(m_numbers.begin(), m_numbers.end()), m_numbers.end());
   }
-  for (DirTable::Entry& dir : m_matching) match(dir);
-  if (!m_is_missing) return;
-  m_counts_of_no_dirs.missing_copies += m_numbers.size();
-  for (const std::uint32_t number : m_numbers) {
-    m_image.copy_number = number;
-    this->consistency_findings().missing(m_image);
-  }
+  for (DirTable::Entry& dir : m_matching) match(&dir);
+  if (m_is_missing) match(nullptr);
 }
 
 template <class V>
@@ -176,17 +169,20 @@ void CompareInOneListing<V>::look_up(const TVRImage& image) {
   }
 }
 
+// Reports the copies of the current image that the directory lacks: all if there is none.
 template <class V>
-void CompareInOneListing<V>::match(DirTable::Entry& dir) {
+void CompareInOneListing<V>::match(DirTable::Entry* dir) {
+  std::uint64_t& missing_copies =
+      dir != nullptr ? dir->missing_copies : m_counts_of_no_dirs.missing_copies;
   for (const std::uint32_t number : m_numbers) {
-    if (dir.copies.erase({m_image.backup_time, number})) continue;
-    ++dir.missing_copies;
+    if (dir != nullptr && dir->copies.erase({m_image.backup_time, number})) continue;
+    ++missing_copies;
     m_image.copy_number = number;
-    this->consistency_findings().missing(m_image);
+    this->messages().missing(m_image);
   }
 }
 
-// They are reported already. What is missing of directories that were not visited again counts as well.
+// All are reported already. Missing copies of directories that were not visited again count too.
 template <class V>
 void CompareInOneListing<V>::list_rest() {
   record::DirCounts counts = m_counts_of_no_dirs;

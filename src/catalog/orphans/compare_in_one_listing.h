@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "catalog/orphans/dir_table.h"
@@ -13,14 +12,14 @@
 
 namespace catalog {
 
-// The same comparison with a single listing of the whole backup catalog, in three steps: all databases
-// are read, the catalog is listed, the orphans are handed to the visitor V. In this order: an image that
-// is written after the listing is in no database that was read before it, so that it never looks like
-// an orphan.
+// The same comparison with one listing of the whole backup catalog. It has three steps: read all
+// databases, list the backup catalog, pass the orphans to the visitor V. In this order, an image
+// that is written after the listing never looks like an orphan: no database had it when it was
+// read.
 //
-// Threads: as the base. The workers have no work during the listing.
-// Errors: as the base. A listing that fails is reported and ends the traversal, before any orphan is
-//   handed on.
+// Threads: as the base. The workers are idle during the listing.
+// Errors: as the base. A failed listing is reported and ends the traversal before any orphan is
+//   visited.
 template <class V>
 class CompareInOneListing final : public VisitPOsNotInTVRCatalog<V> {
  public:
@@ -44,7 +43,7 @@ class CompareInOneListing final : public VisitPOsNotInTVRCatalog<V> {
   bool list_catalog();
   void match(const TVRImage& image);
   void look_up(const TVRImage& image);
-  void match(DirTable::Entry& dir);
+  void match(DirTable::Entry* dir);
   void visit_orphans(const boost::filesystem::path& policy_dir, DirTable::Entry& dir,
                      record::Directory& directory);
 
@@ -55,10 +54,10 @@ class CompareInOneListing final : public VisitPOsNotInTVRCatalog<V> {
 
   // Of the listing.
   std::atomic<std::uint64_t> m_images{0};
-  record::MissingCopy m_image;            // with the names and the time of the one in hand
+  record::MissingCopy m_image;            // the current image
   std::vector<std::uint32_t> m_numbers;   // of its copies, each once
   DirTable::Range m_matching;             // the directories of its client and policy
-  bool m_is_missing = false;              // there are none, and the run is to look for them
+  bool m_is_missing = false;              // there are none, and the run includes them
   record::DirCounts m_counts_of_no_dirs;  // of images without a directory
 };
 

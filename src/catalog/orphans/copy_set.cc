@@ -5,14 +5,14 @@
 namespace catalog::podb {
 
 template <class Iterator>
-Iterator CopySet::first_not_before(Iterator begin, Iterator end, const details::numbers& copy) {
+Iterator CopySet::first_not_before(Iterator begin, Iterator end, const CopyKey& copy) {
   return std::lower_bound(begin, end, copy,
-                          [](const Entry& a, const details::numbers& b) { return a.copy() < b; });
+                          [](const Entry& a, const CopyKey& b) { return a.copy() < b; });
 }
 
-void CopySet::insert(const details::numbers& copy) {
+void CopySet::insert(const CopyKey& copy) {
   if (!m_entries.empty()) {
-    const details::numbers last = m_entries.back().copy();
+    const CopyKey last = m_entries.back().copy();
     if (last == copy) return;
     if (copy < last) m_ascending = false;
   }
@@ -28,7 +28,7 @@ void CopySet::finish() {
   m_entries.truncate(static_cast<std::size_t>(end - m_entries.begin()));
 }
 
-bool CopySet::erase(const details::numbers& copy) {
+bool CopySet::erase(const CopyKey& copy) {
   Entry* entry = m_entries.begin() + m_next;
   if (entry == m_entries.end() || !(entry->copy() == copy)) {
     entry = first_not_before(m_entries.begin(), m_entries.end(), copy);
@@ -41,7 +41,7 @@ bool CopySet::erase(const details::numbers& copy) {
   return true;
 }
 
-bool CopySet::was_inserted(const details::numbers& copy) const {
+bool CopySet::was_inserted(const CopyKey& copy) const {
   const Entry* const entry = first_not_before(m_entries.begin(), m_entries.end(), copy);
   return entry != m_entries.end() && entry->copy() == copy;
 }

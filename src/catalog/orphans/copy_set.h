@@ -10,7 +10,7 @@ namespace catalog::podb {
 
 namespace details {
 
-// The key of one image copy within a policy directory; ordered by time, then by copy.
+// Orders by time, then by copy.
 struct numbers {
   std::int64_t backup_time;  // seconds since the epoch
   std::uint32_t copy_number;
@@ -25,29 +25,32 @@ struct numbers {
 
 }  // namespace details
 
-// An ordered set of image copies that is filled first and taken from then, both mostly in ascending
-// order: that costs a comparison each; any other order costs a sort or a search. A directory may
-// have millions of copies; each takes 16 bytes, up to three times that while a small set grows.
+// Names one image copy within a policy directory.
+using CopyKey = details::numbers;
+
+// An ordered set of image copies that is filled first and erased from then. In ascending order each
+// costs a comparison, otherwise a sort or a search. A directory may have millions of copies; each
+// takes 16 bytes, up to three times that while a small set grows.
 //
 // Threads: one thread at a time. Moved, not copied.
 class CopySet {
  public:
-  // Copies may come in any order and more than once.
-  void insert(const details::numbers& copy);
+  // Takes copies in any order and more than once.
+  void insert(const CopyKey& copy);
 
-  // Behind the last insert, and before anything below.
+  // To be called after the last insert, before the members below.
   void finish();
 
-  // Gives back what memory it took to grow.
+  // Releases unused memory.
   void shrink() { m_entries.shrink(); }
 
-  // Takes the copy out; whether it was there.
-  bool erase(const details::numbers& copy);
+  // Returns whether the copy was there.
+  bool erase(const CopyKey& copy);
 
-  // Whether the copy was put in, be it taken out or not.
-  bool was_inserted(const details::numbers& copy) const;
+  // Whether the copy was ever in the set.
+  bool was_inserted(const CopyKey& copy) const;
 
-  // How many were made after that time, whether they were taken out or not.
+  // The number of copies made after that time, erased ones included.
   std::size_t count_later_than(std::int64_t backup_time) const;
 
   std::size_t size() const { return m_entries.size() - m_erased; }
@@ -67,15 +70,15 @@ class CopySet {
     std::uint32_t copy_number;
     bool erased;
 
-    details::numbers copy() const { return {backup_time, copy_number}; }
+    CopyKey copy() const { return {backup_time, copy_number}; }
   };
 
   template <class Iterator>
-  static Iterator first_not_before(Iterator begin, Iterator end, const details::numbers& copy);
+  static Iterator first_not_before(Iterator begin, Iterator end, const CopyKey& copy);
 
   util::GrowingArray<Entry> m_entries;
   std::size_t m_erased = 0;
-  std::size_t m_next = 0;  // where the copy behind the one erased last stands
+  std::size_t m_next = 0;  // the position after the copy erased last
   bool m_ascending = true;
 };
 

@@ -16,41 +16,43 @@
 
 namespace catalog::podb {
 
-// What the deletion of a directory's orphans takes, found without deleting anything.
+inline CopyKey key_of(const record::Orphan& orphan) {
+  return {orphan.backup_time, orphan.copy_number};
+}
+
+// The POs that the deletion of a directory's orphans takes, found without deleting anything.
 //
-// Orphans are deleted in ascending order, each with all POs whose basenames its pattern matches that are
-// still there. The pattern reaches further than the copy: copy 1's is the beginning of copy 10's, letter
-// case does not count, and each "_" stands for any character. Storages have been cleaned by it for years;
-// it stays, and what else it takes is told.
+// Orphans are deleted in ascending order, each with all remaining POs that match its LIKE pattern.
+// The pattern matches more than the copy. That of copy 1 matches copy 10, letter case does not
+// count, and each "_" stands for any character. Storages have been cleaned by it for years, so it
+// stays, and the POs of other copies are reported.
 //
 // Threads: one thread.
 class DeletionMatches {
  public:
-  // What is taken is counted, or the rows are kept as well, 16 bytes for each.
+  // Matches are counted, or their rows are kept too, 16 bytes each.
   enum class Rows { counted, kept };
 
   DeletionMatches() = default;
-  // `copies` has all copies that the directory was found to hold; those that are left are the orphans. It
-  // must live as long as POs are added.
+  // The orphans are the copies not erased from `copies`, which must outlive the calls of add.
   DeletionMatches(const std::string& client, const CopySet& copies, Rows rows);
 
-  // Where the basenames stand that may be taken: in ascending order, none twice.
+  // The ranges of basenames that can match, in ascending order, without overlaps.
   std::vector<database::BasenameRange> ranges() const;
 
-  // Counts a PO of the directory to the first orphan that takes it, if one does. The name must be a text.
-  // A PO of a copy that the directory did not hold when it was read is left: a backup has written it since.
+  // Counts a PO of the directory to the first orphan that it matches. Its name must be a text. A PO
+  // of a copy that was never in the set does not count: a backup has written it since.
   void add(const SQLitePODB::Entry& po);
 
-  // Behind the last add, and before anything below.
+  // To be called after the last add, before the members below.
   void finish();
 
-  // Of one of the orphans.
-  const record::Orphan& of(const details::numbers& orphan) const;
+  const record::Orphan& of(const CopyKey& orphan) const;
 
-  // Calls `visit` with the number of each row that the orphan takes, as long as that returns 0. Returns
-  // what it returned last.
+  // Calls `visit` with the number of each row that matches the orphan, as long as that returns 0.
+  // Returns the last result.
   template <class Visitor>
-  cr_status_t for_each_row(const details::numbers& orphan, Visitor visit) const {
+  cr_status_t for_each_row(const CopyKey& orphan, Visitor visit) const {
     const auto index = index_of(orphan);
     auto row = std::lower_bound(m_rows.begin(), m_rows.end(), Row{index, k_first_row});
     cr_status_t status = k_status_ok;
@@ -61,13 +63,16 @@ class DeletionMatches {
   }
 
   // Whether the orphan's pattern matches a basename.
-  bool matches(const details::numbers& orphan, const std::string& basename) const;
+  bool is_match(const CopyKey& orphan, const std::string& basename) const;
+
+  // The copy that a basename in the client's own spelling names; none if it does not parse.
+  std::optional<CopyKey> copy_of(std::string_view basename) const;
 
  private:
   static constexpr std::int64_t k_first_row = std::numeric_limits<std::int64_t>::min();
 
   struct Row {
-    std::uint32_t orphan;  // which one, in their order
+    std::uint32_t orphan;  // index
     std::int64_t number;
 
     bool operator<(const Row& other) const {
@@ -77,10 +82,9 @@ class DeletionMatches {
   using Orphans = std::vector<record::Orphan>;
 
   std::string_view from_time_on(std::string_view basename) const;
-  Orphans::iterator first_taker(std::string_view basename);
-  Orphans::iterator first_taker_at(std::string_view time_text, std::string_view basename);
-  std::optional<details::numbers> copy_of(std::string_view basename) const;
-  std::uint32_t index_of(const details::numbers& orphan) const;
+  Orphans::iterator first_match(std::string_view basename);
+  Orphans::iterator first_match_at(std::string_view time_text, std::string_view basename);
+  std::uint32_t index_of(const CopyKey& orphan) const;
 
   std::string m_client;
   std::size_t m_characters_before_time = 0;

@@ -3,9 +3,11 @@
 #include <strings.h>
 
 #include <algorithm>
-#include <atomic>
+#include <cstddef>
 #include <stdexcept>
 #include <utility>
+
+#include "catalog/walk/listed_dirs.h"
 
 namespace fs = boost::filesystem;
 
@@ -13,7 +15,7 @@ namespace catalog {
 
 namespace {
 
-// Neither name holds a slash.
+// Neither name contains a slash.
 std::string pair_of(const std::string& client, const std::string& policy) {
   return client + "/" + policy;
 }
@@ -22,32 +24,13 @@ bool is_before_in_any_case(const std::string& a, const std::string& b) {
   return ::strcasecmp(a.c_str(), b.c_str()) < 0;
 }
 
-// All spellings of a pair stand together.
+// All spellings of a pair are consecutive.
 bool is_before(const std::string& a, const std::string& b) {
   const int order = ::strcasecmp(a.c_str(), b.c_str());
   return order != 0 ? order < 0 : a < b;
 }
 
 }  // namespace
-
-class DirTable::Source : public DirsSource {
- public:
-  Source(const Entries& entries, const fs::path& catalog)
-      : m_entries(entries), m_catalog(catalog) {}
-
-  std::string get_next_path() override {
-    const std::size_t next = m_next++;
-    if (next >= m_entries.size()) return "";
-    return (m_catalog / *m_entries[next].m_dsid / m_entries[next].m_pair).string();
-  }
-
-  void stop() override { m_next = m_entries.size(); }
-
- private:
-  const Entries& m_entries;
-  const fs::path m_catalog;
-  std::atomic<std::size_t> m_next{0};
-};
 
 DirTable::Entry::Entry(const record::Directory& directory, const std::string* dsid,
                        podb::CopySet its_copies)
@@ -110,8 +93,12 @@ DirTable::Entry& DirTable::at(const fs::path& policy_dir) {
   throw std::logic_error(policy_dir.string() + " was not read");
 }
 
-std::unique_ptr<DirsSource> DirTable::source(const fs::path& catalog) const {
-  return std::make_unique<Source>(m_entries, catalog);
+std::unique_ptr<DirsSource> DirTable::source(const fs::path& tree_root) const {
+  return std::make_unique<ListedDirs>([this, tree_root, next = std::size_t{0}]() mutable {
+    if (next == m_entries.size()) return std::string();
+    const Entry& entry = m_entries[next++];
+    return (tree_root / *entry.m_dsid / entry.m_pair).string();
+  });
 }
 
 }  // namespace catalog

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -18,11 +17,11 @@
 
 namespace catalog {
 
-// What is known of the policy directories of a run between two of its steps, by client and policy. A
-// directory takes less than 200 bytes, unless its names are long, and 16 for each of its copies.
+// The policy directories of a run between two of its steps, by client and policy. A directory takes
+// less than 200 bytes, unless its names are long, and 16 for each of its copies.
 //
-// Threads: add from any thread. After finish the table stays as it is; an entry belongs to one thread at a
-//   time.
+// Threads: add from any thread. After finish the table does not change; an entry belongs to one
+//   thread at a time.
 class DirTable {
  public:
   class Entry {
@@ -30,13 +29,13 @@ class DirTable {
     // `dsid` must outlive it.
     Entry(const record::Directory& directory, const std::string* dsid, podb::CopySet its_copies);
 
-    // The directory with what was counted in it.
+    // The directory with its counts.
     record::Directory directory() const;
 
     podb::CopySet copies;
     std::uint64_t missing_copies = 0;
     bool is_done = false;
-    bool is_warned_of = false;  // since the backup catalog spells it otherwise
+    bool is_warned_of = false;  // that the backup catalog has another spelling
 
    private:
     friend class DirTable;
@@ -50,33 +49,32 @@ class DirTable {
   using Entries = std::deque<Entry>;
   using Range = boost::iterator_range<Entries::iterator>;
 
-  // A directory that was read, with its counts, and its copies.
   void add(const record::Directory& directory, podb::CopySet copies);
 
-  // After the last add, and before anything below.
+  // To be called after the last add, before the members below.
   void finish();
 
-  // The directories of a client and policy, one for each DSID, byte for byte, or in any letter case.
+  // The directories of a client and policy, one for each DSID: byte for byte, or in any letter
+  // case.
   Range find(const std::string& client, const std::string& policy);
   Range find_any_case(const std::string& client, const std::string& policy);
 
-  // The one of that path, which was added.
+  // The directory of that path.
+  // Errors: std::logic_error if it was not added.
   Entry& at(const boost::filesystem::path& policy_dir);
 
-  // Hands out each directory once, as one of the catalog. Refers to this object.
-  std::unique_ptr<DirsSource> source(const boost::filesystem::path& catalog) const;
+  // Hands out each directory once, below `tree_root`. Refers to this object.
+  std::unique_ptr<DirsSource> source(const boost::filesystem::path& tree_root) const;
 
   Entries& entries() { return m_entries; }
 
  private:
-  class Source;
-
   template <class IsBefore>
   Range equal_range(const std::string& pair, IsBefore is_before);
 
   boost::mutex m_mutex;
   std::set<std::string> m_dsids;  // mostly one
-  Entries m_entries;              // in the end in the order of their pairs
+  Entries m_entries;              // after finish in the order of their pairs
 };
 
 }  // namespace catalog

@@ -10,8 +10,8 @@
 
 namespace util {
 
-// An array that grows where it is: the pages of a large one change their place instead of being copied,
-// so that it never takes its own memory twice, as a vector does.
+// An array that grows in place: the kernel moves the pages of a large one. A vector would copy
+// them, and need its memory twice meanwhile.
 //
 // Threads: one thread at a time. Moved, not copied.
 // Errors: std::bad_alloc.
@@ -36,10 +36,10 @@ class GrowingArray {
     begin()[m_size++] = value;
   }
 
-  // The first `size` of them stay.
+  // Keeps the first `size` values.
   void truncate(std::size_t size) { m_size = std::min(size, m_size); }
 
-  // Gives back what is not in use.
+  // Releases unused memory.
   void shrink() {
     if (m_size != 0 && m_size != m_capacity) allocate(m_size);
   }
@@ -66,7 +66,7 @@ class GrowingArray {
   void allocate(std::size_t capacity) {
     void* const values = std::realloc(m_values.get(), capacity * sizeof(T));
     if (values == nullptr) throw std::bad_alloc();
-    (void)m_values.release();  // it is gone, or where it was
+    (void)m_values.release();  // realloc has freed or kept it
     m_values.reset(static_cast<T*>(values));
     m_capacity = capacity;
   }

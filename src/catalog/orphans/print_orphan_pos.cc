@@ -9,7 +9,7 @@ std::string PrintOrphanPOs::initial_string() {
 void PrintOrphanPOs::visit_one_image_copy(std::int64_t backup_time, std::uint32_t copy_number) {
   const record::Orphan& found = orphan(backup_time, copy_number);
   count_taken(found);
-  findings().would_delete(directory(), found);
+  messages().would_delete(directory(), found);
 }
 
 }  // namespace catalog::podb

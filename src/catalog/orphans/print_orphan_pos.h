@@ -6,19 +6,19 @@
 
 namespace catalog::podb {
 
-// Tells which image copies a deletion would take, and how many POs with them. Only reads.
+// Reports which image copies a deletion would take, and how many POs. Only reads.
 class PrintOrphanPOs : public BaseCompareWithTVR {
  public:
   using BaseCompareWithTVR::BaseCompareWithTVR;
 
   static constexpr SQLitePODB::Access access = SQLitePODB::Access::read_only;
 
-  // What is done to orphans, in the progress of a run.
+  // The name of the step that visits orphans.
   static constexpr const char* step_name = "printing orphans";
 
   void visit_one_image_copy(std::int64_t backup_time, std::uint32_t copy_number) override;
 
-  // What standard output is told before the traversal.
+  // Printed before the traversal.
   static std::string initial_string();
 };
 

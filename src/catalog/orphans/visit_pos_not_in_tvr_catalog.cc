@@ -1,10 +1,7 @@
 #include "catalog/orphans/visit_pos_not_in_tvr_catalog.h"
 
-#include <set>
-
 #include <boost/scope_exit.hpp>
 
-#include "catalog/orphans/approved_orphans.h"
 #include "catalog/orphans/delete_orphan_pos.h"
 #include "catalog/orphans/print_orphan_pos.h"
 #include "console/run_log.h"
@@ -37,16 +34,16 @@ void compare(podb::BaseCompareWithTVR& visitor) {
 
 template <class V>
 VisitPOsNotInTVRCatalog<V>::VisitPOsNotInTVRCatalog(
-    const fs::path& log_dir, const fs::path& catalog_dir, unsigned num_threads, bool stop_on_error,
+    const fs::path& log_dir, const fs::path& tree_root, unsigned num_threads, bool stop_on_error,
     const fs::path& admincmd_dir, const std::string& disk_pool, std::int64_t catalog_backup_time)
-    : BaseTraverseCatalog(log_dir, catalog_dir, num_threads, stop_on_error),
+    : BaseTraverseCatalog(log_dir, tree_root, num_threads, stop_on_error),
       m_admincmd_dir(admincmd_dir),
       m_disk_pool(disk_pool),
       m_catalog_backup_time(catalog_backup_time) {
   const fs::path dir = log_dir / V::relative_log_dir;
   init_log_file(dir, V::log_fname());
   dct::util::make_LogFile(dir / V::missing_images_fname(), m_missing_images_log);
-  // The name is asked for anew, so it may be a second late; scripts know that.
+  // The printed name is made anew, so it may be a second late; scripts know that.
   console::print("Missing images file: " + (dir / V::missing_images_fname()).string() + "\n");
   m_messages =
       std::make_unique<ConsistencyMessages>(log(), *m_missing_images_log, totals_to_add_to());
@@ -93,7 +90,7 @@ void VisitPOsNotInTVRCatalog<V>::compare_dir(const fs::path& policy_dir,
     visitor.set_catalog_backup_time(m_catalog_backup_time);
     compare(visitor);
     const std::string excess = take_orphans(visitor, directory);
-    // A directory with too many has been compared all the same: what it misses is reported already.
+    // A directory with too many orphans counts as visited: its missing copies are reported already.
     note_visited(visitor);
     if (!excess.empty()) throw Cr_ErrnoException(k_status_over_limit, excess);
   });
@@ -106,7 +103,7 @@ void VisitPOsNotInTVRCatalog<V>::read_dir(const fs::path& policy_dir, record::Di
   if (approved != nullptr) m_approved_copies_of_visited_dirs += approved->size();
   V visitor(policy_dir, *m_messages, directory, m_admincmd_dir, m_disk_pool, V::access);
   if (!visitor.has_database()) require_same_root();
-  // Before anything is deleted, while there is time to stop; the totals count them all.
+  // Before anything is deleted, so that an operator can still stop the run.
   if (directory.counts.future_copies != 0) m_messages->future_copies(policy_dir);
   compare(visitor);
 }
@@ -119,8 +116,7 @@ std::string VisitPOsNotInTVRCatalog<V>::take_orphans(V& visitor,
     if (!excess.empty()) return excess;
   }
   visitor.set_saves_pos(m_saves_pos);
-  const ApprovedOrphans::Directory* approved = approved_of(directory);
-  if (approved != nullptr) visitor.set_approved(*approved);
+  visitor.set_approved(approved_of(directory));
   visitor.visit_image_copies_not_in_TV_impl();
   return "";
 }
@@ -134,13 +130,7 @@ const ApprovedOrphans::Directory* VisitPOsNotInTVRCatalog<V>::approved_of(
 template <class V>
 void VisitPOsNotInTVRCatalog<V>::note_visited(const V& visitor) {
   const boost::lock_guard<boost::mutex> guard(m_mutex);
-  m_visited_pairs.push_back(pair_text(visitor.client(), visitor.policy()));
-}
-
-template <class V>
-std::set<std::string> VisitPOsNotInTVRCatalog<V>::visited_pairs() {
-  const boost::lock_guard<boost::mutex> guard(m_mutex);
-  return {m_visited_pairs.begin(), m_visited_pairs.end()};
+  m_visited_pairs.insert(pair_text(visitor.client(), visitor.policy()));
 }
 
 template <class V>
@@ -176,8 +166,7 @@ void VisitPOsNotInTVRCatalog<V>::list_rest() {
   if (util::interrupted()) InfoA("the listing of missing images was left out or cut short");
 }
 
-// Of a directory that failed nobody knows whether its copies are still orphans; of one that is gone
-// there is no copy.
+// The copies of vanished directories are absent. Those of failed directories may still be orphans.
 template <class V>
 void VisitPOsNotInTVRCatalog<V>::count_copies_of_absent_dirs() {
   record::DirCounts counts;
@@ -187,28 +176,28 @@ void VisitPOsNotInTVRCatalog<V>::count_copies_of_absent_dirs() {
 }
 
 template <class V>
-bool VisitPOsNotInTVRCatalog<V>::is_to_be_listed(const std::set<std::string>& visited,
-                                                 const std::string& client,
-                                                 const std::string& policy) const {
-  return visited.count(pair_text(client, policy)) == 0 && m_limits.filter.wants(client, policy);
+bool VisitPOsNotInTVRCatalog<V>::is_to_be_listed(const std::string& client,
+                                                 const std::string& policy) {
+  const boost::lock_guard<boost::mutex> guard(m_mutex);
+  return m_visited_pairs.count(pair_text(client, policy)) == 0 &&
+         m_limits.filter.wants(client, policy);
 }
 
 template <class V>
 void VisitPOsNotInTVRCatalog<V>::list_unvisited_pairs() {
-  const std::set<std::string> visited = visited_pairs();
   record::DirCounts counts;
-  // Also when the listing breaks off.
+  // Also if the listing fails.
   BOOST_SCOPE_EXIT_ALL(&) {
     totals_to_add_to().add(counts);
   };
   record::MissingCopy missing;
   bool is_listed = false;
   for_each_image([&](const TVRImage& image) {
-    // Images of one pair mostly stand together.
+    // Images of one pair are mostly consecutive.
     if (image.client_name != missing.client || image.policy_name != missing.policy) {
       missing.client = image.client_name;
       missing.policy = image.policy_name;
-      is_listed = is_to_be_listed(visited, missing.client, missing.policy);
+      is_listed = is_to_be_listed(missing.client, missing.policy);
     }
     if (!is_listed) return;
     missing.backup_time = image.backup_time;

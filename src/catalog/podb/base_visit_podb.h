@@ -18,13 +18,12 @@ namespace catalog::podb {
 // Works on the path-object database of one policy directory.
 //
 // Threads: one thread; visitors of different directories may work side by side.
-// Ownership: owns the open database; refers to the log and to the directory whose counts it adds to,
-//   which must outlive it.
+// Ownership: owns the open database; refers to the log and to `directory`, whose counts it adds to.
+//   Both must outlive it.
 // Errors: the constructor throws boost::bad_lexical_cast for a DSID that is no number and
 //   Cr_ErrnoException for a database that cannot be opened.
 class BaseVisitPODB {
  public:
-  // `access` is what the visitor's work needs of the database.
   BaseVisitPODB(const boost::filesystem::path& policy_dir, dct::util::LogFile& log,
                 record::Directory& directory, SQLitePODB::Access access);
   virtual ~BaseVisitPODB();

@@ -28,7 +28,7 @@ PrefixMatch match_prefix(std::string_view basename, std::string_view client) {
 }
 
 void require_prefix(std::string_view basename, std::string_view client, PrefixMatch match) {
-  // A name that ends with the client's has nothing behind it to read.
+  // A basename that is only the client's name has no tokens.
   if (match == PrefixMatch::none || basename.size() <= client.size()) {
     if (boost::algorithm::starts_with(basename, "EVENT_")) {
       throw Cr_ErrnoException(k_status_handled, "EVENT");
@@ -59,7 +59,7 @@ BasenameTokens split_basename(std::string_view basename, std::size_t client_leng
   return parts;
 }
 
-unsigned number_behind_letter(std::string_view token) {
+unsigned number_after_letter(std::string_view token) {
   return util::to_number<unsigned>(token.substr(token.empty() ? 0 : 1));
 }
 

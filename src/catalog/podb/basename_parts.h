@@ -14,16 +14,16 @@ enum class PrefixMatch {
   none,        // too short included
 };
 
-// The exact comparison decides nearly every basename; the other one costs a hundred times as much.
+// The exact comparison decides nearly every basename; the other costs a hundred times as much.
 PrefixMatch match_prefix(std::string_view basename, std::string_view client);
 
-// What stands behind the client name and the one character that follows it, split at every "_" and
-// ".". The longest accepted name has 7 tokens.
+// The part of a basename after the client name and a separator, split at every "_" and ".". The
+// longest accepted name has 7 tokens.
 struct BasenameTokens {
   static constexpr std::size_t k_capacity = 8;
 
   std::array<std::string_view, k_capacity> tokens;
-  std::size_t count = 0;  // k_capacity stands for that many and more
+  std::size_t count = 0;  // k_capacity means that many or more
 
   std::string_view operator[](std::size_t i) const { return tokens[i]; }
 };
@@ -31,7 +31,7 @@ struct BasenameTokens {
 // The fewest tokens of an accepted name.
 constexpr std::size_t k_fewest_tokens = 4;
 
-// How many tokens the rest of a basename has, which begins behind a separator.
+// The number of tokens in the rest of a basename, which starts after a separator.
 std::size_t count_tokens(std::string_view rest);
 
 // Splits a basename whose prefix is the client's name, and checks that it has 4 to `most` tokens.
@@ -43,8 +43,8 @@ BasenameTokens split_basename(std::string_view basename, std::size_t client_leng
 // k_status_handled for an event's name, else k_status_malformed.
 void require_prefix(std::string_view basename, std::string_view client, PrefixMatch match);
 
-// The number behind the token's first character, which is not looked at.
+// The number after the token's first character, which may be any.
 // Errors: boost::bad_lexical_cast, also for an empty token.
-unsigned number_behind_letter(std::string_view token);
+unsigned number_after_letter(std::string_view token);
 
 }  // namespace catalog::podb

@@ -19,9 +19,9 @@ void BasenameTimeAndCopy::parse(std::string_view basename, const std::string& cl
   client_name = basename.substr(0, client_dir.size());
   const BasenameTokens tokens = split_basename(basename, client_dir.size(), k_most_tokens);
   backup_time = util::to_number<long>(tokens[0]);
-  copy_number = number_behind_letter(tokens[1]);
-  const char* const behind_copy = tokens[1].data() + tokens[1].size() + 1;
-  m_copy_prefix = basename.substr(0, static_cast<std::size_t>(behind_copy - basename.data()));
+  copy_number = number_after_letter(tokens[1]);
+  const char* const after_copy = tokens[1].data() + tokens[1].size() + 1;
+  m_copy_prefix = basename.substr(0, static_cast<std::size_t>(after_copy - basename.data()));
 }
 
 bool BasenameTimeAndCopy::names_same_copy(std::string_view basename,

@@ -6,9 +6,8 @@
 
 namespace catalog::podb {
 
-// What a PO's basename says of the image copy it belongs to. More lenient than POFilename: one
-// token more is accepted, fragments are not looked at, and a replicated object counts like any
-// other.
+// The image copy that a PO's basename names. More lenient than POFilename: it accepts one more
+// token, ignores fragments, and treats a replicated object like any other.
 //
 // Threads: one thread.
 class BasenameTimeAndCopy {
@@ -16,8 +15,8 @@ class BasenameTimeAndCopy {
   // Fills the fields from a basename found in the directory of client `client_dir`.
   // Errors: as POFilename::parse.
   //
-  // The fields are not to be changed between two calls: a name of the same copy as the one parsed last,
-  // known by its beginning, leaves them as they are.
+  // Do not change the fields between two calls: a name of the same copy as the last one leaves them
+  // as they are.
   void parse(std::string_view basename, const std::string& client_dir);
 
   std::int64_t backup_time = 0;  // seconds since the epoch
@@ -27,7 +26,7 @@ class BasenameTimeAndCopy {
  private:
   bool names_same_copy(std::string_view basename, const std::string& client_dir) const;
 
-  std::string m_copy_prefix;  // of the last name, with the separator behind the copy number
+  std::string m_copy_prefix;  // of the last name, with the separator after the copy number
 };
 
 }  // namespace catalog::podb

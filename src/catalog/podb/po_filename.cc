@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t k_most_tokens_of_po = 6;
 constexpr std::size_t k_tokens_with_extra = 5;
 
-// Wraps where the negative has no counterpart.
+// The smallest number stays as it is: it has no positive counterpart.
 std::int32_t negated(std::int32_t number) {
   return static_cast<std::int32_t>(0U - static_cast<std::uint32_t>(number));
 }
@@ -24,7 +24,7 @@ void POFilename::parse(const std::string& basename, const std::string& client_di
   using boost::algorithm::starts_with;
   using util::to_number;
   const PrefixMatch match = match_prefix(basename, client_dir);
-  // A replicated object of the client in any letter case is left alone, before its case is judged.
+  // A replicated object is skipped whatever the letter case of its client's name.
   if (match != PrefixMatch::none && basename.size() > client_dir.size() && basename.back() == ']') {
     throw Cr_ErrnoException(k_status_handled, "[R]");
   }
@@ -33,7 +33,7 @@ void POFilename::parse(const std::string& basename, const std::string& client_di
 
   const BasenameTokens tokens = split_basename(basename, client_dir.size(), k_most_tokens_of_po);
   backup_time = to_number<long>(tokens[0]);
-  copy_number = number_behind_letter(tokens[1]);
+  copy_number = number_after_letter(tokens[1]);
   const std::string_view fragment = tokens[2];
   if (starts_with(fragment, "F")) {
     fragment_number = static_cast<std::int32_t>(to_number<unsigned>(fragment.substr(1)));
@@ -43,7 +43,7 @@ void POFilename::parse(const std::string& basename, const std::string& client_di
     throw Cr_ErrnoException(k_status_malformed, basename + " has as unknown fragment type");
   }
   const bool has_extra = tokens.count == k_tokens_with_extra;
-  if (has_extra) extra_number = number_behind_letter(tokens[3]);
+  if (has_extra) extra_number = number_after_letter(tokens[3]);
   suffix = tokens[has_extra ? 4 : 3];
 }
 

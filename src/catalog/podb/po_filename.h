@@ -5,7 +5,7 @@
 
 namespace catalog::podb {
 
-// Everything that a PO's basename says: `<client>_<time>_C<copy>_<fragment>[_S<extra>].<suffix>`.
+// The fields of a PO's basename: `<client>_<time>_C<copy>_<fragment>[_S<extra>].<suffix>`.
 //
 // Threads: one thread.
 class POFilename {
@@ -13,8 +13,8 @@ class POFilename {
   // Fills the fields from a basename found in the directory of client `client_dir`. A header
   // leaves `fragment_number` as it was, a name of other than 5 tokens `extra_number`.
   // Errors: Cr_ErrnoException, k_status_malformed for a malformed name and k_status_handled for a
-  //   name that is left alone on purpose (an event, a replicated object); boost::bad_lexical_cast
-  //   for a number that is none. Fields filled before the fault stay filled.
+  //   name that is skipped on purpose (an event, a replicated object); boost::bad_lexical_cast for
+  //   a malformed number. Fields filled before the error stay filled.
   void parse(const std::string& basename, const std::string& client_dir);
 
   std::uint32_t copy_number = 0;

@@ -7,7 +7,7 @@
 
 namespace catalog::podb {
 
-// What the path of a policy directory says: `<catalog root>/<DSID>/<client>/<policy>`.
+// The parts of a policy directory's path: `<tree root>/<DSID>/<client>/<policy>`.
 struct PolicyLocation {
   // Errors: boost::bad_lexical_cast for a DSID that is no number.
   explicit PolicyLocation(const boost::filesystem::path& policy_dir);
@@ -18,7 +18,7 @@ struct PolicyLocation {
   boost::filesystem::path tree_root;
 };
 
-// Names a lock: equal for all directories whose POs a repair may move between them, and only for these.
+// The name of a lock: equal exactly for directories between which a repair may move POs.
 std::string spellings_lock_name(const PolicyLocation& location);
 
 }  // namespace catalog::podb

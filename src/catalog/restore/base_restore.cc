@@ -11,20 +11,20 @@ namespace fs = boost::filesystem;
 
 namespace catalog {
 
-BaseRestore::BaseRestore(const fs::path& log_dir, const fs::path& catalog_dir, unsigned num_threads,
+BaseRestore::BaseRestore(const fs::path& log_dir, const fs::path& tree_root, unsigned num_threads,
                          const RestoreRequest& request, const std::string& condition)
-    : BaseTraverseCatalog(log_dir, catalog_dir, num_threads, false),
+    : BaseTraverseCatalog(log_dir, tree_root, num_threads, false),
       m_request(request),
       m_readers(request.record) {
-  const RecordReaders::Lent reader(m_readers);
-  m_dirs = std::make_unique<RecordedDirs>(*reader, condition, request.wanted, catalog_dir);
+  const auto reader = m_readers.lend();
+  m_dirs = std::make_unique<RecordedDirs>(*reader, condition, request.wanted, tree_root);
   init_log_file(log_dir / layout::k_restore_logs,
                 "Restore_" + std::to_string(std::time(nullptr)) + ".log");
   write_to_log("Record of the run:           " + request.record + "\n");
   m_messages = std::make_unique<RestoreMessages>(log(), totals_to_add_to(), !request.dry_run);
 }
 
-// A database that is gone is made again, unless all of the storage is gone.
+// A vanished database is created again, unless the whole storage vanished.
 int BaseRestore::visit_dir(const fs::path& policy_dir) {
   RestoredDir dir{policy_dir, directory_of(policy_dir)};
   const auto fail = [&](int status, const std::string& why) {
@@ -34,7 +34,7 @@ int BaseRestore::visit_dir(const fs::path& policy_dir) {
   return do_or_fail(
       [&] {
         if (!dct::filesystem::exists(database::podb_file(policy_dir))) require_same_root();
-        const RecordReaders::Lent reader(m_readers);
+        const auto reader = m_readers.lend();
         for (const std::int64_t id : m_dirs->ids_of(policy_dir.string())) {
           restore(dir, id, *reader);
         }

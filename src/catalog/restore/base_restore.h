@@ -11,18 +11,18 @@
 
 namespace catalog {
 
-// What is to be restored.
+// What to restore.
 struct RestoreRequest {
   std::string record;  // the file
   WantedNames wanted;
   bool dry_run = false;
 };
 
-// Undoes a run, by its record: the directories that the record names, instead of a walk. May be
-// interrupted anywhere; a second run finishes it.
+// Undoes a run with its record. Visits the directories that the record names. It may be interrupted
+// anywhere; a second run finishes it.
 //
 // Threads: as the base.
-// Errors: a directory that cannot be restored is reported, and the others are restored.
+// Errors: a directory that cannot be restored is reported, and the traversal goes on.
 class BaseRestore : public BaseTraverseCatalog {
  public:
   int visit_dir(const boost::filesystem::path& policy_dir) override;
@@ -31,19 +31,20 @@ class BaseRestore : public BaseTraverseCatalog {
   void summarize_impl() override;
   std::string findings() const override;
 
-  // Whether nothing stood in the way.
+  // Whether every PO, and after a repair every link, was restored.
   bool all_is_restored() const { return m_messages->all_is_restored(); }
 
  protected:
   // `condition` selects the directories; see RecordedDirs.
-  // Errors: filesystem_error or Cr_ErrnoException when the log cannot be made or the record not read.
-  BaseRestore(const boost::filesystem::path& log_dir, const boost::filesystem::path& catalog_dir,
+  // Errors: filesystem_error or Cr_ErrnoException when the log cannot be made or the record not
+  //   read.
+  BaseRestore(const boost::filesystem::path& log_dir, const boost::filesystem::path& tree_root,
               unsigned num_threads, const RestoreRequest& request, const std::string& condition);
 
-  // Restores what the record has of a directory under the number `id`. Errors: Cr_ErrnoException.
+  // Restores what the record has for a directory with the number `id`. Errors: Cr_ErrnoException.
   virtual void restore(RestoredDir& dir, std::int64_t id, record::RunReader& reader) = 0;
 
-  RestoreMessages& restore_findings() { return *m_messages; }
+  RestoreMessages& messages() { return *m_messages; }
   const RestoreRequest& request() const { return m_request; }
   RecordReaders& readers() { return m_readers; }
 
@@ -54,7 +55,7 @@ class BaseRestore : public BaseTraverseCatalog {
   std::unique_ptr<RestoreMessages> m_messages;
 };
 
-// To be called after a commit with which a directory is not done.
+// To be called between two transactions of a directory.
 // Errors: Cr_ErrnoException when a signal asked the run to stop.
 void stop_if_interrupted();
 

@@ -13,8 +13,8 @@
 
 namespace catalog {
 
-// Readers of one record, each lent to one worker at a time: opening one for each directory would take
-// longer than to read what is there.
+// Readers of one record, each lent to one worker at a time. Opening one for each directory would
+// take longer than reading.
 //
 // Threads: every member may be called from any thread.
 // Errors: those of RunReader.
@@ -22,26 +22,10 @@ class RecordReaders {
  public:
   explicit RecordReaders(std::string file) : m_file(std::move(file)) {}
 
-  // Lends a reader for as long as it lives.
-  class Lent {
-   public:
-    explicit Lent(RecordReaders& readers) : m_readers(readers), m_reader(readers.take()) {}
-    ~Lent() {
-      try {
-        m_readers.give_back(std::move(m_reader));
-      } catch (const std::exception&) {
-        // Without memory to keep it, it is closed.
-      }
-    }
-    Lent(const Lent&) = delete;
-    Lent& operator=(const Lent&) = delete;
-
-    record::RunReader& operator*() const { return *m_reader; }
-
-   private:
-    RecordReaders& m_readers;
-    std::unique_ptr<record::RunReader> m_reader;
-  };
+  // Lends a reader for as long as the pointer lives. This object must outlive it.
+  std::shared_ptr<record::RunReader> lend() {
+    return {take().release(), [this](record::RunReader* reader) { give_back(Reader(reader)); }};
+  }
 
  private:
   using Reader = std::unique_ptr<record::RunReader>;
@@ -58,9 +42,13 @@ class RecordReaders {
     return std::make_unique<record::RunReader>(m_file);
   }
 
-  void give_back(Reader reader) {
-    const boost::lock_guard<boost::mutex> guard(m_mutex);
-    m_free.push_back(std::move(reader));
+  void give_back(Reader reader) noexcept {
+    try {
+      const boost::lock_guard<boost::mutex> guard(m_mutex);
+      m_free.push_back(std::move(reader));
+    } catch (const std::exception&) {
+      // Without memory to keep the reader, it is closed.
+    }
   }
 
   const std::string m_file;

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -17,7 +18,7 @@ class RunReader;
 
 namespace catalog {
 
-// The names of clients and policies that are wanted; all, if there is none.
+// The wanted client and policy; all, if there is none.
 struct WantedNames {
   std::optional<std::string> client;
   std::optional<std::string> policy;
@@ -25,41 +26,32 @@ struct WantedNames {
   bool are_all() const { return !client && !policy; }
 };
 
-// The policy directories that a record names, as directories of a catalog. Memory goes by their number.
+// The policy directories that a record names, as paths below `tree_root`. Memory grows with their
+// number.
 //
-// Threads: constant once it is made; sources from several threads.
+// Threads: never changes; sources may be used from several threads.
 class RecordedDirs {
  public:
-  // Those for which an SQL condition holds; `d` is the directory in it.
-  // Errors: those of the reader; Cr_ErrnoException for names that lead out of the catalog.
+  // Those for which an SQL condition holds, in which `d` is the directory.
+  // Errors: those of the reader; Cr_ErrnoException for names that lead out of the metadata tree.
   RecordedDirs(record::RunReader& reader, const std::string& condition, const WantedNames& wanted,
-               const boost::filesystem::path& catalog);
+               const boost::filesystem::path& tree_root);
 
   // Hands out each directory once, in byte order of the paths. Refers to this object.
   std::unique_ptr<DirsSource> source() const;
 
-  std::size_t size() const { return m_paths; }
+  std::size_t size() const { return m_ids.size(); }
 
-  // The numbers in the record of a directory that the source handed out.
-  std::vector<std::int64_t> ids_of(const std::string& path) const;
+  // The numbers that the record has for a directory of the source, ascending.
+  const std::vector<std::int64_t>& ids_of(const std::string& path) const { return m_ids.at(path); }
 
  private:
-  struct Dir {
-    std::string path;
-    std::int64_t id;
-    bool operator<(const Dir& other) const {
-      return path != other.path ? path < other.path : id < other.id;
-    }
-  };
-  class Source;
-
-  std::vector<Dir> m_dirs;  // sorted
-  std::size_t m_paths = 0;  // of them
+  std::map<std::string, std::vector<std::int64_t>> m_ids;  // by path
 };
 
-// Joins a path below the catalog to it.
-// Errors: Cr_ErrnoException for one that is not below it.
-boost::filesystem::path below_catalog(const boost::filesystem::path& catalog,
-                                      const std::string& path);
+// Joins a path from a record to the root of the metadata tree.
+// Errors: Cr_ErrnoException for a path that leads out of the tree.
+boost::filesystem::path below_tree_root(const boost::filesystem::path& tree_root,
+                                        const std::string& path);
 
 }  // namespace catalog

@@ -16,12 +16,12 @@ std::string has_saved_pos() {
 }  // namespace
 
 RestoreDeletion::RestoreDeletion(const boost::filesystem::path& log_dir,
-                                 const boost::filesystem::path& catalog_dir, unsigned num_threads,
+                                 const boost::filesystem::path& tree_root, unsigned num_threads,
                                  const RestoreRequest& request)
-    : BaseRestore(log_dir, catalog_dir, num_threads, request, has_saved_pos()) {}
+    : BaseRestore(log_dir, tree_root, num_threads, request, has_saved_pos()) {}
 
 void RestoreDeletion::restore(RestoredDir& dir, std::int64_t id, record::RunReader& reader) {
-  podb::RestorePODB podb(metadata_dir(), dir, restore_findings(), request().dry_run);
+  podb::RestorePODB podb(tree_root(), dir, messages(), request().dry_run);
   podb.restore(reader, id);
 }
 

@@ -9,9 +9,8 @@ namespace catalog {
 // Threads, Errors: as the base.
 class RestoreDeletion : public BaseRestore {
  public:
-  RestoreDeletion(const boost::filesystem::path& log_dir,
-                  const boost::filesystem::path& catalog_dir, unsigned num_threads,
-                  const RestoreRequest& request);
+  RestoreDeletion(const boost::filesystem::path& log_dir, const boost::filesystem::path& tree_root,
+                  unsigned num_threads, const RestoreRequest& request);
 
  private:
   void restore(RestoredDir& dir, std::int64_t id, record::RunReader& reader) override;

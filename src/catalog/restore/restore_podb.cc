@@ -1,9 +1,9 @@
 #include "catalog/restore/restore_podb.h"
 
 #include <string>
+#include <variant>
 
 #include "catalog/restore/base_restore.h"
-#include "catalog/restore/row_name.h"
 #include "record/run_reader.h"
 #include "record/schema.h"
 
@@ -11,15 +11,25 @@ namespace fs = boost::filesystem;
 
 namespace catalog::podb {
 
-RestorePODB::RestorePODB(const fs::path& tree_root, RestoredDir& dir, RestoreMessages& findings,
-                         bool dry_run)
-    : m_dir(dir), m_messages(findings), m_dry_run(dry_run) {
-  if (dry_run) {
-    m_podb = std::make_unique<SQLitePODB>(tree_root.string(), dir.path.string());
-  } else {
-    m_podb = std::make_unique<SQLitePODB>(tree_root, dir.path);
-  }
+namespace {
+
+// The basename of a PO as reports show it.
+std::string name_of(const database::PORow& row) {
+  if (const auto* text = std::get_if<std::string>(&row.front())) return *text;
+  if (const auto* blob = std::get_if<database::Blob>(&row.front())) return blob->bytes;
+  return "(a number)";
 }
+
+}  // namespace
+
+RestorePODB::RestorePODB(const fs::path& tree_root, RestoredDir& dir, RestoreMessages& messages,
+                         bool dry_run)
+    : m_dir(dir),
+      m_messages(messages),
+      m_dry_run(dry_run),
+      m_podb(dry_run ? std::make_unique<SQLitePODB>(tree_root.string(), dir.path.string())
+                     : std::make_unique<SQLitePODB>(tree_root, dir.path)),
+      m_transaction(*m_podb) {}
 
 // The record is read a few rows at a time, so that a transaction can end between two readings.
 void RestorePODB::restore(record::RunReader& saved, std::int64_t id) {
@@ -52,20 +62,19 @@ void RestorePODB::begin() {
   m_begin = Clock::now();
   m_stored = 0;
   if (m_dry_run && !m_podb->is_there()) return;
-  const cr_status_t status = m_podb->do_begin_transaction();
+  const cr_status_t status = m_transaction.begin();
   if (status != k_status_ok) fail("begin a transaction", status);
 }
 
-// What stored nothing writes nothing, and makes no database.
+// Without stored POs nothing is written, and no database is created.
 void RestorePODB::commit() {
   const bool has_changes = m_stored != 0 && !m_dry_run;
-  const cr_status_t status =
-      has_changes ? m_podb->do_commit_transaction() : m_podb->do_rollback_transaction();
+  const cr_status_t status = has_changes ? m_transaction.commit() : m_transaction.roll_back();
   if (status != k_status_ok) fail("commit a transaction", status);
   m_dir.directory.counts.restored_pos += m_stored;
 }
 
-// Nearly always the name is free, and only the insertion finds out.
+// The name is nearly always free, so the insertion comes before any lookup.
 void RestorePODB::put_back() {
   if (m_dry_run) return compare();
   const cr_status_t status = m_podb->put_new_row(m_row);
@@ -77,12 +86,12 @@ void RestorePODB::put_back() {
 void RestorePODB::compare() {
   const bool is_there = m_podb->is_there();
   const cr_status_t status =
-      is_there ? m_podb->get_row(m_row.front(), m_row_of_that_name) : k_status_db_no_such_po;
+      is_there ? m_podb->get_row(m_row.front(), m_existing_row) : k_status_db_no_such_po;
   if (status == k_status_db_no_such_po && m_dry_run) {
     ++m_stored;
   } else if (status != k_status_ok) {
     fail("get a PO", status);
-  } else if (m_row == m_row_of_that_name) {
+  } else if (m_row == m_existing_row) {
     ++m_dir.there_already;
   } else {
     m_messages.collision(m_dir, name_of(m_row));

@@ -8,6 +8,7 @@
 
 #include "catalog/messages/restore_messages.h"
 #include "podb/po_row.h"
+#include "podb/podb_transaction.h"
 #include "podb/sqlite_podb.h"
 
 namespace record {
@@ -16,18 +17,18 @@ class RunReader;
 
 namespace catalog::podb {
 
-// Puts saved POs back into the database of one policy directory, which is made if it is not there.
+// Puts saved POs back into the database of one policy directory, which is created if needed.
 //
-// Threads: one thread; not two for one directory.
-// Ownership: refers to all that it is given.
-// Errors: Cr_ErrnoException; what was committed before stays. The directory counts what was committed.
+// Threads: one thread; never two for one directory.
+// Ownership: refers to its arguments.
+// Errors: Cr_ErrnoException. Earlier commits stay, and the directory counts them.
 class RestorePODB {
  public:
-  // A dry run opens the database for reading only, and counts.
-  RestorePODB(const boost::filesystem::path& tree_root, RestoredDir& dir, RestoreMessages& findings,
+  // A dry run opens the database read-only, and counts.
+  RestorePODB(const boost::filesystem::path& tree_root, RestoredDir& dir, RestoreMessages& messages,
               bool dry_run);
 
-  // The POs that `saved` has of the directory with the number `id`.
+  // Restores the POs that `saved` has for the directory with the number `id`.
   void restore(record::RunReader& saved, std::int64_t id);
 
  private:
@@ -42,11 +43,12 @@ class RestorePODB {
   RestoredDir& m_dir;
   RestoreMessages& m_messages;
   const bool m_dry_run;
-  std::unique_ptr<SQLitePODB> m_podb;
+  const std::unique_ptr<SQLitePODB> m_podb;
+  database::PODBTransaction m_transaction;
   Clock::time_point m_begin;
-  std::uint64_t m_stored = 0;          // since the last commit
-  database::PORow m_row;               // in hand
-  database::PORow m_row_of_that_name;  // in the database
+  std::uint64_t m_stored = 0;      // since the last commit
+  database::PORow m_row;           // from the record
+  database::PORow m_existing_row;  // of that name, in the database
 };
 
 }  // namespace catalog::podb

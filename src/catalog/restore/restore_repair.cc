@@ -3,13 +3,11 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 
 #include <boost/filesystem/operations.hpp>
 
 #include "catalog/podb/policy_location.h"
-#include "catalog/restore/move_back_podb.h"
 #include "files/storage_layout.h"
 #include "files/sync.h"
 #include "podb/podb_removal.h"
@@ -23,21 +21,18 @@ namespace catalog {
 
 namespace {
 
-// A repair leaves no symbolic link in the catalog. One that is there by now, which may be one that a
-// restore made again, leads to what the repair did not make, or out of the catalog.
-bool leads_through_link(const fs::path& catalog, fs::path path) {
+// A repair leaves no symbolic link in the metadata tree. A later link, perhaps of an earlier
+// restore, leads to paths that the repair did not create, or out of the tree.
+bool leads_through_link(const fs::path& tree_root, fs::path path) {
   boost::system::error_code error;
-  for (; path != catalog && !path.empty(); path = path.parent_path()) {
+  for (; path != tree_root && !path.empty(); path = path.parent_path()) {
     if (fs::is_symlink(fs::symlink_status(path, error))) return true;
   }
   return false;
 }
 
-}  // namespace
-
-namespace {
-
-// What the POs of a directory replaced in their targets: few, since only what has the same POID is.
+// The rows that the POs of a directory replaced in their targets. They are few: only a PO with the
+// same POID is replaced.
 podb::MoveBackPODB::Rows replaced_by(std::int64_t directory, record::RunReader& reader) {
   podb::MoveBackPODB::Rows rows;
   const std::string each = std::to_string(record::k_saved_of_directory);
@@ -54,23 +49,23 @@ podb::MoveBackPODB::Rows replaced_by(std::int64_t directory, record::RunReader& 
 
 }  // namespace
 
-// The rows of a group stand together, so that what is kept goes by the groups.
-RestoreRepair::RestoreRepair(const fs::path& log_dir, const fs::path& catalog_dir,
+// The rows of a group are consecutive, so memory grows only with the number of groups.
+RestoreRepair::RestoreRepair(const fs::path& log_dir, const fs::path& tree_root,
                              unsigned num_threads, const RestoreRequest& request)
-    : BaseRestore(log_dir, catalog_dir, num_threads, request,
+    : BaseRestore(log_dir, tree_root, num_threads, request,
                   "d.id IN (SELECT directory FROM moved)") {
-  const RecordReaders::Lent reader(readers());
+  const auto reader = readers().lend();
   std::int64_t last_dir = 0;
-  (*reader).rows("SELECT id, directory, target FROM moved ORDER BY id",
-                 [&](const record::RunReader::Row& row) {
-                   const std::int64_t id = row.number(0);
-                   const std::int64_t dir = row.number(1);
-                   std::vector<Moves>& moves = m_moves[dir];
-                   const bool goes_on = dir == last_dir && moves.back().target == row.number(2);
-                   if (goes_on) moves.back().last = id;
-                   if (!goes_on) moves.push_back({id, id, row.number(2)});
-                   last_dir = dir;
-                 });
+  reader->rows("SELECT id, directory, target FROM moved ORDER BY id",
+               [&](const record::RunReader::Row& row) {
+                 const std::int64_t id = row.number(0);
+                 const std::int64_t dir = row.number(1);
+                 std::vector<Moves>& moves = m_moves[dir];
+                 const bool goes_on = dir == last_dir && moves.back().target == row.number(2);
+                 if (goes_on) moves.back().last = id;
+                 if (!goes_on) moves.push_back({id, id, row.number(2)});
+                 last_dir = dir;
+               });
 }
 
 void RestoreRepair::restore(RestoredDir& dir, std::int64_t id, record::RunReader& reader) {
@@ -90,8 +85,8 @@ void RestoreRepair::restore(RestoredDir& dir, const Moves& moves,
   reader.rows("SELECT client FROM client_policy WHERE id = " + std::to_string(moves.target),
               [&](const record::RunReader::Row& row) { client = row.text(0); });
   const std::string target = std::to_string(location.dsid) + "/" + client + "/" + location.policy;
-  podb::MoveBackPODB podb(metadata_dir(), dir, below_catalog(metadata_dir(), target), replaced,
-                          restore_findings(), request().dry_run);
+  podb::MoveBackPODB podb(tree_root(), dir, below_tree_root(tree_root(), target), replaced,
+                          messages(), request().dry_run);
   podb::MoveBackPODB::Names names;
   for (std::int64_t first = moves.first; first <= moves.last;) {
     names.clear();
@@ -110,26 +105,26 @@ void RestoreRepair::restore(RestoredDir& dir, const Moves& moves,
 
 void RestoreRepair::summarize_impl() {
   if (reached_end()) {
-    const RecordReaders::Lent reader(readers());
-    take_away_what_was_made(*reader);
+    const auto reader = readers().lend();
+    remove_made_paths(*reader);
     if (request().wanted.are_all()) restore_links(*reader);
   }
   BaseRestore::summarize_impl();
 }
 
-void RestoreRepair::take_away_what_was_made(record::RunReader& reader) {
+void RestoreRepair::remove_made_paths(record::RunReader& reader) {
   reader.rows("SELECT path FROM made ORDER BY id DESC", [&](const record::RunReader::Row& row) {
     if (util::interrupted()) return;
-    const fs::path made = below_catalog(metadata_dir(), row.text(0));
-    if (leads_through_link(metadata_dir(), made)) return;
-    if (!request().dry_run) return take_away(made);
+    const fs::path made = below_tree_root(tree_root(), row.text(0));
+    if (leads_through_link(tree_root(), made)) return;
+    if (!request().dry_run) return remove_made(made);
     boost::system::error_code error;
-    if (fs::exists(fs::symlink_status(made, error))) restore_findings().would_take_away(made);
+    if (fs::exists(fs::symlink_status(made, error))) messages().removed(made);
   });
 }
 
-// A directory or database with something in it stays.
-void RestoreRepair::take_away(const fs::path& made) {
+// A directory or database that is not empty stays.
+void RestoreRepair::remove_made(const fs::path& made) {
   boost::system::error_code error;
   const fs::file_status status = fs::symlink_status(made, error);
   bool is_gone = false;
@@ -137,20 +132,20 @@ void RestoreRepair::take_away(const fs::path& made) {
     if (fs::is_directory(status)) {
       is_gone = ::rmdir(made.c_str()) == 0;
       const bool is_in_use = errno == ENOTEMPTY || errno == EEXIST;
-      if (!is_gone && !is_in_use) restore_findings().not_taken_away(made, std::strerror(errno));
+      if (!is_gone && !is_in_use) messages().not_removed(made, std::strerror(errno));
     } else if (fs::is_regular_file(status) && made.filename() == layout::k_po_database) {
       is_gone = database::remove_podb_without_pos(made.parent_path());
     }
   } catch (const Cr_ErrnoException& fault) {
-    restore_findings().not_taken_away(made, fault.GetString());
+    messages().not_removed(made, fault.GetString());
   }
-  if (is_gone) restore_findings().took_away(made);
+  if (is_gone) messages().removed(made);
 }
 
 void RestoreRepair::restore_links(record::RunReader& reader) {
   reader.rows("SELECT path, target FROM link ORDER BY id", [&](const record::RunReader::Row& row) {
     if (util::interrupted()) return;
-    restore_link(below_catalog(metadata_dir(), row.text(0)), row.text(1));
+    restore_link(below_tree_root(tree_root(), row.text(0)), row.text(1));
   });
 }
 
@@ -158,22 +153,21 @@ void RestoreRepair::restore_link(const fs::path& link, const std::string& target
   boost::system::error_code error;
   const fs::file_status status = fs::symlink_status(link, error);
   if (fs::is_symlink(status) && fs::read_symlink(link, error).string() == target) return;
-  if (status.type() != fs::file_not_found) return restore_findings().link_collision(link);
+  if (status.type() != fs::file_not_found) return messages().link_collision(link);
   const fs::path dir = link.parent_path();
   if (!fs::is_directory(dir, error)) {
-    return restore_findings().link_not_restored(link, "its directory is not there");
+    return messages().link_not_restored(link, "its directory is not there");
   }
-  if (leads_through_link(metadata_dir(), dir)) {
-    return restore_findings().link_not_restored(link,
-                                                "another symbolic link leads to its directory");
+  if (leads_through_link(tree_root(), dir)) {
+    return messages().link_not_restored(link, "another symbolic link leads to its directory");
   }
   if (!request().dry_run) {
     if (::symlink(target.c_str(), link.c_str()) != 0) {
-      return restore_findings().link_not_restored(link, std::strerror(errno));
+      return messages().link_not_restored(link, std::strerror(errno));
     }
     files::sync_directory(dir.string());
   }
-  restore_findings().link_restored(link, target);
+  messages().link_restored(link, target);
 }
 
 }  // namespace catalog

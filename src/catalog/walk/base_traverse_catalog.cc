@@ -13,10 +13,10 @@ namespace fs = boost::filesystem;
 
 namespace catalog {
 
-BaseTraverseCatalog::BaseTraverseCatalog(const fs::path& log_dir, const fs::path& metadata_dir,
+BaseTraverseCatalog::BaseTraverseCatalog(const fs::path& log_dir, const fs::path& tree_root,
                                          unsigned num_threads, bool stop_on_error)
     : m_log_dir(log_dir),
-      m_metadata_dir(metadata_dir),
+      m_tree_root(tree_root),
       m_num_threads(num_threads),
       m_stop_on_error(stop_on_error) {}
 
@@ -24,20 +24,12 @@ BaseTraverseCatalog::~BaseTraverseCatalog() = default;
 
 void BaseTraverseCatalog::summarize_impl() {}
 
-bool BaseTraverseCatalog::wants(const fs::path& /*policy_dir*/) const {
-  return true;
-}
-
-std::vector<std::string> BaseTraverseCatalog::closing_lines() const {
-  return {};
-}
-
 std::unique_ptr<DirsSource> BaseTraverseCatalog::open_dirs() const {
-  return std::make_unique<LockedDirsIterator>(m_metadata_dir, m_log.get());
+  return std::make_unique<LockedDirsIterator>(m_tree_root, m_log.get());
 }
 
 bool BaseTraverseCatalog::traverse() {
-  m_root = WalkRoot(m_metadata_dir);
+  m_root = WalkRoot(m_tree_root);
   auto next = AfterWalk::another_walk;
   while (next == AfterWalk::another_walk) {
     next = walk() ? after_walk() : AfterWalk::failure;
@@ -48,30 +40,18 @@ bool BaseTraverseCatalog::traverse() {
 }
 
 bool BaseTraverseCatalog::walk() {
-  const bool ran_to_its_end = m_num_threads < 2 ? walk_on_this_thread() : walk_on_workers();
-  // What an open directory lists may come to its end without a fault when its storage is gone, and a
-  // directory that failed may have failed for that.
-  m_root.require_unchanged();
-  return ran_to_its_end && !util::interrupted();
-}
-
-bool BaseTraverseCatalog::walk_on_this_thread() {
-  const std::unique_ptr<DirsSource> dirs = open_dirs();
-  while (!util::interrupted()) {
-    const std::string path = dirs->get_next_path();
-    if (path.empty()) break;
-    if (visit_and_count(path) != 0 && m_stop_on_error) return false;
+  TraverseCatalogThreadPool pool(open_dirs(), m_num_threads, m_stop_on_error,
+                                 [this](const std::string& dir) { return visit_and_count(dir); });
+  if (m_num_threads < 2) {
+    pool.visit_dirs();
+  } else {
+    pool.Start();
+    pool.Wait();
+    pool.Stop();
   }
-  return true;
-}
-
-bool BaseTraverseCatalog::walk_on_workers() {
-  TraverseCatalogThreadPool pool(this, m_stop_on_error);
-  pool.Start();
-  pool.Wait();
-  pool.Stop();
-  pool.rethrow_exception();
-  return !pool.failed();
+  // If the storage is gone, an open directory may end without an error, and others may fail.
+  m_root.require_unchanged();
+  return !pool.failed() && !util::interrupted();
 }
 
 int BaseTraverseCatalog::visit_and_count(const fs::path& policy_dir) {
@@ -91,7 +71,7 @@ dct::util::LogFile& BaseTraverseCatalog::init_log_file(const fs::path& dir,
   dct::util::make_LogFile(dir / file_name, m_log);
   console::print("Log file: " + m_log->path() + "\n");
   write_to_log("Number of threads:           " + std::to_string(m_num_threads) + "\n" +
-               "Deduplication metadata dir:  " + m_metadata_dir.string() + "\n");
+               "Deduplication metadata dir:  " + m_tree_root.string() + "\n");
   record::run_record().note([this](record::Run& run) { run.threads = m_num_threads; });
   return *m_log;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <exception>
 #include <memory>
@@ -12,7 +13,6 @@
 
 #include "catalog/walk/dirs_source.h"
 #include "catalog/walk/run_totals.h"
-#include "catalog/walk/task_step.h"
 #include "catalog/walk/walk_root.h"
 #include "status/status.h"
 
@@ -22,8 +22,16 @@ class LogFile;
 
 namespace catalog {
 
-// A task over all policy directories of a catalog: the log, the walk and the workers are here, what
-// is done in one directory and how the run is summed up is a derived class's.
+// A step of a task that has several.
+struct TaskStep {
+  std::string name;
+  std::chrono::steady_clock::time_point start;
+  std::optional<std::uint64_t> dirs;    // to visit, if known
+  std::optional<std::uint64_t> images;  // listed so far, in a step that visits no directories
+};
+
+// A task over all policy directories of a metadata tree. This class has the task's log, the walk
+// and the workers. A derived class works on one directory and sums up the run.
 //
 // Threads: traverse and summarize_impl on one thread; visit_dir is called from several at once.
 // Ownership: shares its log file.
@@ -32,44 +40,41 @@ class BaseTraverseCatalog {
   // `num_threads` below 2: the walk runs on the calling thread. `stop_on_error`: the first
   // directory for which visit_dir returns an error ends the walk.
   BaseTraverseCatalog(const boost::filesystem::path& log_dir,
-                      const boost::filesystem::path& metadata_dir, unsigned num_threads,
+                      const boost::filesystem::path& tree_root, unsigned num_threads,
                       bool stop_on_error);
   virtual ~BaseTraverseCatalog();
-
-  // Whether the directory is to be visited; the others count as skipped. Called from any thread, also
-  // before the traversal.
-  virtual bool wants(const boost::filesystem::path& policy_dir) const;
-
-  // Processes one policy directory. Returns 0 for success. Reports what goes wrong inside the
-  // directory; what it throws ends the walk.
-  virtual int visit_dir(const boost::filesystem::path& policy_dir) = 0;
-
-  // Sums up the run. Called once, after the traversal; this one says nothing.
-  virtual void summarize_impl();
-
-  // What was found so far, in the words of the task: "3 collisions, 5 of another kind". Called from
-  // any thread.
-  virtual std::string findings() const = 0;
-
-  // What the end of the run says after the counts, each a line without its end.
-  virtual std::vector<std::string> closing_lines() const;
-
-  // The step that a task of several is at; none for the others. Called from any thread.
-  virtual std::optional<TaskStep> step() const { return std::nullopt; }
-
-  // The directories to visit, from the first; this one walks the catalog. Called once for each walk.
-  // Errors: filesystem_error when it cannot be read.
-  virtual std::unique_ptr<DirsSource> open_dirs() const;
-
-  // How many these are, if it is known without a walk.
-  virtual std::optional<std::uint64_t> number_of_dirs() const { return std::nullopt; }
-
   BaseTraverseCatalog(const BaseTraverseCatalog&) = delete;
   BaseTraverseCatalog& operator=(const BaseTraverseCatalog&) = delete;
 
-  // Visits every policy directory that is wanted, once in each walk of the task. True when all ran to
-  // their ends and no directory failed; false too when a signal asked the run to stop, however far it had
-  // come.
+  // Whether to visit the directory; the others count as skipped. Called from any thread, also
+  // before the traversal.
+  virtual bool wants(const boost::filesystem::path& /*policy_dir*/) const { return true; }
+
+  // Processes one policy directory and reports its failures. Returns 0 for success. What it throws
+  // ends the walk.
+  virtual int visit_dir(const boost::filesystem::path& policy_dir) = 0;
+
+  // Sums up the run. Called once, after the traversal.
+  virtual void summarize_impl();
+
+  // The counts so far, in the words of the task, such as "3 collisions". Called from any thread.
+  virtual std::string findings() const = 0;
+
+  // The lines that follow the counts at the end of the run, without line ends.
+  virtual std::vector<std::string> closing_lines() const { return {}; }
+
+  // The current step of a task that has several. Called from any thread.
+  virtual std::optional<TaskStep> step() const { return std::nullopt; }
+
+  // The directories to visit, from the first. Called once for each walk.
+  // Errors: filesystem_error when the tree cannot be read.
+  virtual std::unique_ptr<DirsSource> open_dirs() const;
+
+  // The number of these directories, if it is known without a walk.
+  virtual std::optional<std::uint64_t> number_of_dirs() const { return std::nullopt; }
+
+  // Visits every wanted policy directory, once in each walk of the task. True if all walks ran to
+  // their ends and no directory failed. False also when a signal asked the run to stop.
   // Errors: what the walk or visit_dir threw, rethrown on this thread when every worker has ended;
   //   WalkRootChanged.
   bool traverse();
@@ -77,31 +82,27 @@ class BaseTraverseCatalog {
   // Whether the last traversal saw all directories, failed ones among them.
   bool reached_end() const { return m_reached_end; }
 
-  // Visits one directory, if it is wanted, and counts it; for the traversal's own use.
-  int visit_and_count(const boost::filesystem::path& policy_dir);
-
-  const boost::filesystem::path& metadata_dir() const { return m_metadata_dir; }
-  unsigned num_threads() const { return m_num_threads; }
-  dct::util::LogFile& log() const { return *m_log; }
+  const boost::filesystem::path& tree_root() const { return m_tree_root; }
   const RunTotals& totals() const { return m_totals; }
 
  protected:
   const boost::filesystem::path& log_dir() const { return m_log_dir; }
 
-  // Opens the task's log `dir`/`file_name`, makes the directory if need be, and tells standard
-  // output where the log is. To be called in the derived class's constructor. Returns the log.
+  // Opens the task's log `dir`/`file_name`, creates the directory if needed, and prints the log's
+  // path to standard output. A derived class's constructor calls it. Returns the log.
   // Errors: filesystem_error, Cr_ErrnoException.
   dct::util::LogFile& init_log_file(const boost::filesystem::path& dir,
                                     const std::string& file_name);
 
+  dct::util::LogFile& log() const { return *m_log; }
   void write_to_log(const std::string& text) const;
 
-  // To be called when a listed directory has no database, before that is taken for an empty one.
-  // Errors: WalkRootChanged, which visit_dir is to pass on, as it ends the walk.
+  // To be called before a directory without a database is treated as an empty one.
+  // Errors: WalkRootChanged, which visit_dir must pass on: it ends the walk.
   void require_same_root() const { m_root.require_unchanged(); }
 
-  // Does the work of visit_dir. What it throws ends the directory: `fail` takes the status and the
-  // reason, and returns what visit_dir is to. What ends the walk passes through.
+  // Does the work of visit_dir. If it throws, the directory has failed: `fail` takes the status and
+  // the reason, and returns the result of visit_dir. WalkRootChanged passes through.
   template <class Work, class Fail>
   static int do_or_fail(Work work, Fail fail) {
     try {
@@ -115,22 +116,19 @@ class BaseTraverseCatalog {
     }
   }
 
-  // For what is counted in a directory.
   RunTotals& totals_to_add_to() { return m_totals; }
 
-  // What follows a walk that ran to its end.
   enum class AfterWalk { nothing, another_walk, failure };
 
-  // Called on the thread of the traversal after each such walk, while there are no workers.
+  // What follows a walk that ran to its end. Called on the traversal's thread, without workers.
   virtual AfterWalk after_walk() { return AfterWalk::nothing; }
 
  private:
   bool walk();
-  bool walk_on_this_thread();
-  bool walk_on_workers();
+  int visit_and_count(const boost::filesystem::path& policy_dir);
 
   const boost::filesystem::path m_log_dir;
-  const boost::filesystem::path m_metadata_dir;
+  const boost::filesystem::path m_tree_root;
   const unsigned m_num_threads;
   const bool m_stop_on_error;
   boost::shared_ptr<dct::util::LogFile> m_log;

@@ -10,8 +10,7 @@ bool has(const std::set<std::string>& names, const std::string& client, const st
 
 }  // namespace
 
-// No directory has a "/" in its name. A text with another one would exclude nothing, and a deletion
-// would take what was to stay.
+// A name with a second "/" would exclude nothing, and a deletion would then take too much.
 bool DirFilter::is_name(const std::string& text) {
   const std::size_t slash = text.find('/');
   if (slash == std::string::npos) return !text.empty();

@@ -6,14 +6,14 @@
 
 namespace catalog {
 
-// Which policy directories a run works on. Each name is CLIENT or CLIENT/POLICY, byte for byte.
+// Selects the policy directories of a run. Each name is CLIENT or CLIENT/POLICY, byte for byte.
 //
-// Threads: constant once made.
+// Threads: never changes.
 class DirFilter {
  public:
-  // All of them.
+  // Selects all.
   DirFilter() = default;
-  // Those that `only` names, or all if it is empty, without those that `except` names.
+  // Selects the names in `only`, or all if it is empty, without those in `except`.
   DirFilter(const std::vector<std::string>& only, const std::vector<std::string>& except)
       : m_only(only.begin(), only.end()), m_except(except.begin(), except.end()) {}
 

@@ -18,12 +18,11 @@ bool at_end(const fs::directory_iterator& level) {
   return level == fs::directory_iterator();
 }
 
-// The number that an entry's name says; false when it says none.
 bool try_dsid(const std::string& name, unsigned long& dsid) {
   return boost::conversion::try_lexical_convert(name, dsid);
 }
 
-// Whether an entry that cannot be looked at is a link that no storage can be behind.
+// Whether an entry without a status is a link that cannot lead to a storage.
 bool leads_nowhere(const fs::directory_entry& entry, const boost::system::error_code& error) {
   namespace errc = boost::system::errc;
   if (error == errc::too_many_symbolic_link_levels) return true;
@@ -62,15 +61,13 @@ void DirsIterator::do_increment(bool advance_first) {
   }
 }
 
-// Steps over what is no directory; false when nothing else is left on this level. A link counts as
-// what it leads to.
+// Steps over other entries; false at the end of the level. A link counts as its target.
 bool DirsIterator::settle_on_directory() {
   fs::directory_iterator& level = m_levels.top();
   while (!at_end(level) && !is_directory(*level)) ++level;
   return !at_end(level);
 }
 
-// A link that leads nowhere, be it to itself, is no directory.
 bool DirsIterator::is_directory(const fs::directory_entry& entry) const {
   boost::system::error_code error;
   const fs::file_status status = entry.status(error);
@@ -81,8 +78,7 @@ bool DirsIterator::is_directory(const fs::directory_entry& entry) const {
   return fs::is_directory(status);
 }
 
-// A directory that is gone since it was listed has nothing to walk: the repair takes away again what
-// it made in vain.
+// A vanished directory counts as empty: the repair removes directories that it made in vain.
 fs::directory_iterator DirsIterator::open_level(const fs::path& dir) const {
   boost::system::error_code error;
   fs::directory_iterator level(dir, error);
@@ -113,7 +109,7 @@ void DirsIterator::skip_non_dsid_dirs() {
 }
 
 void DirsIterator::write_to_log(const std::string& text) const {
-  if (m_passed_over == PassedOver::untold) return;
+  if (m_passed_over == PassedOver::silent) return;
   if (m_log != nullptr) {
     m_log->write(text);
   } else {

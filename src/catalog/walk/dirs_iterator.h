@@ -15,34 +15,32 @@ class LogFile;
 namespace catalog {
 
 // Walks the directories found exactly `depth` levels below a root, depth first, in the order in
-// which the file system lists them. On the first level only the directory of DSID 2 is entered, and
-// the log is told of each entry passed over.
+// which the file system lists them. On the first level only the directory of DSID 2 is entered;
+// each other entry is logged.
 //
-// A first-level entry of that number which is no directory is stepped past without the filter: the
-// directory behind it is then walked whatever its name. Storages with such a left-over file are
-// handled that way by every tool of the storage.
+// If a first-level entry of that number is no directory, the next first-level directory is walked
+// whatever its name. Every tool of the storage handles such a leftover file that way.
 //
-// A directory that is gone since it was listed counts as empty, but only while the root is still the
-// directory that it was at the start.
+// A directory that vanishes after it was listed counts as empty, if the root is still the same.
 //
 // Threads: one thread at a time.
-// Ownership: refers to the log, which must outlive it; without one, standard error is told.
+// Ownership: refers to the log, which must outlive it; null for standard error.
 // Invariant: the stack is empty at the end of the walk; else the entry under its top is current.
-// Errors: boost::filesystem::filesystem_error when a directory cannot be read or an entry's status
-//   not taken; WalkRootChanged when something is gone and the root with it.
+// Errors: boost::filesystem::filesystem_error when a directory or an entry's status cannot be read;
+//   WalkRootChanged when the root vanished with what was listed in it.
 class DirsIterator {
  public:
   // The end.
   DirsIterator() = default;
 
-  // Whether anybody is told of the entries that the filter passes over.
-  enum class PassedOver { told, untold };
+  // What happens to the first-level entries that are not entered.
+  enum class PassedOver { logged, silent };
 
   DirsIterator(const boost::filesystem::path& root, dct::util::LogFile* log, unsigned long depth,
-               PassedOver passed_over = PassedOver::told);
+               PassedOver passed_over = PassedOver::logged);
 
-  // Moves to the next directory: past the current one, or (`advance_first` false) to the current
-  // entry if it will do. Does nothing at the end.
+  // Moves to the next directory; with `advance_first` false it may be the current entry. Does
+  // nothing at the end.
   void do_increment(bool advance_first);
 
   bool equal(const DirsIterator& other) const;
@@ -61,17 +59,17 @@ class DirsIterator {
   std::stack<boost::filesystem::directory_iterator> m_levels;
   dct::util::LogFile* m_log = nullptr;
   unsigned long m_depth = 0;
-  PassedOver m_passed_over = PassedOver::told;
+  PassedOver m_passed_over = PassedOver::logged;
 };
 
-// The directory of the DSID that is walked, as storages name it.
+// The directory of the walked DSID, as storages name it.
 constexpr const char* k_walked_dsid_name = "2";
 
-// Whether a first-level entry of that name is the directory of the DSID that is walked. Other
-// spellings of the number count as well, as "02" and "+2".
+// Whether the name of a first-level entry is the walked DSID. Other spellings of the number, such
+// as "02" and "+2", count.
 bool is_walked_dsid(const std::string& name);
 
-// Levels from the catalog directory to the policy directories: DSID, client, policy.
+// Levels from the root of the metadata tree to the policy directories: DSID, client, policy.
 constexpr unsigned long k_policy_dir_depth = 3;
 
 }  // namespace catalog

@@ -14,7 +14,7 @@ class DirsSource {
   DirsSource(const DirsSource&) = delete;
   DirsSource& operator=(const DirsSource&) = delete;
 
-  // The next policy directory; empty when there is none left, and ever after.
+  // The next policy directory; an empty text from the end on.
   virtual std::string get_next_path() = 0;
 
   // Moves to the end: nothing more is handed out.

@@ -1,5 +1,7 @@
 #include "catalog/walk/locked_dirs_iterator.h"
 
+#include <utility>
+
 namespace catalog {
 
 LockedDirsIterator::LockedDirsIterator(const boost::filesystem::path& root, dct::util::LogFile* log)
@@ -7,23 +9,14 @@ LockedDirsIterator::LockedDirsIterator(const boost::filesystem::path& root, dct:
 
 std::string LockedDirsIterator::get_next_path() {
   const boost::lock_guard<boost::mutex> guard(m_mutex);
-  if (m_first_call) {
-    m_first_call = false;  // the walk stands on the first directory already
-  } else if (!m_walk.equal(m_end)) {
-    advance();
-  }
-  return m_walk.equal(m_end) ? std::string() : m_walk.dereference().string();
-}
-
-// A walk that broke off hands out nothing more, not even to a worker that asks before it is
-// stopped.
-void LockedDirsIterator::advance() {
   try {
-    m_walk.do_increment(true);
+    // A new walk is at the first directory already.
+    if (!std::exchange(m_first_call, false)) m_walk.do_increment(true);
   } catch (...) {
-    m_walk = m_end;
+    m_walk = m_end;  // no worker gets another directory
     throw;
   }
+  return m_walk.equal(m_end) ? std::string() : m_walk.dereference().string();
 }
 
 void LockedDirsIterator::stop() {

@@ -11,10 +11,10 @@
 
 namespace catalog {
 
-// Hands out the policy directories of one catalog to several workers, each directory once.
+// Hands out the policy directories of one metadata tree to several workers, each directory once.
 //
-// Threads: every member may be called from any thread. The walk itself goes on under the mutex, and
-//   with it the log lines of the DSID filter.
+// Threads: every member may be called from any thread. The walk and the log lines of its DSID
+//   filter run under the mutex.
 // Ownership: refers to the log file, which must outlive it.
 // Errors: filesystem_error when a directory cannot be read, WalkRootChanged when the root is gone.
 class LockedDirsIterator : public DirsSource {
@@ -25,8 +25,6 @@ class LockedDirsIterator : public DirsSource {
   void stop() override;
 
  private:
-  void advance() BOOST_THREAD_REQUIRES(m_mutex);
-
   boost::mutex m_mutex;
   DirsIterator m_walk BOOST_THREAD_GUARDED_BY(m_mutex);
   const DirsIterator m_end;

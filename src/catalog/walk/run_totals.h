@@ -9,25 +9,25 @@
 
 namespace catalog {
 
-// What a task counted in a whole run. Directories add to it once they are done, so that workers do
-// not meet here for each PO.
+// The counts of a whole run. A directory adds its own once it is done: workers do not compete for
+// these atomics with each PO.
 //
 // Threads: every member may be called from any thread.
 class RunTotals {
  public:
   void add_dir() { ++m_dirs; }
   void add_done_dir() { ++m_done_dirs; }
-  // Another walk begins, for which so many directories are done.
+  // At the start of another walk: these directories are done already.
   void set_done_dirs(std::uint64_t dirs) { m_done_dirs = dirs; }
   void add_failed_dir() { ++m_failed_dirs; }
-  void add_skipped_dir() { ++m_skipped_dirs; }  // which is none of the others
+  void add_skipped_dir() { ++m_skipped_dirs; }  // in no other count
   void add(const record::DirCounts& counts) {
     for (std::size_t i = 0; i < m_counts.size(); ++i)
       m_counts[i] += counts.*record::k_counts[i].value;
   }
 
   std::uint64_t dirs() const { return m_dirs; }
-  std::uint64_t done_dirs() const { return m_done_dirs; }  // those in hand left out
+  std::uint64_t done_dirs() const { return m_done_dirs; }  // without those at work
   std::uint64_t failed_dirs() const { return m_failed_dirs; }
   std::uint64_t skipped_dirs() const { return m_skipped_dirs; }
   record::DirCounts counts() const {

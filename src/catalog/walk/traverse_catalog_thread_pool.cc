@@ -1,9 +1,9 @@
 #include "catalog/walk/traverse_catalog_thread_pool.h"
 
+#include <cstddef>
 #include <cstring>
-#include <string>
+#include <utility>
 
-#include "catalog/walk/base_traverse_catalog.h"
 #include "console/run_log.h"
 #include "signals/interrupt.h"
 #include "status/status.h"
@@ -12,18 +12,24 @@ namespace catalog {
 
 using Worker = Ks_Thread<TraverseCatalogThreadPool>;
 
-TraverseCatalogThreadPool::TraverseCatalogThreadPool(BaseTraverseCatalog* task, bool stop_on_error)
-    : m_task(task),
+TraverseCatalogThreadPool::TraverseCatalogThreadPool(std::unique_ptr<DirsSource> dirs,
+                                                     unsigned num_threads, bool stop_on_error,
+                                                     Visit visit)
+    : m_dirs(std::move(dirs)),
       m_stop_on_error(stop_on_error),
-      m_dirs(task->open_dirs()),
+      m_visit(std::move(visit)),
       m_running("Traverse Catalog Thread Pool") {
-  for (unsigned i = 0; i < task->num_threads(); ++i) {
+  for (unsigned i = 0; i < num_threads; ++i) {
     m_threads.emplace_back(new Worker(&TraverseCatalogThreadPool::WorkerThread, this, 0, i));
   }
 }
 
+TraverseCatalogThreadPool::~TraverseCatalogThreadPool() {
+  m_dirs->stop();
+  join();
+}
+
 void TraverseCatalogThreadPool::Start() {
-  const boost::lock_guard<boost::mutex> guard(m_mutex);
   std::size_t created = 0;
   int error = 0;
   for (const auto& thread : m_threads) {
@@ -32,7 +38,7 @@ void TraverseCatalogThreadPool::Start() {
     if (result == 0) {
       ++created;
     } else {
-      m_running.decrement();  // nobody else gives this one back
+      m_running.decrement();  // there is no worker that does it
       error = result;
     }
   }
@@ -48,15 +54,16 @@ void TraverseCatalogThreadPool::Wait() {
   m_running.waitForNoReferences();
 }
 
-void TraverseCatalogThreadPool::Stop() {
-  const boost::lock_guard<boost::mutex> guard(m_mutex);
+// Not under the pool's mutex, which a worker takes on its way out.
+void TraverseCatalogThreadPool::join() {
   for (const auto& thread : m_threads) {
     thread->request_stop();
     thread->join();
   }
 }
 
-void TraverseCatalogThreadPool::rethrow_exception() const {
+void TraverseCatalogThreadPool::Stop() {
+  join();
   const boost::lock_guard<boost::mutex> guard(m_mutex);
   if (m_exception) std::rethrow_exception(m_exception);
 }
@@ -81,7 +88,7 @@ void TraverseCatalogThreadPool::visit_dirs() {
   while (!util::interrupted()) {
     const std::string path = m_dirs->get_next_path();
     if (path.empty()) return;
-    if (m_task->visit_and_count(path) != 0 && m_stop_on_error) {
+    if (m_visit(path) != k_status_ok && m_stop_on_error) {
       stop_walk(nullptr);
       return;
     }

@@ -1,8 +1,9 @@
 #pragma once
 
-#include <cstddef>
 #include <exception>
+#include <functional>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include <boost/shared_ptr.hpp>
@@ -15,21 +16,24 @@
 
 namespace catalog {
 
-class BaseTraverseCatalog;
-
-// The workers of one traversal. Each draws one policy directory at a time until none is left.
+// The workers of one traversal. Each draws one policy directory at a time until there are no more.
 //
 // Threads: the public members but WorkerThread belong to the thread that made the pool. A worker
-//   never holds two of the locks (directory source, pool, counter) at once; Start takes the counter's
-//   inside the pool's.
-// Ownership: refers to the task. Does not join on destruction: Stop must have been called.
+//   never holds two of the locks (directory source, pool, counter) at once.
+// Ownership: the destructor ends the walk and joins the workers.
 class TraverseCatalogThreadPool {
  public:
-  // Asks the task for its directories; starts no thread.
-  // Errors: what the task throws, such as filesystem_error when the catalog cannot be read.
-  TraverseCatalogThreadPool(BaseTraverseCatalog* task, bool stop_on_error);
+  // Visits one directory, on several threads at once. Returns 0 for success.
+  using Visit = std::function<int(const std::string& policy_dir)>;
 
-  // Starts the workers; goes on with those that could be created.
+  // Starts no thread.
+  TraverseCatalogThreadPool(std::unique_ptr<DirsSource> dirs, unsigned num_threads,
+                            bool stop_on_error, Visit visit);
+  ~TraverseCatalogThreadPool();
+  TraverseCatalogThreadPool(const TraverseCatalogThreadPool&) = delete;
+  TraverseCatalogThreadPool& operator=(const TraverseCatalogThreadPool&) = delete;
+
+  // Starts the workers. If only some can be created, these do the work.
   // Errors: Cr_ErrnoException, the system's error, when none could be.
   void Start();
 
@@ -37,23 +41,24 @@ class TraverseCatalogThreadPool {
   void Wait();
 
   // Joins the workers.
+  // Errors: rethrows the first exception of a worker.
   void Stop();
 
-  // Throws what a worker's first exception was, if there was one. After Stop.
-  void rethrow_exception() const;
+  // Visits directories on the calling thread until there are no more.
+  void visit_dirs();
 
-  // Whether a failure stopped the walk. After Stop.
+  // Whether a failure stopped the walk. After Stop or visit_dirs.
   bool failed() const;
 
   void WorkerThread(Ks_Thread<TraverseCatalogThreadPool>* thread);
 
  private:
-  void visit_dirs();
+  void join();
   void stop_walk(const std::exception_ptr& exception);
 
-  BaseTraverseCatalog* const m_task;
-  const bool m_stop_on_error;
   const std::unique_ptr<DirsSource> m_dirs;
+  const bool m_stop_on_error;
+  const Visit m_visit;
   mutable boost::mutex m_mutex;
   bool m_failed BOOST_THREAD_GUARDED_BY(m_mutex) = false;
   std::exception_ptr m_exception BOOST_THREAD_GUARDED_BY(m_mutex);

@@ -8,23 +8,23 @@
 
 namespace catalog {
 
-// The root of a walk is not the directory any more that it was at the walk's start. Nothing that was
-// not found since then may be taken for empty.
+// The root of a walk is no longer the directory that it was at the walk's start. What was not found
+// since then may not be treated as empty.
 class WalkRootChanged : public std::runtime_error {
  public:
   explicit WalkRootChanged(const boost::filesystem::path& root);
 };
 
-// The root of a walk as it was at the walk's start. What is listed and then not found is gone, unless
-// the storage was unmounted, renamed or replaced meanwhile: then it is out of reach.
+// The root of a walk as it was at the walk's start. An entry that vanishes after it was listed is
+// gone, unless the storage was unmounted, renamed or replaced: then it is out of reach.
 //
 // Threads: require_unchanged may be called from any thread.
 class WalkRoot {
  public:
-  // None; it never changes.
+  // No root: it never changes.
   WalkRoot() = default;
 
-  // Remembers the directory that is there now. One that cannot be looked at has changed.
+  // Remembers the directory that is there now. A path without a status counts as changed.
   explicit WalkRoot(const boost::filesystem::path& path);
 
   // Errors: WalkRootChanged unless the path still leads to the same directory.
