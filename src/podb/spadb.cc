@@ -60,8 +60,8 @@ cr_status_t CSpaDatabase::open(const std::string& storage_root) {
   m_database.reset();
   try {
     auto database = database::open_database(database_file(storage_root), SQLite::OPEN_READONLY);
-    const cr_status_t form = database::check_file_form(*database);
-    if (form != k_status_ok) return form;
+    const cr_status_t header = database::check_file_header(*database);
+    if (header != k_status_ok) return header;
     m_database = std::move(database);
     return k_status_ok;
   } catch (const SQLite::Exception& error) {
@@ -74,14 +74,14 @@ cr_status_t CSpaDatabase::open(const std::string& storage_root) {
 std::unique_ptr<CTable> CSpaDatabase::GetTable(const std::string& name) {
   if (!m_database) return nullptr;
   try {
-    // A view of that name would run whatever statement its maker chose.
+    // Not a view, which could run any statement.
     SQLite::Statement tables(*m_database,
                              "SELECT 1 FROM sqlite_schema WHERE type = 'table' AND name = ?");
     tables.bind(1, name);
     if (!tables.executeStep()) return nullptr;
     return std::make_unique<CTable>(*m_database, name);
   } catch (const SQLite::Exception&) {
-    return nullptr;  // a database that cannot be read has no table to offer
+    return nullptr;
   }
 }
 

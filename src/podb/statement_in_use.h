@@ -1,22 +1,24 @@
 #pragma once
 
-#include <memory>
+#include <map>
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
 namespace database {
 
-// A prepared statement in use. It is reset at the end: one that stays on its row keeps its lock.
+// A statement that is prepared once, kept by its text's address, and reset after each use: a statement
+// that stays on its row keeps its lock.
 class StatementInUse {
  public:
-  StatementInUse(SQLite::Database& database, std::unique_ptr<SQLite::Statement>& statement,
+  StatementInUse(SQLite::Database& database, std::map<const char*, SQLite::Statement>& prepared,
                  const char* sql) {
-    if (!statement) statement = std::make_unique<SQLite::Statement>(database, sql);
-    m_statement = statement.get();
+    auto known = prepared.find(sql);
+    if (known == prepared.end()) {
+      known = prepared.emplace(sql, SQLite::Statement(database, sql)).first;
+    }
+    m_statement = &known->second;
   }
-  ~StatementInUse() {
-    (void)m_statement->tryReset();  // repeats the error of the last step, which was thrown then
-  }
+  ~StatementInUse() { (void)m_statement->tryReset(); }  // repeats the error of a step that threw
   StatementInUse(const StatementInUse&) = delete;
   StatementInUse& operator=(const StatementInUse&) = delete;
 

@@ -128,7 +128,7 @@ void MoveBackPODB::remove_from_target() {
   for (const std::string& name : m_copied) {
     const auto replaced = m_replaced.find(name);
     const bool is_replaced = replaced != m_replaced.end();
-    const cr_status_t status = m_target->remove_row(Value(name));
+    const cr_status_t status = m_target->remove(name);
     const bool was_gone = is_replaced && status == k_status_db_no_such_po;
     if (!was_gone) require(status, "remove a PO", m_target_dir);
     if (is_replaced) require(m_target->put_new_row(replaced->second), "store a PO", m_target_dir);
