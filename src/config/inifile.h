@@ -7,8 +7,8 @@
 
 namespace cr {
 
-// A configuration file: sections in brackets, `entry=value` lines, and comments that begin with `;` or
-// `#`. Blanks around names and values are dropped.
+// A configuration file: sections in brackets, `entry=value` lines, and comments that begin with `;`
+// or `#`. Blanks around names and values are dropped.
 //
 // Threads: one, except for get and get_path.
 // Errors: Cr_ErrnoException, naming the file.

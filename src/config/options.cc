@@ -80,8 +80,8 @@ const char* following_value(const OptDescriptor& option, int i, int argc, char**
   return argv[i];
 }
 
-// The words of the command line, with `--name value` joined to `--name=value`. The library's two-word
-// form would accept a word that begins with "-" as a value.
+// The words of the command line, with `--name value` joined to `--name=value`. The library's
+// two-word form would accept a word that begins with "-" as a value.
 std::vector<std::string> joined_words(const OptDescriptor* const* options, int argc, char** argv) {
   std::vector<std::string> words;
   for (int i = 1; i < argc; ++i) {

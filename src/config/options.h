@@ -23,11 +23,11 @@ struct OptDescriptor {
 };
 
 // Sets each variable of the NULL-terminated table to its default, if any, and then from the command
-// line. Values are given as `--name value` or `--name=value`. A value that begins with "-" needs `=`, so
-// that a forgotten value never takes the next option. Names cannot be abbreviated.
+// line. Values are given as `--name value` or `--name=value`. A value that begins with "-" needs
+// `=`, so that a forgotten value never takes the next option. Names cannot be abbreviated.
 //
-// Returns 0; or -1, after one line on standard error, if an option is unknown or lacks a valid value, or
-// if a word is no option. To be called from the main thread only.
+// Returns 0; or -1, after one line on standard error, if an option is unknown or lacks a valid
+// value, or if a word is no option. To be called from the main thread only.
 int opt_parse(const OptDescriptor* const* options, int argc, char** argv);
 
 // The last element of the path by which the program was started.

@@ -4,8 +4,8 @@
 
 namespace console {
 
-// Output to the standard streams, and whether any was lost: a run that could not report its work does
-// not end as successful.
+// Output to the standard streams, and whether any was lost: a run that could not report its work
+// does not end as successful.
 //
 // Threads: any, except for standard_output_is_whole.
 

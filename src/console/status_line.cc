@@ -45,7 +45,7 @@ std::size_t usable_columns() {
   return (is_known ? size.ws_col : k_usual) - 1;
 }
 
-// Cuts at a comma if possible, and marks the cut: the first digits must not look like the whole number.
+// Cuts at a comma if possible, and marks the cut: half a number must not look like a number.
 std::string fitting(std::string_view text, std::size_t columns) {
   constexpr std::string_view k_mark = "...";
   constexpr std::string_view k_between = ", ";

@@ -53,8 +53,8 @@ void take_back(int descriptor, std::size_t written) {
   const int saved_errno = errno;
   const off_t end = ::lseek(descriptor, 0, SEEK_CUR);
   if (end >= static_cast<off_t>(written)) {
-    // A device cannot be cut; the caller reports the text elsewhere in any case. (void) would not silence
-    // the C library's warning.
+    // A device cannot be cut; the caller reports the text elsewhere in any case. (void) would not
+    // silence the C library's warning.
     [[maybe_unused]] const int cut = ::ftruncate(descriptor, end - static_cast<off_t>(written));
   }
   errno = saved_errno;

@@ -11,8 +11,8 @@ namespace files {
 // Errors, also of the others: Cr_ErrnoException, naming the path.
 void sync_file(const std::string& file);
 
-// Makes a file, which must not exist, and syncs it. Returns 0 or an errno value, with which a part of
-// the file may exist.
+// Makes a file, which must not exist, and syncs it. Returns 0 or an errno value, with which a part
+// of the file may exist.
 int create_synced_file(const std::string& file, std::string_view bytes);
 
 // Syncs a directory's entries.

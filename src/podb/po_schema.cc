@@ -42,7 +42,6 @@ bool is_of_sqlite(const std::string& sql) {
 }
 
 bool is_our_table(const std::string& sql) {
-  if (sql == k_po_schema) return true;
   static const std::string ours = reduced(k_po_schema);
   return reduced(sql) == ours;
 }
@@ -50,8 +49,8 @@ bool is_our_table(const std::string& sql) {
 // The first page holds the file's header and, unless it is long, the schema.
 using FirstPage = std::array<char, 4096>;
 
-// The parts of the first page that define the schema: the page size and the unused size at its end, the
-// number and places of the entries, and the entries at the end. The space between may hold anything.
+// The parts of the first page that define the schema: the page size, the unused size at its end, the
+// number and places of the entries, and the entries. The space between may hold anything.
 struct SchemaParts {
   explicit SchemaParts(const FirstPage& page) {
     constexpr std::size_t k_page_size = 16;
@@ -128,8 +127,8 @@ POVersion::~POVersion() = default;
 cr_status_t check_po_schema(SQLite::Database& database, const POVersion& version) {
   if (version.number() > k_po_version) return k_status_db_newer;
   if (has_our_bytes(database)) return k_status_ok;
-  // SQLite checks an object's kind and name against its statement, letter case aside. Only the indexes
-  // of UNIQUE have no statement.
+  // SQLite checks an object's kind and name against its statement, letter case aside. Only the
+  // indexes of UNIQUE have no statement.
   SQLite::Statement objects(database, "SELECT name, sql FROM sqlite_schema");
   bool found = false;
   while (objects.executeStep()) {

@@ -19,8 +19,8 @@ constexpr int k_po_version = 1;
 // Threads: any. Errors: SQLite::Exception.
 const std::string& empty_po_database();
 
-// The version of a database. While the object lives, it holds a read lock: its statement stays on its
-// row. BEGIN and COMMIT would cost two more statements for each directory.
+// The version of a database. While the object lives, it holds a read lock: its statement stays on
+// its row. BEGIN and COMMIT would cost two more statements for each directory.
 class POVersion {
  public:
   // Errors: SQLite::Exception if the database cannot be read.
@@ -36,8 +36,9 @@ class POVersion {
   int m_number = 0;
 };
 
-// Checks that the database holds the PO table alone, in a version that the program knows. Returns 0,
-// k_status_db_foreign or k_status_db_newer. The result holds until `version` or the transaction ends.
+// Checks that the database holds the PO table alone, in a version that the program knows. Returns
+// 0, k_status_db_foreign or k_status_db_newer. The result holds until `version` or the transaction
+// ends.
 // Errors: SQLite::Exception if the database cannot be read.
 cr_status_t check_po_schema(SQLite::Database& database, const POVersion& version);
 

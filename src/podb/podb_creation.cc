@@ -61,7 +61,7 @@ const std::string& empty_database(const std::string& file) {
   }
 }
 
-// Gives what was made the owner and permissions of its directory, so that the same users reach both.
+// Gives what was made the owner and permissions of its directory, for the same users.
 void copy_owner_and_mode(const std::string& directory, const std::string& made,
                          mode_t permissions) {
   struct stat around {};
@@ -106,8 +106,8 @@ PODBCreation::PODBCreation(const fs::path& tree_root, const fs::path& policy_dir
   }
 }
 
-// Race: the undo of another worker may remove a directory between its creation and that of one in it.
-// It is made again then.
+// Race: the undo of another worker may remove a directory between its creation and that of one in
+// it. It is made again then.
 int PODBCreation::make_directory(const fs::path& dir, int attempts) {
   constexpr mode_t k_all_but_umask = 0777;
   boost::system::error_code ignored;
@@ -137,7 +137,7 @@ void PODBCreation::make_database() {
   const int error = files::create_synced_file(temporary, empty_database(temporary));
   if (error != 0) fail(error, "could not create the database ", temporary);
   copy_owner_and_mode(m_file.parent_path().string(), temporary, k_file_permissions);
-  // link() never overwrites; rename() would replace a database that another process has just filled.
+  // link() never overwrites; rename() would replace a database that another process just filled.
   if (::link(temporary.c_str(), file.c_str()) == 0) {
     m_made_database = true;
   } else if (errno != EEXIST) {

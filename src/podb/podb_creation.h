@@ -10,12 +10,13 @@ namespace database {
 // The path of a policy directory's database.
 boost::filesystem::path podb_file(const boost::filesystem::path& policy_dir);
 
-// Makes the directories and the empty database that a policy directory lacks. The database is written
-// under a temporary name and then linked, so a crash leaves either none or a complete one. The next
-// creation removes the temporary file.
+// Makes the directories and the empty database that a policy directory lacks. The database is
+// written under a temporary name and then linked, so a crash leaves either none or a complete one.
+// The next creation removes the temporary file.
 //
 // The root of the metadata tree is never made: if it is missing, the storage has disappeared.
-// Everything is synced when the constructor returns: a PO moved here may leave its source right after.
+// Everything is synced when the constructor returns: a PO moved here may leave its source right
+// after.
 //
 // Threads: one. Two objects may work on one client at once, but not on one policy directory.
 // Errors: the constructor throws Cr_ErrnoException, naming the path, after it has undone its work.
@@ -28,8 +29,7 @@ class PODBCreation {
   // The directories and the database, outermost first.
   std::vector<std::string> made() const;
 
-  // Removes the database, which must be empty, and each directory that is still empty. What cannot be
-  // removed stays.
+  // Removes the database, which must be empty, and each empty directory. Ignores failures.
   void undo();
 
  private:

@@ -6,6 +6,7 @@
 
 #include "files/storage_layout.h"
 #include "podb/sqlite_connection.h"
+#include "podb/statement_in_use.h"
 
 namespace SpaDB {
 
@@ -27,25 +28,21 @@ CTable::CTable(SQLite::Database& database, std::string name)
 CTable::~CTable() = default;
 
 cr_status_t CTable::ListRecordsStart() {
-  try {
+  return database::status_of([this] {
     m_listing = std::make_unique<SQLite::Statement>(m_database, "SELECT * FROM " + quoted(m_name));
     return k_status_ok;
-  } catch (const SQLite::Exception& error) {
-    return database::database_status(error);
-  }
+  });
 }
 
 cr_status_t CTable::ListRecordsNext(std::vector<CColumn>& record) {
   record.clear();
-  try {
+  return database::status_of([&] {
     if (!m_listing->executeStep()) return k_status_end_of_iteration;
     for (int i = 0; i < m_listing->getColumnCount(); ++i) {
       record.emplace_back(m_listing->getColumnName(i), m_listing->getColumn(i).getString());
     }
     return k_status_ok;
-  } catch (const SQLite::Exception& error) {
-    return database::database_status(error);
-  }
+  });
 }
 
 CSpaDatabase::CSpaDatabase() = default;
@@ -60,12 +57,11 @@ cr_status_t CSpaDatabase::open(const std::string& storage_root) {
   m_database.reset();
   try {
     auto database = database::open_database(database_file(storage_root), SQLite::OPEN_READONLY);
-    const cr_status_t header = database::check_file_header(*database);
-    if (header != k_status_ok) return header;
-    m_database = std::move(database);
-    return k_status_ok;
-  } catch (const SQLite::Exception& error) {
-    return database::database_status(error);
+    return database::status_of([&] {
+      const cr_status_t header = database::check_file_header(*database);
+      if (header == k_status_ok) m_database = std::move(database);
+      return header;
+    });
   } catch (const Cr_ErrnoException& error) {
     return error.GetStatus();
   }

@@ -38,8 +38,8 @@ class CTable {
   // Starts a listing of all records, with all columns. Returns 0 or a status.
   cr_status_t ListRecordsStart();
 
-  // Sets `record` to the next record. Returns 0, k_status_end_of_iteration after the last one, or the
-  // status of a failure, which ends the listing early.
+  // Sets `record` to the next record. Returns 0, k_status_end_of_iteration after the last one, or
+  // the status of a failure, which ends the listing early.
   cr_status_t ListRecordsNext(std::vector<CColumn>& record);
 
  private:
@@ -56,8 +56,8 @@ class CSpaDatabase {
   // Opens `<storage_root>/spa.db` in place of one that was open. Returns 0 or a status.
   cr_status_t open(const std::string& storage_root);
 
-  // The table of that name, valid until the next open. Null if no database is open, or if it cannot be
-  // read or has no such table.
+  // The table of that name, valid until the next open. Null if no database is open, or if it cannot
+  // be read or has no such table.
   std::unique_ptr<CTable> GetTable(const std::string& name);
 
   CSpaDatabase(const CSpaDatabase&) = delete;

@@ -13,10 +13,10 @@ class Exception;
 
 namespace database {
 
-// Opens a database file for one thread at a time, with SQLite's open flags. The file is not trusted:
-// its triggers and views do not run, and functions named in its schema get no privileges. A statement
-// waits up to 30 s for the lock of another process.
-// Threads: any. Errors: Cr_ErrnoException, naming the file, if it cannot be opened or is not regular.
+// Opens a database file for one thread at a time, with SQLite's open flags. The file is not
+// trusted: its triggers and views do not run, and functions named in its schema get no privileges.
+// A statement waits up to 30 s for the lock of another process.
+// Threads: any. Errors: Cr_ErrnoException, naming the file, if not regular or not opened.
 std::unique_ptr<SQLite::Database> open_database(const std::string& file, int flags);
 
 // The same; null if the file does not exist.
@@ -24,8 +24,8 @@ std::unique_ptr<SQLite::Database> open_database_if_there(const std::string& file
 
 // Checks the header before SQLite reads the file. Returns 0, also for a file that is no database,
 // which SQLite reports itself; or
-//   k_status_db_write_ahead_log: the database uses such a log, so even a reader would make files; or a
-//     stray log is beside it, which SQLite would replay.
+//   k_status_db_write_ahead_log: the database uses such a log, so even a reader would make files;
+//     or a stray log is beside it, which SQLite would replay.
 //   k_status_db_foreign: its texts are UTF-16, which not all names survive.
 // Errors: SQLite::Exception if the header cannot be read.
 cr_status_t check_file_header(SQLite::Database& database);

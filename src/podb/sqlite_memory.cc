@@ -16,8 +16,8 @@ namespace database {
 
 namespace {
 
-// The C library's blocks have 24 bytes, 40, 56 and so on. All blocks come from it and may go back to
-// it, so they need no header.
+// The C library's blocks have 24 bytes, 40, 56 and so on. All blocks come from it and may go back
+// to it, so they need no header.
 constexpr std::size_t k_step = 16;
 constexpr std::size_t k_beyond_step = 8;
 constexpr std::size_t k_smallest = k_step + k_beyond_step;
@@ -103,7 +103,7 @@ void put_back(void* block) {
   list.first = new (block) FreeBlock{list.first};
 }
 
-// A block that grows returns to its own list. Otherwise that list would run dry and another fill up.
+// A block that grows returns to its own list; otherwise that list would run dry.
 void* resized(void* block, int size) {
   const std::size_t old_size = ::malloc_usable_size(block);
   if (list_of(old_size) >= k_lists) return std::realloc(block, static_cast<std::size_t>(size));

@@ -16,6 +16,7 @@ namespace {
 using database::bytes_of;
 using database::PORow;
 using database::StatementInUse;
+using database::status_of;
 using database::step_through;
 using database::text_of;
 using database::Value;
@@ -23,16 +24,6 @@ using database::Value;
 constexpr const char* k_insert_new = "INSERT OR IGNORE INTO po VALUES (?, ?, ?, ?, ?)";
 
 }  // namespace
-
-// Turns what SQLite reports into a status.
-template <class Operation>
-cr_status_t SQLitePODB::guarded(Operation operation) {
-  try {
-    return operation();
-  } catch (const SQLite::Exception& error) {
-    return database::database_status(error);
-  }
-}
 
 SQLitePODB::SQLitePODB(const std::string& /*tree_root*/, const std::string& policy_dir,
                        Access access)
@@ -73,7 +64,7 @@ bool SQLitePODB::holds_nothing() {
 
 template <class Operation>
 cr_status_t SQLitePODB::checked(Operation operation) {
-  return guarded([&] {
+  return status_of([&] {
     const cr_status_t status = check();
     return status == k_status_ok ? operation() : status;
   });
@@ -166,7 +157,7 @@ cr_status_t SQLitePODB::remove_row(const char* sql, const Value& key) {
 }
 
 cr_status_t SQLitePODB::do_begin_transaction() {
-  const cr_status_t status = guarded([&] {
+  const cr_status_t status = status_of([&] {
     if (!m_database) return k_status_db_read_only;
     const cr_status_t header = database::check_file_header(*m_database);
     if (header != k_status_ok) return header;
@@ -181,7 +172,7 @@ cr_status_t SQLitePODB::do_begin_transaction() {
 }
 
 cr_status_t SQLitePODB::do_commit_transaction() {
-  return guarded([&] {
+  return status_of([&] {
     if (!m_database) return k_status_db_read_only;
     m_database->exec("COMMIT");
     m_creation.reset();  // what was created stays
@@ -190,7 +181,7 @@ cr_status_t SQLitePODB::do_commit_transaction() {
 }
 
 cr_status_t SQLitePODB::do_rollback_transaction() {
-  return guarded([&] {
+  return status_of([&] {
     // After some errors, such as a full disk, SQLite has rolled back already.
     if (m_database && database::in_transaction(*m_database)) m_database->exec("ROLLBACK");
     return k_status_ok;
@@ -198,7 +189,7 @@ cr_status_t SQLitePODB::do_rollback_transaction() {
 }
 
 cr_status_t SQLitePODB::exec_sql(const std::string& sql, const BasenameVisitor* rows) {
-  return guarded([&] {
+  return status_of([&] {
     if (!m_database) return k_status_db_read_only;
     cr_status_t status = database::check_file_header(*m_database);
     if (status == k_status_ok) status = check();
@@ -215,7 +206,7 @@ std::vector<std::string> SQLitePODB::made() const {
 }
 
 cr_status_t SQLitePODB::under_read_lock(const std::function<void()>& listing) {
-  return guarded([&] {
+  return status_of([&] {
     if (!m_database) return k_status_ok;
     cr_status_t status = database::check_file_header(*m_database);
     if (status != k_status_ok) return status;

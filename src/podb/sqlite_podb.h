@@ -43,9 +43,8 @@ class SQLitePODB {
   SQLitePODB(const std::string& tree_root, const std::string& policy_dir,
              Access access = Access::read_only);
 
-  // Opens for reading and writing. Creates the policy directory and the database if needed, but not
-  // the root; see PODBCreation. The destructor removes what was created unless a transaction was
-  // committed to it.
+  // Opens for reading and writing. Creates the policy directory and the database if needed; see
+  // PODBCreation. The destructor removes these unless a transaction was committed.
   SQLitePODB(const boost::filesystem::path& tree_root, const boost::filesystem::path& policy_dir);
 
   ~SQLitePODB();
@@ -56,17 +55,17 @@ class SQLitePODB {
   SQLitePODB(const SQLitePODB&) = delete;
   SQLitePODB& operator=(const SQLitePODB&) = delete;
 
-  // Passes every basename to `visitor`, in byte order and in one pass without a list: a directory may
-  // have millions. After a failure, what the visitor has seen is incomplete. The visitor may throw.
+  // Passes every basename to `visitor`, in byte order and without a list: a directory may have
+  // millions. After a failure, what the visitor has seen is incomplete. The visitor may throw.
   cr_status_t get_basenames(const BasenameVisitor& visitor);
 
   // The same for the basenames that do not begin with `prefix`. The cost grows only with these: the
   // others are not read, so damage among them is not detected.
   cr_status_t get_basenames_without(std::string_view prefix, const BasenameVisitor& visitor);
 
-  // Sets `names` to the basenames that match an SQL condition, in byte order; to none on failure. The
-  // caller quotes what it puts into the condition. BLOBs go to `blobs` if it is given; on failure it is
-  // undefined.
+  // Sets `names` to the basenames that match an SQL condition, in byte order; to none on failure.
+  // The caller quotes what it puts into the condition. BLOBs go to `blobs` if it is given; on
+  // failure it is undefined.
   cr_status_t get_basenames(std::vector<std::string>& names, const std::string& condition,
                             std::vector<std::string>* blobs = nullptr);
 
@@ -78,8 +77,8 @@ class SQLitePODB {
   };
   using EntryVisitor = std::function<void(const Entry&)>;
 
-  // Passes the POs of each range of basenames to `visitor`. Without sizes, which are 0 then, only the
-  // index is read. Names that are BLOBs are left out.
+  // Passes the POs of each range of basenames to `visitor`. Without sizes, which are 0 then, only
+  // the index is read. Names that are BLOBs are left out.
   cr_status_t get_entries_in(const std::vector<database::BasenameRange>& ranges, bool with_sizes,
                              const EntryVisitor& visitor);
 
@@ -108,16 +107,14 @@ class SQLitePODB {
   cr_status_t do_commit_transaction();
   cr_status_t do_rollback_transaction();
 
-  // Runs one SQL statement, in its own transaction unless one is open, and passes the first column of
-  // each row to `rows`, which may be null. Text after the statement is an error, and nothing runs.
+  // Runs one SQL statement, in its own transaction unless one is open, and passes the first column
+  // of each row to `rows`, which may be null. If text follows the statement, nothing runs.
   cr_status_t exec_sql(const std::string& sql, const BasenameVisitor* rows);
 
-  // The directories and the database that the constructor made, outermost first; none after a commit.
+  // The directories and database that the constructor made, outermost first; none after a commit.
   std::vector<std::string> made() const;
 
  private:
-  template <class Operation>
-  static cr_status_t guarded(Operation operation);
   cr_status_t under_read_lock(const std::function<void()>& listing);
   cr_status_t check();
   cr_status_t check(const database::POVersion& version);

@@ -13,8 +13,8 @@ namespace record {
 
 enum class Task { none, scan, repair, dry_run, deletion, restore };
 
-// What the record holds for an undo: the run changed nothing; all that is needed; nothing, because of
-// --no_undo; nothing any more.
+// What the record holds for an undo: the run changed nothing; all that is needed; nothing, because
+// of --no_undo; nothing any more.
 enum class Undo { none, saved, off, forgotten };
 
 // A policy directory during a run. Belongs to one thread.
@@ -27,8 +27,8 @@ struct Directory {
   std::int64_t saved_pos = 0;  // in the record
 };
 
-// A copy that the metadata holds and the backup catalog does not. If a deletion takes another number
-// of POs than was found, `pos` is the number taken, and the rest is as found.
+// A copy that the metadata holds and the backup catalog does not. If a deletion takes another
+// number of POs than was found, `pos` is the number taken, and the rest is as found.
 struct Orphan {
   std::int64_t backup_time = 0;
   std::uint32_t copy_number = 0;

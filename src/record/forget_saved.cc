@@ -8,8 +8,8 @@
 
 namespace record {
 
-// A reader cannot roll back the journal of a killed run, so the change goes to a write-ahead log. Each
-// switch of the mode changes bytes of one sector only and needs no journal.
+// A reader cannot roll back the journal of a killed run, so the change goes to a write-ahead log.
+// Each switch of the mode changes bytes of one sector only and needs no journal.
 void forget_saved(const std::string& file) {
   try {
     const auto database = database::open_database(file, SQLite::OPEN_READWRITE);

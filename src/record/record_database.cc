@@ -86,7 +86,7 @@ RecordDatabase::RecordDatabase(const std::string& file, Run run) : m_run(std::mo
   }
   m_database = database::open_database(file, SQLite::OPEN_READWRITE);
   m_database->setBusyTimeout(k_busy_timeout_milliseconds);
-  // A commit appends to the write-ahead log without a sync. A checkpoint syncs once for each 16 MiB.
+  // A commit appends to the write-ahead log without a sync. A checkpoint syncs every 16 MiB.
   m_database->exec("PRAGMA synchronous=NORMAL");
   m_database->exec("PRAGMA wal_autocheckpoint=4096");
   m_last_commit = Clock::now();
@@ -174,7 +174,7 @@ void RecordDatabase::store(Directory& directory, const Orphan& orphan) {
   }
 }
 
-// Several rows at once take a third of the time of single ones. A repair moves most of what it reads.
+// Several rows at once take a third of the time of single ones, and a repair moves many.
 void RecordDatabase::store(Directory& directory, const Moved& moved) {
   store(directory);
   const std::int64_t target = id_of(moved.target_client, directory.policy);

@@ -68,8 +68,7 @@ class RecordDatabase {
  private:
   using Clock = std::chrono::steady_clock;
 
-  // Executes a statement with the values; returns the last inserted rowid. The statement is kept by its
-  // address.
+  // Executes a statement, kept by its address, with the values; returns the last inserted rowid.
   template <class... Values>
   std::int64_t execute(const char* sql, const Values&... values);
   // The same for a statement that returns at most one number.

@@ -27,7 +27,7 @@ namespace record {
 //   version, or cannot be read.
 class RunReader {
  public:
-  // A row of a query; columns count from 0. SQLite converts types; NULL reads as an empty text or 0.
+  // A row of a query; columns count from 0. SQLite converts types; NULL reads as "" or 0.
   class Row {
    public:
     explicit Row(SQLite::Statement& statement);

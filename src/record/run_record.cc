@@ -24,8 +24,8 @@ namespace record {
 
 namespace {
 
-// SQLite trusts files beside a database by their names. Another user who can make some there could get
-// files elsewhere removed.
+// SQLite trusts files beside a database by their names. Another user who can make some there could
+// get files elsewhere removed.
 void make_own_directory(const std::string& path) {
   constexpr mode_t k_mode = 0750;
   struct stat info {};

@@ -13,13 +13,13 @@
 
 namespace record {
 
-// Stores what a run finds in the SQLite database `<log directory>/mdfixup/runs/<start in seconds>-<process
-// id>.db`, which has a write-ahead log until the run ends.
+// Stores what a run finds in the SQLite database `<log directory>/mdfixup/runs/<start in
+// seconds>-<process id>.db`, which has a write-ahead log until the run ends.
 //
-// Findings are committed about once a second and at the end. A kill loses only what came after the last
-// commit. Before `begin`, and after a failure, nothing is stored.
-// Threads: any, except for begin and end; a directory belongs to one thread at a time. SQL runs under
-//   the mutex: rows go into memory, and a commit usually writes without a sync.
+// Findings are committed about once a second and at the end. A kill loses only what came after the
+// last commit. Before `begin`, and after a failure, nothing is stored.
+// Threads: any, except for begin and end; a directory belongs to one thread at a time. SQL runs
+//   under the mutex: rows go into memory, and a commit usually writes without a sync.
 // Errors: none. A failure to write is reported once, on standard error and in the run log.
 class RunRecord {
  public:

@@ -36,8 +36,8 @@ constexpr const char* k_moved_columns =
 }  // namespace
 
 // Each client and policy is stored once and then referred to by its number, so that an orphan or a
-// missing copy takes about 25 bytes. Rows are appended and whole tables are read, so the only index is
-// that of the pairs.
+// missing copy takes about 25 bytes. Rows are appended and whole tables are read, so the only index
+// is that of the pairs.
 const std::vector<std::string>& schema() {
   static const std::string counts = count_columns(" INTEGER NOT NULL DEFAULT 0");
   static const std::vector<std::string> statements{

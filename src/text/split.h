@@ -34,9 +34,9 @@ inline std::uint64_t word_of(const char* at, std::size_t length) {
 
 }  // namespace details
 
-// Splits `text` at each character of `Chars`, as boost::split does: before a leading separator and after
-// a trailing one is an empty field, and text without one is a single field. Stores the first N fields
-// and returns their number. A caller that must detect more than N asks for N + 1.
+// Splits `text` at each character of `Chars`, as boost::split does: before a leading separator and
+// after a trailing one is an empty field, and text without one is a single field. Stores the first
+// N fields and returns their number. A caller that must detect more than N asks for N + 1.
 //
 // Copies and allocates nothing: it runs for each line of a listing and for each basename.
 template <char... Chars, std::size_t N>

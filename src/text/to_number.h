@@ -10,8 +10,8 @@
 
 namespace util {
 
-// Sets `number` from `text` by the rules of boost::lexical_cast: the whole text must be a number, and a
-// minus before an unsigned number wraps. Otherwise false, and `number` is undefined.
+// Sets `number` from `text` by the rules of boost::lexical_cast: the whole text must be a number,
+// and a minus before an unsigned number wraps. Otherwise false, and `number` is undefined.
 template <class Number>
 bool try_to_number(std::string_view text, Number& number) {
   // Nearly every text is a few digits, which cannot overflow; the library would consult the locale.
