@@ -69,7 +69,7 @@ void copy_owner_and_mode(const std::string& directory, const std::string& made,
   if (::stat(directory.c_str(), &around) != 0) fail(errno, "could not look at ", directory);
   if (::stat(made.c_str(), &own) != 0) fail(errno, "could not look at ", made);
   const bool has_owner = own.st_uid == around.st_uid && own.st_gid == around.st_gid;
-  // Only root can give a file away; for other users the owner is right already.
+  // Without root, chown fails and the owner stays the user who runs the program.
   if (!has_owner && ::chown(made.c_str(), around.st_uid, around.st_gid) != 0 && errno != EPERM) {
     fail(errno, "could not set the owner of ", made);
   }

@@ -6,7 +6,6 @@
 
 #include "files/storage_layout.h"
 #include "podb/sqlite_connection.h"
-#include "podb/statement_in_use.h"
 
 namespace SpaDB {
 

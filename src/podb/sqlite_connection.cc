@@ -7,7 +7,6 @@
 #include <cstring>
 #include <string_view>
 
-#include <SQLiteCpp/SQLiteCpp.h>
 #include <sqlite3.h>
 
 #include "files/file_kind.h"

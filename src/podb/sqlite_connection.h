@@ -4,12 +4,9 @@
 #include <memory>
 #include <string>
 
-#include "status/status.h"
+#include <SQLiteCpp/SQLiteCpp.h>
 
-namespace SQLite {
-class Database;
-class Exception;
-}  // namespace SQLite
+#include "status/status.h"
 
 namespace database {
 
@@ -46,5 +43,15 @@ void require_one_statement(SQLite::Database& database, const std::string& sql);
 
 // The status for what SQLite reported.
 cr_status_t database_status(const SQLite::Exception& error);
+
+// The status that `operation` returns, or that of the SQLite::Exception that it throws.
+template <class Operation>
+cr_status_t status_of(Operation operation) {
+  try {
+    return operation();
+  } catch (const SQLite::Exception& error) {
+    return database_status(error);
+  }
+}
 
 }  // namespace database

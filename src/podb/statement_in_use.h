@@ -4,20 +4,7 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
-#include "podb/sqlite_connection.h"
-#include "status/status.h"
-
 namespace database {
-
-// The status that `operation` returns, or that of the SQLite::Exception that it throws.
-template <class Operation>
-cr_status_t status_of(Operation operation) {
-  try {
-    return operation();
-  } catch (const SQLite::Exception& error) {
-    return database_status(error);
-  }
-}
 
 // A statement that is prepared once, kept by its text's address, and reset after each use: a
 // statement that stays on its row keeps its lock.

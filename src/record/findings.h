@@ -13,9 +13,13 @@ namespace record {
 
 enum class Task { none, scan, repair, dry_run, deletion, restore };
 
-// What the record holds for an undo: the run changed nothing; all that is needed; nothing, because
-// of --no_undo; nothing any more.
-enum class Undo { none, saved, off, forgotten };
+// What the record holds for an undo.
+enum class Undo {
+  none,       // nothing: the run changed nothing
+  saved,      // all that is needed
+  off,        // nothing, because of --no_undo
+  forgotten,  // nothing any more
+};
 
 // A policy directory during a run. Belongs to one thread.
 struct Directory {
