@@ -39,7 +39,7 @@ const Inifile& Inifile::read() {
   return *this;
 }
 
-// Names may hold dots, so they are not read as the library's paths.
+// Not by the library's paths: names may contain dots.
 std::string Inifile::get(const std::string& section, const std::string& entry) const {
   const auto entries = m_tree.find(section);
   if (entries == m_tree.not_found()) return "";
@@ -50,7 +50,7 @@ std::string Inifile::get(const std::string& section, const std::string& entry) c
 std::string Inifile::get_path(const std::string& section, const std::string& entry) const {
   constexpr std::size_t k_longest = 4095;
   const std::string path = get(section, entry);
-  return path.substr(0, std::min(path.find('\0'), k_longest));  // ends at a zero byte, as all paths
+  return path.substr(0, std::min(path.find('\0'), k_longest));
 }
 
 void Inifile::save_new(const std::string& section, const std::string& entry,
@@ -61,8 +61,8 @@ void Inifile::save_new(const std::string& section, const std::string& entry,
 
 void Inifile::save(const std::string& section, const std::string& entry, const std::string& value) {
   const bool is_one_line = value.find_first_of("\r\n") == std::string::npos;
-  if (!is_one_line ||
-      boost::algorithm::trim_copy(value) != value) {  // would be read as another one
+  // Such a value would be read as another one.
+  if (!is_one_line || boost::algorithm::trim_copy(value) != value) {
     throw Cr_ErrnoException(k_status_malformed,
                             "the value '" + value + "' cannot be stored in " + m_file);
   }

@@ -31,32 +31,30 @@ const OptDescriptor* find(const OptDescriptor* const* options, const std::string
   return nullptr;
 }
 
-void store(const OptDescriptor& /*option*/, const std::string& text, bool& flag) {
-  flag = text == "true";
-}
+// Sets an option's variable from a text.
+struct VariableSetter {
+  const OptDescriptor& option;
+  const std::string& text;
 
-// Plain decimal digits: a sign, a blank or a unit is more likely a slip than a wish.
-template <class Number>
-void store(const OptDescriptor& option, const std::string& text, Number& number) {
-  const bool digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
-  if (!digits || !boost::conversion::try_lexical_convert(text, number)) {
-    throw std::invalid_argument("the argument ('" + text + "') for option '" + displayed(option) +
-                                "' is invalid");
+  void operator()(bool* flag) const { *flag = text == "true"; }
+  // Decimal digits alone: a sign, a blank or a unit is probably a mistake.
+  template <class Number>
+  void operator()(Number* number) const {
+    const bool digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+    if (!digits || !boost::conversion::try_lexical_convert(text, *number)) {
+      throw std::invalid_argument("the argument ('" + text + "') for option '" + displayed(option) +
+                                  "' is invalid");
+    }
   }
-}
-
-void store(const OptDescriptor& /*option*/, const std::string& text, const char*& variable) {
-  static std::deque<std::string> texts;  // a deque, since the variables point into its elements
-  variable = texts.emplace_back(text).c_str();
-}
-
-void store(const OptDescriptor& /*option*/, const std::string& text,
-           std::vector<std::string>& texts) {
-  texts.push_back(text);
-}
+  void operator()(const char** variable) const {
+    static std::deque<std::string> texts;  // a deque, because the variables point into its elements
+    *variable = texts.emplace_back(text).c_str();
+  }
+  void operator()(std::vector<std::string>* texts) const { texts->push_back(text); }
+};
 
 void store(const OptDescriptor& option, const std::string& text) {
-  std::visit([&](auto* variable) { store(option, text, *variable); }, option.variable);
+  std::visit(VariableSetter{option, text}, option.variable);
 }
 
 po::options_description describe(const OptDescriptor* const* options) {
@@ -65,7 +63,7 @@ po::options_description describe(const OptDescriptor* const* options) {
     const OptDescriptor& option = **options;
     std::string names = option.long_name;
     if (option.letter != 0) names += std::string(",") + option.letter;
-    // The description takes over the value's description.
+    // The library takes ownership.
     description.add_options()(names.c_str(), new po::untyped_value(option.is_flag()));
   }
   return description;
@@ -82,9 +80,8 @@ const char* following_value(const OptDescriptor& option, int i, int argc, char**
   return argv[i];
 }
 
-// The words of the command line, each `--name value` joined to `--name=value`. The library's own
-// two-word form takes any word but a known option for a value; here a word that begins with "-"
-// never is one.
+// The words of the command line, with `--name value` joined to `--name=value`. The library's
+// two-word form would accept a word that begins with "-" as a value.
 std::vector<std::string> joined_words(const OptDescriptor* const* options, int argc, char** argv) {
   std::vector<std::string> words;
   for (int i = 1; i < argc; ++i) {

@@ -9,8 +9,8 @@
 using OptVariable = std::variant<bool*,          // a flag: true when given
                                  std::int32_t*,  // an integer
                                  std::int64_t*,  // a time in seconds since the epoch
-                                 const char**,   // text that lives until the process ends
-                                 std::vector<std::string>*>;  // one text for each time it is given
+                                 const char**,   // a text, valid until the process ends
+                                 std::vector<std::string>*>;  // one text each time it is given
 
 // One command-line option. `letter` may be 0, `default_text` null.
 struct OptDescriptor {
@@ -22,15 +22,13 @@ struct OptDescriptor {
   bool is_flag() const { return std::holds_alternative<bool*>(variable); }
 };
 
-// Sets every variable of the NULL-terminated table to its default, if it has one, and then, from left
-// to right, to what the command line says. Values stand as `--name value` or `--name=value`; a value
-// that begins with "-" only as `--name=value`, so that a forgotten value never swallows the next
-// option. Names are not abbreviated.
+// Sets each variable of the NULL-terminated table to its default, if any, and then from the command
+// line. Values are given as `--name value` or `--name=value`. A value that begins with "-" needs
+// `=`, so that a forgotten value never takes the next option. Names cannot be abbreviated.
 //
-// Returns 0; or -1 after one line on standard error, which names what is wrong, for an option that
-// is unknown, lacks its value, has one it cannot take, or for a word that is no option.
-// Threads: to be called from the main thread only.
+// Returns 0; or -1, after one line on standard error, if an option is unknown or lacks a valid
+// value, or if a word is no option. To be called from the main thread only.
 int opt_parse(const OptDescriptor* const* options, int argc, char** argv);
 
-// The last element of the path that the program was started by.
+// The last element of the path by which the program was started.
 std::string GetProgramName(const char* argv0);

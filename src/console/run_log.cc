@@ -13,8 +13,7 @@
 
 namespace {
 
-// Writes through AppendFile rather than through the library's own file sink: that one drops the
-// text of a line it cannot write, and makes its file with the process's default mode.
+// The library's own file sink drops a line that it cannot write, and does not set the file's mode.
 class AppendFileSink : public spdlog::sinks::base_sink<std::mutex> {
  public:
   explicit AppendFileSink(const std::string& path) : m_file(path) {}
@@ -39,7 +38,7 @@ std::shared_ptr<spdlog::logger>& run_log() {
 
 MessageListener s_listener = nullptr;
 
-// ASCII's control characters, and those beyond it in UTF-8.
+// Replaces the control characters of ASCII, and those of UTF-8 after them.
 std::string without_controls(std::string text) {
   char before = 0;
   for (char& c : text) {
@@ -61,9 +60,9 @@ void write(spdlog::level::level_enum level, std::string_view text) {
 
 }  // namespace
 
-void dctLogSetA(const char* path, const char* program_name) {
+void dctLogSetA(const char* path) {
   auto sink = std::make_shared<AppendFileSink>(path);
-  auto log = std::make_shared<spdlog::logger>(program_name, std::move(sink));
+  auto log = std::make_shared<spdlog::logger>("mdfixup", std::move(sink));
   log->set_pattern("%Y-%m-%d %H:%M:%S.%e %l pid=%P thread=%t %v");
   run_log() = std::move(log);
 }
@@ -75,8 +74,8 @@ void listen_to_run_log(MessageListener listener) {
 void InfoA(std::string_view text) {
   write(spdlog::level::info, text);
 }
-// An operator at a terminal reads no log while the run goes on. Names come from databases that anybody
-// may have written to, and must not control the terminal.
+// An operator at a terminal does not read the log during the run. Names come from databases that
+// are not trusted, and must not control the terminal.
 void WarningA(std::string_view text) {
   if (!run_log()) return;
   write(spdlog::level::warn, text);

@@ -11,7 +11,7 @@ namespace console {
 void open_standard_descriptors() {
   for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (::fcntl(descriptor, F_GETFD) != -1) continue;
-    // The lowest number that is free, which is this one.
+    // open() takes the lowest free number, which is this one.
     if (::open("/dev/null", O_RDWR) != descriptor) {
       throw std::system_error(errno, std::generic_category(), "could not open /dev/null");
     }

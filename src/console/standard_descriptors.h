@@ -2,11 +2,9 @@
 
 namespace console {
 
-// Opens /dev/null for each of standard input, output and error that the caller has closed. A file
-// opened later would take its number otherwise, and what is meant for a terminal would be written
-// into it: into the lock file, for one.
-// Threads: call it before anything else is opened.
-// Errors: std::system_error.
+// Opens /dev/null for each standard descriptor that the caller has closed. Otherwise a file opened
+// later, such as the lock file, would take its number and receive the run's output.
+// To be called before any file is opened. Errors: std::system_error.
 void open_standard_descriptors();
 
 }  // namespace console

@@ -26,19 +26,19 @@ bool reader_is_gone(int descriptor) {
 }  // namespace
 
 void print(std::string_view text) {
-  if (!StatusLine::is_in_use_beside_output()) {
+  if (!StatusLine::shares_terminal_with_output()) {
     std::cout << text;
     return;
   }
-  StatusLine::make_way(text, [text] { std::cout << text << std::flush; });
+  StatusLine::erase_and_write(text, [text] { std::cout << text << std::flush; });
 }
 
-// Not through std::cerr, which drops everything behind the first text that it could not write.
+// Not through std::cerr, which writes nothing more after its first failure.
 bool write_standard_error(std::string_view text) {
   std::size_t written = 0;
   const auto write = [&] { written = files::write_all(STDERR_FILENO, text); };
   if (StatusLine::is_in_use()) {
-    StatusLine::make_way(text, write);
+    StatusLine::erase_and_write(text, write);
   } else {
     write();
   }
@@ -49,8 +49,7 @@ void try_standard_error(std::string_view text) {
   if (files::takes_output(STDERR_FILENO)) (void)write_standard_error(text);
 }
 
-// A terminal that takes nothing now, as one that was stopped, is not waited for; nor may one that stops
-// writers in the background hold up the run.
+// Neither a stopped terminal nor one that stops background writers (SIGTTOU) may delay the run.
 void write_terminal(std::string_view text) {
   if (::isatty(STDERR_FILENO) != 1) return;
   sigset_t stops_writers;

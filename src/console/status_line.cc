@@ -21,24 +21,23 @@ std::atomic<bool> s_in_use{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "read in a signal handler");
 std::atomic<bool> s_output_is_terminal{false};
 
-// The state of the one terminal that there is.
+// The state of the process's terminal.
 boost::mutex s_mutex;
 bool s_is_shown BOOST_THREAD_GUARDED_BY(s_mutex) = false;
-bool s_within_text BOOST_THREAD_GUARDED_BY(s_mutex) = false;  // the last one had no line end
+bool s_within_text BOOST_THREAD_GUARDED_BY(s_mutex) = false;  // the last text had no line end
 
 bool can_erase() {
   const char* terminal = ::getenv("TERM");
   return terminal != nullptr && *terminal != '\0' && std::string_view(terminal) != "dumb";
 }
 
-// A terminal that is not the one that controls the process has no opinion, and none of its shells
-// writes to it.
+// False for a terminal that does not control the process: no shell of it writes there.
 bool in_background() {
   const pid_t foreground = ::tcgetpgrp(STDERR_FILENO);
   return foreground > 0 && foreground != ::getpgrp();
 }
 
-// One less than there are: some terminals go on to the next line once the last column is filled.
+// One less than the width: some terminals wrap once the last column is filled.
 std::size_t usable_columns() {
   constexpr std::size_t k_usual = 80;
   struct winsize size {};
@@ -46,8 +45,7 @@ std::size_t usable_columns() {
   return (is_known ? size.ws_col : k_usual) - 1;
 }
 
-// Cut between two statements if that is possible, and marked: nobody is to take the first digits of a
-// number for the number.
+// Cuts at a comma if possible, and marks the cut: half a number must not look like a number.
 std::string fitting(std::string_view text, std::size_t columns) {
   constexpr std::string_view k_mark = "...";
   constexpr std::string_view k_between = ", ";
@@ -59,8 +57,7 @@ std::string fitting(std::string_view text, std::size_t columns) {
   return std::string(text.substr(0, kept)).append(mark);
 }
 
-// In the background, where the line has long been followed by what the shell wrote, it would take
-// away the shell's own.
+// In the background, the shell has written after the line; erasing would remove the shell's text.
 void erase_shown() BOOST_THREAD_REQUIRES(s_mutex) {
   if (!s_is_shown) return;
   if (!in_background()) (void)files::write_all(STDERR_FILENO, k_erase_line);
@@ -75,7 +72,7 @@ StatusLine::StatusLine() {
   s_in_use = is_possible;
 }
 
-// A terminal that takes nothing now keeps the line, for what is written next to take it away.
+// A stopped terminal keeps the line; the next text erases it.
 StatusLine::~StatusLine() {
   if (!erase()) return;
   s_in_use = false;
@@ -98,7 +95,7 @@ bool StatusLine::erase() noexcept {
     if (s_is_shown && files::takes_output(STDERR_FILENO)) erase_shown();
     return !s_is_shown;
   } catch (const std::exception&) {
-    return false;  // without its lock it stays, as on a terminal that takes nothing
+    return false;  // without the lock the line stays
   }
 }
 
@@ -110,11 +107,11 @@ bool StatusLine::may_be_shown() {
   return is_in_use() && !in_background();
 }
 
-bool StatusLine::is_in_use_beside_output() {
+bool StatusLine::shares_terminal_with_output() {
   return s_output_is_terminal;
 }
 
-void StatusLine::make_way(std::string_view text, const std::function<void()>& write) {
+void StatusLine::erase_and_write(std::string_view text, const std::function<void()>& write) {
   const boost::lock_guard<boost::mutex> guard(s_mutex);
   erase_shown();
   write();

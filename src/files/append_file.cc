@@ -29,32 +29,32 @@ bool can_be_a_log(int descriptor) {
   return ::fstat(descriptor, &info) == 0 && (S_ISREG(info.st_mode) || S_ISCHR(info.st_mode));
 }
 
-// A pipe would be waited for, in open and again in each write that fills it.
+// A pipe could block, in open and in each write that fills it.
 int open_log(const std::string& path) {
   const int descriptor =
       ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK | O_NOCTTY | O_CLOEXEC,
              k_log_file_mode);
   if (descriptor < 0) {
-    if (errno == ENXIO) refuse_kind(path);  // a pipe that nobody reads, or a socket
+    if (errno == ENXIO) refuse_kind(path);  // a pipe without a reader, or a socket
     refuse(path, errno, std::strerror(errno));
   }
   if (!can_be_a_log(descriptor)) {
     (void)::close(descriptor);  // nothing was written
     refuse_kind(path);
   }
-  // A device may be slow; only the opening must not wait.
+  // Writes to a slow device may wait; only open must not.
   (void)::fcntl(descriptor, F_SETFL, O_APPEND);
   return descriptor;
 }
 
-// Takes back the start of a text that did not fit, so that no torn line is left behind.
+// Removes the start of a text that did not fit, so that no partial line stays.
 void take_back(int descriptor, std::size_t written) {
-  if (written == 0) return;  // the offset does not tell the end of the file before the first write
+  if (written == 0) return;  // before the first write the offset is not the end of the file
   const int saved_errno = errno;
   const off_t end = ::lseek(descriptor, 0, SEEK_CUR);
   if (end >= static_cast<off_t>(written)) {
-    // A device or a pipe cannot be cut; the caller reports the text elsewhere either way. Where the C
-    // library checks its callers, it does not take (void) for a reason.
+    // A device cannot be cut; the caller reports the text elsewhere in any case. (void) would not
+    // silence the C library's warning.
     [[maybe_unused]] const int cut = ::ftruncate(descriptor, end - static_cast<off_t>(written));
   }
   errno = saved_errno;
@@ -65,8 +65,7 @@ void take_back(int descriptor, std::size_t written) {
 AppendFile::AppendFile(const std::string& path) : m_path(path), m_descriptor(open_log(path)) {}
 
 AppendFile::~AppendFile() {
-  // Every append was checked; nothing is buffered here that closing could lose.
-  (void)::close(m_descriptor);
+  (void)::close(m_descriptor);  // nothing is buffered, and every append was checked
 }
 
 bool AppendFile::append(std::string_view text) {

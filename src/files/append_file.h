@@ -8,11 +8,11 @@
 
 namespace files {
 
-// A text file that whole strings are appended to; made with mode 0640 when it does not exist.
+// Appends whole strings to a text file, which is made with mode 0640 if it does not exist.
 //
 // Threads: append may be called from any thread; strings never interleave.
 // Ownership: owns its descriptor, which children of the process do not inherit.
-// Errors: Cr_ErrnoException, naming the path, when the file cannot be opened or is neither a regular
+// Errors: Cr_ErrnoException, naming the path, if the file cannot be opened or is neither a regular
 //   file nor a character device.
 class AppendFile {
  public:
@@ -21,8 +21,7 @@ class AppendFile {
   AppendFile(const AppendFile&) = delete;
   AppendFile& operator=(const AppendFile&) = delete;
 
-  // Appends `text` whole. On failure the file is as before, errno tells why, and the result is
-  // false.
+  // On failure the file is unchanged, errno is set, and the result is false.
   bool append(std::string_view text);
 
   const std::string& path() const { return m_path; }

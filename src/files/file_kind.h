@@ -8,12 +8,11 @@ namespace files {
 enum class FileKind {
   none,
   regular,
-  special,       // a pipe or a device, which would be waited for or read for ever, or a directory
-  out_of_reach,  // something that cannot be looked at, which is not the same as nothing: a link that
-                 // leads nowhere, for one
+  special,       // a directory; or a pipe or device, which could block
+  out_of_reach,  // exists, but stat fails: a dangling link, for example
 };
 
-// A link counts as what it leads to.
+// Follows links.
 FileKind file_kind(const std::string& path);
 
 }  // namespace files

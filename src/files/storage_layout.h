@@ -1,6 +1,6 @@
 #pragma once
 
-// Names of the files and directories of a storage.
+// The names of the files and directories of a storage.
 namespace layout {
 
 // Below the storage's root.

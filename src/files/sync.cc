@@ -36,10 +36,10 @@ int create_synced_file(const std::string& file, std::string_view bytes) {
   constexpr mode_t k_mode = 0644;
   const int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, k_mode);
   if (descriptor < 0) return errno;
-  errno = EIO;  // for a call that writes nothing and gives no reason
+  errno = EIO;  // for a write of 0 bytes, which sets no errno
   const bool is_stored = write_all(descriptor, bytes) == bytes.size() && ::fsync(descriptor) == 0;
   const int error = is_stored ? 0 : errno;
-  (void)::close(descriptor);  // what was written is synced or given up
+  (void)::close(descriptor);  // the file is synced or has failed
   return error;
 }
 

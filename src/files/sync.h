@@ -7,19 +7,18 @@
 
 namespace files {
 
-// Syncs what a file holds.
-// Errors: Cr_ErrnoException, naming the path, as of the others. Closing the file drops the locks that
-//   this process has on it.
+// Syncs a file's contents. Drops the locks that this process holds on the file.
+// Errors, also of the others: Cr_ErrnoException, naming the path.
 void sync_file(const std::string& file);
 
-// Makes a file, which must not be there, and syncs what it holds. Returns 0 or an error number; a part
-// of the file may be there then.
+// Makes a file, which must not exist, and syncs it. Returns 0 or an errno value, with which a part
+// of the file may exist.
 int create_synced_file(const std::string& file, std::string_view bytes);
 
-// Syncs the names in a directory.
+// Syncs a directory's entries.
 void sync_directory(const std::string& directory);
 
-// Syncs the names on the way from `top`, a directory, down to `directory`, and in it.
+// Syncs the entries of `directory` and of its parents up to `top`.
 void sync_directories(const boost::filesystem::path& top, boost::filesystem::path directory);
 
 }  // namespace files

@@ -5,12 +5,11 @@
 
 namespace files {
 
-// Writes the text to a descriptor, in as many calls as that takes. Returns the bytes written: all of
-// them, unless a call failed; errno tells why then.
+// Writes the text in as many calls as needed. Returns the bytes written; if a call fails, these are
+// fewer and errno is set.
 std::size_t write_all(int descriptor, std::string_view text);
 
-// Whether the descriptor would take a line now; a full pipe that nobody reads and a stopped terminal
-// would keep the writer waiting.
+// Whether a write would not block now, as it would on a full pipe or a stopped terminal.
 bool takes_output(int descriptor);
 
 }  // namespace files

@@ -5,14 +5,14 @@
 
 namespace database {
 
-// The texts from `from` on and before `to`, in byte order; an empty `to` stands for the end of all
-// texts.
+// The texts from `from` on, before the exclusive upper bound `to`, in byte order. An empty `to`
+// means none.
 struct BasenameRange {
   std::string from;
   std::string to;
 };
 
-// The first text behind all that begin with `prefix`; empty when there is none.
+// The exclusive upper bound of the texts that begin with `prefix`; empty if there is none.
 std::string upper_bound_of_prefix(std::string_view prefix);
 
 }  // namespace database

@@ -13,13 +13,10 @@ struct POData {
   std::string record;      // the object's segment list; opaque bytes
 };
 
-// New, empty columns, owned by the caller; null when there is no memory for them.
+// New, empty columns, owned by the caller; null if memory is short.
 POData* POCreate();
 
-// A path object.
-//
-// Threads: one thread at a time.
-// Ownership: owns its columns.
+// A path object. Owns its columns; for one thread at a time.
 class PO {
  public:
   // Takes over `data`, which must not be null.
@@ -31,12 +28,12 @@ class PO {
   POData& data() { return *m_data; }
   const POData& data() const { return *m_data; }
 
-  // Sets `text` to a description of the PO on one line, without a line end.
+  // Sets `text` to a description on one line, without a line end.
   void to_string(std::string& text) const;
 
  private:
   std::unique_ptr<POData> m_data;
 };
 
-// The PO's identity (its POID), valid until the PO changes.
+// The PO's identity, its POID; valid until the PO changes.
 const std::string& POGetHashRef(const PO& po);

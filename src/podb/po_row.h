@@ -7,7 +7,7 @@
 
 namespace database {
 
-// Bytes that are no text.
+// An SQL BLOB.
 struct Blob {
   std::string bytes;
 
@@ -17,8 +17,8 @@ struct Blob {
 // A value as a database stores it, with its type.
 using Value = std::variant<std::int64_t, double, std::string, Blob>;
 
-// The columns of a PO as they are stored: basename, POID, size, time of change, record. Unlike a PO, it
-// carries whatever types and bytes are there.
+// The columns of a PO as they are stored: basename, POID, size, mtime, record. Unlike a PO, it
+// holds columns of any type.
 using PORow = std::array<Value, 5>;
 
 }  // namespace database

@@ -19,8 +19,8 @@ constexpr const char* k_po_schema =
     "CREATE TABLE po (basename TEXT NOT NULL UNIQUE, poid TEXT NOT NULL, size INTEGER NOT NULL, "
     "mtime INTEGER NOT NULL, record BLOB NOT NULL)";
 
-// The statement without comments, blanks, quotes and letter case, which is all that can differ
-// between two ways to write the same table; whatever else differs makes another table.
+// The statement without comments, blanks, quotes and letter case. Two statements that differ in
+// nothing else make the same table.
 std::string reduced(const std::string& sql) {
   std::string text;
   for (std::size_t i = 0; i < sql.size(); ++i) {
@@ -36,23 +36,21 @@ std::string reduced(const std::string& sql) {
   return text;
 }
 
-// Whether it makes one of SQLite's own tables, for statistics and the like.
+// Such as the tables of ANALYZE.
 bool is_of_sqlite(const std::string& sql) {
   return sql.rfind("CREATE TABLE sqlite_", 0) == 0;
 }
 
 bool is_our_table(const std::string& sql) {
-  if (sql == k_po_schema) return true;
   static const std::string ours = reduced(k_po_schema);
   return reduced(sql) == ours;
 }
 
-// The first page of a database holds its schema, unless that is long. It begins with the file's header.
+// The first page holds the file's header and, unless it is long, the schema.
 using FirstPage = std::array<char, 4096>;
 
-// The parts of a first page that say which schema it is: the size of the pages and of the end of each
-// that is not used; how many entries there are, and where; the entries, which stand at the end. What
-// lies between may be anything.
+// The parts of the first page that define the schema: the page size, the unused size at its end, the
+// number and places of the entries, and the entries. The space between may hold anything.
 struct SchemaParts {
   explicit SchemaParts(const FirstPage& page) {
     constexpr std::size_t k_page_size = 16;
@@ -103,9 +101,9 @@ FirstPage first_page_of_ours() {
   return page;
 }
 
-// Whether the schema is, byte for byte, what SQLite makes of our statement. Decides for nearly every
-// database, at a fraction of what a statement would cost. To be called while the file cannot change.
-bool is_as_we_make_it(SQLite::Database& database) {
+// Whether the schema is what SQLite makes of our statement, byte for byte. True for nearly every
+// database, and much cheaper than a statement. Requires a read lock.
+bool has_our_bytes(SQLite::Database& database) {
   static const FirstPage ours = first_page_of_ours();
   FirstPage page{};
   read_beginning(database, page.data(), page.size());
@@ -128,9 +126,9 @@ POVersion::~POVersion() = default;
 
 cr_status_t check_po_schema(SQLite::Database& database, const POVersion& version) {
   if (version.number() > k_po_version) return k_status_db_newer;
-  if (is_as_we_make_it(database)) return k_status_ok;
-  // SQLite holds an object's kind and name, letter case aside, against its statement. Those without
-  // one are the indexes behind UNIQUE.
+  if (has_our_bytes(database)) return k_status_ok;
+  // SQLite checks an object's kind and name against its statement, letter case aside. Only the
+  // indexes of UNIQUE have no statement.
   SQLite::Statement objects(database, "SELECT name, sql FROM sqlite_schema");
   bool found = false;
   while (objects.executeStep()) {

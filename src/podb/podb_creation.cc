@@ -27,7 +27,7 @@ constexpr const char* k_journal_suffix = "-journal";
 constexpr mode_t k_all_permissions = 07777;
 constexpr mode_t k_file_permissions = 0666;
 
-// A link that leads nowhere is there: its database is out of reach, which is not the same as empty.
+// True for a dangling link: its database is out of reach, not absent.
 bool is_there(const fs::path& path) {
   struct stat info {};
   return ::lstat(path.c_str(), &info) == 0 || (errno != ENOENT && errno != ENOTDIR);
@@ -61,20 +61,20 @@ const std::string& empty_database(const std::string& file) {
   }
 }
 
-// Gives what was made the owner and the permissions of the directory around it, so that whoever uses
-// the one can use the other.
-void take_after(const std::string& directory, const std::string& made, mode_t permissions) {
+// Gives what was made the owner and permissions of its directory, for the same users.
+void copy_owner_and_mode(const std::string& directory, const std::string& made,
+                         mode_t permissions) {
   struct stat around {};
   struct stat own {};
   if (::stat(directory.c_str(), &around) != 0) fail(errno, "could not look at ", directory);
   if (::stat(made.c_str(), &own) != 0) fail(errno, "could not look at ", made);
   const bool has_owner = own.st_uid == around.st_uid && own.st_gid == around.st_gid;
-  // Only a privileged user can give a file away; another one's is his own anyway.
+  // Without root, chown fails and the owner stays the user who runs the program.
   if (!has_owner && ::chown(made.c_str(), around.st_uid, around.st_gid) != 0 && errno != EPERM) {
     fail(errno, "could not set the owner of ", made);
   }
   const mode_t wanted = around.st_mode & permissions;
-  // A change of the owner may clear some.
+  // chown may have cleared some.
   const bool has_permissions = has_owner && (own.st_mode & k_all_permissions) == wanted;
   if (!has_permissions && ::chmod(made.c_str(), wanted) != 0) {
     fail(errno, "could not set the permissions of ", made);
@@ -88,33 +88,33 @@ fs::path podb_file(const fs::path& policy_dir) {
 }
 
 PODBCreation::PODBCreation(const fs::path& tree_root, const fs::path& policy_dir)
-    : m_catalog_root(tree_root), m_file(podb_file(policy_dir)) {
+    : m_tree_root(tree_root), m_file(podb_file(policy_dir)) {
   constexpr int k_attempts = 100;
   try {
     const bool has_database = is_there(m_file);
-    const bool names_are_stored = has_database && !is_there(temporary_name(m_file));
-    if (names_are_stored) return;
+    const bool names_are_synced = has_database && !is_there(temporary_name(m_file));
+    if (names_are_synced) return;
     const int error = make_directory(policy_dir, k_attempts);
     if (error != 0) fail(error, "could not create the directory ", policy_dir.string());
     if (!has_database) make_database();
-    // Whoever made them: a run that died may have made some and not come to this.
+    // Also those found: a run that was killed may have made them without a sync.
     files::sync_directories(tree_root, policy_dir);
-    clear_temporary(m_file);  // last: as long as it is there, the names may not be stored
+    clear_temporary(m_file);  // last: while it exists, directory entries may be unsynced
   } catch (...) {
     undo();
     throw;
   }
 }
 
-// A directory found a moment ago may be gone when one is made in it, by the undo of another worker
-// who had made it; it is made again then.
+// Race: the undo of another worker may remove a directory between its creation and that of one in
+// it. It is made again then.
 int PODBCreation::make_directory(const fs::path& dir, int attempts) {
   constexpr mode_t k_all_but_umask = 0777;
   boost::system::error_code ignored;
-  if (dir == m_catalog_root) return fs::is_directory(dir, ignored) ? 0 : ENOENT;
+  if (dir == m_tree_root) return fs::is_directory(dir, ignored) ? 0 : ENOENT;
   if (::mkdir(dir.c_str(), k_all_but_umask) == 0) {
     m_made_directories.push_back(dir.string());
-    take_after(dir.parent_path().string(), dir.string(), k_all_permissions);
+    copy_owner_and_mode(dir.parent_path().string(), dir.string(), k_all_permissions);
     return 0;
   }
   const int mkdir_error = errno;
@@ -128,7 +128,7 @@ void PODBCreation::make_database() {
   const std::string file = m_file.string();
   for (const char* suffix : {k_journal_suffix, "-wal"}) {
     if (!is_there(file + suffix)) continue;
-    // It would be taken for the new database's.
+    // SQLite would apply it to the new database.
     throw Cr_ErrnoException(k_status_db_unfinished, "could not create the database " + file +
                                                         "; its journal is there without it");
   }
@@ -136,8 +136,8 @@ void PODBCreation::make_database() {
   if (is_there(temporary)) clear_temporary(m_file);
   const int error = files::create_synced_file(temporary, empty_database(temporary));
   if (error != 0) fail(error, "could not create the database ", temporary);
-  take_after(m_file.parent_path().string(), temporary, k_file_permissions);
-  // link, not rename: rename would replace a database that somebody else has just made and filled.
+  copy_owner_and_mode(m_file.parent_path().string(), temporary, k_file_permissions);
+  // link() never overwrites; rename() would replace a database that another process just filled.
   if (::link(temporary.c_str(), file.c_str()) == 0) {
     m_made_database = true;
   } else if (errno != EEXIST) {
@@ -158,8 +158,7 @@ void PODBCreation::undo() {
     for (const std::string& file : temporary_files(m_file)) (void)::unlink(file.c_str());
   }
   for (; !m_made_directories.empty(); m_made_directories.pop_back()) {
-    // Fails where somebody has put something; that is theirs.
-    (void)::rmdir(m_made_directories.back().c_str());
+    (void)::rmdir(m_made_directories.back().c_str());  // fails unless it is empty
   }
 }
 

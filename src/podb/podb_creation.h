@@ -7,22 +7,19 @@
 
 namespace database {
 
-// Where the path-object database of a policy directory lies.
+// The path of a policy directory's database.
 boost::filesystem::path podb_file(const boost::filesystem::path& policy_dir);
 
-// What had to be made so that a policy directory has a database: directories, and an empty database
-// in the last. The database is made whole under a temporary name beside it and then takes its own,
-// so that a crash leaves either none or a whole one. What a crash left under the temporary name is
-// cleared.
+// Makes the directories and the empty database that a policy directory lacks. The database is
+// written under a temporary name and then linked, so a crash leaves either none or a complete one.
+// The next creation removes the temporary file.
 //
-// The catalog root itself is never made: one that is not there is a storage that has disappeared.
+// The root of the metadata tree is never made: if it is missing, the storage has disappeared.
+// Everything is synced when the constructor returns: a PO moved here may leave its source right
+// after.
 //
-// All of it is on the disk when the constructor returns: a PO moved here may be gone from where it
-// was an instant later.
-//
-// Threads: one thread; not two for one policy directory at once, but for two of one client.
-// Errors: the constructor throws Cr_ErrnoException, naming the path, and takes away again what it
-//   made.
+// Threads: one. Two objects may work on one client at once, but not on one policy directory.
+// Errors: the constructor throws Cr_ErrnoException, naming the path, after it has undone its work.
 class PODBCreation {
  public:
   PODBCreation(const boost::filesystem::path& tree_root, const boost::filesystem::path& policy_dir);
@@ -32,15 +29,14 @@ class PODBCreation {
   // The directories and the database, outermost first.
   std::vector<std::string> made() const;
 
-  // Takes away again what was made: the database, which must hold nothing, and each directory in
-  // which nobody has put anything. What cannot be taken away stays.
+  // Removes the database, which must be empty, and each empty directory. Ignores failures.
   void undo();
 
  private:
   int make_directory(const boost::filesystem::path& dir, int attempts);
   void make_database();
 
-  const boost::filesystem::path m_catalog_root;
+  const boost::filesystem::path m_tree_root;
   const boost::filesystem::path m_file;
   std::vector<std::string> m_made_directories;  // outermost first
   bool m_made_database = false;

@@ -20,7 +20,7 @@ namespace {
 bool holds_nothing(SQLite::Database& database, const std::string& file) {
   cr_status_t status = k_status_ok;
   try {
-    status = check_file_form(database);
+    status = check_file_header(database);
     if (status == k_status_ok) {
       database.exec("BEGIN EXCLUSIVE");
       status = check_po_schema(database, POVersion(database));
@@ -36,7 +36,7 @@ bool holds_nothing(SQLite::Database& database, const std::string& file) {
 
 }  // namespace
 
-// The lock is held until the file is gone.
+// The connection keeps its exclusive lock until the file is gone.
 bool remove_podb_without_pos(const boost::filesystem::path& policy_dir) {
   const std::string file = podb_file(policy_dir).string();
   const auto database = open_database_if_there(file, SQLite::OPEN_READWRITE);

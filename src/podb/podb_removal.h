@@ -4,11 +4,9 @@
 
 namespace database {
 
-// Removes the database of a policy directory if it holds no PO; an exclusive lock keeps one from being
-// stored meanwhile. False when it stays, or there is none.
-//
-// Threads: one thread.
-// Errors: Cr_ErrnoException, naming the file, when it cannot be looked into or removed.
+// Removes the database of a policy directory if it holds no PO, under an exclusive lock. False if
+// it stays or does not exist.
+// Errors: Cr_ErrnoException, naming the file, if it cannot be read or removed.
 bool remove_podb_without_pos(const boost::filesystem::path& policy_dir);
 
 }  // namespace database

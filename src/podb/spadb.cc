@@ -27,25 +27,21 @@ CTable::CTable(SQLite::Database& database, std::string name)
 CTable::~CTable() = default;
 
 cr_status_t CTable::ListRecordsStart() {
-  try {
+  return database::status_of([this] {
     m_listing = std::make_unique<SQLite::Statement>(m_database, "SELECT * FROM " + quoted(m_name));
     return k_status_ok;
-  } catch (const SQLite::Exception& error) {
-    return database::database_status(error);
-  }
+  });
 }
 
 cr_status_t CTable::ListRecordsNext(std::vector<CColumn>& record) {
   record.clear();
-  try {
+  return database::status_of([&] {
     if (!m_listing->executeStep()) return k_status_end_of_iteration;
     for (int i = 0; i < m_listing->getColumnCount(); ++i) {
       record.emplace_back(m_listing->getColumnName(i), m_listing->getColumn(i).getString());
     }
     return k_status_ok;
-  } catch (const SQLite::Exception& error) {
-    return database::database_status(error);
-  }
+  });
 }
 
 CSpaDatabase::CSpaDatabase() = default;
@@ -60,12 +56,11 @@ cr_status_t CSpaDatabase::open(const std::string& storage_root) {
   m_database.reset();
   try {
     auto database = database::open_database(database_file(storage_root), SQLite::OPEN_READONLY);
-    const cr_status_t form = database::check_file_form(*database);
-    if (form != k_status_ok) return form;
-    m_database = std::move(database);
-    return k_status_ok;
-  } catch (const SQLite::Exception& error) {
-    return database::database_status(error);
+    return database::status_of([&] {
+      const cr_status_t header = database::check_file_header(*database);
+      if (header == k_status_ok) m_database = std::move(database);
+      return header;
+    });
   } catch (const Cr_ErrnoException& error) {
     return error.GetStatus();
   }
@@ -74,14 +69,14 @@ cr_status_t CSpaDatabase::open(const std::string& storage_root) {
 std::unique_ptr<CTable> CSpaDatabase::GetTable(const std::string& name) {
   if (!m_database) return nullptr;
   try {
-    // A view of that name would run whatever statement its maker chose.
+    // Not a view, which could run any statement.
     SQLite::Statement tables(*m_database,
                              "SELECT 1 FROM sqlite_schema WHERE type = 'table' AND name = ?");
     tables.bind(1, name);
     if (!tables.executeStep()) return nullptr;
     return std::make_unique<CTable>(*m_database, name);
   } catch (const SQLite::Exception&) {
-    return nullptr;  // a database that cannot be read has no table to offer
+    return nullptr;
   }
 }
 

@@ -27,10 +27,7 @@ class CColumn {
   std::string m_data;
 };
 
-// A table of the SPA database.
-//
-// Threads: one thread at a time.
-// Ownership: refers to the database, which must outlive it.
+// A table of the SPA database, which must outlive it. For one thread at a time.
 class CTable {
  public:
   CTable(SQLite::Database& database, std::string name);
@@ -41,8 +38,8 @@ class CTable {
   // Starts a listing of all records, with all columns. Returns 0 or a status.
   cr_status_t ListRecordsStart();
 
-  // Sets `record` to the next record. Returns 0; k_status_end_of_iteration behind the last one; or
-  // another status, after which the rest of the records is unknown.
+  // Sets `record` to the next record. Returns 0, k_status_end_of_iteration after the last one, or
+  // the status of a failure, which ends the listing early.
   cr_status_t ListRecordsNext(std::vector<CColumn>& record);
 
  private:
@@ -51,19 +48,16 @@ class CTable {
   std::unique_ptr<SQLite::Statement> m_listing;
 };
 
-// The SPA database of one storage, opened for reading only and never created.
-//
-// Threads: one thread at a time.
+// The SPA database of one storage, opened read-only and never created. For one thread at a time.
 class CSpaDatabase {
  public:
-  // The process's one object.
   static CSpaDatabase& Instance();
 
-  // Opens `<storage_root>/spa.db`, closing one that was open. Returns 0 or a status.
+  // Opens `<storage_root>/spa.db` in place of one that was open. Returns 0 or a status.
   cr_status_t open(const std::string& storage_root);
 
-  // The table of that name, owned by the caller and valid until the next open; null when no
-  // database is open, it cannot be read, or it has no such table.
+  // The table of that name, valid until the next open. Null if no database is open, or if it cannot
+  // be read or has no such table.
   std::unique_ptr<CTable> GetTable(const std::string& name);
 
   CSpaDatabase(const CSpaDatabase&) = delete;
@@ -76,7 +70,7 @@ class CSpaDatabase {
   std::unique_ptr<SQLite::Database> m_database;
 };
 
-// Makes the SPA database of a new storage, with one event of now for each text.
+// Makes the SPA database of a new storage, with one event for each text.
 // Errors: Cr_ErrnoException, naming the file.
 void create_spa_database(const std::string& storage_root,
                          const std::vector<std::string>& event_strings);

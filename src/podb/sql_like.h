@@ -4,9 +4,8 @@
 
 namespace database {
 
-// Whether `text LIKE 'pattern'` holds for the database, by its own comparison: ASCII letters without
-// regard to case, "_" for any character, "%" for any number of them.
-// Threads: may be called from any thread.
+// Whether SQLite's `text LIKE 'pattern'` holds: ASCII letters match in any case, "_" matches one
+// character, "%" any number of them.
 bool sql_like(const std::string& pattern, const std::string& text);
 
 }  // namespace database

@@ -7,7 +7,6 @@
 #include <cstring>
 #include <string_view>
 
-#include <SQLiteCpp/SQLiteCpp.h>
 #include <sqlite3.h>
 
 #include "files/file_kind.h"
@@ -20,8 +19,7 @@ namespace {
 
 constexpr int k_busy_timeout_milliseconds = 30000;
 
-// SQLite counts its memory under one mutex for the whole process, which would make several workers
-// slower than one. Nobody reads the count.
+// Without it SQLite counts its memory under one mutex, which makes several workers slower than one.
 bool configure_library() {
   return sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0) == SQLITE_OK && keep_sqlite_blocks();
 }
@@ -42,11 +40,12 @@ bool is_regular_itself(const std::string& file) {
   return ::lstat(file.c_str(), &info) == 0 && S_ISREG(info.st_mode);
 }
 
-// `layer` is the name of the layer that SQLite reaches the file through; null for the usual one.
-std::unique_ptr<SQLite::Database> open(const std::string& file, int flags, const char* layer) {
+// `vfs` is null for the default one.
+std::unique_ptr<SQLite::Database> open_through(const char* vfs, const std::string& file,
+                                               int flags) {
   try {
     auto database = std::make_unique<SQLite::Database>(file.c_str(), flags | SQLite::OPEN_NOMUTEX,
-                                                       k_busy_timeout_milliseconds, layer);
+                                                       k_busy_timeout_milliseconds, vfs);
     harden(*database);
     return database;
   } catch (const SQLite::Exception& error) {
@@ -57,15 +56,15 @@ std::unique_ptr<SQLite::Database> open(const std::string& file, int flags, const
 
 std::unique_ptr<SQLite::Database> open(const std::string& file, int flags, bool only_if_there) {
   static const bool configured = configure_library();
-  (void)configured;  // where it was refused SQLite is in use already, and only slower
-  if (is_regular_itself(file)) return open(file, flags, file_layer_without_links());
+  (void)configured;  // SQLite refuses it once it is in use, and is only slower then
+  if (is_regular_itself(file)) return open_through(file_layer_without_links(), file, flags);
   const files::FileKind kind = files::file_kind(file);
   if (only_if_there && kind == files::FileKind::none) return nullptr;
   if (kind == files::FileKind::special) {
     throw Cr_ErrnoException(k_status_db_cannot_open,
                             "could not open the database " + file + "; it is no regular file");
   }
-  return open(file, flags, nullptr);
+  return open_through(nullptr, file, flags);
 }
 
 }  // namespace
@@ -78,7 +77,7 @@ std::unique_ptr<SQLite::Database> open_database_if_there(const std::string& file
   return open(file, flags, true);
 }
 
-cr_status_t check_file_form(SQLite::Database& database) {
+cr_status_t check_file_header(SQLite::Database& database) {
   constexpr std::size_t k_read_version = 19;
   constexpr std::size_t k_encoding = 59;
   constexpr char k_write_ahead_log = 2;
@@ -97,7 +96,7 @@ cr_status_t check_file_form(SQLite::Database& database) {
 
 void read_beginning(SQLite::Database& database, char* bytes, std::size_t size) {
   sqlite3_file* file = nullptr;
-  // Read through SQLite's own descriptor: closing one of ours would drop SQLite's locks.
+  // Through SQLite's own descriptor: closing another one would drop SQLite's locks.
   if (sqlite3_file_control(database.getHandle(), "main", SQLITE_FCNTL_FILE_POINTER,
                            static_cast<void*>(&file)) != SQLITE_OK ||
       file == nullptr || file->pMethods == nullptr) {
@@ -109,7 +108,7 @@ void read_beginning(SQLite::Database& database, char* bytes, std::size_t size) {
   }
 }
 
-void store_commits_at_once(SQLite::Database& database) {
+void sync_each_commit(SQLite::Database& database) {
   database.exec("PRAGMA synchronous=EXTRA");
 }
 
@@ -125,8 +124,8 @@ void require_one_statement(SQLite::Database& database, const std::string& sql) {
   const bool is_statement = statement != nullptr;
   sqlite3_finalize(statement);
   if (result != SQLITE_OK) throw SQLite::Exception(database.getHandle(), result);
-  const std::string behind(rest, sql.data() + sql.size());
-  if (!is_statement || behind.find_first_not_of(" \t\n") != std::string::npos) {
+  const std::string after(rest, sql.data() + sql.size());
+  if (!is_statement || after.find_first_not_of(" \t\n") != std::string::npos) {
     throw SQLite::Exception("not one SQL statement", SQLITE_MISUSE);
   }
 }

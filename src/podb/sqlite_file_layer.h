@@ -2,13 +2,12 @@
 
 namespace database {
 
-// The name of a layer (VFS) for SQLite that takes an absolute path as the full name of a file. The usual
-// one follows links in every part of the path, with a system call for each, because the journal of a
-// database lies beside the file, not beside a link to it. Links to directories do no harm: they lead to
-// the journal as well. So the file itself must not be a link. SQLite does not open one, even if it has
-// replaced the file a moment ago.
+// The name of an SQLite VFS that uses an absolute path as it is. The default VFS resolves links in
+// each part of a path, with one system call each, to find the journal beside the real file. Links
+// to directories lead to the journal too, so only the file itself must not be a link. SQLite does
+// not open a link, even if it has just replaced the file.
 //
-// Threads: may be called from any thread. Null, which stands for the usual one, where SQLite refuses it.
+// Null, which means the default VFS, if SQLite rejects it. Threads: any.
 const char* file_layer_without_links();
 
 }  // namespace database

@@ -16,22 +16,21 @@ namespace database {
 
 namespace {
 
-// The C library's blocks have 24 bytes, 40, 56 and so on. All come from it and may go back to it, so
-// that a block needs no mark of its own.
+// The C library's blocks have 24 bytes, 40, 56 and so on. All blocks come from it and may go back
+// to it, so they need no header.
 constexpr std::size_t k_step = 16;
 constexpr std::size_t k_beyond_step = 8;
 constexpr std::size_t k_smallest = k_step + k_beyond_step;
 constexpr std::size_t k_lists = 256;
 constexpr std::size_t k_most_bytes_in_list = 8192;
 
-// A sanitizer sees the use of a block after it was freed, but not of one that is kept.
+// A sanitizer does not detect the use of a block that is kept in a list.
 #ifdef MDFIXUP_SANITIZED
 constexpr bool k_sanitized = true;
 #else
 constexpr bool k_sanitized = false;
 #endif
 
-// A block that is free; the next one of its size is noted in it.
 struct FreeBlock {
   FreeBlock* next;
 };
@@ -41,15 +40,15 @@ struct List {
   std::size_t bytes;
 };
 
-// Trivial, so that a thread may use it until its very end, whatever it destroys before.
+// Trivial, so that the thread's other destructors may still use it.
 struct KeptBlocks {
   std::array<List, k_lists> lists;
-  bool at_end;  // of the thread: nothing is kept any more
+  bool at_end;  // the thread ends: keep no more blocks
 };
 
 thread_local KeptBlocks t_kept;
 
-// Frees what a thread has kept when it ends.
+// Frees the lists when the thread ends.
 class EndOfThread {
  public:
   EndOfThread() = default;
@@ -61,12 +60,12 @@ class EndOfThread {
   }
   EndOfThread(const EndOfThread&) = delete;
   EndOfThread& operator=(const EndOfThread&) = delete;
-  void note() const {}
+  void construct() const {}  // its first use makes a thread_local object
 };
 
 thread_local const EndOfThread t_end;
 
-// The number of the list of blocks that have room for `size` bytes, and not for a step more.
+// The list of the smallest blocks that have room for `size` bytes.
 std::size_t list_of(std::size_t size) {
   return size <= k_smallest ? 0 : (size - k_beyond_step - 1) / k_step;
 }
@@ -99,13 +98,12 @@ void put_back(void* block) {
   if (number >= k_lists || t_kept.at_end) return std::free(block);
   List& list = t_kept.lists[number];
   if (list.bytes + size_in(number) > k_most_bytes_in_list) return std::free(block);
-  t_end.note();  // it is made, and will free what is kept
+  t_end.construct();
   list.bytes += size_in(number);
   list.first = new (block) FreeBlock{list.first};
 }
 
-// A block that grows goes back to the list that it came from: else that list would run dry, and another
-// fill up.
+// A block that grows returns to its own list; otherwise that list would run dry.
 void* resized(void* block, int size) {
   const std::size_t old_size = ::malloc_usable_size(block);
   if (list_of(old_size) >= k_lists) return std::realloc(block, static_cast<std::size_t>(size));

@@ -2,13 +2,12 @@
 
 namespace database {
 
-// Lets SQLite keep small blocks that it frees for their next use, in lists of each thread. Opening a
-// database and preparing a statement take and free some 300 blocks, which cost a quarter of the
-// instructions of a small directory otherwise: the C library keeps only a few of each size at hand.
+// Makes SQLite keep small freed blocks in lists of each thread. Opening a database and preparing a
+// statement allocate and free some 300 blocks, a quarter of a small directory's instructions
+// otherwise: the C library caches only a few blocks of each size.
 //
-// Threads: to be called before SQLite is used. A block may be freed by another thread than the one that
-//   took it. What a thread keeps, at most 8 KiB of each size up to 4 KiB, is freed with the thread.
-// Returns whether SQLite agreed; it refuses once it is in use.
+// False if SQLite is in use already. Any thread may free a block. A thread keeps at most 8 KiB of
+// each size up to 4 KiB, and frees it when it ends.
 bool keep_sqlite_blocks();
 
 }  // namespace database

@@ -16,6 +16,7 @@ namespace {
 using database::bytes_of;
 using database::PORow;
 using database::StatementInUse;
+using database::status_of;
 using database::step_through;
 using database::text_of;
 using database::Value;
@@ -24,17 +25,6 @@ constexpr const char* k_insert_new = "INSERT OR IGNORE INTO po VALUES (?, ?, ?, 
 
 }  // namespace
 
-// Turns what SQLite reports into a status.
-template <class Operation>
-cr_status_t SQLitePODB::guarded(Operation operation) {
-  try {
-    return operation();
-  } catch (const SQLite::Exception& error) {
-    return database::database_status(error);
-  }
-}
-
-// The database lies in the policy directory alone; the root serves libraries that keep more there.
 SQLitePODB::SQLitePODB(const std::string& /*tree_root*/, const std::string& policy_dir,
                        Access access)
     : m_access(access) {
@@ -45,13 +35,13 @@ SQLitePODB::SQLitePODB(const std::string& /*tree_root*/, const std::string& poli
 
 SQLitePODB::SQLitePODB(const fs::path& tree_root, const fs::path& policy_dir)
     : m_access(Access::read_write),
-      m_stores_commits_at_once(true),
+      m_syncs_each_commit(true),
       m_creation(std::make_unique<database::PODBCreation>(tree_root, policy_dir)) {
   try {
     m_database =
         database::open_database(database::podb_file(policy_dir).string(), SQLite::OPEN_READWRITE);
   } catch (...) {
-    m_creation->undo();  // nothing can be in it yet
+    m_creation->undo();
     throw;
   }
 }
@@ -59,10 +49,10 @@ SQLitePODB::SQLitePODB(const fs::path& tree_root, const fs::path& policy_dir)
 SQLitePODB::~SQLitePODB() {
   if (m_creation == nullptr || !m_creation->made_database()) return;
   try {
-    // The lock taken to look is held until the file is gone: nobody stores anything in between.
+    // The exclusive lock is held until the file is gone, so no other process stores a PO meanwhile.
     if (holds_nothing()) m_creation->undo();
   } catch (const std::exception&) {
-    return;  // what cannot be looked into stays
+    return;  // what cannot be read stays
   }
 }
 
@@ -72,10 +62,9 @@ bool SQLitePODB::holds_nothing() {
   return m_database->execAndGet("SELECT count(*) FROM po").getInt64() == 0;
 }
 
-// The operation of a checked database.
 template <class Operation>
 cr_status_t SQLitePODB::checked(Operation operation) {
-  return guarded([&] {
+  return status_of([&] {
     const cr_status_t status = check();
     return status == k_status_ok ? operation() : status;
   });
@@ -83,7 +72,7 @@ cr_status_t SQLitePODB::checked(Operation operation) {
 
 cr_status_t SQLitePODB::get(const std::string& basename, PO& po) {
   return checked([&] {
-    StatementInUse statement(*m_database, m_get,
+    StatementInUse statement(*m_database, m_statements,
                              "SELECT poid, size, mtime, record FROM po WHERE basename = ?");
     statement->bindNoCopy(1, basename);
     if (!statement->executeStep()) return k_status_db_no_such_po;
@@ -105,18 +94,17 @@ cr_status_t SQLitePODB::get(const std::string& basename, PO& po) {
 }
 
 cr_status_t SQLitePODB::put(const PO* po) {
-  return put(*po, m_put, "INSERT OR REPLACE INTO po VALUES (?, ?, ?, ?, ?)");
+  return put(*po, "INSERT OR REPLACE INTO po VALUES (?, ?, ?, ?, ?)");
 }
 
 cr_status_t SQLitePODB::put_new(const PO* po) {
-  return put(*po, m_put_new, k_insert_new);
+  return put(*po, k_insert_new);
 }
 
-cr_status_t SQLitePODB::put(const PO& po, std::unique_ptr<SQLite::Statement>& insert,
-                            const char* sql) {
+cr_status_t SQLitePODB::put(const PO& po, const char* sql) {
   return checked([&] {
     const POData& data = po.data();
-    StatementInUse statement(*m_database, insert, sql);
+    StatementInUse statement(*m_database, m_statements, sql);
     statement->bindNoCopy(1, data.basename);
     statement->bindNoCopy(2, data.poid);
     statement->bind(3, data.size);
@@ -128,89 +116,82 @@ cr_status_t SQLitePODB::put(const PO& po, std::unique_ptr<SQLite::Statement>& in
 
 cr_status_t SQLitePODB::put_new_row(const PORow& row) {
   return checked([&] {
-    StatementInUse statement(*m_database, m_put_new, k_insert_new);
-    database::bind_row(*statement, 1, row);
+    StatementInUse statement(*m_database, m_statements, k_insert_new);
+    database::Binder(*statement).add(row);
     return statement->exec() == 0 ? k_status_handled : k_status_ok;
   });
 }
 
 cr_status_t SQLitePODB::get_row(std::int64_t number, PORow& row) {
-  return get_row(m_get_numbered, "SELECT * FROM po WHERE rowid = ?", number, row);
+  return get_row("SELECT * FROM po WHERE rowid = ?", number, row);
 }
 
 cr_status_t SQLitePODB::get_row(const Value& basename, PORow& row) {
-  return get_row(m_get_row, "SELECT * FROM po WHERE basename = ?", basename, row);
+  return get_row("SELECT * FROM po WHERE basename = ?", basename, row);
 }
 
-cr_status_t SQLitePODB::get_row(std::unique_ptr<SQLite::Statement>& get, const char* sql,
-                                const Value& key, PORow& row) {
+cr_status_t SQLitePODB::get_row(const char* sql, const Value& key, PORow& row) {
   return checked([&] {
-    StatementInUse statement(*m_database, get, sql);
-    database::bind_value(*statement, 1, key);
+    StatementInUse statement(*m_database, m_statements, sql);
+    database::Binder(*statement).add(key);
     if (!statement->executeStep()) return k_status_db_no_such_po;
-    database::read_row(*statement, 0, row);
+    database::read_row(*statement, row);
     return k_status_ok;
   });
 }
 
 cr_status_t SQLitePODB::remove(const std::string& basename) {
-  return remove_row(Value(basename));
+  return remove_row("DELETE FROM po WHERE basename = ?", basename);
 }
 
 cr_status_t SQLitePODB::remove_row(std::int64_t number) {
-  return remove_row(m_remove_numbered, "DELETE FROM po WHERE rowid = ?", number);
+  return remove_row("DELETE FROM po WHERE rowid = ?", number);
 }
 
-cr_status_t SQLitePODB::remove_row(const Value& basename) {
-  return remove_row(m_remove, "DELETE FROM po WHERE basename = ?", basename);
-}
-
-cr_status_t SQLitePODB::remove_row(std::unique_ptr<SQLite::Statement>& remove, const char* sql,
-                                   const Value& key) {
+cr_status_t SQLitePODB::remove_row(const char* sql, const Value& key) {
   return checked([&] {
-    StatementInUse statement(*m_database, remove, sql);
-    database::bind_value(*statement, 1, key);
+    StatementInUse statement(*m_database, m_statements, sql);
+    database::Binder(*statement).add(key);
     return statement->exec() == 0 ? k_status_db_no_such_po : k_status_ok;
   });
 }
 
 cr_status_t SQLitePODB::do_begin_transaction() {
-  const cr_status_t status = guarded([&] {
+  const cr_status_t status = status_of([&] {
     if (!m_database) return k_status_db_read_only;
-    const cr_status_t form = database::check_file_form(*m_database);
-    if (form != k_status_ok) return form;
-    // A PO that was moved here is gone from where it was an instant later.
-    if (m_stores_commits_at_once) database::store_commits_at_once(*m_database);
+    const cr_status_t header = database::check_file_header(*m_database);
+    if (header != k_status_ok) return header;
+    // A PO that was moved here leaves its source right after.
+    if (m_syncs_each_commit) database::sync_each_commit(*m_database);
     m_database->exec(m_access == Access::read_only ? "BEGIN" : "BEGIN IMMEDIATE");
-    m_checked = false;  // another process may have been at it since
+    m_checked = false;  // another process may have changed it since
     return check();
   });
-  // What failed inside the transaction is what the caller wants to know.
-  if (status != k_status_ok) (void)do_rollback_transaction();
+  if (status != k_status_ok) (void)do_rollback_transaction();  // the first failure is reported
   return status;
 }
 
 cr_status_t SQLitePODB::do_commit_transaction() {
-  return guarded([&] {
+  return status_of([&] {
     if (!m_database) return k_status_db_read_only;
     m_database->exec("COMMIT");
-    m_creation.reset();  // what was created is to stay
+    m_creation.reset();  // what was created stays
     return k_status_ok;
   });
 }
 
 cr_status_t SQLitePODB::do_rollback_transaction() {
-  return guarded([&] {
-    // SQLite rolls back on its own after some errors, a full disk for one.
+  return status_of([&] {
+    // After some errors, such as a full disk, SQLite has rolled back already.
     if (m_database && database::in_transaction(*m_database)) m_database->exec("ROLLBACK");
     return k_status_ok;
   });
 }
 
 cr_status_t SQLitePODB::exec_sql(const std::string& sql, const BasenameVisitor* rows) {
-  return guarded([&] {
+  return status_of([&] {
     if (!m_database) return k_status_db_read_only;
-    cr_status_t status = database::check_file_form(*m_database);
+    cr_status_t status = database::check_file_header(*m_database);
     if (status == k_status_ok) status = check();
     if (status != k_status_ok) return status;
     database::require_one_statement(*m_database, sql);
@@ -224,10 +205,10 @@ std::vector<std::string> SQLitePODB::made() const {
   return m_creation ? m_creation->made() : std::vector<std::string>();
 }
 
-cr_status_t SQLitePODB::in_one_lock_cycle(const std::function<void()>& listing) {
-  return guarded([&] {
+cr_status_t SQLitePODB::under_read_lock(const std::function<void()>& listing) {
+  return status_of([&] {
     if (!m_database) return k_status_ok;
-    cr_status_t status = database::check_file_form(*m_database);
+    cr_status_t status = database::check_file_header(*m_database);
     if (status != k_status_ok) return status;
     const database::POVersion version(*m_database);
     status = check(version);

@@ -1,4 +1,4 @@
-// What SQLitePODB lists, in one pass each.
+// The listings of SQLitePODB.
 #include <algorithm>
 
 #include <SQLiteCpp/SQLiteCpp.h>
@@ -14,8 +14,8 @@ using database::step_up_to;
 using database::text_of;
 
 cr_status_t SQLitePODB::get_basenames(const BasenameVisitor& visitor) {
-  return in_one_lock_cycle([&] {
-    // The index behind UNIQUE holds the basenames alone, in byte order.
+  return under_read_lock([&] {
+    // UNIQUE has an index of the basenames alone, in byte order.
     SQLite::Statement names(*m_database, "SELECT basename FROM po ORDER BY basename");
     step_through(names, &visitor);
   });
@@ -23,14 +23,14 @@ cr_status_t SQLitePODB::get_basenames(const BasenameVisitor& visitor) {
 
 cr_status_t SQLitePODB::get_basenames_without(std::string_view prefix,
                                               const BasenameVisitor& visitor) {
-  return in_one_lock_cycle([&] {
+  return under_read_lock([&] {
     SQLite::Statement names(*m_database,
                             "SELECT basename FROM po WHERE basename >= ? ORDER BY basename");
     names.bind(1, "");
     step_up_to(prefix, names, visitor);
-    const std::string behind = database::upper_bound_of_prefix(prefix);
+    const std::string upper_bound = database::upper_bound_of_prefix(prefix);
     names.reset();
-    bind_upper_bound(names, 1, behind);
+    bind_upper_bound(names, 1, upper_bound);
     step_through(names, &visitor);
   });
 }
@@ -38,7 +38,7 @@ cr_status_t SQLitePODB::get_basenames_without(std::string_view prefix,
 cr_status_t SQLitePODB::get_entries_in(const std::vector<database::BasenameRange>& ranges,
                                        bool with_sizes, const EntryVisitor& visitor) {
   constexpr std::int64_t k_most_bytes = std::int64_t{1} << 53;
-  return in_one_lock_cycle([&] {
+  return under_read_lock([&] {
     SQLite::Statement pos(*m_database,
                           std::string("SELECT basename, rowid, ") + (with_sizes ? "size" : "0") +
                               " FROM po WHERE basename >= ? AND basename < ? ORDER BY basename");
@@ -60,7 +60,7 @@ cr_status_t SQLitePODB::get_basenames(std::vector<std::string>& names, const std
                                       std::vector<std::string>* blobs) {
   const std::string sql = "SELECT basename FROM po WHERE " + condition + " ORDER BY basename";
   names.clear();
-  const cr_status_t status = in_one_lock_cycle([&] {
+  const cr_status_t status = under_read_lock([&] {
     database::require_one_statement(*m_database, sql);
     SQLite::Statement listing(*m_database, sql);
     while (listing.executeStep()) {

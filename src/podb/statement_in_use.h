@@ -1,30 +1,27 @@
 #pragma once
 
-#include <memory>
+#include <map>
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
 namespace database {
 
-// A prepared statement in use. It is reset at the end: one that stays on its row keeps its lock.
+// A statement that is prepared once, kept by its text's address, and reset after each use: a
+// statement that stays on its row keeps its lock.
 class StatementInUse {
  public:
-  StatementInUse(SQLite::Database& database, std::unique_ptr<SQLite::Statement>& statement,
-                 const char* sql) {
-    if (!statement) statement = std::make_unique<SQLite::Statement>(database, sql);
-    m_statement = statement.get();
-  }
-  ~StatementInUse() {
-    (void)m_statement->tryReset();  // repeats the error of the last step, which was thrown then
-  }
+  StatementInUse(SQLite::Database& database, std::map<const char*, SQLite::Statement>& prepared,
+                 const char* sql)
+      : m_statement(prepared.try_emplace(sql, database, sql).first->second) {}
+  ~StatementInUse() { (void)m_statement.tryReset(); }  // repeats the error of a step that threw
   StatementInUse(const StatementInUse&) = delete;
   StatementInUse& operator=(const StatementInUse&) = delete;
 
-  SQLite::Statement* operator->() { return m_statement; }
-  SQLite::Statement& operator*() { return *m_statement; }
+  SQLite::Statement* operator->() { return &m_statement; }
+  SQLite::Statement& operator*() { return m_statement; }
 
  private:
-  SQLite::Statement* m_statement;
+  SQLite::Statement& m_statement;
 };
 
 }  // namespace database

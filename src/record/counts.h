@@ -12,19 +12,18 @@ struct DirCounts {
   std::uint64_t copies = 0;
   std::uint64_t orphan_copies = 0;
   std::uint64_t missing_copies = 0;
-  std::uint64_t taken_pos = 0;         // by the deletion; in a dry run, those that it would take
+  std::uint64_t taken_pos = 0;         // by the deletion, or that a deletion would take
   std::uint64_t taken_bytes = 0;       // their sizes
-  std::uint64_t other_copies_pos = 0;  // of the taken ones, those of another copy than named
+  std::uint64_t other_copies_pos = 0;  // taken POs of other copies than the orphan
   std::uint64_t moved_pos = 0;
   std::uint64_t collisions = 0;
-  std::uint64_t future_copies = 0;  // newer than the host's clock by more than a day
-  std::uint64_t unapproved_copies =
-      0;                            // orphans that a deletion left, since nobody had approved them
-  std::uint64_t absent_copies = 0;  // approved ones that are no orphans any more
+  std::uint64_t future_copies = 0;      // more than a day ahead of the host's clock
+  std::uint64_t unapproved_copies = 0;  // orphans that a deletion left without approval
+  std::uint64_t absent_copies = 0;      // approved copies that are no orphans any more
   std::uint64_t restored_pos = 0;
 };
 
-// A count: where it is kept, its name in records and JSON, and the words for one and for more.
+// A count: its member, its name in records and JSON, and the words for one and for more.
 struct Count {
   std::uint64_t DirCounts::*value;
   const char* name;
@@ -33,7 +32,7 @@ struct Count {
   bool in_summary_line;
 };
 
-// The one list of counts. Totals, summary line, progress, records, reports and JSON are made from it.
+// The list that totals, summary line, progress, records, reports and JSON are made from.
 inline constexpr std::array<Count, 13> k_counts{{
     {&DirCounts::pos, "pos", "PO", "POs", true},
     {&DirCounts::copies, "copies", "copy", "copies", true},
@@ -54,10 +53,10 @@ inline constexpr std::array<Count, 13> k_counts{{
 }};
 static_assert(sizeof(DirCounts) == k_counts.size() * sizeof(std::uint64_t), "each is listed");
 
-// "3 orphan copies"; always in the plural, as scripts know it.
+// "3 orphan copies"; always plural, which scripts match.
 std::string number_of(const DirCounts& counts, std::uint64_t DirCounts::*which);
 
-// ", POs 5, copies 4, ..." of the counts in the summary line of the run log.
+// ", POs 5, copies 4, ..." for the summary line of the run log.
 std::string summary_of(const DirCounts& counts);
 
 }  // namespace record

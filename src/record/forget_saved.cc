@@ -8,14 +8,14 @@
 
 namespace record {
 
-// A journal that a kill leaves is one that a reader may not roll back, so the change goes to a
-// write-ahead log. The switch there and back changes some bytes of one sector and needs no journal.
+// A reader cannot roll back the journal of a killed run, so the change goes to a write-ahead log.
+// Each switch of the mode changes bytes of one sector only and needs no journal.
 void forget_saved(const std::string& file) {
   try {
     const auto database = database::open_database(file, SQLite::OPEN_READWRITE);
     database->exec("PRAGMA journal_mode=OFF");
     database->exec("PRAGMA journal_mode=WAL");
-    // Otherwise each page would be written to be overwritten.
+    // Otherwise SQLite would overwrite each freed page with zeros.
     database->exec("PRAGMA secure_delete=OFF");
     SQLite::Transaction transaction(*database);
     database->exec("DELETE FROM saved");

@@ -4,11 +4,9 @@
 
 namespace record {
 
-// Removes what the record of a run saved for an undo, says so in it, and gives the room back. The rest
-// stays, and can be read at any time, whatever ends this.
-//
-// Threads: one thread; nobody else writes to the record.
-// Errors: Cr_ErrnoException, naming the file; what is saved is gone or not, and doing it again finishes.
+// Removes what a record saved for an undo, notes that in it, and shrinks the file. The rest of the
+// record stays readable throughout, even after a kill. No other process may write to it meanwhile.
+// Errors: Cr_ErrnoException, naming the file; repeat the call to finish.
 void forget_saved(const std::string& file);
 
 }  // namespace record

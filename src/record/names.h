@@ -7,7 +7,7 @@
 
 #include "record/findings.h"
 
-// The names under which records keep the values of enumerations, in the order of these.
+// How records name the values of enumerations, in their order.
 namespace record {
 
 template <class Enum, std::size_t N>
@@ -30,7 +30,7 @@ std::string name_of(const Names<Enum, N>& names, Enum value) {
   return names.all[static_cast<std::size_t>(value)];
 }
 
-// The first value for a name that is none of them.
+// An unknown name gives the first value.
 template <class Enum, std::size_t N>
 Enum value_of(const Names<Enum, N>& names, std::string_view name) {
   for (std::size_t i = 0; i < N; ++i) {

@@ -9,7 +9,8 @@
 #include <SQLiteCpp/SQLiteCpp.h>
 
 #include "podb/sqlite_connection.h"
-#include "record/binder.h"
+#include "podb/statement_in_use.h"
+#include "podb/statement_rows.h"
 #include "record/names.h"
 #include "record/record_file.h"
 #include "record/schema.h"
@@ -18,15 +19,32 @@ namespace record {
 
 namespace {
 
+using database::StatementInUse;
+
 std::string repeated(const std::string& text, std::size_t times) {
   std::string result;
   for (; times != 0; --times) result += text;
   return result;
 }
 
+class Binder : public database::Binder {
+ public:
+  using database::Binder::add;
+  using database::Binder::Binder;
+  void add(const DirCounts& counts) {
+    for (const Count& count : k_counts) add(counts.*count.value);
+  }
+};
+
+template <class... Values>
+void bind(SQLite::Statement& statement, const Values&... values) {
+  Binder binder(statement);
+  (binder.add(values), ...);
+}
+
 constexpr std::size_t k_most_rows = 25;
 
-// The statement that appends as many rows to `moved`.
+// The statement that appends `rows` rows to `moved`.
 const char* insertion_of(std::size_t rows) {
   static const auto statements = [] {
     std::array<std::string, k_most_rows + 1> made{"", "INSERT INTO moved VALUES (NULL, ?1, ?2, ?)"};
@@ -39,31 +57,19 @@ const char* insertion_of(std::size_t rows) {
 }  // namespace
 
 template <class... Values>
-SQLite::Statement& RecordDatabase::bound(const char* sql, const Values&... values) {
-  auto known = m_statements.find(sql);
-  if (known == m_statements.end()) {
-    known = m_statements.emplace(sql, SQLite::Statement(*m_database, sql)).first;
-  }
-  Binder binder(known->second);
-  (binder.add(values), ...);
-  return known->second;
-}
-
-template <class... Values>
 std::int64_t RecordDatabase::execute(const char* sql, const Values&... values) {
-  SQLite::Statement& statement = bound(sql, values...);
-  statement.exec();
-  statement.reset();
+  StatementInUse statement(*m_database, m_statements, sql);
+  bind(*statement, values...);
+  statement->exec();
   return m_database->getLastInsertRowid();
 }
 
 template <class... Values>
 std::optional<std::int64_t> RecordDatabase::find(const char* sql, const Values&... values) {
-  SQLite::Statement& statement = bound(sql, values...);
-  std::optional<std::int64_t> number;
-  if (statement.executeStep()) number = statement.getColumn(0).getInt64();
-  statement.reset();
-  return number;
+  StatementInUse statement(*m_database, m_statements, sql);
+  bind(*statement, values...);
+  if (!statement->executeStep()) return std::nullopt;
+  return statement->getColumn(0).getInt64();
 }
 
 RecordDatabase::RecordDatabase(const std::string& file, Run run) : m_run(std::move(run)) {
@@ -75,19 +81,18 @@ RecordDatabase::RecordDatabase(const std::string& file, Run run) : m_run(std::mo
     create();
     put_in_place(unfinished, file);
   } catch (...) {
-    (void)::unlink(unfinished.c_str());  // what ended it is reported
+    (void)::unlink(unfinished.c_str());
     throw;
   }
   m_database = database::open_database(file, SQLite::OPEN_READWRITE);
   m_database->setBusyTimeout(k_busy_timeout_milliseconds);
-  // A commit appends to the write-ahead log and is not synced. The syncs of a checkpoint come once for
-  // each 16 MiB of it.
+  // A commit appends to the write-ahead log without a sync. A checkpoint syncs every 16 MiB.
   m_database->exec("PRAGMA synchronous=NORMAL");
   m_database->exec("PRAGMA wal_autocheckpoint=4096");
   m_last_commit = Clock::now();
 }
 
-// No journal, no syncs on the way: nobody misses the file if this does not come to its end.
+// Without a journal and syncs: an incomplete file is of no use.
 void RecordDatabase::create() {
   m_database->exec("PRAGMA journal_mode=OFF");
   m_database->exec("PRAGMA synchronous=OFF");
@@ -169,20 +174,19 @@ void RecordDatabase::store(Directory& directory, const Orphan& orphan) {
   }
 }
 
-// Several rows at a time take a third of the time of single ones, and a repair moves most of what it
-// reads.
+// Several rows at once take a third of the time of single ones, and a repair moves many.
 void RecordDatabase::store(Directory& directory, const Moved& moved) {
   store(directory);
   const std::int64_t target = id_of(moved.target_client, directory.policy);
   for (auto next = moved.basenames.begin(); next != moved.basenames.end();) {
     const std::size_t left = static_cast<std::size_t>(moved.basenames.end() - next);
     const std::size_t rows = std::min(left, k_most_rows);
-    SQLite::Statement& insert = bound(insertion_of(rows), directory.id, target);
+    StatementInUse insert(*m_database, m_statements, insertion_of(rows));
+    bind(*insert, directory.id, target);
     for (int index = 1; index <= static_cast<int>(rows); ++index) {
-      insert.bindNoCopy(2 + index, **next++);
+      insert->bindNoCopy(2 + index, **next++);
     }
-    insert.exec();
-    insert.reset();
+    insert->exec();
   }
 }
 
@@ -241,13 +245,13 @@ void RecordDatabase::sync_commits() {
   m_database->exec("PRAGMA synchronous=FULL");
 }
 
-// The switch changes some bytes of one sector. It needs no journal, which a reader could not roll back.
+// The switch changes bytes of one sector only, and a reader could not roll back a journal.
 void RecordDatabase::close() {
   m_statements.clear();
   try {
     m_database->exec("PRAGMA journal_mode=OFF");
   } catch (const SQLite::Exception&) {
-    // Nothing is lost: it is all in the log.
+    // The log holds everything.
   }
   m_database.reset();
 }

@@ -16,7 +16,7 @@ namespace fs = boost::filesystem;
 
 namespace record {
 
-// Where locks cannot be had, SQLite would only say so after ten seconds.
+// On a file system without locks, SQLite would report that only after ten seconds.
 void make_file(const std::string& path) {
   constexpr mode_t k_mode = 0640;
   struct flock lock {};

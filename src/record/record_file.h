@@ -4,11 +4,11 @@
 
 namespace record {
 
-// Makes an empty file that was not there, and on which locks can be had.
-// Errors: Cr_ErrnoException, as of the other.
+// Makes an empty file, which must not exist, and checks that it can be locked.
+// Errors of both: Cr_ErrnoException.
 void make_file(const std::string& path);
 
-// Gives a file its name, which nothing may have, and syncs both.
+// Syncs a file and renames it to a free name; syncs the directory.
 void put_in_place(const std::string& made, const std::string& file);
 
 }  // namespace record

@@ -17,8 +17,8 @@ namespace record {
 
 namespace {
 
-// SQLite would wait for a pipe that somebody laid beside the file.
-const std::string& with_files_beside(const std::string& file) {
+// SQLite would wait for ever for a pipe of such a name.
+const std::string& require_regular_files_beside(const std::string& file) {
   for (const char* suffix : {"-journal", "-wal", "-shm"}) {
     if (files::file_kind(file + suffix) != files::FileKind::special) continue;
     throw Cr_ErrnoException(k_status_db_cannot_open, "could not read the record " + file,
@@ -83,7 +83,7 @@ RunReader::Cursor::~Cursor() = default;
 const RunReader::Row* RunReader::Cursor::next() {
   return m_reader.guarded([this]() -> const Row* {
     if (!m_statement->executeStep()) return nullptr;
-    if (!m_row) m_row = std::make_unique<const Row>(*m_statement);  // whatever row it is on
+    if (!m_row) m_row = std::make_unique<const Row>(*m_statement);  // follows it
     return m_row.get();
   });
 }
@@ -101,13 +101,14 @@ std::uint64_t RunReader::count(const std::string& from) {
 
 RunReader::RunReader(std::string file)
     : m_file(std::move(file)),
-      m_database(database::open_database(with_files_beside(m_file), SQLite::OPEN_READONLY)) {
+      m_database(
+          database::open_database(require_regular_files_beside(m_file), SQLite::OPEN_READONLY)) {
   guarded([this] { require_record(); });
 }
 
 RunReader::~RunReader() = default;
 
-// The transaction stays open: all that is read is of one moment.
+// The transaction stays open, so that everything is read from one snapshot.
 void RunReader::require_record() {
   m_database->exec("BEGIN");
   const auto refuse = [this](const char* why) {

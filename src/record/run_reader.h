@@ -18,17 +18,16 @@ class Statement;
 
 namespace record {
 
-// Reads the record of one run: whole, or what a run that was killed or still goes on has stored until
-// now. Neither the file nor what it holds is trusted; nothing is written.
+// Reads the record of one run, also of one that was killed or still goes on, as it was when the
+// constructor ran. Writes nothing, and trusts neither the file nor its contents. The tables are in
+// schema.cc.
 //
-// All that is read is of the time of the constructor. The tables are in schema.cc.
-// Threads: one thread. Memory does not depend on the record.
-// Errors: the constructor and every function throw Cr_ErrnoException, naming the file, when it is no
-//   record, has a newer version, or cannot be read.
+// Threads: one. Memory does not grow with the record.
+// Errors: everything throws Cr_ErrnoException, naming the file, if it is no record, has an unknown
+//   version, or cannot be read.
 class RunReader {
  public:
-  // A row of a query, with its columns counted from 0. A column of another type than asked for reads as
-  // SQLite converts it, NULL as an empty text or 0.
+  // A row of a query; columns count from 0. SQLite converts types; NULL reads as "" or 0.
   class Row {
    public:
     explicit Row(SQLite::Statement& statement);
@@ -41,13 +40,13 @@ class RunReader {
     std::uint64_t count(std::size_t column) const;  // 0 for a negative number
     bool is_null(std::size_t column) const;
     DirCounts counts(std::size_t first) const;
-    // A PO that was saved, in the columns from there on.
+    // A saved PO, in the columns from `first` on.
     void po(std::size_t first, database::PORow& row) const;
 
    private:
     std::vector<SQLite::Column> m_columns;
   };
-  // The rows of a query, one after the other, for what reads several queries side by side.
+  // The rows of a query, for a caller that reads several queries side by side.
   class Cursor {
    public:
     Cursor(RunReader& reader, const std::string& query);
@@ -55,7 +54,7 @@ class RunReader {
     Cursor(const Cursor&) = delete;
     Cursor& operator=(const Cursor&) = delete;
 
-    // The next row, which is good until the next call; null after the last.
+    // The next row, valid until the next call; null after the last.
     const Row* next();
 
    private:
@@ -65,7 +64,6 @@ class RunReader {
   };
   using RowVisitor = std::function<void(const Row&)>;
 
-  // As many rows as there are.
   static constexpr std::int64_t k_all = -1;
 
   explicit RunReader(std::string file);
@@ -75,10 +73,10 @@ class RunReader {
 
   Run run();
 
-  // Visits the first `most` rows of a query that has no limit of its own.
+  // Visits the first `most` rows of a query without a limit of its own.
   void rows(const std::string& query, const RowVisitor& visit, std::int64_t most = k_all);
 
-  // How many rows such a query has behind "FROM".
+  // The number of rows of "SELECT * FROM <from>".
   std::uint64_t count(const std::string& from);
 
  private:

@@ -24,8 +24,8 @@ namespace record {
 
 namespace {
 
-// SQLite believes files beside a database by their names: whoever can make some there can have files
-// elsewhere removed.
+// SQLite trusts files beside a database by their names. Another user who can make some there could
+// get files elsewhere removed.
 void make_own_directory(const std::string& path) {
   constexpr mode_t k_mode = 0750;
   struct stat info {};
@@ -89,7 +89,7 @@ void RunRecord::report_failure(const std::string& why) {
   const std::string text =
       "the record of this run, " + m_file + ", could not be written: " + why + what_follows;
   m_failed = true;
-  (void)console::write_standard_error("ERROR: " + text + "\n");  // the run log has it as well
+  (void)console::write_standard_error("ERROR: " + text + "\n");  // also in the run log
   ErrorA(text);
 }
 
@@ -113,7 +113,7 @@ bool RunRecord::commit() {
   return store([](RecordDatabase& record) { record.commit(); });
 }
 
-// A first run has made the directories: a synced record is of no use if they are lost.
+// This run may have made the directories: without them a synced record is lost.
 bool RunRecord::sync_commits(WhenLost when_lost) {
   m_when_lost = when_lost;
   return store([this](RecordDatabase& record) {

@@ -13,25 +13,20 @@
 
 namespace record {
 
-// Stores what a run finds in one SQLite database, `<log directory>/mdfixup/runs/<start, seconds>-<process
-// id>.db`: with a write-ahead log during the run, as a single file after its end.
+// Stores what a run finds in the SQLite database `<log directory>/mdfixup/runs/<start in
+// seconds>-<process id>.db`, which has a write-ahead log until the run ends.
 //
-// Findings are committed about once a second and at the end. A kill loses what came after the last
-// commit; what is in the database is whole. Before `begin`, and after a failure, nothing is stored.
-// Threads: every member but begin and end may be called from any thread; one directory belongs to one
-//   thread at a time. SQL runs under the mutex: rows go into memory, a commit writes without a sync.
+// Findings are committed about once a second and at the end. A kill loses only what came after the
+// last commit. Before `begin`, and after a failure, nothing is stored.
+// Threads: any, except for begin and end; a directory belongs to one thread at a time. SQL runs
+//   under the mutex: rows go into memory, and a commit usually writes without a sync.
 // Errors: none. A failure to write is reported once, on standard error and in the run log.
 class RunRecord {
  public:
-  RunRecord() = default;
-  ~RunRecord() = default;
-  RunRecord(const RunRecord&) = delete;
-  RunRecord& operator=(const RunRecord&) = delete;
-
-  // Makes the record. Of `run`, pid and start name it.
+  // Makes the record, named by the run's start and pid.
   void begin(const boost::filesystem::path& log_dir, const Run& run);
 
-  // Changes what is known of the run as a whole.
+  // Changes the run as a whole.
   void note(const std::function<void(Run&)>& change);
 
   // Stores a finding, as RecordDatabase::store does.
@@ -40,25 +35,24 @@ class RunRecord {
     store([&](RecordDatabase& record) { record.store(finding...); });
   }
 
-  // Stores counts and state of a directory that is done, if it is in the record.
+  // Stores counts and state of a directory that is done, if the record has it.
   void done(const Directory& directory);
-  // The same of one that failed, which is stored in any case.
+  // The same for one that failed, which is always stored.
   void failed(Directory& directory, const std::string& reason);
 
-  // Commits what was stored until now, for what must not be lost by a kill. False when the record does
-  // not hold it.
+  // Commits what was stored, so that a kill cannot lose it. False if the record cannot be written.
   bool commit();
 
-  // What becomes of a run whose record cannot be written. That it stops is the caller's doing.
+  // What follows if the record cannot be written, for the report; the caller stops the run.
   enum class WhenLost { run_goes_on, run_stops };
 
-  // For a run that changes the metadata, before it does: commits, and from now on syncs each commit.
+  // Before the run changes metadata: commits, and from now on syncs each commit.
   bool sync_commits(WhenLost when_lost);
 
-  // Stores how the run ended, syncs and closes the record.
+  // Stores the end of the run, syncs and closes the record.
   void end(const RunEnd& end);
 
-  // Whether something could not be written.
+  // Whether the record could not be written.
   bool failed() const { return m_failed; }
 
  private:

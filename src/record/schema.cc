@@ -29,15 +29,15 @@ constexpr const char* k_orphan_columns =
     "NOT NULL, bytes INTEGER NOT NULL, deleted INTEGER NOT NULL";
 constexpr const char* k_missing_columns =
     "client_policy INTEGER NOT NULL, backup_time INTEGER NOT NULL, copy INTEGER NOT NULL";
-// The target is a client and policy; it has the directory's DSID.
+// The target is a client_policy, with the directory's DSID.
 constexpr const char* k_moved_columns =
     "directory INTEGER NOT NULL, target INTEGER NOT NULL, basename TEXT NOT NULL";
 
 }  // namespace
 
-// Clients with their policies are stored once, under a number of their own: an orphan or a missing
-// copy takes about 25 bytes. Rows are appended in the order of their numbers, and readers go through
-// whole tables, so that there is no index but the one that finds the number of a client and policy.
+// Each client and policy is stored once and then referred to by its number, so that an orphan or a
+// missing copy takes about 25 bytes. Rows are appended and whole tables are read, so the only index
+// is that of the pairs.
 const std::vector<std::string>& schema() {
   static const std::string counts = count_columns(" INTEGER NOT NULL DEFAULT 0");
   static const std::vector<std::string> statements{

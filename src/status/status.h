@@ -3,8 +3,7 @@
 #include <exception>
 #include <string>
 
-// A status of the storage: 0 is success. The named ones below are this program's; a status that
-// comes from the operating system is its error number.
+// A status: 0 is success, a named value below is this program's, any other is an errno value.
 using cr_status_t = int;
 
 constexpr cr_status_t k_status_ok = 0;
@@ -22,7 +21,7 @@ constexpr cr_status_t k_status_end_of_iteration = 85;
 constexpr cr_status_t k_status_child_did_not_exit = 99;
 constexpr cr_status_t k_status_handled = 103;
 
-// Databases; above every error number of the operating system.
+// Databases; above all errno values.
 constexpr cr_status_t k_status_db_error = 200;
 constexpr cr_status_t k_status_db_busy = 201;
 constexpr cr_status_t k_status_db_damaged = 202;
@@ -40,12 +39,11 @@ constexpr cr_status_t k_status_record_lost = 220;
 constexpr cr_status_t k_status_interrupted = 221;
 constexpr cr_status_t k_status_over_limit = 222;
 
-// A short text for a status, without brackets or a line end. Any value is accepted.
-// Threads: may be called from any thread.
+// A short text for any status, without a line end. Threads: any.
 std::string CRStatusToStringA(cr_status_t status);
 
-// A failure that the function that met it cannot handle: a status, and a text that an operator
-// reads. A detail (what the system said) stands behind the text, after a colon.
+// A failure that its function cannot handle: a status and a text for the operator. A colon and the
+// detail, such as strerror's text, follow the text.
 class Cr_ErrnoException : public std::exception {
  public:
   Cr_ErrnoException(cr_status_t status, const std::string& text, const std::string& detail = "");

@@ -5,7 +5,7 @@
 
 namespace util {
 
-// `text` with its line ends written as \n and \r, for places where one line is one report.
+// `text` with its line ends written as \n and \r.
 std::string on_one_line(std::string_view text);
 
 }  // namespace util

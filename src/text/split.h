@@ -8,23 +8,23 @@
 
 namespace util {
 
-// Whether a run of separators stands for one, or each for itself with empty fields between.
+// Whether a run of separators counts as one, or encloses empty fields.
 enum class Separators { each, runs };
 
 namespace details {
 
-// Eight characters of a text as one number: a line of a listing has hundreds, of which few separate.
+// Eight characters of a text as one number: a line of a listing has hundreds, but few separators.
 constexpr std::ptrdiff_t k_word = sizeof(std::uint64_t);
 constexpr std::uint64_t k_each_byte = 0x0101010101010101;
 
-// A number in which the highest bit of each byte is set that is `c` in `word`, and no other bit.
+// Sets the highest bit of each byte that is `c` in `word`, and no other bit.
 constexpr std::uint64_t bytes_equal(std::uint64_t word, char c) {
   constexpr std::uint64_t k_lower_bits = k_each_byte * 0x7f;
   const std::uint64_t other = word ^ (k_each_byte * static_cast<unsigned char>(c));
   return ~(((other & k_lower_bits) + k_lower_bits) | other | k_lower_bits);
 }
 
-// `length` characters, at most eight, the first in the lowest byte; the rest is zeros.
+// At most eight characters, the first in the lowest byte, padded with zeros.
 inline std::uint64_t word_of(const char* at, std::size_t length) {
   static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
   std::uint64_t word = 0;
@@ -34,16 +34,15 @@ inline std::uint64_t word_of(const char* at, std::size_t length) {
 
 }  // namespace details
 
-// Splits `text` into ranges of it at every character that is one of `Chars`, the way boost::split
-// does: text before a leading separator and behind a trailing one is an empty field, and text
-// without one is a single field. Stores the first fields and returns how many there are, but at
-// most N: a caller that must tell N fields from more asks for one more than it needs.
+// Splits `text` at each character of `Chars`, as boost::split does: before a leading separator and
+// after a trailing one is an empty field, and text without one is a single field. Stores the first
+// N fields and returns their number. A caller that must detect more than N asks for N + 1.
 //
-// Nothing is copied or allocated: this runs once for each line of a listing and for each basename.
+// Copies and allocates nothing: it runs for each line of a listing and for each basename.
 template <char... Chars, std::size_t N>
 std::size_t split(std::string_view text, Separators mode, std::array<std::string_view, N>& fields) {
   static_assert(((Chars != '\0') && ...), "zeros follow the end of the text");
-  const char* begin = text.data();  // of the field at hand
+  const char* begin = text.data();  // of the current field
   const char* const end = begin + text.size();
   std::size_t count = 0;
   const auto take_fields = [&](const char* at, std::uint64_t word) {

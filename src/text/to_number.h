@@ -10,12 +10,11 @@
 
 namespace util {
 
-// Sets `number` to what `text` says, by the rules of boost::lexical_cast: all of it must be taken,
-// and a minus in front of an unsigned number wraps. False, and `number` undefined, when it is none.
+// Sets `number` from `text` by the rules of boost::lexical_cast: the whole text must be a number,
+// and a minus before an unsigned number wraps. Otherwise false, and `number` is undefined.
 template <class Number>
 bool try_to_number(std::string_view text, Number& number) {
-  // Digits alone, too few to overflow, are nearly all that is asked for; the library would look at
-  // the locale for each.
+  // Nearly every text is a few digits, which cannot overflow; the library would consult the locale.
   constexpr std::size_t k_safe_digits = sizeof(Number) * 2;
   const auto by_library = [&] {
     return boost::conversion::try_lexical_convert(text.data(), text.size(), number);
@@ -31,8 +30,7 @@ bool try_to_number(std::string_view text, Number& number) {
   return true;
 }
 
-// `text` as a number, by the same rules.
-// Errors: boost::bad_lexical_cast, which names an iterator range as the source type.
+// The same. Errors: boost::bad_lexical_cast, with an iterator range as the source type.
 template <class Number>
 Number to_number(std::string_view text) {
   Number number = 0;

@@ -73,7 +73,7 @@ std::string as_one_word(const std::string& argument) {
 void set_up_run_log(const fs::path& log_dir, int argc, char** argv) {
   const fs::path file = log_dir / layout::k_run_log;
   fs::create_directories(file.parent_path());
-  dctLogSetA(file.c_str(), progname.c_str());
+  dctLogSetA(file.c_str());
   std::string arguments;
   for (int i = 1; i < argc; ++i) arguments += " " + as_one_word(argv[i]);
   InfoA("start: pid " + std::to_string(::getpid()) + ", arguments" + arguments);

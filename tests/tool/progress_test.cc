@@ -35,7 +35,7 @@ class VisitingTask : public catalog::BaseTraverseCatalog {
 TEST(ProgressOfTask, IsToldInTheRunLogAtEachInterval) {
   const support::TempDir dir;
   const std::string run_log = (dir.path() / "run.log").string();
-  dctLogSetA(run_log.c_str(), "test");
+  dctLogSetA(run_log.c_str());
   const auto await = [&](const std::string& text) {
     while (support::read_text(run_log).find(text) == std::string::npos) ::sched_yield();
   };
@@ -57,7 +57,7 @@ TEST(ProgressOfTask, IsToldInTheRunLogAtEachInterval) {
   }
   const std::string log = support::read_text(dir.path() / "log" / "task.log");
   EXPECT_EQ(log.find("Skip DSID"), log.rfind("Skip DSID")) << "the count logs nothing";
-  dctLogSetA("/dev/null", "test");
+  dctLogSetA("/dev/null");
 }
 
 TEST(ProgressText, LeavesOutWhatIsNotKnown) {
