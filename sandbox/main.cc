@@ -43,7 +43,7 @@ po::options_description describe(sandbox::Plan& plan) {
   return options;
 }
 
-// The library would turn a negative count into a very large one.
+// The library would turn a negative count into a huge one.
 void refuse_negative_values(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
     const std::string word = argv[i];
@@ -64,26 +64,26 @@ void check(const sandbox::Plan& plan) {
   const double shares[] = {plan.miscased_share, plan.orphan_share, plan.missing_share};
   double sum = 0;
   for (const double share : shares) {
-    // Written so that a value that is no number is caught too.
+    // Written so that it is true for NaN too.
     if (!(share >= 0 && share <= 1)) throw std::invalid_argument("a share must be from 0 to 1");
     sum += share;
   }
   if (sum > 1) throw std::invalid_argument("the shares add up to more than 1");
 }
 
-void print(const sandbox::StorageBuilder& storage, const sandbox::Planted& planted) {
+void print(const sandbox::StorageBuilder& storage, const sandbox::Generated& generated) {
   const std::string root = storage.root().string();
   const std::string mdfixup = "  mdfixup --tvr_location " + storage.product().string() + " ";
   std::cout << "Storage:               " << root << "\n"
-            << "Policy directories:    " << planted.policy_dirs << "\n"
-            << "POs:                   " << planted.pos << "\n"
-            << "Image copies:          " << planted.copies << ", and " << planted.miscased_copies
-            << " under another spelling of their client's name\n"
-            << "A scan reports:        " << planted.scan_lines.size()
+            << "Policy directories:    " << generated.policy_dirs << "\n"
+            << "POs:                   " << generated.pos << "\n"
+            << "Image copies:          " << generated.copies << ", and "
+            << generated.miscased_copies << " under another spelling of their client's name\n"
+            << "A scan reports:        " << generated.scan_lines.size()
             << " policy directories (planted/scan.txt)\n"
-            << "A dry run reports:     " << planted.orphan_lines.size()
+            << "A dry run reports:     " << generated.orphan_lines.size()
             << " orphan copies (planted/orphans.txt)\n"
-            << "                       " << planted.missing_lines.size()
+            << "                       " << generated.missing_lines.size()
             << " missing copies (planted/missing.txt), with the miscased ones,\n"
             << "                       which the backup catalog lists under their own spelling\n"
             << "To try:\n"
@@ -115,7 +115,7 @@ int run(int argc, char** argv) {
   if (command == "create") {
     check(plan);
     const sandbox::StorageBuilder storage(given["dir"].as<std::string>());
-    print(storage, sandbox::plant(storage, plan));
+    print(storage, sandbox::generate(storage, plan));
     return 0;
   }
   if (command == "list") {

@@ -59,7 +59,7 @@ bool try_task(const Settings& settings, const Task& task, const fs::path& dir) {
   fs::create_directories(dir);
   const Subject subject(dir, settings, task);
   if (task.resumed) stop_half_way(subject);
-  const Baseline baseline = run_undisturbed(subject);
+  const Baseline baseline = run_baseline(subject);
   bool all_well = true;
   for (const Fault& fault : choose(all_faults(), settings.faults)) {
     // Where services are not asked for, they are of interest to signals alone.

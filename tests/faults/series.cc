@@ -87,7 +87,7 @@ Ended run_with(const Subject& subject, const Point& point, const Fault& fault) {
 
 struct Series {
   const Subject& m_subject;
-  const Baseline& m_undisturbed;
+  const Baseline& m_baseline;
   const Fault& m_fault;
   const Settings& m_settings = m_subject.settings();
   const std::string m_name = m_subject.task().name + " --fault " + m_fault.name;
@@ -167,7 +167,7 @@ struct Series {
 
   void judge(const Ended& ended, const Disturbance& disturbance, const std::string& moment) {
     ++m_runs;
-    const std::string wrong = faults::judge(m_subject, m_undisturbed, ended, disturbance);
+    const std::string wrong = faults::judge(m_subject, m_baseline, ended, disturbance);
     if (wrong.empty()) return;
     ++m_failures;
     std::cout << "--task " << m_name << moment << " --threads " << m_settings.threads << " --scale "

@@ -45,14 +45,14 @@ void copy_storage(const fs::path& from, const fs::path& to) {
 // Fills a storage with something to do for each of them: POs out of place, directories with POs of
 // each other, a name that stands in two directories with different contents, orphans, missing
 // images, and a symbolic link. `scale` multiplies the directories.
-void plant_for_all_tasks(const StorageBuilder& storage, unsigned scale) {
+void fill_for_all_tasks(const StorageBuilder& storage, unsigned scale) {
   Plan plan;
   plan.clients = scale;
   plan.images = 8;
   plan.pairs = scale;
   plan.miscased_share = 0.2;
   plan.orphan_share = 0.3;
-  (void)plant(storage, plan);
+  (void)generate(storage, plan);
   constexpr std::size_t k_record_bytes = 16;
   std::uint64_t seed = 0;
   // Two of the three names collide.
@@ -93,7 +93,7 @@ Subject::Subject(const fs::path& dir, const Settings& settings, const Task& task
       m_task(task),
       m_storage(dir / "storage"),
       m_environment{{"KSREGISTRY", m_storage.registry_file().string()}} {
-  plant_for_all_tasks(m_storage, settings.scale);
+  fill_for_all_tasks(m_storage, settings.scale);
   m_original = state();
   if (!m_task.undone.empty()) make_undone_run();
   keep();

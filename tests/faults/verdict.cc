@@ -66,7 +66,7 @@ Lines without_digits(const Lines& lines) {
 
 struct Judge {
   const Subject& m_subject;
-  const Baseline& m_undisturbed;
+  const Baseline& m_baseline;
   const Ended& m_ended;
   const Disturbance& m_done;
   const Reports m_reports = m_subject.reports(m_ended);
@@ -116,10 +116,10 @@ struct Judge {
   }
 
   void judge_metadata(const State& now) {
-    const State& before = m_undisturbed.before;
+    const State& before = m_baseline.before;
     const bool restores = m_subject.task().effect == Effect::restores;
-    const State& most = restores ? m_undisturbed.after : before;
-    const State& least = restores ? before : m_undisturbed.after;
+    const State& most = restores ? m_baseline.after : before;
+    const State& least = restores ? before : m_baseline.after;
     expect_none(lacking(anywhere(now.pos), anywhere(most.pos)), "holds a PO that was not there");
     expect_none(lacking(anywhere(least.pos), anywhere(now.pos)), "loses a PO");
     if (m_subject.task().effect == Effect::deletes) {
@@ -141,7 +141,7 @@ struct Judge {
   }
 
   void judge_work(const State& now) {
-    const State& whole = m_undisturbed.after;
+    const State& whole = m_baseline.after;
     for (const std::string& line : difference(whole.pos, now.pos)) {
       expect(is_named(line, unmoved()), "ends well with work undone: " + line);
     }
@@ -154,7 +154,7 @@ struct Judge {
 
   // A run that ends well has told all that an baseline one does; in its run log, numbers apart.
   void judge_logs() {
-    const Reports& told = m_undisturbed.reports;
+    const Reports& told = m_baseline.reports;
     expect_none(lacking(told.out, m_reports.out), "ends well and does not print");
     const Lines pos = unmoved();
     const bool left_some = !pos.empty() || !kept_links().empty();
@@ -195,7 +195,7 @@ struct Judge {
     if (!m_succeeded || !unmoved().empty() || !kept_links().empty()) return;
     for (const record::Count& count : record::k_counts) {
       const std::uint64_t recorded = runs[0].counts.*count.value;
-      const std::uint64_t whole = m_undisturbed.record.counts.*count.value;
+      const std::uint64_t whole = m_baseline.record.counts.*count.value;
       // Sizes that could not be read are left out; what is taken is not.
       const bool is_sizes = count.value == &record::DirCounts::taken_bytes;
       const bool is_right =
@@ -237,8 +237,8 @@ struct Judge {
     expect(again.exit_status == 0,
            "the next run ends with " + std::to_string(again.exit_status) + ": " + again.err);
     const State now = m_subject.state();
-    expect_none(difference(now.pos, m_undisturbed.after.pos), "the next run ends with other POs");
-    expect_none(difference(now.files, m_undisturbed.after.files), "and with other files");
+    expect_none(difference(now.pos, m_baseline.after.pos), "the next run ends with other POs");
+    expect_none(difference(now.files, m_baseline.after.files), "and with other files");
     judge_undo(again);
   }
 
@@ -250,14 +250,14 @@ struct Judge {
     if (!changes || task.services || task.resumed || lacks_record) return;
     const std::string told = m_subject.undo_runs();
     expect(told.empty(), "cannot be undone: " + told);
-    expect_none(difference(m_subject.state().pos, m_undisturbed.before.pos),
+    expect_none(difference(m_subject.state().pos, m_baseline.before.pos),
                 "and is undone with other POs");
   }
 };
 
 }  // namespace
 
-Baseline run_undisturbed(const Subject& subject) {
+Baseline run_baseline(const Subject& subject) {
   Baseline baseline;
   subject.restore();
   baseline.before = subject.state();

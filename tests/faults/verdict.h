@@ -16,7 +16,7 @@ struct Baseline {
 
 // Restores the subject and runs it.
 // Errors: Cr_ErrnoException when not even that run ends well, or when it does not do its task.
-Baseline run_undisturbed(const Subject& subject);
+Baseline run_baseline(const Subject& subject);
 
 // What a fault is meant to do to the run itself: end it, make a step of it fail, ask it to stop.
 enum class Intent { kill, fail, interrupt };

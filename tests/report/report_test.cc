@@ -102,7 +102,7 @@ TEST(Report, TellsWhatTheRunsFound) {
   const support::Scene scene;
   sandbox::Plan plan;
   plan.pairs = 2;
-  const sandbox::Planted planted = sandbox::plant(scene.storage(), plan);
+  const sandbox::Generated generated = sandbox::generate(scene.storage(), plan);
   scene.put("hosta", "gone",
             {"hosta_1000000_C1_F1.img", "hosta_9000000_C10_F1.img", "hosta_1000000_C10_F1.img"});
   fs::create_directories(scene.po_db("hosta", "broken"));
@@ -121,8 +121,8 @@ TEST(Report, TellsWhatTheRunsFound) {
   const Json& dry_run = all["details"][1];
   const Json& repair = all["details"][2];
   const Json& scan = all["details"][3];
-  EXPECT_EQ(scan["listed"]["dirs_with_issues"], planted.scan_lines.size());
-  EXPECT_EQ(sum(scan["clients"], "directories"), planted.scan_lines.size());
+  EXPECT_EQ(scan["listed"]["dirs_with_issues"], generated.scan_lines.size());
+  EXPECT_EQ(sum(scan["clients"], "directories"), generated.scan_lines.size());
   EXPECT_EQ(sum(repair["moves"], "pos"), repair["run"]["moved_pos"]);
   for (const char* key : {"orphan_copies", "missing_copies", "taken_pos", "taken_bytes"}) {
     EXPECT_EQ(dry_run["listed"][key], dry_run["run"][key]) << key;

@@ -14,7 +14,7 @@ namespace scenario::deletion {
 using Copy = std::tuple<std::string, std::string, std::int64_t, std::uint32_t>;
 using Copies = std::set<Copy>;
 
-// What was planted, as far as a comparison looks at it, found without any of the program's code.
+// What a storage holds, as far as a comparison looks at it, found without any of the program's code.
 struct Model {
   Copies metadata;
   Copies catalog;
@@ -34,7 +34,7 @@ void add_copy(const std::string& client, const std::string& policy, const std::s
 // Directories full of names that come near each other's patterns, and a backup catalog that has a
 // part of them and others. Names that no statement takes, which are listed again in every run, are
 // among them if `odd`.
-Model plant(const Scene& scene, std::mt19937& random, bool odd) {
+Model generate(const Scene& scene, std::mt19937& random, bool odd) {
   Model model;
   const Words parts[] = {{"_", "_", "\xe2\x82\xac"},
                          {"1", "16", "17", "161", "-16", odd ? "016" : "6"},
@@ -125,7 +125,7 @@ class Deletion : public testing::TestWithParam<int> {};
 INSTANTIATE_TEST_SUITE_P(Threads, Deletion, testing::Values(1, 4));
 
 // Runs on the storage, and expects what the model and the statements say; all is undone in the end.
-void expect_as_planted(const Scene& scene, const Model& model, bool odd, int threads,
+void expect_as_generated(const Scene& scene, const Model& model, bool odd, int threads,
                        const Words& options) {
   scene.sh("rm -rf copy; cp -r catalog copy");
   const auto before = scene.snapshot();
@@ -187,12 +187,12 @@ TEST_P(Deletion, TakesWhatTheModelAndTheDryRunListAndTheStatementTakes) {
     std::mt19937 random(seed);
     const bool odd = seed % 2 == 0;
     const Scene scene;
-    const Model model = plant(scene, random, odd);
+    const Model model = generate(scene, random, odd);
     Words found_before;
     for (const Words& options : {Words{}, support::k_one_listing}) {
       SCOPED_TRACE(std::to_string(seed) + (options.empty() ? "" : options[0]));
       scene.sh("rm -rf log/*");
-      expect_as_planted(scene, model, odd, GetParam(), options);
+      expect_as_generated(scene, model, odd, GetParam(), options);
       const Words found_now = found(scene);
       EXPECT_TRUE(options.empty() || found_now == found_before);
       found_before = found_now;

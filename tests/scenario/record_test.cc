@@ -23,7 +23,7 @@ TEST(Record, SaysWhatTheLogsSay) {
   sandbox::Plan plan;
   plan.clients = 2;
   plan.images = 40;
-  const sandbox::Planted planted = sandbox::plant(scene.storage(), plan);
+  const sandbox::Generated generated = sandbox::generate(scene.storage(), plan);
   Words moving{"HostA\xff_1_C1_F1.img"};
   for (int i = 100; i < 160; ++i) moving.push_back("HostA\xff_" + std::to_string(i) + "_C1_F1.img");
   scene.put("hosta\xff", "p", moving);
@@ -36,7 +36,7 @@ TEST(Record, SaysWhatTheLogsSay) {
                     "'Client ' || client || ' has name case-sensitivity issues.'"
                     " FROM directory JOIN client_policy p ON p.id = client_policy"),
             lines_beginning(scene.logs("client_names"), "Client "));
-  expect_parts(scene.logs("client_names"), planted.scan_lines);
+  expect_parts(scene.logs("client_names"), generated.scan_lines);
   EXPECT_EQ(scene.repair(4).exit_status, 0);
   EXPECT_EQ(
       rows_of(scene, "repair",
@@ -58,7 +58,7 @@ TEST(Record, SaysWhatTheLogsSay) {
   scene.put("hostb", "broken", {});
   support::write_text(scene.po_db("hostb", "broken"), "no database");
   const Words printed = lines_beginning(scene.dry_run(4).out, "{");
-  expect_parts(boost::algorithm::join(printed, ""), planted.orphan_lines);
+  expect_parts(boost::algorithm::join(printed, ""), generated.orphan_lines);
   for (const std::string task : {"dry_run", "deletion"}) {
     const bool deletes = task == "deletion";
     if (deletes) {

@@ -76,7 +76,7 @@ TEST_P(Repair, NamesMeanThemselvesAndASecondRepairChangesNothing) {
   sandbox::Plan plan;
   plan.clients = 0;
   plan.pairs = 200;
-  sandbox::plant(scene.storage(), plan);
+  sandbox::generate(scene.storage(), plan);
   for (const std::string client : {"it's", "a*b", "x?[y]", "$(exit) `z`", "sp ace;", "h\xc3"}) {
     scene.put(client, "p & q",
               {client + "_1_C1_F1.img", boost::algorithm::to_upper_copy(client) + "_1_C1_F1.img"});

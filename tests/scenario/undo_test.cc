@@ -7,7 +7,7 @@ namespace scenario::undo {
 const std::string k_name = "mdfixup-undo: ";
 
 // What the product's clients and policies hold, with every type that a column may have.
-void plant(const Scene& scene) {
+void fill(const Scene& scene) {
   for (const std::string client : {"hosta", "hostb", "hostc"}) {
     for (const std::string policy : {"p", "q"}) {
       Words names;
@@ -69,7 +69,7 @@ class Undo : public testing::TestWithParam<const char*> {
 INSTANTIATE_TEST_SUITE_P(Threads, Undo, testing::Values("1", "4"));
 
 TEST_P(Undo, GivesADeletionsPOsBackInPartsAndAllOfThem) {
-  plant(m_scene);
+  fill(m_scene);
   const auto before = rows(m_scene);
   expect_end(m_scene.remove_orphans(), 0, "");
   const auto deleted = m_scene.snapshot();
@@ -195,7 +195,7 @@ TEST_P(Undo, OfARepairDoesNotFollowLinks) {
       "mkdir -p outside/p; cp catalog/2/hosta/p/po.db outside/p; "
       "sqlite3 log/mdfixup/runs/" +
       m_run +
-      ".db \"INSERT INTO link VALUES (NULL, '2/gate/planted', '/etc', 1); "
+      ".db \"INSERT INTO link VALUES (NULL, '2/gate/other', '/etc', 1); "
       "INSERT INTO made VALUES (NULL, '2/gate/p'), (NULL, '2/gate/p/po.db')\"");
   const auto outside = [&] {
     return support::run({"find", (m_scene.root() / "outside").string(), "-ls"}).out;

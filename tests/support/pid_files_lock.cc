@@ -1,0 +1,39 @@
+#include "tests/support/pid_files_lock.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+
+namespace support {
+
+namespace {
+
+int s_locks = 0;
+int s_descriptor = -1;
+
+// Children do not inherit the descriptor: services that stay would keep the lock.
+int lock(const char* dir, int operation) {
+  const int descriptor = ::open(dir, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor < 0 || ::flock(descriptor, operation) != 0)
+    throw std::system_error(errno, std::generic_category(), dir);
+  return descriptor;
+}
+
+}  // namespace
+
+PidFilesLock::PidFilesLock(Use use) {
+  if (s_locks++ != 0) return;
+  // A writer that waits holds this one, or new readers would overtake it again and again.
+  const int queue = lock("/var", LOCK_EX);
+  s_descriptor = lock("/var/run", use == Use::write ? LOCK_EX : LOCK_SH);
+  ::close(queue);
+}
+
+PidFilesLock::~PidFilesLock() {
+  if (--s_locks == 0) ::close(s_descriptor);
+}
+
+}  // namespace support
