@@ -4,13 +4,13 @@ namespace scenario::command_line {
 
 const std::string k_aborting = "Aborting with error:  ";
 
-TEST(CommandLine, IsRejectedInOneLineOrTheFirstMatchingModeWins) {
+TEST(CommandLine, ErrorsAreOneLineAndTheFirstMatchingModeWins) {
   const std::string scan = "--scan_client_name_case ";
   const std::string repair = "--repair_client_name_case ";
   const std::string consistency = "--FORCE_DEDUPE_METADATA_CONSISTENCY ";
   const std::string clean = "The deduplication metadata is clean.\n";
   const std::string usage = "Usage: mdfixup [OPTION]...\nThis utility";
-  // The arguments, what is printed, and the error.
+  // The arguments, the output, and the error.
   const std::string rows[][3] = {
       {"--bogus", usage, "unrecognised option '--bogus'"},
       {"--dry", usage, "unrecognised option '--dry'"},
@@ -56,13 +56,13 @@ TEST(CommandLine, IsRejectedInOneLineOrTheFirstMatchingModeWins) {
     EXPECT_EQ(ended.exit_status, err.empty() ? 0 : 1) << arguments;
     expect_parts(ended.out, {out});
     expect_parts(ended.err, {err});
-    EXPECT_EQ(lines_beginning(ended.err, "").size(), err.empty() ? 0 : 1) << ended.err;
+    EXPECT_EQ(sorted_lines(ended.err).size(), err.empty() ? 0 : 1) << ended.err;
     EXPECT_EQ(scene.snapshot(), before) << arguments;
   }
   EXPECT_TRUE(starts_with(support::run({MDFIXUP_PROGRAM}).out, usage));
 }
 
-TEST(CommandLine, ConfigurationFaultsNameFileAndEntry) {
+TEST(CommandLine, ConfigurationErrorsNameFileAndEntry) {
   const Scene scene;
   const std::string registry = scene.storage().registry_file().string();
   const std::string config = (scene.root() / "etc" / "storage.cfg").string();
@@ -93,7 +93,7 @@ TEST(CommandLine, ConfigurationFaultsNameFileAndEntry) {
   expect_parts(by_default.err, {"/etc/ksregistry.cfg"});
 }
 
-TEST(CommandLine, RunLogTellsStartModeErrorsSummaryAndEnd) {
+TEST(CommandLine, RunLogHasStartModeErrorsSummaryAndEnd) {
   const Scene scene;
   (void)scene.scan();
   (void)scene.run({"--force", "--tvr_disk_pool", "a --dry_run \"b"});
@@ -103,7 +103,7 @@ TEST(CommandLine, RunLogTellsStartModeErrorsSummaryAndEnd) {
                                  "no policy directory was found", "end: exit status 0",
                                  "error pid=", "The --force option requires", "end: exit status 1",
                                  " --force --tvr_disk_pool \"a --dry_run \\\"b\"\n"});
-  const fs::path file = scene.storage().log_dir() / "mdfixup" / "mdfixup.log";
+  const fs::path file = scene.storage().log_dir() / layout::k_run_log;
   EXPECT_EQ(fs::status(file).permissions() & fs::others_all, fs::no_perms);
   const std::string no_file = "is neither a regular file nor a character device";
   const std::string rows[][2] = {
@@ -118,7 +118,7 @@ TEST(CommandLine, RunLogTellsStartModeErrorsSummaryAndEnd) {
   }
 }
 
-TEST(CommandLine, ChildrenGetAFixedEnvironmentNoDescriptorsAndTheFirstLimitOfOpenFiles) {
+TEST(CommandLine, ChildrenGetAFixedEnvironmentNoDescriptorsAndTheOriginalLimitOfOpenFiles) {
   const Scene scene;
   scene.put("hosta", "p", {});
   scene.script("tvimagequery",
@@ -140,11 +140,11 @@ TEST(CommandLine, ChildrenGetAFixedEnvironmentNoDescriptorsAndTheFirstLimitOfOpe
   }
 }
 
-TEST(CommandLine, LogsThatCannotGrowKeepWhatTheyHaveAndTheRestGoesToStandardError) {
-  // Nothing more fits; the beginning of a line does.
+TEST(CommandLine, LogsThatCannotGrowKeepTheirTextAndTheRestGoesToStandardError) {
+  // No more text fits into the log, or only the beginning of a line.
   for (const std::size_t bytes : {2000U, 1000U}) {
     const Scene scene;
-    const fs::path log = scene.storage().log_dir() / "mdfixup" / "mdfixup.log";
+    const fs::path log = scene.storage().log_dir() / layout::k_run_log;
     const std::string earlier = std::string(bytes, 'x') + "\n";
     support::write_text(log, earlier);
     scene.sh("cd catalog; for i in $(seq 10 39); do mkdir $i; done");
@@ -157,11 +157,11 @@ TEST(CommandLine, LogsThatCannotGrowKeepWhatTheyHaveAndTheRestGoesToStandardErro
     EXPECT_EQ(in_log + lines_beginning(ended.out, "Skip DSID: ").size(), 30U);
     EXPECT_EQ(scene.run_in_shell("ulimit -f 2; \"$@\" 2> /dev/full", support::k_scan).exit_status,
               1)
-        << "neither the logs nor standard error took what there was";
+        << "neither the logs nor standard error accepted the lines";
   }
 }
 
-TEST(CommandLine, OutputThatCouldNotBePrintedFailsTheRunUnlessItsReaderIsGone) {
+TEST(CommandLine, LostOutputFailsTheRunUnlessItsReaderIsGone) {
   const Scene scene;
   expect_end(scene.run_in_shell("\"$@\" > /dev/full", support::k_scan), 1,
              "The run ended well, but not all that it reports could be written.\n");

@@ -6,7 +6,7 @@
 #include "sandbox/generator.h"
 #include "tests/scenario/paused_run.h"
 
-// The record of a run, looked at with another program than the one that reports.
+// The record of a run, read with sqlite3 and not with the report program.
 namespace scenario::records {
 
 std::uint64_t total_bytes(const Words& pos) {
@@ -18,7 +18,7 @@ std::uint64_t total_bytes(const Words& pos) {
   return bytes;
 }
 
-TEST(Record, SaysWhatTheLogsSay) {
+TEST(Record, AgreesWithTheLogs) {
   const Scene scene;
   sandbox::Plan plan;
   plan.clients = 2;
@@ -48,7 +48,7 @@ TEST(Record, SaysWhatTheLogsSay) {
                   "directory d ON d.id = directory JOIN client_policy p ON p.id = client_policy "
                   "JOIN client_policy t ON t.id = target GROUP BY directory, target"),
       lines_beginning(replace_all_copy(scene.logs("repaired"), "\n.", "\n"), "Moved "))
-      << "a full stop stands behind a collision's line end";
+      << "a full stop follows a collision's line end";
   EXPECT_EQ(rows_of(scene, "repair", "basename, catalog_aside FROM collision, run"),
             Words{"HostA\xff_1_C1_F1.img|\n"});
   EXPECT_EQ(rows_of(scene, "repair", "path, target, removed FROM link"),
@@ -62,7 +62,7 @@ TEST(Record, SaysWhatTheLogsSay) {
   for (const std::string task : {"dry_run", "deletion"}) {
     const bool deletes = task == "deletion";
     if (deletes) {
-      fs::remove_all(scene.storage().log_dir() / "metadata_consistency");
+      remove_reports(scene);
       EXPECT_EQ(scene.remove_orphans(2).exit_status, 1);
     }
     const std::string log = scene.logs("OrphanImages_");
@@ -78,11 +78,11 @@ TEST(Record, SaysWhatTheLogsSay) {
                 "'backupid|client_name|policy_name|copy_num|' UNION ALL SELECT client || '_' || "
                 "backup_time || '|' || client || '|' || policy || '|' || copy || '|' FROM missing "
                 "JOIN client_policy p ON p.id = client_policy"),
-        lines_beginning(scene.logs("MissingImages_"), ""));
+        sorted_lines(scene.logs("MissingImages_")));
     EXPECT_EQ(rows_of(scene, task, "reason FROM directory WHERE state = 'failed'").size(), 1U);
     EXPECT_EQ(rows_of(scene, task, "reason FROM unparsed").size(),
               lines_beginning(log, "ERROR: could not parse PO").size());
-    // What is counted is what is listed.
+    // The counts agree with the lists.
     EXPECT_EQ(
         rows_of(scene, task, "orphan_copies, taken_pos, other_copies_pos, taken_bytes FROM run"),
         rows_of(scene, task,
@@ -100,12 +100,12 @@ TEST(Record, SaysWhatTheLogsSay) {
                 "taken_pos, other_copies_pos, moved_pos, collisions, '' FROM run")
             .at(0);
     counts.pop_back();
-    // All numbers of the log, and nothing between them.
+    // The numbers of the log, with other characters replaced.
     expect_parts(std::regex_replace(scene.run_log(), std::regex("[^0-9]+"), "|"), {counts});
   }
 }
 
-TEST(Record, IsOneFileAfterTheEndAndSaysHowTheRunEnded) {
+TEST(Record, IsOneFileThatSaysHowTheRunEnded) {
   PausedRun paused;
   const Scene& scene = paused.scene();
   paused.send_and_await_line(SIGTERM);
@@ -132,13 +132,13 @@ TEST(Record, IsOneFileAfterTheEndAndSaysHowTheRunEnded) {
   EXPECT_EQ(modes, (std::multiset<int>{0600, 0640, 0640}));
 }
 
-TEST(Record, ThatCannotBeWrittenLeavesTheRunAsItIs) {
+TEST(Record, FailureToWriteItDoesNotStopARepair) {
   const Scene scene;
   scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
   scene.sh("ln -s /nowhere catalog/2/link; mkdir -p log/mdfixup; touch log/mdfixup/runs");
   const Ended ended = scene.repair();
   EXPECT_EQ(ended.exit_status, 1);
-  const Words errors = lines_beginning(ended.err, "");
+  const Words errors = sorted_lines(ended.err);
   ASSERT_EQ(errors.size(), 1U) << ended.err;
   EXPECT_TRUE(starts_with(errors[0], "ERROR: the record of this run, " + runs_dir(scene).string()));
   EXPECT_TRUE(ends_with(errors[0], "; the run goes on\n")) << errors[0];

@@ -6,7 +6,7 @@ namespace scenario::undo {
 
 const std::string k_name = "mdfixup-undo: ";
 
-// What the product's clients and policies hold, with every type that a column may have.
+// Fills directories with POs, with every type that a column may have.
 void fill(const Scene& scene) {
   for (const std::string client : {"hosta", "hostb", "hostc"}) {
     for (const std::string policy : {"p", "q"}) {
@@ -28,11 +28,12 @@ void fill(const Scene& scene) {
   }
 }
 
-// All rows of the catalog with their types, by directory; one without rows counts as none.
+// The rows of the metadata tree with their types, by directory. Empty databases are left out.
 std::map<std::string, std::string> rows(const Scene& scene) {
   std::map<std::string, std::string> rows;
-  for (const auto& entry : fs::recursive_directory_iterator(scene.root() / "catalog")) {
-    if (entry.path().filename() != "po.db") continue;
+  for (const auto& entry :
+       fs::recursive_directory_iterator(scene.root() / layout::k_metadata_tree)) {
+    if (entry.path().filename() != layout::k_po_database) continue;
     const std::string text =
         support::sqlite(entry.path(),
                         "SELECT hex(basename), hex(poid), quote(size), quote(mtime), hex(record), "
@@ -45,11 +46,9 @@ std::map<std::string, std::string> rows(const Scene& scene) {
 class Undo : public testing::TestWithParam<const char*> {
  protected:
   Ended restore(const Words& more) const {
-    Words words{"restore", m_run, "--num_threads", GetParam()};
-    words.insert(words.end(), more.begin(), more.end());
-    return m_scene.undo(words);
+    return m_scene.undo(joined({"restore", m_run, "--num_threads", GetParam()}, more));
   }
-  // How the next restore ends, and what its line in the run log counts.
+  // Expects the end of a restore, and the counts in its line of the run log.
   void expect_restore(const Words& more, int pos, int there_already, int links, int failed) const {
     const bool is_dry = more == Words{"--dry_run"};
     const Ended ended = restore(more);
@@ -59,7 +58,7 @@ class Undo : public testing::TestWithParam<const char*> {
         boost::format(
             "%1% POs restored%2%, there already %3%, symbolic links %4%, not restored %5%\n") %
         pos % (is_dry ? " (dry run)" : "") % there_already % links % failed;
-    EXPECT_TRUE(starts_with(log.substr(log.rfind("restore: ") + 9), counts.str()))
+    EXPECT_TRUE(starts_with(log.substr(log.rfind("restore: ")), "restore: " + counts.str()))
         << counts << log << m_scene.logs("Restore_");
   }
 
@@ -68,7 +67,7 @@ class Undo : public testing::TestWithParam<const char*> {
 };
 INSTANTIATE_TEST_SUITE_P(Threads, Undo, testing::Values("1", "4"));
 
-TEST_P(Undo, GivesADeletionsPOsBackInPartsAndAllOfThem) {
+TEST_P(Undo, PutsBackADeletionInPartsAndAsAWhole) {
   fill(m_scene);
   const auto before = rows(m_scene);
   expect_end(m_scene.remove_orphans(), 0, "");
@@ -78,7 +77,7 @@ TEST_P(Undo, GivesADeletionsPOsBackInPartsAndAllOfThem) {
 
   expect_restore({"--dry_run"}, 472, 0, 0, 0);
   EXPECT_EQ(m_scene.snapshot(), deleted);
-  // Neither journal nor record fits.
+  // There is no room for journal and record.
   const Ended full =
       support::run({"sh", "-c", "ulimit -f 8; \"$0\" restore \"$@\"", MDFIXUP_UNDO_PROGRAM, m_run,
                     "--tvr_location", m_scene.storage().product().string()},
@@ -90,7 +89,7 @@ TEST_P(Undo, GivesADeletionsPOsBackInPartsAndAllOfThem) {
   expect_restore({"--client", "hosta"}, 78, 78, 0, 0);
   expect_end(restore({"--client", "HOSTA"}), 1,
              "ERROR: the run changed nothing of this client and policy\n");
-  // A database, and all of a client, that are made again; POs that are others by now.
+  // A database and a client that it makes again, and POs that were replaced by others.
   fs::remove(m_scene.po_db("hostb", "p"));
   fs::remove_all(m_scene.storage().policy_dir("hostc", "q").parent_path());
   const fs::path changed = m_scene.po_db("hosta", "q");
@@ -112,7 +111,7 @@ TEST_P(Undo, GivesADeletionsPOsBackInPartsAndAllOfThem) {
 
   auto now = rows(m_scene);
   for (const auto& [file, text] : before) {
-    // These had POs that were no orphans and that nothing brings back.
+    // These also lost POs that were no orphans.
     if (file == changed.string() || file == m_scene.po_db("hostb", "p").string()) continue;
     EXPECT_EQ(now[file], text) << file;
   }
@@ -121,19 +120,19 @@ TEST_P(Undo, GivesADeletionsPOsBackInPartsAndAllOfThem) {
   EXPECT_EQ(m_scene.snapshot(), restored) << "nothing is written";
 }
 
-// Every name below the catalog, with what links lead to.
+// Every path in the metadata tree, with the targets of links.
 Words tree(const Scene& scene) {
-  const std::string catalog = (scene.root() / "catalog").string();
-  return lines_beginning(support::run({"find", catalog, "-printf", "%y %P %l\\n"}).out, "");
+  const std::string root = (scene.root() / layout::k_metadata_tree).string();
+  return sorted_lines(support::run({"find", root, "-printf", "%y %P %l\\n"}).out);
 }
 
-TEST_P(Undo, MovesARepairsPOsBackAndTakesAwayWhatItMade) {
+TEST_P(Undo, MovesThePOsOfARepairBackAndRemovesWhatItMade) {
   m_scene.put("hosta", "p",
               {"hosta_1_C1_F1.img", "HostA_1_C1_F1.img", "HostA_2_C1_F1.img", "HOSTA_3_C1_F1.img",
                "HOSTA_4_C1_F1.img"});
   m_scene.put("hosta", "q", {"HostA_5_C1_F1.img", "HostA_6_C1_F1.img"});
   m_scene.put("HostA", "p", {"HostA_9_C1_F1.img", "hosta_9_C1_F1.img", "HostA_2_C1_F1.img"});
-  // The repair replaces a PO of the same content, whatever else is different.
+  // The repair replaces a PO with the same POID, even if its size differs.
   for (const char* client : {"hosta", "HostA"})
     support::sqlite(m_scene.po_db(client, "p"), "UPDATE po SET poid = 'same', size = size + " +
                                                     std::to_string(client[0]) +
@@ -149,7 +148,7 @@ TEST_P(Undo, MovesARepairsPOsBackAndTakesAwayWhatItMade) {
   expect_restore({"--dry_run"}, 7, 0, 2, 0);
   EXPECT_EQ(m_scene.snapshot(), repaired);
   expect_restore({"--client", "HostA", "--policy", "p"}, 1, 0, 0, 0);
-  // A restore that was cut short, a PO that is gone, others in its place, a PO that came later.
+  // An interrupted restore, a lost PO, other POs in its place, and a later PO.
   const auto db = [&](const char* client, const char* policy) {
     return m_scene.po_db(client, policy);
   };
@@ -185,7 +184,7 @@ TEST_P(Undo, MovesARepairsPOsBackAndTakesAwayWhatItMade) {
   expect_restore({}, 0, 7, 0, 0);
 }
 
-// The record names nothing outside, but links in the catalog lead there.
+// The record names no path outside, but links in the metadata tree lead there.
 TEST_P(Undo, OfARepairDoesNotFollowLinks) {
   m_scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
   m_scene.sh("ln -s ../../outside catalog/2/gate");
@@ -229,17 +228,17 @@ class UndoneScene : public Scene {
   std::string m_id;
 };
 
-TEST(Undo, RefusesWhatCannotBeUndone) {
+TEST(Undo, RejectsRunsThatCannotBeUndone) {
   const UndoneScene scene;
   expect_end(scene.scan(), 0, "");
   const std::string scanned = id_of(scene, "scan");
-  const std::string catalog = (scene.root() / "catalog").string();
+  const std::string tree = (scene.root() / layout::k_metadata_tree).string();
   const std::string cannot = "ERROR: the run 1-1 cannot be undone: ";
   const std::string missing =
-      "ERROR: The Tavrin Deduplication Catalog directory (" + catalog + ") does not exist.\n";
-  const std::string aside = (scene.root() / "zelp-database-caseconv").string();
-  // The change of the record, or after "$ " a shell script; the run, or the changed record if it is
-  // empty; the error.
+      "ERROR: The Tavrin Deduplication Catalog directory (" + tree + ") does not exist.\n";
+  const std::string aside = (scene.root() / layout::k_work_dir).string();
+  // The change of the record, or a shell script after "$ "; the run, or empty for the changed record;
+  // the error.
   const std::string rows[][3] = {
       {"", scanned, "ERROR: the run " + scanned + " cannot be undone: it changed nothing\n"},
       {"", "7-7", k_name + "7-7: is no record of a run, and no run has this id\n"},
@@ -307,7 +306,7 @@ TEST(Undo, ListsShowsAndForgets) {
   scene.sh("rm 1-1.db");
   const auto list = [&] { return scene.undo({"list"}).out; };
   expect_parts(list(), {"Run ", scene.id() + "  deletion ", "  2 POs  "});
-  // Neither undoes it.
+  // Neither a dry run nor a part of it undoes the run.
   EXPECT_EQ(scene.undo({"restore", scene.id(), "--dry_run"}).exit_status, 0);
   EXPECT_FALSE(contains(list(), "undone")) << list();
   EXPECT_EQ(scene.undo({"restore", scene.id(), "--client", "hosta"}).exit_status, 0);
@@ -315,7 +314,7 @@ TEST(Undo, ListsShowsAndForgets) {
   EXPECT_EQ(scene.undo({"restore", scene.record()}).exit_status, 0);
   expect_parts(list(), {"  undone by "});
 
-  // Many POs: their room is given back.
+  // Many POs, whose space is freed.
   support::sqlite(scene.record(),
                   "WITH RECURSIVE n(i) AS (SELECT 3 UNION ALL SELECT i + 1 FROM n WHERE i < 3000) "
                   "INSERT INTO saved SELECT 4294967296 + i, i, '', 0, 0, randomblob(500) FROM n");

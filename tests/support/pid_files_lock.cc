@@ -25,11 +25,13 @@ int lock(const char* dir, int operation) {
 }  // namespace
 
 PidFilesLock::PidFilesLock(Use use) {
-  if (s_locks++ != 0) return;
-  // A writer that waits holds this one, or new readers would overtake it again and again.
-  const int queue = lock("/var", LOCK_EX);
-  s_descriptor = lock("/var/run", use == Use::write ? LOCK_EX : LOCK_SH);
-  ::close(queue);
+  if (s_locks == 0) {
+    // A waiting writer holds this lock, or new readers would overtake it again and again.
+    const int queue = lock("/var", LOCK_EX);
+    s_descriptor = lock("/var/run", use == Use::write ? LOCK_EX : LOCK_SH);
+    ::close(queue);
+  }
+  ++s_locks;
 }
 
 PidFilesLock::~PidFilesLock() {

@@ -16,11 +16,11 @@ namespace support {
 using boost::algorithm::starts_with;
 
 fs::path Scene::admincmd(const std::string& name) const {
-  return m_storage.product() / "tavrin" / "bin" / "admincmd" / name;
+  return m_storage.product() / "tavrin/bin/admincmd" / name;
 }
 
 fs::path Scene::po_db(const std::string& client, const std::string& policy) const {
-  return m_storage.policy_dir(client, policy) / "po.db";
+  return m_storage.policy_dir(client, policy) / layout::k_po_database;
 }
 
 void Scene::put(const std::string& client, const std::string& policy,
@@ -35,32 +35,25 @@ void Scene::sh(const std::string& script) const {
 }
 
 Words Scene::command(const Words& arguments) const {
-  Words words{MDFIXUP_PROGRAM, "--tvr_location", m_storage.product().string()};
-  words.insert(words.end(), arguments.begin(), arguments.end());
-  return words;
+  return joined({MDFIXUP_PROGRAM, "--tvr_location", m_storage.product().string()}, arguments);
 }
 
 Ended Scene::run_in_shell(const std::string& script, const Words& arguments) const {
-  Words words = command(arguments);
-  words.insert(words.begin(), {"sh", "-c", "cd " + root().string() + "; " + script, "sh"});
-  return support::run(words, environment());
+  const Words shell{"sh", "-c", "cd " + root().string() + "; " + script, "sh"};
+  return support::run(joined(shell, command(arguments)), environment());
 }
 
-Ended Scene::undo(Words arguments) const {
-  arguments.insert(arguments.begin(), MDFIXUP_UNDO_PROGRAM);
-  arguments.insert(arguments.end(), {"--tvr_location", m_storage.product().string()});
-  return support::run(arguments, environment());
+Ended Scene::undo(const Words& arguments) const {
+  const Words location{"--tvr_location", m_storage.product().string()};
+  return support::run(joined(joined({MDFIXUP_UNDO_PROGRAM}, arguments), location), environment());
 }
 
 Ended Scene::run_task(const Words& task, int threads, const Words& more) const {
-  Words words{"--num_threads", std::to_string(threads)};
-  words.insert(words.end(), task.begin(), task.end());
-  words.insert(words.end(), more.begin(), more.end());
-  return run(words);
+  return run(joined(joined({"--num_threads", std::to_string(threads)}, task), more));
 }
 
-Words Scene::pos(const std::string& catalog) const {
-  return sandbox::list_pos(root() / catalog);
+Words Scene::pos(const std::string& tree) const {
+  return sandbox::list_pos(root() / tree);
 }
 
 std::string Scene::logs(const std::string& prefix) const {
