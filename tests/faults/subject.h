@@ -37,8 +37,8 @@ struct Task {
   std::vector<std::string> arguments;
   Effect effect = Effect::none;
   int failed_exit_status = 1;
-  bool resumed = false;   // continues a run that was killed half-way
-  bool services = false;  // the simulated services run when it starts
+  bool resumed = false;                  // continues a run that was killed half-way
+  bool services = false;                 // the simulated services run when it starts
   std::vector<std::string> undone = {};  // arguments of an earlier run, which the task undoes
 };
 

@@ -12,7 +12,7 @@
 namespace {
 
 using Words = std::vector<std::string>;
-// What is said of each option: "flag", its default value or "none"; and "hidden" behind it.
+// Of each option: "flag", its default value, or "none"; "hidden" follows if the help omits it.
 using Options = std::map<std::string, std::string>;
 
 std::string read(const std::string& file) {
@@ -66,8 +66,7 @@ Options options_of_the_manual(const std::string& page) {
   return options;
 }
 
-// What the completion function really offers for the last word; "<dirnames>" and the like where it
-// leaves the word to bash.
+// The completions of the last word; "<dirnames>" and the like if the function leaves it to bash.
 Words offered_by_bash(const Words& words) {
   const char* const script = R"(compopt() { [[ $2 == nosort ]] || echo "<$2>"; }
     source "$0"
@@ -91,7 +90,7 @@ TEST(DocumentedOptions, AreThoseOfTheProgram) {
   const Options sandbox = options_of_the_help(MDFIXUP_SANDBOX_PROGRAM);
   const Options report = options_of_the_help(MDFIXUP_REPORT_PROGRAM);
   const Options undo = options_of_the_help(MDFIXUP_UNDO_PROGRAM);
-  // The manual's page, the function of zsh, the options, and what they may follow in bash.
+  // The manual page, the zsh function, the options, and the words before them in bash.
   const std::tuple<std::string, std::string, Options, Words> programs[] = {
       {"mdfixup.8", "_mdfixup_tasks", options_of_the_table(), {"mdfixup"}},
       {"mdfixup-sandbox.1", "_mdfixup_sandbox", sandbox, {"mdfixup-sandbox", "create", "dir"}},
@@ -113,7 +112,7 @@ TEST(DocumentedOptions, AreThoseOfTheProgram) {
     for (const Words& offered : {offered_by_bash(words), options_of_zsh(zsh_function)})
       EXPECT_EQ(std::set<std::string>(offered.begin(), offered.end()), names) << page;
   }
-  EXPECT_EQ(offered_by_bash({"mdfixup", "--F"}).size(), 2U) << "bash would write a deletion";
+  EXPECT_EQ(offered_by_bash({"mdfixup", "--F"}).size(), 2U) << "bash would complete a deletion";
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ using std::chrono::hours;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-// A task that does in each directory of a catalog what the test says, and logs beside it.
+// A task that calls a function in each directory.
 class VisitingTask : public catalog::BaseTraverseCatalog {
  public:
   VisitingTask(const boost::filesystem::path& dir, std::function<int()> visit)
@@ -32,7 +32,7 @@ class VisitingTask : public catalog::BaseTraverseCatalog {
   const std::function<int()> m_visit;
 };
 
-TEST(ProgressOfTask, IsToldInTheRunLogAtEachInterval) {
+TEST(ProgressOfTask, IsLoggedInTheRunLogAtEachInterval) {
   const support::TempDir dir;
   const std::string run_log = (dir.path() / "run.log").string();
   dctLogSetA(run_log.c_str(), "test");
@@ -60,7 +60,7 @@ TEST(ProgressOfTask, IsToldInTheRunLogAtEachInterval) {
   dctLogSetA("/dev/null", "test");
 }
 
-TEST(ProgressText, LeavesOutWhatIsNotKnown) {
+TEST(ProgressText, OmitsUnknownValues) {
   using Phase = ProgressState::Phase;
   const std::pair<ProgressState, const char*> rows[] = {
       {{0, {}, 0, "", seconds(0), {}}, "0 directories, 0 failed"},
