@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "config/version.h"
+#include "console/standard_streams.h"
 #include "dct/report_error.h"
 #include "tool/exit_status.h"
 #include "tool/modes.h"
@@ -42,6 +44,10 @@ int main_impl(int argc, char** argv) {
   if (!parse_options(argc, argv) || argc == 1) {
     Usage();
     return k_exit_failure;
+  }
+  if (opt_version) {
+    console::print(version_text("mdfixup"));
+    return k_exit_success;
   }
   if (opt_help) {
     Usage();

@@ -25,6 +25,7 @@ std::vector<std::string> opt_only;
 std::vector<std::string> opt_except;
 bool opt_no_undo = false;
 bool opt_one_listing = false;
+bool opt_version = false;
 bool opt_help = false;
 
 namespace {
@@ -37,6 +38,7 @@ const OptDescriptor o_cleanup{0, "cleanup_case_work_space", "false", &opt_cleanu
 const OptDescriptor o_pendimport_consistency{0, "FORCE_CONSISTENCY_ALL_IMAGE", "false",
                                              &opt_pendimport_consistency};
 const OptDescriptor o_catalog_backup_time{0, "catalog_backup_time", "0", &opt_catalog_backup_time};
+const OptDescriptor o_version{0, "version", "false", &opt_version};
 const OptDescriptor o_tvr_disk_pool{0, "tvr_disk_pool", nullptr, &opt_tvr_disk_pool};
 
 }  // namespace
@@ -75,6 +77,7 @@ const OptDescriptor* const options[] = {&o_cleanup,
                                         &o_except,
                                         &o_no_undo,
                                         &o_one_listing,
+                                        &o_version,
                                         &o_help,
                                         nullptr};
 

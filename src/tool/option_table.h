@@ -26,6 +26,7 @@ extern std::vector<std::string> opt_only;
 extern std::vector<std::string> opt_except;
 extern bool opt_no_undo;
 extern bool opt_one_listing;
+extern bool opt_version;
 extern bool opt_help;
 
 extern const OptDescriptor o_scan;

@@ -10,6 +10,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include "config/version.h"
 #include "console/run_log.h"
 #include "console/standard_descriptors.h"
 #include "cr/config.h"
@@ -104,7 +105,7 @@ void begin_record(const StoragePaths& storage, int argc, char** argv) {
   const auto now = std::chrono::duration_cast<nanoseconds>(system_clock::now().time_since_epoch());
   record::Run run;
   run.arguments.assign(argv + 1, argv + argc);
-  run.version = MDFIXUP_VERSION;
+  run.version = project_version();
   run.host = host_name();
   run.pid = ::getpid();
   run.storage_root = storage.root.string();

@@ -1,3 +1,4 @@
+#include "config/version.h"
 #include "tests/scenario/scenario.h"
 
 namespace scenario::command_line {
@@ -27,6 +28,7 @@ TEST(CommandLine, ErrorsAreOneLineAndTheFirstMatchingModeWins) {
       {"--max_orphan_share 101", usage, "('101') for option '--max_orphan_share' is out of range"},
       {"'--bo\ngus'", usage, "'--bo\\ngus'"},
       {"-h", "Tavrin Nimbrel.\n\n     -h --help        show this help\n", ""},
+      {repair + "--version --help", "<" + version_text("mdfixup") + ">", ""},
       {scan + repair + "--force --dry_run", clean, ""},
       {"--num_threads 9 --num_threads=0 " + scan, clean, ""},
       {repair, "repair finished successfully.\n", ""},
@@ -54,7 +56,7 @@ TEST(CommandLine, ErrorsAreOneLineAndTheFirstMatchingModeWins) {
   for (const auto& [arguments, out, err] : rows) {
     const Ended ended = scene.run_in_shell("\"$@\" " + arguments, {});
     EXPECT_EQ(ended.exit_status, err.empty() ? 0 : 1) << arguments;
-    expect_parts(ended.out, {out});
+    expect_parts("<" + ended.out + ">", {out});
     expect_parts(ended.err, {err});
     EXPECT_EQ(sorted_lines(ended.err).size(), err.empty() ? 0 : 1) << ended.err;
     EXPECT_EQ(scene.snapshot(), before) << arguments;
