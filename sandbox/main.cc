@@ -6,6 +6,7 @@
 
 #include <boost/program_options.hpp>
 
+#include "config/version.h"
 #include "sandbox/generator.h"
 #include "sandbox/list_pos.h"
 #include "sandbox/storage_builder.h"
@@ -39,6 +40,7 @@ po::options_description describe(sandbox::Plan& plan) {
   add("missing", po::value(&plan.missing_share)->default_value(plan.missing_share, "0.05"),
       "share of the copies that only the backup catalog has");
   add("seed", po::value(&plan.seed)->default_value(plan.seed), "seed of all that is random");
+  add("version", "print the version");
   add("help", "show this help");
   return options;
 }
@@ -108,6 +110,10 @@ int run(int argc, char** argv) {
   po::notify(given);
   if (given.count("help") != 0) {
     std::cout << k_usage << visible;
+    return 0;
+  }
+  if (given.count("version") != 0) {
+    std::cout << version_text("mdfixup-sandbox");
     return 0;
   }
   const bool complete = given.count("dir") != 0;
