@@ -31,8 +31,7 @@ using std::chrono::steady_clock;
 // They change files, directories and databases.
 const std::string k_changing_calls =
     "write,pwrite64,fsync,fdatasync,rename,unlink,truncate,ftruncate,mkdir,rmdir,link,symlink,"
-    "chmod,"
-    "chown";
+    "chmod,chown";
 // Other calls that may fail. Not close: an injected failure leaves the descriptor open, and a real one
 // does not.
 const std::string k_other_calls =

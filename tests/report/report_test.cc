@@ -18,18 +18,22 @@ namespace fs = boost::filesystem;
 using boost::algorithm::contains;
 using Json = nlohmann::json;
 using support::Ended;
+using support::joined;
 using support::lines_beginning;
 using support::Words;
 
-Ended report(Words arguments) {
-  arguments.insert(arguments.begin(), MDFIXUP_REPORT_PROGRAM);
-  return support::run(arguments, {{"TZ", "UTC"}, {"KSREGISTRY", "/no/such"}});
+Ended report(const Words& arguments) {
+  const Words command = joined({MDFIXUP_REPORT_PROGRAM}, arguments);
+  return support::run(command, {{"TZ", "UTC"}, {"KSREGISTRY", "/no/such"}});
+}
+
+Json json(const Words& arguments) {
+  return Json::parse(report(joined(arguments, {"--json"})).out);
 }
 
 // The first detail of a report, of a run or of a comparison.
-Json first_detail(Words arguments) {
-  arguments.emplace_back("--json");
-  return Json::parse(report(arguments).out)["details"][0];
+Json first_detail(const Words& arguments) {
+  return json(arguments)["details"][0];
 }
 
 // A log directory, in which it makes records.
@@ -115,7 +119,7 @@ TEST(Report, ShowsTheFindingsOfRuns) {
   scene.remove_orphans(4);
   const std::string log_dir = scene.storage().log_dir().string();
   const std::string page = support::read_text(MDFIXUP_SOURCE_DIR "/docs/report.md");
-  const Json all = Json::parse(report({"--json", log_dir}).out);
+  const Json all = json({log_dir});
   expect_documented(all, page);
   EXPECT_EQ(all["whole"], true);
   ASSERT_EQ(all["runs"].size(), 4U) << all.dump(2);
@@ -149,7 +153,7 @@ TEST(Report, ShowsTheFindingsOfRuns) {
   expect_documented(Json::parse(images[0]), page);
   scene.dry_run(4);
   const std::string old_id = dry_run["run"]["id"];
-  const std::string new_id = Json::parse(report({"--json", log_dir}).out)["runs"][0]["id"];
+  const std::string new_id = json({log_dir})["runs"][0]["id"];
   const Json same = first_detail({"--compare", old_id, deletion["run"]["id"], log_dir});
   const Json changed = first_detail({"--compare", old_id, new_id, log_dir});
   expect_documented(same, page);
@@ -173,9 +177,8 @@ TEST(Report, FindsRunsByIdOrFileInEachDirectory) {
       {{first}, R"("100-7")", 3},
       {{"100-8", "100-7", one.dir()}, R"("100-8""100-7")", 3},
   };
-  for (auto [arguments, expected, runs] : rows) {
-    arguments.emplace_back("--json");
-    const Json all = Json::parse(report(arguments).out);
+  for (const auto& [arguments, expected, runs] : rows) {
+    const Json all = json(arguments);
     std::string details;
     for (const Json& detail : all["details"]) details += detail["run"]["id"].dump();
     EXPECT_EQ(details, expected) << arguments[0];
@@ -220,8 +223,7 @@ TEST(Report, NamesWhatToLookAtBeforeActing) {
        "2 POs cannot be put back: --no_undo"},
       {run("task = 'deletion', undo = 'saved'") + "UPDATE orphan SET deleted = 1", ""},
       {run("skipped_dirs = 1"), "1 directory was skipped, for --only or --except"},
-      {run("task = 'restore', collisions = 1") + "INSERT INTO collision VALUES (1, 1, 1, "
-                                                 "'x')",
+      {run("task = 'restore', collisions = 1") + "INSERT INTO collision VALUES (1, 1, 1, 'x')",
        "1 PO could not be put back: a different one"},
       {run("other_copies_pos = 1") + "INSERT INTO collateral VALUES (1, 1, 'x')",
        "1 PO of other copies would go with the orphans"},
@@ -244,27 +246,27 @@ TEST(Report, NamesWhatToLookAtBeforeActing) {
 }
 
 TEST(Report, SaysHowARunIsUndone) {
-  const std::string deletion = run("task = 'deletion', undo = 'saved'") +
-                               "INSERT INTO saved VALUES (1, 'a', 1, 2, "
-                               "3, 4);";
+  const std::string deletion =
+      run("task = 'deletion', undo = 'saved'") + "INSERT INTO saved VALUES (1, 'a', 1, 2, 3, 4);";
   const std::string restore = run("task = 'restore', of_run = '100-7'");
   const std::string how = "mdfixup-undo restore 100-7 (1 PO saved)";
   const std::string in_part = "mdfixup-undo restore 100-7 (1 PO saved; undone in part by 110-7)";
   // The change of the record, how to undo the run, and the changes of later records.
-  const std::tuple<std::string, std::string, Words> rows[] = {
-      {"", "", {}},
-      {run("task = 'deletion', undo = 'saved'"), "nothing to undo", {}},
+  const struct {
+    std::string sql, expected;
+    Words later = {};
+  } rows[] = {
+      {"", ""},
+      {run("task = 'deletion', undo = 'saved'"), "nothing to undo"},
       {run("task = 'deletion', undo = 'saved'") + "UPDATE orphan SET deleted = 1",
-       "the record holds nothing for it",
-       {}},
-      {run("task = 'deletion', undo = 'off'"), "not saved (--no_undo)", {}},
-      {run("task = 'deletion', undo = 'forgotten'"), "forgotten (mdfixup-undo forget)", {}},
+       "the record holds nothing for it"},
+      {run("task = 'deletion', undo = 'off'"), "not saved (--no_undo)"},
+      {run("task = 'deletion', undo = 'forgotten'"), "forgotten (mdfixup-undo forget)"},
       {run("task = 'repair', undo = 'saved'") +
            "INSERT INTO moved VALUES (1, 1, 1, 'a');"
            "INSERT INTO link VALUES (1, 'l', 't', 1), (2, 'k', 't', 0)",
-       "mdfixup-undo restore 100-7 (1 move and 1 removed link saved)",
-       {}},
-      {deletion, how, {}},
+       "mdfixup-undo restore 100-7 (1 move and 1 removed link saved)"},
+      {deletion, how},
       {deletion, "undone by 110-7", {restore}},
       {deletion, "undone by 110-7", {restore, restore + run("exit_status = 1")}},
       {deletion, how, {restore + run("of_run = '99-7'")}},
@@ -480,10 +482,8 @@ TEST(Report, MemoryDoesNotGrowWithTheOrphans) {
                              {"--html=-", records.dir()},
                              {"--images", records.dir()},
                              {"--compare", file, file}}) {
-    Words command{"sh", "-c", "ulimit -v 40000; exec \"$@\"", "sh",  // KiB
-                  MDFIXUP_REPORT_PROGRAM};
-    command.insert(command.end(), words.begin(), words.end());
-    const Ended ended = support::run(command);
+    const Words limited{"sh", "-c", "ulimit -v 40000; exec \"$@\"", "sh"};  // KiB
+    const Ended ended = support::run(joined(joined(limited, {MDFIXUP_REPORT_PROGRAM}), words));
     EXPECT_EQ(ended.exit_status, 0) << words[0] << ended.err;
   }
 }

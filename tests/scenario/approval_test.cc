@@ -52,8 +52,8 @@ TEST(Approval, DeletesOnlyWhatTheDryRunListed) {
     for (const Change& change : changes) {
       put_own(scene, {change.client}, change.put);
       for (const std::string& rest : change.removed)
-        support::sqlite(scene.po_db(change.client, "p"),
-                        "DELETE FROM po WHERE basename = '" + change.client + rest + "'");
+        scene.sql(change.client, "p",
+                  "DELETE FROM po WHERE basename = '" + change.client + rest + "'");
       list(change, change.listed_then);
       for (const std::string& copy : change.left)
         left.push_back("Not approved, left: {client: " + change.client +
@@ -66,15 +66,13 @@ TEST(Approval, DeletesOnlyWhatTheDryRunListed) {
     std::sort(left.begin(), left.end());
     fs::remove_all(scene.storage().policy_dir("gone", "p").parent_path());
     Words words{k_approved, run};
-    if (threads == 4) words.push_back(support::k_one_listing[0]);
+    if (threads == 4) words.push_back(k_one_listing[0]);
     expect_end(scene.remove_orphans(threads, words), 0, "");
     for (const Change& change : changes) {
       if (change.client == "gone") continue;
       std::string expected;
       for (const std::string& rest : change.stay) expected += change.client + rest + "\n";
-      EXPECT_EQ(
-          support::sqlite(scene.po_db(change.client, "p"), "SELECT basename FROM po ORDER BY 1"),
-          expected);
+      EXPECT_EQ(scene.sql(change.client, "p", "SELECT basename FROM po ORDER BY 1"), expected);
     }
     EXPECT_EQ(lines_beginning(scene.logs("OrphanImages_"), "Not approved, left: "), left);
     EXPECT_EQ(rows_of(scene, "deletion",
@@ -85,7 +83,7 @@ TEST(Approval, DeletesOnlyWhatTheDryRunListed) {
     expect_parts(report.out, {" 0 orphan copies could not be deleted\n"});
     EXPECT_FALSE(contains(report.out, "its record lists")) << report.out;
     // Copies of a directory that failed or was skipped are not counted.
-    support::write_text(scene.po_db("same", "p"), "no database");
+    write_text(scene.po_db("same", "p"), "no database");
     words = joined(words, {"--except", "gone", "--except", "chain/p"});
     EXPECT_EQ(scene.remove_orphans(threads, words).exit_status, 1);
     expect_parts(scene.run_log(), {" 6 orphan copies not approved, 7 approved copies that are no "
@@ -100,8 +98,7 @@ TEST(Approval, ThatDoesNotFitIsRejectedBeforeTheServicesAreChecked) {
   const fs::path original = records_of(scene, "dry_run").at(0);
   const fs::path record = scene.root() / "record.db";
   const fs::path asked = scene.root() / "asked";
-  support::write_script(scene.storage().product() / "tavrin/bin/tvprocs",
-                        "touch " + asked.string());
+  write_script(scene.storage().product() / "tavrin/bin/tvprocs", "touch " + asked.string());
   const Words before = scene.pos();
   const std::string root = scene.root().string();
   // The change of the record, the options, and the error.
@@ -118,7 +115,7 @@ TEST(Approval, ThatDoesNotFitIsRejectedBeforeTheServicesAreChecked) {
   };
   for (const auto& [change, options, error] : rows) {
     fs::copy_file(original, record, fs::copy_option::overwrite_if_exists);
-    support::sqlite(record, change);
+    sqlite(record, change);
     const Ended ended = scene.remove_orphans(1, joined({k_approved, record.string()}, options));
     EXPECT_EQ(ended.exit_status, 1);
     EXPECT_EQ(ended.out, "");

@@ -32,7 +32,7 @@ TEST(CommandLine, ErrorsAreOneLineAndTheFirstMatchingModeWins) {
       {scan + repair + "--force --dry_run", clean, ""},
       {"--num_threads 9 --num_threads=0 " + scan, clean, ""},
       {repair, "repair finished successfully.\n", ""},
-      {consistency, support::k_start_services + "mdfixup finished successfully.\n", ""},
+      {consistency, k_start_services + "mdfixup finished successfully.\n", ""},
       {"--dry_run " + consistency, "mdfixup finished successfully.\n", ""},
       {"--force", "", "The --force option requires the --repair_client_name_case option"},
       {"--cleanup_case_work_space", "", "Unknown options combination"},
@@ -68,7 +68,7 @@ TEST(CommandLine, ConfigurationErrorsNameFileAndEntry) {
   const Scene scene;
   const std::string registry = scene.storage().registry_file().string();
   const std::string config = (scene.root() / "etc" / "storage.cfg").string();
-  const std::string good_registry = support::read_text(registry);
+  const std::string good_registry = read_text(registry);
   const std::string rows[][3] = {
       {"[StoragePoolAuthority]\nConfigFilePath=/dev/zero\n", "",
        k_aborting + "/dev/zero: is no regular file\n"},
@@ -82,8 +82,8 @@ TEST(CommandLine, ConfigurationErrorsNameFileAndEntry) {
        "Failed to locate the <dedupe_storage>/log directory\n\t\n"},
   };
   for (const auto& [registry_text, config_text, error] : rows) {
-    support::write_text(registry, registry_text);
-    support::write_text(config, config_text);
+    write_text(registry, registry_text);
+    write_text(config, config_text);
     const Ended ended = scene.scan();
     EXPECT_EQ(ended.exit_status, 1) << error;
     expect_parts("<" + ended.err, {"<" + error});
@@ -113,7 +113,7 @@ TEST(CommandLine, RunLogHasStartModeErrorsSummaryAndEnd) {
   fs::remove(file);
   for (const auto& [script, error] : rows) {
     const Ended ended =
-        scene.run_in_shell("log=" + file.string() + "; " + script + "; \"$@\"", support::k_scan);
+        scene.run_in_shell("log=" + file.string() + "; " + script + "; \"$@\"", k_scan);
     const std::string could_not =
         k_aborting + "could not open the log file " + file.string() + ": ";
     EXPECT_EQ(ended.err, error.empty() ? "" : could_not + error + "\n");
@@ -128,12 +128,11 @@ TEST(CommandLine, ChildrenGetAFixedEnvironmentNoDescriptorsAndTheOriginalLimitOf
                "exit 227\n");
   for (const std::string hard : {"1000", "100"}) {
     const Ended ended = scene.run_in_shell(
-        "ulimit -n " + hard + "; ulimit -S -n 90; exec \"$@\" --num_threads 64 2>&-",
-        support::k_dry_run);
+        "ulimit -n " + hard + "; ulimit -S -n 90; exec \"$@\" --num_threads 64 2>&-", k_dry_run);
     EXPECT_EQ(ended.exit_status, 0);
-    EXPECT_EQ(support::read_text(scene.admincmd("tvimagequery.env")),
+    EXPECT_EQ(read_text(scene.admincmd("tvimagequery.env")),
               "/usr/sbin:/usr/bin:/sbin:/bin C 90\n");
-    const std::string descriptors = support::read_text(scene.admincmd("tvimagequery.fd"));
+    const std::string descriptors = read_text(scene.admincmd("tvimagequery.fd"));
     EXPECT_TRUE(contains(descriptors, "/dev/null\n")) << "for the closed one";
     EXPECT_FALSE(contains(descriptors, "mdfixup.lock")) << descriptors;
     EXPECT_EQ(contains(scene.run_log(),
@@ -148,27 +147,24 @@ TEST(CommandLine, LogsThatCannotGrowKeepTheirTextAndTheRestGoesToStandardError) 
     const Scene scene;
     const fs::path log = scene.storage().log_dir() / layout::k_run_log;
     const std::string earlier = std::string(bytes, 'x') + "\n";
-    support::write_text(log, earlier);
+    write_text(log, earlier);
     scene.sh("cd catalog; for i in $(seq 10 39); do mkdir $i; done");
-    const Ended ended =
-        scene.run_in_shell("(ulimit -f 2; exec \"$@\") 2>&1 | cat", support::k_scan);
-    EXPECT_EQ(support::read_text(log), earlier);
+    const Ended ended = scene.run_in_shell("(ulimit -f 2; exec \"$@\") 2>&1 | cat", k_scan);
+    EXPECT_EQ(read_text(log), earlier);
     expect_parts(ended.out, {"; the run goes on\n", "end: exit status 1\n"});
     const std::size_t in_log = lines_beginning(scene.logs("client_names"), "Skip DSID: ").size();
     EXPECT_LT(in_log, 30U);
     EXPECT_EQ(in_log + lines_beginning(ended.out, "Skip DSID: ").size(), 30U);
-    EXPECT_EQ(scene.run_in_shell("ulimit -f 2; \"$@\" 2> /dev/full", support::k_scan).exit_status,
-              1)
+    EXPECT_EQ(scene.run_in_shell("ulimit -f 2; \"$@\" 2> /dev/full", k_scan).exit_status, 1)
         << "neither the logs nor standard error accepted the lines";
   }
 }
 
 TEST(CommandLine, LostOutputFailsTheRunUnlessItsReaderIsGone) {
   const Scene scene;
-  expect_end(scene.run_in_shell("\"$@\" > /dev/full", support::k_scan), 1,
+  expect_end(scene.run_in_shell("\"$@\" > /dev/full", k_scan), 1,
              "The run ended well, but not all that it reports could be written.\n");
-  expect_end(scene.run_in_shell("mkfifo pipe; true < pipe & \"$@\" > pipe", support::k_scan), 0,
-             "");
+  expect_end(scene.run_in_shell("mkfifo pipe; true < pipe & \"$@\" > pipe", k_scan), 0, "");
 }
 
 }  // namespace scenario::command_line

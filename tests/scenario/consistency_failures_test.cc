@@ -42,7 +42,7 @@ TEST(ConsistencyFailures, ReportsSayWhyADirectoryWasNotCompared) {
     const Words before = scene.pos();
     const std::string line = "ERROR (" + status + ") : could not compare the Tavrin catalog and " +
                              "deduplication metadata; Could not call tvimagequery: " + text + "\n";
-    expect_end(scene.remove_orphans(4, support::k_one_listing), 1, line);
+    expect_end(scene.remove_orphans(4, k_one_listing), 1, line);
     expect_parts(scene.logs("OrphanImages_"), {line});
     EXPECT_EQ(scene.pos(), before);
   };
@@ -56,7 +56,7 @@ TEST(ConsistencyFailures, ReportsSayWhyADirectoryWasNotCompared) {
                     "bad lexical cast: source type value could not be interpreted as target");
   fs::rename(scene.admincmd("query"), scene.admincmd("tvimagequery"));
   scene.storage().list_image("hosta", "p", 1000, {1});
-  support::write_text(scene.po_db("hosta", "p"), std::string(5000, 'x'));
+  write_text(scene.po_db("hosta", "p"), std::string(5000, 'x'));
   expect(
       "not a path-object database",
       "ERROR (not a path-object database): could not read the deduplication metadata for " + dir);
@@ -75,7 +75,7 @@ TEST(ConsistencyFailures, HostileNamesStartNoCommand) {
   for (const std::string& name : names)
     expect_parts(err, {": the name " + name + " cannot be passed to tvimagequery\n"});
   expect_parts(err, {"the name p|q cannot be passed to tvimagequery\n"});
-  const Words calls = sorted_lines(support::read_text(scene.admincmd("tvimagequery.calls")));
+  const Words calls = sorted_lines(read_text(scene.admincmd("tvimagequery.calls")));
   ASSERT_EQ(calls.size(), 2U) << "one directory and the final listing";
   EXPECT_TRUE(starts_with(calls[0], "-client h\xc3\xb6st-A_1:+@ -policy p.1 -hoursago "));
   EXPECT_TRUE(starts_with(calls[1], "-hoursago "));
@@ -83,17 +83,17 @@ TEST(ConsistencyFailures, HostileNamesStartNoCommand) {
   fs::remove_all(runs_dir(scene));
   put_own(scene, names, {"_1000_C1_F1.img"});
   scene.put("hosta", "p q", {"hosta_1000_C1_F1.img"});
-  EXPECT_EQ(lines_beginning(scene.dry_run(4, support::k_one_listing).out, "{client: ").size(),
+  EXPECT_EQ(lines_beginning(scene.dry_run(4, k_one_listing).out, "{client: ").size(),
             names.size() + 1);
-  const std::string errors = scene.remove_orphans(4, support::k_one_listing).err;
+  const std::string errors = scene.remove_orphans(4, k_one_listing).err;
   const Words left{"a b", "a\\nb", "a;touch calls", "$(touch calls)", "p q"};
   for (const std::string& name : left)
     expect_parts(errors, {"; the name " + name + " cannot stand in a listing of the catalog; "});
   EXPECT_EQ(scene.pos().size(), left.size());
   const Words approved{"--approved", id_of(scene, "dry_run")};
-  expect_end(scene.remove_orphans(4, joined(support::k_one_listing, approved)), 0, "");
+  expect_end(scene.remove_orphans(4, joined(k_one_listing, approved)), 0, "");
   EXPECT_EQ(scene.pos().size(), 0U);
-  const Words all = lines_beginning(support::read_text(scene.admincmd("tvimagequery.calls")), "-h");
+  const Words all = lines_beginning(read_text(scene.admincmd("tvimagequery.calls")), "-h");
   EXPECT_EQ(all.size(), 4U) << "one more for each run, unfiltered";
 }
 

@@ -56,8 +56,7 @@ Model generate(const Scene& scene, std::mt19937& random, bool odd) {
         scene.put(client, policy, names);
         for (const std::string& name : names) add_copy(client, policy, name, model.metadata);
         const std::string rows = odd ? "rowid % 20 = 0" : "false";
-        support::sqlite(scene.po_db(client, policy),
-                        "UPDATE po SET basename = CAST(basename AS BLOB) WHERE " + rows);
+        scene.sql(client, policy, "UPDATE po SET basename = CAST(basename AS BLOB) WHERE " + rows);
       }
       for (const std::int64_t time : {1, 16, 161, 7}) {
         const auto any = static_cast<std::uint32_t>(1 + random() % 12);
@@ -105,16 +104,15 @@ std::string taken_from_copy(const Scene& scene, const std::string& orphan) {
   const std::string taken = " FROM po WHERE basename LIKE '" + own + "C" + m[4].str() + "%'";
   // Any letter may precede the copy's number.
   const std::string named = " AND basename NOT GLOB '" + own + "?" + m[4].str();
-  return support::sqlite(scene.root() / "copy/2" / m[1].str() / m[2].str() / "po.db",
-                         "SELECT count(*) || ' POs.'" + taken +
-                             "; SELECT 'also takes ' || basename" + taken + named + "_F1.img'" +
-                             named + "_HDR.info'; DELETE" + taken);
+  return sqlite(scene.root() / "copy/2" / m[1].str() / m[2].str() / "po.db",
+                "SELECT count(*) || ' POs.'" + taken + "; SELECT 'also takes ' || basename" +
+                    taken + named + "_F1.img'" + named + "_HDR.info'; DELETE" + taken);
 }
 
 // Undoes every deletion that saved POs.
 void undo_all(const Scene& scene) {
   for (const fs::path& record : records_of(scene, "deletion")) {
-    if (support::sqlite(record, "SELECT count(*) FROM saved") == "0\n") continue;
+    if (sqlite(record, "SELECT count(*) FROM saved") == "0\n") continue;
     EXPECT_EQ(scene.undo({"restore", record.string()}).exit_status, 0);
   }
 }
@@ -187,7 +185,7 @@ TEST_P(Deletion, DeletesWhatTheModelAndTheDryRunListAndTheStatementMatches) {
     const Scene scene;
     const Model model = generate(scene, random, odd);
     Words found_before;
-    for (const Words& options : {Words{}, support::k_one_listing}) {
+    for (const Words& options : {Words{}, k_one_listing}) {
       SCOPED_TRACE(std::to_string(seed) + (options.empty() ? "" : options[0]));
       scene.sh("rm -rf log/*");
       expect_as_generated(scene, model, odd, GetParam(), options);
@@ -204,8 +202,8 @@ TEST_P(Deletion, RequestsTheServicesAgainWhateverFails) {
   put_own(scene, {"hosta", "hostb"}, {"_1000_C1_F1.img", "_2000_C1_F1.img"});
   for (const char* client : {"hosta", "hostb"}) {
     scene.storage().list_image(client, "p", 2000, {1});
-    support::sqlite(scene.po_db(client, "p"),
-                    "UPDATE po SET record = randomblob(100000) WHERE basename LIKE '%_1000_%'");
+    scene.sql(client, "p",
+              "UPDATE po SET record = randomblob(100000) WHERE basename LIKE '%_1000_%'");
   }
   const auto before = scene.pos();
   const std::string catalog = (scene.root() / "catalog").string();
@@ -226,10 +224,10 @@ TEST_P(Deletion, RequestsTheServicesAgainWhateverFails) {
   };
   for (const auto& [script, expected] : rows) {
     const Ended ended = scene.run_in_shell(
-        script + "; \"$@\" --num_threads " + std::to_string(GetParam()), support::k_deletion);
+        script + "; \"$@\" --num_threads " + std::to_string(GetParam()), k_deletion);
     EXPECT_FALSE(fs::exists(scene.lock_file()));
     expect_failure(ended, {expected});
-    EXPECT_TRUE(ends_with(ended.out, support::k_start_services)) << ended.out;
+    EXPECT_TRUE(ends_with(ended.out, k_start_services)) << ended.out;
     if (expected == record_full) {
       const std::string error = "ERROR: could not delete the POs for the image: {client: host";
       const std::string log = scene.logs("OrphanImages_");
@@ -249,7 +247,7 @@ TEST(DeletionFaults, UnreadablePOEndsTheDirectoryAfterTheOrphansBeforeIt) {
   const std::string image = "{client: hosta, policy: p, backup_time: ";
   scene.put("hosta", "p", {"hosta_1_C1_F1.img", "hosta_2_C1_F1.img", "hosta_3_C1_F1.img"});
   const fs::path file = scene.po_db("hosta", "p");
-  support::sqlite(file, "UPDATE po SET record = randomblob(20000) WHERE rowid = 2");
+  sqlite(file, "UPDATE po SET record = randomblob(20000) WHERE rowid = 2");
   damage_long_record(file);
   expect_failure(scene.remove_orphans(),
                  {"ERROR (database is damaged) : could not compare",
@@ -258,19 +256,18 @@ TEST(DeletionFaults, UnreadablePOEndsTheDirectoryAfterTheOrphansBeforeIt) {
   expect_parts(log, {"\nDeleted the POs for the image: " + image + "1, ", "\nDeleted 1 POs.\n",
                      "\nERROR: could not delete the POs for the image: " + image + "2, "});
   EXPECT_FALSE(contains(log, "backup_time: 3, "));
-  EXPECT_EQ(support::sqlite(file, "SELECT basename FROM po"),
-            "hosta_2_C1_F1.img\nhosta_3_C1_F1.img\n");
+  EXPECT_EQ(sqlite(file, "SELECT basename FROM po"), "hosta_2_C1_F1.img\nhosta_3_C1_F1.img\n");
 }
 
 TEST(DeletionFaults, RecordIsSyncedBeforeTheRowsAreDeleted) {
   const Scene scene;
   scene.put("hosta", "p", {"hosta_1_C1_F1.img"});
-  (void)scene.run_in_shell(k_strace + "-y -e fsync,fdatasync,unlink \"$@\"", support::k_deletion);
+  (void)scene.run_in_shell(k_strace + "-y -e fsync,fdatasync,unlink \"$@\"", k_deletion);
   const std::string file = "/hosta/p/po.db";
   const std::string log = scene.storage().log_dir().string();
   // First the record's name and the directories that this run made for it. After the first commit of
   // the record, each commit syncs.
-  expect_in_order(support::read_text(scene.root() / "trace"),
+  expect_in_order(read_text(scene.root() / "trace"),
                   {".db.new>", log + "/mdfixup/runs>", log + "/mdfixup>", log + ">", ".db-wal>",
                    ".db-wal>", file + "-journal>", file + ">",
                    "unlink(\"" + (scene.root() / "catalog/2").string() + file + "-journal\")"});
@@ -283,13 +280,13 @@ TEST(DeletionFaults, SignalStopsADirectoryAfterATransaction) {
   scene.put("hosta", "p", names);
   scene.script("tvimagequery",
                "mkdir first 2>&- && kill -INT $(cat mdfixup.lock); sleep 0.1; exit 227\n");
-  expect_failure(scene.run_in_shell("\"$@\"", support::k_deletion),
+  expect_failure(scene.run_in_shell("\"$@\"", k_deletion),
                  {"ERROR: the deletion in ",
                   " is not finished: stopped after 1000 orphan copies, which are deleted; "
                   "the next deletion goes on\n"});
   expect_parts(scene.run_log(), {"failed 1,", "POs taken 1000,"});
   EXPECT_EQ(scene.pos().size(), 1500U);
-  EXPECT_EQ(scene.run_in_shell("\"$@\"", support::k_deletion).exit_status, 0);
+  EXPECT_EQ(scene.run_in_shell("\"$@\"", k_deletion).exit_status, 0);
   EXPECT_EQ(scene.pos(), Words());
 }
 

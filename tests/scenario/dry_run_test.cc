@@ -68,7 +68,7 @@ TEST(DryRun, PendingImportsRejectTheRun) {
     fs::remove(scene.root() / layout::k_spa_database);
     SpaDB::create_spa_database(scene.root().string(), {"x", event, "x"});
     scene.sh("sqlite3 spa.db \"" + damage + "\"");
-    support::write_text(scene.storage().product() / "pending_imports", pending);
+    write_text(scene.storage().product() / "pending_imports", pending);
     expect_end(scene.dry_run(), error.empty() ? 0 : 1, error);
     EXPECT_EQ(scene.dry_run(1, {"--FORCE_CONSISTENCY_ALL_IMAGE"}).exit_status, 0);
   }

@@ -6,7 +6,7 @@ namespace scenario::limits {
 
 const std::string k_missing_header = "backupid|client_name|policy_name|copy_num|\n";
 
-const Words k_one_listing_deletion = joined(support::k_deletion, support::k_one_listing);
+const Words k_one_listing_deletion = joined(k_deletion, k_one_listing);
 
 TEST(Limits, LargerShareOfOrphansFailsTheDirectoryAndLeavesItsPOs) {
   const Scene scene;
@@ -20,8 +20,8 @@ TEST(Limits, LargerShareOfOrphansFailsTheDirectoryAndLeavesItsPOs) {
                                                 {"25", {"small_1"}},
                                                 {"66", {"small_1"}},
                                                 {"67", {"large_1", "large_2", "small_1"}}};
-  for (const Words& task : {support::k_dry_run, support::k_deletion, k_one_listing_deletion}) {
-    const bool deletes = task != support::k_dry_run;
+  for (const Words& task : {k_dry_run, k_deletion, k_one_listing_deletion}) {
+    const bool deletes = task != k_dry_run;
     for (const auto& [limit, within] : rows) {
       scene.sh("rm -rf catalog log/metadata_consistency; cp -r before catalog");
       const Ended ended = scene.run(joined(task, {"--max_orphan_share", limit}));
@@ -87,7 +87,7 @@ TEST(Limits, OnlyAndExceptMatchDirectoriesExactly) {
     const std::string skipped = std::to_string(4 - orphans.size());
     for (const int threads : {1, 3}) {
       scene.sh("rm -rf log/*");
-      const Words words = threads == 3 ? joined(options, support::k_one_listing) : options;
+      const Words words = threads == 3 ? joined(options, k_one_listing) : options;
       const Ended ended = scene.dry_run(threads, words);
       expect_end(ended, 0, "");
       EXPECT_EQ(lines_beginning(ended.out, "{"), orphans);

@@ -31,7 +31,7 @@ TEST(Lock, AnyFileAtItsPathRejectsTheRun) {
     expect_end(scene.scan(), 1, message + advice + remove);
     EXPECT_TRUE(fs::remove(path)) << "the rejected run does not own it";
   }
-  support::write_text(path, "1");
+  write_text(path, "1");
   // As a run on another host holds it.
   boost::interprocess::file_lock elsewhere(path.c_str());
   elsewhere.lock();
@@ -42,13 +42,13 @@ TEST(Lock, AnyFileAtItsPathRejectsTheRun) {
 TEST(Lock, NamesTheProcessUntilTheEndAndALockOfAnotherRunStays) {
   PausedRun run;
   const fs::path lock = run.scene().lock_file();
-  EXPECT_EQ(support::read_text(lock), std::to_string(run.child().pid()));
+  EXPECT_EQ(read_text(lock), std::to_string(run.child().pid()));
   EXPECT_EQ(fs::status(lock).permissions(), fs::owner_read | fs::owner_write);
   expect_parts(run.scene().scan().err, {", which is running and is mdfixup. Wait until"});
   fs::remove(lock);
-  support::write_text(lock, "another run's");
+  write_text(lock, "another run's");
   EXPECT_EQ(run.go_on().exit_status, 0);
-  EXPECT_EQ(support::read_text(lock), "another run's");
+  EXPECT_EQ(read_text(lock), "another run's");
   expect_parts(run.scene().run_log(), {lock.string() + " was removed or replaced"});
 }
 
@@ -72,8 +72,8 @@ TEST(Signals, FirstOneStopsEveryWorker) {
   for (int i = 0; i < 40; ++i) scene.put("hosta", std::to_string(i), {});
   scene.script("tvimagequery",
                "echo >> $0.calls; kill -INT $(cat mdfixup.lock); sleep 0.1; exit 227\n");
-  EXPECT_EQ(scene.run_in_shell("\"$@\" --num_threads 4", support::k_dry_run).exit_status, 1);
-  EXPECT_LE(support::read_text(scene.admincmd("tvimagequery.calls")).size(), 4U);
+  EXPECT_EQ(scene.run_in_shell("\"$@\" --num_threads 4", k_dry_run).exit_status, 1);
+  EXPECT_LE(read_text(scene.admincmd("tvimagequery.calls")).size(), 4U);
 }
 
 bool has_ended(pid_t pid) {
@@ -103,7 +103,7 @@ TEST(Signals, IgnoredOnesStayIgnored) {
   scene.put("hosta", "p", {});
   scene.script("tvimagequery",
                "for i in INT HUP; do kill -$i $(cat mdfixup.lock); done; exit 227\n");
-  expect_end(scene.run_in_shell("trap '' INT HUP; \"$@\"", support::k_dry_run), 0, "");
+  expect_end(scene.run_in_shell("trap '' INT HUP; \"$@\"", k_dry_run), 0, "");
 }
 
 }  // namespace scenario::lock_and_signals

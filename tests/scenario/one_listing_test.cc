@@ -2,7 +2,7 @@
 
 namespace scenario::one_listing {
 
-using support::k_one_listing;
+using k_one_listing;
 
 // The sorted lines of reports and streams, without file names, and the counts of the record.
 Words found(const Scene& scene, const Ended& ended) {
@@ -28,7 +28,7 @@ TEST(OneListing, FindsTheSameAsManyListings) {
   put_own(scene, {"HOSTA", "hostb", "damaged"}, {"_1000_C1_F1.img"});  // HOSTA is not listed
   put_own(scene, {"none"}, {"_1000_C1_F1.img", "_9999999999_C1_F1.img"});
   put_own(scene, {"empty"}, {});
-  support::write_text(scene.po_db("damaged", "p"), "no database");
+  write_text(scene.po_db("damaged", "p"), "no database");
   scene.sh("mkdir -p catalog/02/hosta catalog/2/bare/p; cp -r catalog/2/hosta/p catalog/02/hosta");
   for (const std::string client : {"hosta", "damaged", "empty", "bare", "nowhere"}) {
     scene.storage().list_image(client, "p", 1000, {2, 2, 1});
@@ -72,8 +72,7 @@ TEST(OneListing, ImageOfARunningBackupIsNoOrphan) {
                      "('hosta_$1_F1.img', 'x', 1, 1, x'00')\"; }\n"
                      "put 3000_C1; cp images.later/hosta/p quorv/images/hosta/p\n"
                      "sed -n 1,4p quorv/images/hosta/p\nput 4000_C1; put 1000_C10; mv fresh "
-                     "catalog/2; rm -r "
-                     "catalog/2/gone\n");
+                     "catalog/2; rm -r catalog/2/gone\n");
     const Ended ended = scene.dry_run(threads, k_one_listing);
     expect_failure(ended, {"gone/p; its database is gone since it was read\n"});
     EXPECT_EQ(sorted_lines(ended.err).size(), 1U);
@@ -126,7 +125,7 @@ TEST(OneListing, SignalInTheLastStepStopsItAndMissingCopiesAreCounted) {
   const Scene scene;
   put_own(scene, {"hosta", "hostb"}, {"_1000_C1_F1.img"});
   put_own(scene, {"broken"}, {});
-  support::write_text(scene.po_db("broken", "p"), "no database");
+  write_text(scene.po_db("broken", "p"), "no database");
   for (const char* client : {"hosta", "hostb", "nowhere"})
     scene.storage().list_image(client, "p", 2000, {1});
   const std::string query = scene.admincmd("tvimagequery").string();
@@ -136,13 +135,13 @@ TEST(OneListing, SignalInTheLastStepStopsItAndMissingCopiesAreCounted) {
                    "'BEGIN EXCLUSIVE' '.shell echo > locked; read x < go') >/dev/null 2>&1 &\n" +
                    "read x < locked; echo > ready; exec $0.real \"$@\"\n");
   const auto run = scene.start(dry_run_on("1", k_one_listing));
-  support::read_text(scene.root() / "ready");
+  read_text(scene.root() / "ready");
   while (!contains(scene.run_log(), "none of the copies in ")) ::sched_yield();
   run->send(SIGUSR1);
   while (!contains(run->err(), "printing orphans: 1 of 3 directories, ")) ::sched_yield();
   run->send(SIGTERM);
   while (!contains(run->err(), "directories in hand")) ::sched_yield();
-  support::write_text(scene.root() / "go", "\n");
+  write_text(scene.root() / "go", "\n");
   const Ended ended = run->wait();
   EXPECT_EQ(ended.exit_status, 1);
   EXPECT_EQ(lines_beginning(ended.out, "{client: "),

@@ -26,13 +26,13 @@ class PausingScene : public Scene {
                                "else echo \"$*\" >> calls; fi\nexit 227\n");
   }
 
-  void await_pause() const { support::read_text(root() / "ready"); }
-  void go_on() const { support::write_text(root() / "go", "\n"); }
-  std::string later_calls() const { return support::read_text(root() / "calls"); }
+  void await_pause() const { read_text(root() / "ready"); }
+  void go_on() const { write_text(root() / "go", "\n"); }
+  std::string later_calls() const { return read_text(root() / "calls"); }
 };
 
 inline Words dry_run_on(const std::string& threads, const Words& more = {}) {
-  return joined(joined(support::k_dry_run, {"--num_threads", threads}), more);
+  return joined(joined(k_dry_run, {"--num_threads", threads}), more);
 }
 
 // Such a run, paused.

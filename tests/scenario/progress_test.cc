@@ -10,7 +10,7 @@ TEST(Progress, LineOnTheTerminalIsErased) {
   for (const char* threads : {"1", "4"}) {
     const PausingScene scene;
     put_own(scene, {"hosta", "hostb", "hostc"}, {"_1600000000_C1_F1.img", "_1600000001_C1_F1.img"});
-    support::write_text(scene.po_db("broken", "p"), "no database");
+    write_text(scene.po_db("broken", "p"), "no database");
     scene.put("hostd", "p", {});
     const Words words = dry_run_on(threads, {"--except", "hostd"});
     support::OnTerminal run(scene.command(words), scene.environment());
@@ -48,7 +48,7 @@ TEST(Progress, AnswerWithoutAReaderDoesNotStopTheRun) {
   scene.put("hosta", "p", {});
   scene.script("tvimagequery", "kill -USR1 $(cat mdfixup.lock)\nexit 227\n");
   const Ended ended = scene.run_in_shell(
-      "mkfifo pipe; exec 9<>pipe; head -c 65536 /dev/zero >&9; \"$@\" 2>&9", support::k_dry_run);
+      "mkfifo pipe; exec 9<>pipe; head -c 65536 /dev/zero >&9; \"$@\" 2>&9", k_dry_run);
   EXPECT_EQ(ended.exit_status, 0);
 }
 

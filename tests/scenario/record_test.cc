@@ -28,8 +28,8 @@ TEST(Record, AgreesWithTheLogs) {
   for (int i = 100; i < 160; ++i) moving.push_back("HostA\xff_" + std::to_string(i) + "_C1_F1.img");
   scene.put("hosta\xff", "p", moving);
   scene.put("HostA\xff", "p", {"HostA\xff_1_C10_F1.img", "HostA\xff_1_C1_F1.img"});
-  support::sqlite(scene.po_db("HostA\xff", "p"),
-                  "UPDATE po SET poid = 'other' WHERE basename LIKE '%C1!_%' ESCAPE '!'");
+  scene.sql("HostA\xff", "p",
+            "UPDATE po SET poid = 'other' WHERE basename LIKE '%C1!_%' ESCAPE '!'");
   scene.sh("ln -s /nowhere catalog/2/link");
   EXPECT_EQ(scene.scan().exit_status, 0);
   EXPECT_EQ(rows_of(scene, "scan",
@@ -56,7 +56,7 @@ TEST(Record, AgreesWithTheLogs) {
 
   const Words before = scene.pos();
   scene.put("hostb", "broken", {});
-  support::write_text(scene.po_db("hostb", "broken"), "no database");
+  write_text(scene.po_db("hostb", "broken"), "no database");
   const Words printed = lines_beginning(scene.dry_run(4).out, "{");
   expect_parts(boost::algorithm::join(printed, ""), generated.orphan_lines);
   for (const std::string task : {"dry_run", "deletion"}) {
@@ -116,7 +116,7 @@ TEST(Record, IsOneFileThatSaysHowTheRunEnded) {
   EXPECT_EQ(rows_of(scene, "dry_run", "group_concat(text, ' ') FROM argument"),
             Words{"--tvr_location " + scene.storage().product().string() +
                   " --FORCE_DEDUPE_METADATA_CONSISTENCY --dry_run --num_threads 1\n"});
-  EXPECT_EQ(scene.run_in_shell("umask 077; \"$@\"", support::k_repair).exit_status, 0);
+  EXPECT_EQ(scene.run_in_shell("umask 077; \"$@\"", k_repair).exit_status, 0);
   EXPECT_EQ(rows_of(scene, "repair", "ending, exit_status FROM run"), Words{"orderly|0\n"});
   fs::remove_all(scene.root() / "catalog");
   EXPECT_EQ(scene.scan().exit_status, 1);

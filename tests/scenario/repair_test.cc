@@ -35,15 +35,15 @@ TEST_P(Repair, MovesEachSpellingToItsOwnDirectory) {
              "HostA_3_C1_F1.img", "hosta_1_C1_F1.img", "hostb_5_C1_F1.img"});
   scene.put("HostA", "p", {"HostA_1_C1_F1.img", "HostA_2_C1_F1.img"});
   const std::string same = "UPDATE po SET poid = 'a', size = 1, mtime = 3, record = x'04';";
-  support::sqlite(scene.po_db("hosta", "p"), same);
-  support::sqlite(scene.po_db("HostA", "p"),
-                  same + "UPDATE po SET size = 2; UPDATE po SET poid = 'b' WHERE rowid = 2");
+  scene.sql("hosta", "p", same);
+  scene.sql("HostA", "p",
+            same + "UPDATE po SET size = 2; UPDATE po SET poid = 'b' WHERE rowid = 2");
   const std::string owner = ::geteuid() == 0 ? "4242" : std::to_string(::geteuid());
   scene.sh("cd catalog/2; ln -s hosta hostA; chown " + owner + " .; chmod 2750 .");
   const Ended ended = scene.repair(GetParam());
   EXPECT_EQ(ended.exit_status, 0);
-  EXPECT_TRUE(ends_with(
-      ended.out, support::k_start_services + "Case-sensitivity repair finished successfully.\n"));
+  EXPECT_TRUE(
+      ends_with(ended.out, k_start_services + "Case-sensitivity repair finished successfully.\n"));
   EXPECT_EQ(scene.pos(), (Words{
                              "HOSTA/p|HOSTA_4_C1_F1.img|a|1|3|04",
                              "HostA/p|HostA_1_C1_F1.img|a|1|3|04",
@@ -168,7 +168,7 @@ TEST_P(Repair, FailureLeavesTheMetadataTreeAsideAndARerunFinishes) {
 }
 
 Ended repair_after(const Scene& scene, const std::string& script) {
-  return scene.run_in_shell(script + " \"$@\" --num_threads 2", support::k_repair);
+  return scene.run_in_shell(script + " \"$@\" --num_threads 2", k_repair);
 }
 
 // A repair that fails before its first change leaves the metadata tree in its place, or moves it back.
@@ -223,8 +223,7 @@ TEST(RepairFaults, FailedReadOfTheTargetStoresAllOrNothing) {
   for (int i = 2000; i < 2800; ++i) target.push_back("HostA_" + std::to_string(i) + "_C1_F1.img");
   scene.put("hosta", "p", source);
   scene.put("HostA", "p", target);
-  support::sqlite(scene.po_db("HostA", "p"),
-                  "UPDATE po SET poid = 'other' WHERE rowid IN (1, 2, 4)");
+  scene.sql("HostA", "p", "UPDATE po SET poid = 'other' WHERE rowid IN (1, 2, 4)");
   const Words before = scene.pos();
   scene.sh("cp -r catalog before");
   EXPECT_EQ(scene.repair().exit_status, 0);
@@ -247,9 +246,8 @@ TEST(RepairFaults, FailedReadOfTheTargetStoresAllOrNothing) {
 TEST(RepairFaults, RecordAndTargetAreSyncedBeforeTheSourceIsCommitted) {
   const Scene scene;
   scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
-  (void)scene.run_in_shell(k_strace + "-y -e fsync,fdatasync,link,unlink \"$@\"",
-                           support::k_repair);
-  const std::string calls = support::read_text(scene.root() / "trace");
+  (void)scene.run_in_shell(k_strace + "-y -e fsync,fdatasync,link,unlink \"$@\"", k_repair);
+  const std::string calls = read_text(scene.root() / "trace");
   const std::string base = (scene.root() / k_work / "2").string();
   const std::string target = base + "/HostA/p";
   expect_in_order(calls, {target + "/po.db.new>", "link(", target + ">", base + "/HostA>",
@@ -284,22 +282,21 @@ TEST(RepairFaults, UnreadablePOStaysAndTheOthersMove) {
   scene.put("HostA", "p", {"HostA_01", "HostA_02", "HostA_9"});
   const fs::path file = scene.po_db("hosta", "p");
   const fs::path target = scene.po_db("HostA", "p");
-  support::sqlite(target, "UPDATE po SET poid = 'p'; UPDATE po SET size = 7 WHERE rowid = 2");
-  support::sqlite(
-      file,
-      "UPDATE po SET record = randomblob(20000) WHERE rowid = 2;"
-      "INSERT INTO po VALUES ('HOSTA_4', '', 0, 0, 'no blob'), ('HostA_00', 1, 'x', 0, x''),"
-      "('HostA_01', 'other', 1, 0, x''), ('HostA_02', 'p', 1, 0, x''),"
-      "('HostA_5', x'70', 1, 0, x''), ('HostA_6', 'p', 1.5, 0, x''),"
-      "('HostA_7', '', -1, 9223372036854775807, x''),"
-      "('HostA_8', CAST(x'61006200' AS TEXT), 0, 0, x'0061002700ff'),"
-      "('HostA_9', 'other', 1, 0, x''), ('hOSTA_1', '', 0, 0, x''),"
-      "(CAST('HostA_1_C1_F1.img' AS BLOB), '', 0, 0, x''), (x'00', '', 0, 0, x'')");
+  sqlite(target, "UPDATE po SET poid = 'p'; UPDATE po SET size = 7 WHERE rowid = 2");
+  sqlite(file,
+         "UPDATE po SET record = randomblob(20000) WHERE rowid = 2;"
+         "INSERT INTO po VALUES ('HOSTA_4', '', 0, 0, 'no blob'), ('HostA_00', 1, 'x', 0, x''),"
+         "('HostA_01', 'other', 1, 0, x''), ('HostA_02', 'p', 1, 0, x''),"
+         "('HostA_5', x'70', 1, 0, x''), ('HostA_6', 'p', 1.5, 0, x''),"
+         "('HostA_7', '', -1, 9223372036854775807, x''),"
+         "('HostA_8', CAST(x'61006200' AS TEXT), 0, 0, x'0061002700ff'),"
+         "('HostA_9', 'other', 1, 0, x''), ('hOSTA_1', '', 0, 0, x''),"
+         "(CAST('HostA_1_C1_F1.img' AS BLOB), '', 0, 0, x''), (x'00', '', 0, 0, x'')");
   const std::string columns =
       "SELECT basename, hex(poid), typeof(poid), size, mtime, hex(record), typeof(record) FROM po "
       "WHERE basename = 'HostA_02' OR substr(basename, 7, 1) IN ('1', '3', '7', '8') AND "
       "typeof(basename) = 'text' AND basename GLOB 'HostA*' ORDER BY basename";
-  const std::string movable = support::sqlite(file, columns);
+  const std::string movable = sqlite(file, columns);
   damage_long_record(file);
   const std::string unable = "): unable to get the po for basename ";
   const std::string in = " and directory " + work_dir(scene, "hosta") + ".\n";
@@ -320,11 +317,11 @@ TEST(RepairFaults, UnreadablePOStaysAndTheOthersMove) {
                     "saved UNION ALL SELECT 'unparsed ' || count(*) FROM unparsed UNION ALL SELECT "
                     "'moved ' || count(*) FROM moved"),
             (Words{"HostA_01\n", "HostA_02 saved 7\n", "HostA_9\n", "moved 6\n", "unparsed 6\n"}));
-  EXPECT_EQ(support::sqlite(target, columns), movable);
+  EXPECT_EQ(sqlite(target, columns), movable);
   const std::string names = "SELECT basename, typeof(basename) FROM po ORDER BY 2 DESC, 1";
-  EXPECT_EQ(sorted_lines(support::sqlite(target, names)).size(), 7U);
-  EXPECT_EQ(support::sqlite(scene.po_db("hOSTA", "p"), names), "hOSTA_1|text\n");
-  const std::string left = support::sqlite(file, names);
+  EXPECT_EQ(sorted_lines(sqlite(target, names)).size(), 7U);
+  EXPECT_EQ(scene.sql("hOSTA", "p", names), "hOSTA_1|text\n");
+  const std::string left = sqlite(file, names);
   EXPECT_TRUE(starts_with(left,
                           "HOSTA_4|text\nHostA_00|text\nHostA_01|text\nHostA_2_C1_F1.img|text\n"
                           "HostA_5|text\nHostA_6|text\nHostA_9|text\n"));

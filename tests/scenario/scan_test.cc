@@ -71,10 +71,10 @@ TEST(Scan, ReportsUnreadableDirectoriesAndGoesOn) {
     expect_parts(log, expected);
     expect_parts(log, clients);
     const std::string unreadable = "-f -P $PWD/catalog/2/hosta -e inject=getdents64:error=EIO ";
-    expect_failure(scene.run_in_shell(
-                       k_strace + unreadable + "\"$@\" --num_threads " + std::to_string(threads),
-                       support::k_scan),
-                   {"Aborting with error:  could not read"});
+    expect_failure(
+        scene.run_in_shell(
+            k_strace + unreadable + "\"$@\" --num_threads " + std::to_string(threads), k_scan),
+        {"Aborting with error:  could not read"});
   }
   fs::remove(scene.root() / "trace");
   EXPECT_EQ(scene.snapshot(), before);

@@ -17,10 +17,20 @@ using boost::algorithm::replace_all_copy;
 using boost::algorithm::starts_with;
 using support::Ended;
 using support::joined;
+using support::k_deletion;
+using support::k_dry_run;
+using support::k_one_listing;
+using support::k_repair;
+using support::k_scan;
+using support::k_start_services;
 using support::lines_beginning;
+using support::read_text;
 using support::Scene;
 using support::sorted_lines;
+using support::sqlite;
 using support::Words;
+using support::write_script;
+using support::write_text;
 
 inline void expect_parts(const std::string& text, const Words& parts) {
   for (const std::string& part : parts)
@@ -73,7 +83,7 @@ inline std::vector<fs::path> records_of(const Scene& scene, const std::string& t
   std::vector<fs::path> records;
   for (const auto& entry : fs::directory_iterator(runs_dir(scene))) {
     const fs::path& file = entry.path();
-    if (file.extension() == ".db" && support::sqlite(file, "SELECT task FROM run") == task + "\n")
+    if (file.extension() == ".db" && sqlite(file, "SELECT task FROM run") == task + "\n")
       records.push_back(file);
   }
   return records;
@@ -86,17 +96,16 @@ inline std::string id_of(const Scene& scene, const std::string& task) {
 // The rows of a query on these records, sorted.
 inline Words rows_of(const Scene& scene, const std::string& task, const std::string& query) {
   std::string rows;
-  for (const fs::path& record : records_of(scene, task))
-    rows += support::sqlite(record, "SELECT " + query);
+  for (const fs::path& record : records_of(scene, task)) rows += sqlite(record, "SELECT " + query);
   return sorted_lines(rows);
 }
 
 // A long record fills a chain of pages. Makes the first page point to none.
 inline void damage_long_record(const fs::path& po_db) {
   const std::string page =
-      support::sqlite(po_db, "SELECT min(pageno) FROM dbstat WHERE pagetype = 'overflow'");
-  std::string bytes = support::read_text(po_db);
-  support::write_text(po_db, bytes.replace((std::stoul(page) - 1) * 4096, 4, "\x7f\xff\xff\xff"));
+      sqlite(po_db, "SELECT min(pageno) FROM dbstat WHERE pagetype = 'overflow'");
+  std::string bytes = read_text(po_db);
+  write_text(po_db, bytes.replace((std::stoul(page) - 1) * 4096, 4, "\x7f\xff\xff\xff"));
 }
 
 }  // namespace scenario

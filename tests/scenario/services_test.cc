@@ -23,8 +23,8 @@ class Services : public testing::Test {
   }
 
   std::string pids() const {
-    return support::read_text(m_poolmgrd) + support::read_text(m_segstored) +
-           support::read_text(m_scene.storage().product() / "run/tvsvcwatch.pid");
+    return read_text(m_poolmgrd) + read_text(m_segstored) +
+           read_text(m_scene.storage().product() / "run/tvsvcwatch.pid");
   }
 
   const Scene m_scene{support::PidFilesLock::Use::write};
@@ -66,8 +66,8 @@ TEST_F(Services, OnlyForceStopsThemAndTheyAreStartedAgain) {
 }
 
 TEST_F(Services, ThatDoNotStopRejectTheRepair) {
-  support::write_script(m_ksde, "");
-  support::write_text(m_poolmgrd, std::to_string(::getpid()));
+  write_script(m_ksde, "");
+  write_text(m_poolmgrd, std::to_string(::getpid()));
   expect_end(m_scene.run(support::k_forced_repair), 1,
              "\nCould not stop the Tavrin Deduplication services.\n\n" + m_instructions);
   const std::string work = (m_scene.root() / layout::k_work_dir).string();
@@ -82,20 +82,20 @@ TEST_F(Services, ThatDoNotStopRejectTheRepair) {
 TEST_F(Services, CommandsRunBeforeAndAfterTheRepairAndAFailedStartIsReported) {
   const std::string note = "cd " + m_scene.root().string() +
                            "; echo ${0##*/} $* c*g >> calls; kill -USR1 $(cat mdfixup.lock)\n";
-  support::write_script(m_tvsvcwatch, note);
-  support::write_script(m_ksde, note + "[ \"$1\" = stop ] || exit 3");
+  write_script(m_tvsvcwatch, note);
+  write_script(m_ksde, note + "[ \"$1\" = stop ] || exit 3");
   expect_end(m_scene.run(support::k_forced_repair), 0,
              "ERROR: the services may not run; the command " + m_ksde + " failed\n");
-  EXPECT_EQ(support::read_text(m_scene.root() / "calls"),
+  EXPECT_EQ(read_text(m_scene.root() / "calls"),
             "tvsvcwatch -terminate catalog\nksde stop catalog\ntvsvcwatch catalog\nksde catalog\n");
 }
 
 TEST_F(Services, InterruptedCommandInterruptsTheRun) {
-  support::write_script(m_tvsvcwatch,
-                        "mkdir " + (m_scene.root() / "once").string() + " && kill -INT $PPID\n");
+  write_script(m_tvsvcwatch,
+               "mkdir " + (m_scene.root() / "once").string() + " && kill -INT $PPID\n");
   const Ended ended = m_scene.run(support::k_forced_repair);
   expect_failure(ended, {"changed.\nThe Tavrin Deduplication services are stopped.\n"});
-  EXPECT_EQ(ended.out, support::k_start_services);
+  EXPECT_EQ(ended.out, k_start_services);
   EXPECT_TRUE(fs::exists(m_scene.root() / layout::k_metadata_tree));
 }
 

@@ -16,13 +16,13 @@ void fill(const Scene& scene) {
         names.push_back(client + "_" + std::to_string(time) + "_C1_HDR.info");
       }
       scene.put(client, policy, names);
-      support::sqlite(scene.po_db(client, policy),
-                      "UPDATE po SET size = 1.5 WHERE rowid % 7 = 1; "
-                      "UPDATE po SET size = 'many', mtime = x'00ff' WHERE rowid % 7 = 2; "
-                      "UPDATE po SET poid = CAST(poid AS BLOB) WHERE rowid % 7 = 3; "
-                      "UPDATE po SET poid = '', record = '' WHERE rowid % 7 = 4; "
-                      "UPDATE po SET poid = 'a' || char(0) || 'b' WHERE rowid % 7 = 5; "
-                      "UPDATE po SET basename = basename || x'ff0a' WHERE rowid % 7 = 6");
+      scene.sql(client, policy,
+                "UPDATE po SET size = 1.5 WHERE rowid % 7 = 1; "
+                "UPDATE po SET size = 'many', mtime = x'00ff' WHERE rowid % 7 = 2; "
+                "UPDATE po SET poid = CAST(poid AS BLOB) WHERE rowid % 7 = 3; "
+                "UPDATE po SET poid = '', record = '' WHERE rowid % 7 = 4; "
+                "UPDATE po SET poid = 'a' || char(0) || 'b' WHERE rowid % 7 = 5; "
+                "UPDATE po SET basename = basename || x'ff0a' WHERE rowid % 7 = 6");
       if (client != "hostc") scene.storage().list_image(client, policy, 1000, {1});
     }
   }
@@ -35,9 +35,9 @@ std::map<std::string, std::string> rows(const Scene& scene) {
        fs::recursive_directory_iterator(scene.root() / layout::k_metadata_tree)) {
     if (entry.path().filename() != layout::k_po_database) continue;
     const std::string text =
-        support::sqlite(entry.path(),
-                        "SELECT hex(basename), hex(poid), quote(size), quote(mtime), hex(record), "
-                        "typeof(basename), typeof(poid), typeof(record) FROM po ORDER BY basename");
+        sqlite(entry.path(),
+               "SELECT hex(basename), hex(poid), quote(size), quote(mtime), hex(record), "
+               "typeof(basename), typeof(poid), typeof(record) FROM po ORDER BY basename");
     if (!text.empty()) rows[entry.path().string()] = text;
   }
   return rows;
@@ -93,11 +93,10 @@ TEST_P(Undo, PutsBackADeletionInPartsAndAsAWhole) {
   fs::remove(m_scene.po_db("hostb", "p"));
   fs::remove_all(m_scene.storage().policy_dir("hostc", "q").parent_path());
   const fs::path changed = m_scene.po_db("hosta", "q");
-  support::sqlite(changed, "UPDATE po SET size = 3 WHERE rowid = 21");
-  support::sqlite(
-      changed,
-      "UPDATE po SET poid = CAST(poid AS TEXT) WHERE rowid = (SELECT min(rowid) FROM po "
-      "WHERE typeof(poid) = 'blob')");
+  sqlite(changed, "UPDATE po SET size = 3 WHERE rowid = 21");
+  sqlite(changed,
+         "UPDATE po SET poid = CAST(poid AS TEXT) WHERE rowid = (SELECT min(rowid) FROM po "
+         "WHERE typeof(poid) = 'blob')");
   const std::string others = rows(m_scene)[changed.string()];
   expect_restore({"--dry_run"}, 316, 154, 0, 2);
   expect_restore({}, 316, 154, 0, 2);
@@ -106,7 +105,7 @@ TEST_P(Undo, PutsBackADeletionInPartsAndAsAWhole) {
   EXPECT_EQ(lines_beginning(log, "Warning: another PO with the name hosta_").size(), 4U) << log;
   expect_parts(log, {"Restored 80 POs to " + m_scene.storage().policy_dir("hostc", "q").string() +
                      "; 0 were there already.\n"});
-  support::sqlite(changed, "DELETE FROM po");
+  sqlite(changed, "DELETE FROM po");
   expect_restore({}, 78, 394, 0, 0);
 
   auto now = rows(m_scene);
@@ -134,9 +133,9 @@ TEST_P(Undo, MovesThePOsOfARepairBackAndRemovesWhatItMade) {
   m_scene.put("HostA", "p", {"HostA_9_C1_F1.img", "hosta_9_C1_F1.img", "HostA_2_C1_F1.img"});
   // The repair replaces a PO with the same POID, even if its size differs.
   for (const char* client : {"hosta", "HostA"})
-    support::sqlite(m_scene.po_db(client, "p"), "UPDATE po SET poid = 'same', size = size + " +
-                                                    std::to_string(client[0]) +
-                                                    " WHERE basename LIKE 'HostA_2%'");
+    m_scene.sql(client, "p",
+                "UPDATE po SET poid = 'same', size = size + " + std::to_string(client[0]) +
+                    " WHERE basename LIKE 'HostA_2%'");
   m_scene.sh("ln -s hosta catalog/2/linked; ln -s ../nowhere catalog/2/hosta/p/gone");
   const Words tree_before = tree(m_scene);
   const auto before = rows(m_scene);
@@ -153,15 +152,15 @@ TEST_P(Undo, MovesThePOsOfARepairBackAndRemovesWhatItMade) {
     return m_scene.po_db(client, policy);
   };
   const std::string kept = support::run({"sqlite3", db("HostA", "p").string(), ".dump"}).out;
-  support::sqlite(db("hosta", "q"), "ATTACH '" + db("HostA", "q").string() +
-                                        "' AS t; INSERT INTO po SELECT * FROM t.po LIMIT 1");
-  support::sqlite(db("HostA", "p"), "DELETE FROM po WHERE basename LIKE 'HostA_2%'");
+  m_scene.sql(
+      "hosta", "q",
+      "ATTACH '" + db("HostA", "q").string() + "' AS t; INSERT INTO po SELECT * FROM t.po LIMIT 1");
+  m_scene.sql("HostA", "p", "DELETE FROM po WHERE basename LIKE 'HostA_2%'");
   m_scene.put("HOSTA", "p", {"HOSTA_7_C1_F1.img"});
-  support::sqlite(
-      db("hosta", "p"),
-      "ATTACH '" + db("HOSTA", "p").string() +
-          "' AS t; INSERT INTO po SELECT basename, poid, size + 1, mtime, record FROM t.po "
-          "WHERE basename LIKE 'HOSTA_3%'");
+  m_scene.sql("hosta", "p",
+              "ATTACH '" + db("HOSTA", "p").string() +
+                  "' AS t; INSERT INTO po SELECT basename, poid, size + 1, mtime, record FROM t.po "
+                  "WHERE basename LIKE 'HOSTA_3%'");
   m_scene.sh("touch catalog/2/linked");
   expect_restore({"--dry_run"}, 3, 2, 1, 3);
   expect_restore({}, 3, 2, 1, 3);
@@ -171,12 +170,12 @@ TEST_P(Undo, MovesThePOsOfARepairBackAndRemovesWhatItMade) {
                                     "something else is in the place of the symbolic link "})
     EXPECT_EQ(lines_beginning(log, "Warning: " + warning).size(), 2U) << log;
 
-  support::sqlite(db("hosta", "p"), "DELETE FROM po WHERE basename LIKE 'HOSTA_3%'");
-  support::sqlite(db("HOSTA", "p"), "DELETE FROM po WHERE basename LIKE 'HOSTA_7%'");
+  m_scene.sql("hosta", "p", "DELETE FROM po WHERE basename LIKE 'HOSTA_3%'");
+  m_scene.sql("HOSTA", "p", "DELETE FROM po WHERE basename LIKE 'HOSTA_7%'");
   fs::remove(db("HostA", "p"));
   support::run({"sh", "-c", "echo \"$0\" | sqlite3 " + db("HostA", "p").string(), kept});
-  support::sqlite(db("HostA", "p"),
-                  "DELETE FROM po WHERE basename LIKE 'HostA_1_%'; PRAGMA user_version = 1");
+  m_scene.sql("HostA", "p",
+              "DELETE FROM po WHERE basename LIKE 'HostA_1_%'; PRAGMA user_version = 1");
   m_scene.sh("rm catalog/2/linked");
   expect_restore({}, 2, 5, 1, 0);
   EXPECT_EQ(rows(m_scene), before);
@@ -190,12 +189,10 @@ TEST_P(Undo, OfARepairDoesNotFollowLinks) {
   m_scene.sh("ln -s ../../outside catalog/2/gate");
   expect_end(m_scene.repair(), 0, "");
   m_run = id_of(m_scene, "repair");
-  m_scene.sh(
-      "mkdir -p outside/p; cp catalog/2/hosta/p/po.db outside/p; "
-      "sqlite3 log/mdfixup/runs/" +
-      m_run +
-      ".db \"INSERT INTO link VALUES (NULL, '2/gate/other', '/etc', 1); "
-      "INSERT INTO made VALUES (NULL, '2/gate/p'), (NULL, '2/gate/p/po.db')\"");
+  m_scene.sh("mkdir -p outside/p; cp catalog/2/hosta/p/po.db outside/p; sqlite3 log/mdfixup/runs/" +
+             m_run +
+             ".db \"INSERT INTO link VALUES (NULL, '2/gate/other', '/etc', 1); "
+             "INSERT INTO made VALUES (NULL, '2/gate/p'), (NULL, '2/gate/p/po.db')\"");
   const auto outside = [&] {
     return support::run({"find", (m_scene.root() / "outside").string(), "-ls"}).out;
   };
@@ -220,7 +217,7 @@ class UndoneScene : public Scene {
   std::string changed(const std::string& statement) const {
     const std::string copy = (root() / "1-1.db").string();
     fs::copy_file(record(), copy, fs::copy_option::overwrite_if_exists);
-    support::sqlite(copy, statement);
+    sqlite(copy, statement);
     return copy;
   }
 
@@ -315,9 +312,9 @@ TEST(Undo, ListsShowsAndForgets) {
   expect_parts(list(), {"  undone by "});
 
   // Many POs, whose space is freed.
-  support::sqlite(scene.record(),
-                  "WITH RECURSIVE n(i) AS (SELECT 3 UNION ALL SELECT i + 1 FROM n WHERE i < 3000) "
-                  "INSERT INTO saved SELECT 4294967296 + i, i, '', 0, 0, randomblob(500) FROM n");
+  sqlite(scene.record(),
+         "WITH RECURSIVE n(i) AS (SELECT 3 UNION ALL SELECT i + 1 FROM n WHERE i < 3000) "
+         "INSERT INTO saved SELECT 4294967296 + i, i, '', 0, 0, randomblob(500) FROM n");
   expect_parts(list(), {"3,000 POs"});
   const auto bytes = fs::file_size(scene.record());
   for (int i = 0; i < 2; ++i) {

@@ -30,6 +30,11 @@ void Scene::put(const std::string& client, const std::string& policy,
   dir.finish();
 }
 
+std::string Scene::sql(const std::string& client, const std::string& policy,
+                       const std::string& statements) const {
+  return sqlite(po_db(client, policy), statements);
+}
+
 void Scene::sh(const std::string& script) const {
   support::run({"sh", "-c", "cd " + root().string() + "; " + script});
 }

@@ -88,6 +88,10 @@ class Scene {
   // Runs a shell script in the storage's root; its arguments "$@" are the program's command line.
   Ended run_in_shell(const std::string& script, const Words& arguments) const;
 
+  // Runs statements on the database of a policy directory, and returns the output of sqlite3.
+  std::string sql(const std::string& client, const std::string& policy,
+                  const std::string& statements) const;
+
   // The text of all logs whose names begin with `prefix`.
   std::string logs(const std::string& prefix) const;
   std::string run_log() const { return logs("mdfixup.log"); }

@@ -17,7 +17,7 @@ std::string walked(const Scene& scene, const std::string& script) {
   for (std::string dir = source.get_next_path(); !dir.empty(); dir = source.get_next_path())
     dirs += dir + "\n";
   EXPECT_EQ(source.get_next_path(), "");
-  const Words both = joined(sorted_lines(support::read_text(log_file)), sorted_lines(dirs));
+  const Words both = joined(sorted_lines(read_text(log_file)), sorted_lines(dirs));
   return replace_all_copy(boost::algorithm::join(both, ""), (scene.root() / "catalog/").string(),
                           "");
 }
