@@ -15,8 +15,8 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include "sandbox/pid_files_lock.h"
 #include "sandbox/text_file.h"
-#include "tests/support/pid_files_lock.h"
 
 namespace sandbox::faults {
 
@@ -149,7 +149,7 @@ struct Series {
       const bool to_all = m_random() % 2 == 0;
       const microseconds delay(any_time(m_random));
       m_subject.restore();
-      const support::PidFilesLock lock(support::PidFilesLock::Use::read);
+      const PidFilesLock lock(PidFilesLock::Use::read);
       const auto child = m_subject.start({});
       std::this_thread::sleep_for(delay);
       to_all ? child->send_to_group(signal) : child->send(signal);

@@ -15,9 +15,9 @@
 #include "report/views.h"
 #include "sandbox/generator.h"
 #include "sandbox/list_pos.h"
+#include "sandbox/pid_files_lock.h"
 #include "sandbox/text_file.h"
 #include "status/status.h"
-#include "tests/support/pid_files_lock.h"
 
 namespace fs = boost::filesystem;
 
@@ -105,7 +105,7 @@ void Subject::make_undone_run() {
   std::vector<std::string> words{m_settings.program, "--tvr_location",
                                  m_storage.product().string()};
   words.insert(words.end(), m_task.undone.begin(), m_task.undone.end());
-  const support::PidFilesLock lock(support::PidFilesLock::Use::read);
+  const PidFilesLock lock(PidFilesLock::Use::read);
   const Ended ended = sandbox::run(words, m_environment);
   if (ended.exit_status != 0) throw Cr_ErrnoException(EIO, "could not run the task", ended.err);
   fs::rename(record_files().at(0), undone_record());
@@ -167,7 +167,7 @@ std::unique_ptr<Child> Subject::start(const std::vector<std::string>& prefix) co
 }
 
 Ended Subject::run(const std::vector<std::string>& prefix) const {
-  const support::PidFilesLock lock(support::PidFilesLock::Use::read);
+  const PidFilesLock lock(PidFilesLock::Use::read);
   return start(prefix)->wait(k_longest_run_seconds);
 }
 
@@ -237,7 +237,7 @@ Lines Subject::saved_pos() const {
 }
 
 std::string Subject::undo_runs() const {
-  const support::PidFilesLock lock(support::PidFilesLock::Use::read);
+  const PidFilesLock lock(PidFilesLock::Use::read);
   std::string errors;
   std::vector<fs::path> files = record_files();
   std::reverse(files.begin(), files.end());

@@ -108,7 +108,7 @@ TEST(Report, ShowsTheFindingsOfRuns) {
   const support::Scene scene;
   sandbox::Plan plan;
   plan.pairs = 2;
-  const sandbox::Generated generated = sandbox::generate(scene.storage(), plan);
+  const sandbox::Generated generated = sandbox::generate(scene, plan);
   scene.put("hosta", "gone",
             {"hosta_1000000_C1_F1.img", "hosta_9000000_C10_F1.img", "hosta_1000000_C10_F1.img"});
   fs::create_directories(scene.po_db("hosta", "broken"));
@@ -117,7 +117,7 @@ TEST(Report, ShowsTheFindingsOfRuns) {
   fs::rename(scene.root() / layout::k_work_dir, scene.root() / layout::k_metadata_tree);
   const std::size_t printed = lines_beginning(scene.dry_run(4).out, "{").size();
   scene.remove_orphans(4);
-  const std::string log_dir = scene.storage().log_dir().string();
+  const std::string log_dir = scene.log_dir().string();
   const std::string page = support::read_text(MDFIXUP_SOURCE_DIR "/docs/report.md");
   const Json all = json({log_dir});
   expect_documented(all, page);
@@ -145,7 +145,7 @@ TEST(Report, ShowsTheFindingsOfRuns) {
   EXPECT_EQ(dry_run["orphans"][1]["loses_everything"], false);
   EXPECT_EQ(dry_run["other_copies"][0]["basename"], "hosta_1000000_C10_F1.img");
   EXPECT_EQ(dry_run["failed_directories"][0]["directory"],
-            scene.storage().policy_dir("hosta", "broken").string());
+            scene.policy_dir("hosta", "broken").string());
   EXPECT_FALSE(contains(dry_run["concerns"].dump(), " error")) << "only the failed directory's";
   const auto images =
       lines_beginning(report({"--images", "--json", dry_run["run"]["id"], log_dir}).out, "{");

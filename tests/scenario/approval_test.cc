@@ -39,7 +39,7 @@ TEST(Approval, DeletesOnlyWhatTheDryRunListed) {
   for (const int threads : {1, 4}) {
     const Scene scene;
     const auto list = [&](const Change& change, const std::vector<std::uint32_t>& copies) {
-      if (!copies.empty()) scene.storage().list_image(change.client, "p", 1000, copies);
+      if (!copies.empty()) scene.list_image(change.client, "p", 1000, copies);
     };
     for (const Change& change : changes) {
       put_own(scene, {change.client}, change.before);
@@ -64,7 +64,7 @@ TEST(Approval, DeletesOnlyWhatTheDryRunListed) {
     left.push_back(
         "Not approved, left: {client: same, policy: p, backup_time: 1000, copy_number: 1}.\n");
     std::sort(left.begin(), left.end());
-    fs::remove_all(scene.storage().policy_dir("gone", "p").parent_path());
+    fs::remove_all(scene.policy_dir("gone", "p").parent_path());
     Words words{k_approved, run};
     if (threads == 4) words.push_back(k_one_listing[0]);
     expect_end(scene.remove_orphans(threads, words), 0, "");
@@ -79,7 +79,7 @@ TEST(Approval, DeletesOnlyWhatTheDryRunListed) {
                       "of_run, undo, orphan_copies, unapproved_copies, absent_copies, "
                       "(SELECT count(*) FROM orphan WHERE NOT deleted) FROM run"),
               Words{run + "|saved|14|8|5|8\n"});
-    const Ended report = support::run({MDFIXUP_REPORT_PROGRAM, scene.storage().log_dir().string()});
+    const Ended report = support::run({MDFIXUP_REPORT_PROGRAM, scene.log_dir().string()});
     expect_parts(report.out, {" 0 orphan copies could not be deleted\n"});
     EXPECT_FALSE(contains(report.out, "its record lists")) << report.out;
     // Copies of a directory that failed or was skipped are not counted.
@@ -98,7 +98,7 @@ TEST(Approval, ThatDoesNotFitIsRejectedBeforeTheServicesAreChecked) {
   const fs::path original = records_of(scene, "dry_run").at(0);
   const fs::path record = scene.root() / "record.db";
   const fs::path asked = scene.root() / "asked";
-  write_script(scene.storage().product() / "tavrin/bin/tvprocs", "touch " + asked.string());
+  write_script(scene.product() / "tavrin/bin/tvprocs", "touch " + asked.string());
   const Words before = scene.pos();
   const std::string root = scene.root().string();
   // The change of the record, the options, and the error.

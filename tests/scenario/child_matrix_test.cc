@@ -39,7 +39,7 @@ TEST(DeletionChildMatrix, FailedListingDeletesNothingAndIsReported) {
   scene.put("h", "template", {live, "h_2000_C1_F1.img"});
   scene.sh("mv catalog/2/h/template template");
   for (const std::string& policy : all_policies()) {
-    fs::create_directories(scene.storage().policy_dir("h", policy));
+    fs::create_directories(scene.policy_dir("h", policy));
     fs::copy_file(scene.root() / "template" / "po.db", scene.po_db("h", policy));
   }
   scene.script("tvimagequery", "[ $1 = -client ] || exit 227\nlisting=\"" + k_listing +
@@ -49,7 +49,7 @@ TEST(DeletionChildMatrix, FailedListingDeletesNothingAndIsReported) {
   EXPECT_EQ(ended.exit_status, 1);
   const std::string log = scene.logs("OrphanImages_");
   for (const std::string& policy : all_policies()) {
-    const fs::path dir = scene.storage().policy_dir("h", policy);
+    const fs::path dir = scene.policy_dir("h", policy);
     const bool reported = contains(ended.err, dir.string() + "; ");
     EXPECT_EQ(contains(log, dir.string() + "; "), reported) << policy;
     const Words pos = sandbox::list_pos(dir);

@@ -66,7 +66,7 @@ TEST(CommandLine, ErrorsAreOneLineAndTheFirstMatchingModeWins) {
 
 TEST(CommandLine, ConfigurationErrorsNameFileAndEntry) {
   const Scene scene;
-  const std::string registry = scene.storage().registry_file().string();
+  const std::string registry = scene.registry_file().string();
   const std::string config = (scene.root() / "etc" / "storage.cfg").string();
   const std::string good_registry = read_text(registry);
   const std::string rows[][3] = {
@@ -105,7 +105,7 @@ TEST(CommandLine, RunLogHasStartModeErrorsSummaryAndEnd) {
                                  "no policy directory was found", "end: exit status 0",
                                  "error pid=", "The --force option requires", "end: exit status 1",
                                  " --force --tvr_disk_pool \"a --dry_run \\\"b\"\n"});
-  const fs::path file = scene.storage().log_dir() / layout::k_run_log;
+  const fs::path file = scene.log_dir() / layout::k_run_log;
   EXPECT_EQ(fs::status(file).permissions() & fs::others_all, fs::no_perms);
   const std::string no_file = "is neither a regular file nor a character device";
   const std::string rows[][2] = {
@@ -145,7 +145,7 @@ TEST(CommandLine, LogsThatCannotGrowKeepTheirTextAndTheRestGoesToStandardError) 
   // No more text fits into the log, or only the beginning of a line.
   for (const std::size_t bytes : {2000U, 1000U}) {
     const Scene scene;
-    const fs::path log = scene.storage().log_dir() / layout::k_run_log;
+    const fs::path log = scene.log_dir() / layout::k_run_log;
     const std::string earlier = std::string(bytes, 'x') + "\n";
     write_text(log, earlier);
     scene.sh("cd catalog; for i in $(seq 10 39); do mkdir $i; done");

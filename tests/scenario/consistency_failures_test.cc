@@ -25,8 +25,8 @@ TEST(ConsistencyFailures, ReportsSayWhyADirectoryWasNotCompared) {
   };
   const Scene scene;
   put_own(scene, {"hosta", "hostb"}, {"_1000_C1_F1.img"});
-  scene.storage().list_image("listed", "p", 1000, {1});
-  const std::string dir = scene.storage().policy_dir("hosta", "p").string();
+  scene.list_image("listed", "p", 1000, {1});
+  const std::string dir = scene.policy_dir("hosta", "p").string();
   const auto expect = [&](const std::string& status, const std::string& text) {
     const Ended ended = scene.dry_run(4);
     const std::string line = "ERROR (" + status + ") : could not compare the Tavrin catalog and " +
@@ -55,7 +55,7 @@ TEST(ConsistencyFailures, ReportsSayWhyADirectoryWasNotCompared) {
   expect_none_taken("echo IMAGE c 0 0 13 c_1 p 0 n r F 0 3 1e3 64", malformed,
                     "bad lexical cast: source type value could not be interpreted as target");
   fs::rename(scene.admincmd("query"), scene.admincmd("tvimagequery"));
-  scene.storage().list_image("hosta", "p", 1000, {1});
+  scene.list_image("hosta", "p", 1000, {1});
   write_text(scene.po_db("hosta", "p"), std::string(5000, 'x'));
   expect(
       "not a path-object database",

@@ -61,8 +61,8 @@ Model generate(const Scene& scene, std::mt19937& random, bool odd) {
       for (const std::int64_t time : {1, 16, 161, 7}) {
         const auto any = static_cast<std::uint32_t>(1 + random() % 12);
         const std::vector<std::uint32_t> listed{2, any, 12};
-        scene.storage().list_image(client, policy, time, listed);
-        scene.storage().list_image(client, policy, time, {1, 10}, "dp_elsewhere");
+        scene.list_image(client, policy, time, listed);
+        scene.list_image(client, policy, time, {1, 10}, "dp_elsewhere");
         for (const std::uint32_t copy : listed)
           model.backup_catalog.insert({client, policy, time, copy});
       }
@@ -201,7 +201,7 @@ TEST_P(Deletion, RequestsTheServicesAgainWhateverFails) {
   const std::string query = "quorv/tavrin/bin/admincmd/tvimagequery";
   put_own(scene, {"hosta", "hostb"}, {"_1000_C1_F1.img", "_2000_C1_F1.img"});
   for (const char* client : {"hosta", "hostb"}) {
-    scene.storage().list_image(client, "p", 2000, {1});
+    scene.list_image(client, "p", 2000, {1});
     scene.sql(client, "p",
               "UPDATE po SET record = randomblob(100000) WHERE basename LIKE '%_1000_%'");
   }
@@ -264,7 +264,7 @@ TEST(DeletionFaults, RecordIsSyncedBeforeTheRowsAreDeleted) {
   scene.put("hosta", "p", {"hosta_1_C1_F1.img"});
   (void)scene.run_in_shell(k_strace + "-y -e fsync,fdatasync,unlink \"$@\"", k_deletion);
   const std::string file = "/hosta/p/po.db";
-  const std::string log = scene.storage().log_dir().string();
+  const std::string log = scene.log_dir().string();
   // First the record's name and the directories that this run made for it. After the first commit of
   // the record, each commit syncs.
   expect_in_order(read_text(scene.root() / "trace"),

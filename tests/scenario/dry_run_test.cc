@@ -15,12 +15,11 @@ TEST(DryRun, ListsTwoDaysBeforeTheCatalogBackupAndReportsNamesThatDoNotParse) {
   Words names{"EVENT_1_C1_F1.img", "hosta_x_C1_F1.img", zero, "HostA_1_C1_F1.img"};
   for (const std::int64_t time : {now - 90 * 86400, now + 80000, now + 90000}) {
     names.push_back("hosta_" + std::to_string(time) + "_C1_F1.img");
-    scene.storage().list_image("hosta", "p", time, {1});
+    scene.list_image("hosta", "p", time, {1});
   }
   scene.put("hosta", "p", names);
-  fs::create_directories(scene.storage().policy_dir("hostb", "p"));  // without a database
-  for (const char* client : {"hosta", "hostb"})
-    scene.storage().list_image(client, "p", now - 86400, {1});
+  fs::create_directories(scene.policy_dir("hostb", "p"));  // without a database
+  for (const char* client : {"hosta", "hostb"}) scene.list_image(client, "p", now - 86400, {1});
   const Ended ended = scene.dry_run(4, {"--catalog_backup_time", std::to_string(now - 3600)});
   EXPECT_EQ(ended.exit_status, 0);
   expect_parts(ended.out, {"\n\nImages that would be deleted:\n{"});
@@ -30,7 +29,7 @@ TEST(DryRun, ListsTwoDaysBeforeTheCatalogBackupAndReportsNamesThatDoNotParse) {
             (Words{"backupid|client_name|policy_name|copy_num|\n",
                    "hosta_" + recent + "|hosta|p|1|\n", "hostb_" + recent + "|hostb|p|1|\n"}));
   const std::string begin = "ERROR: could not parse PO file name; ";
-  const std::string end = "; dirname " + scene.storage().policy_dir("hosta", "p").string() + "\n";
+  const std::string end = "; dirname " + scene.policy_dir("hosta", "p").string() + "\n";
   const Words errors{
       begin + "bad lexical cast: source type value could not be interpreted as target" + end,
       begin + zero + " has too few underscores" + end,
@@ -68,7 +67,7 @@ TEST(DryRun, PendingImportsRejectTheRun) {
     fs::remove(scene.root() / layout::k_spa_database);
     SpaDB::create_spa_database(scene.root().string(), {"x", event, "x"});
     scene.sh("sqlite3 spa.db \"" + damage + "\"");
-    write_text(scene.storage().product() / "pending_imports", pending);
+    write_text(scene.product() / "pending_imports", pending);
     expect_end(scene.dry_run(), error.empty() ? 0 : 1, error);
     EXPECT_EQ(scene.dry_run(1, {"--FORCE_CONSISTENCY_ALL_IMAGE"}).exit_status, 0);
   }

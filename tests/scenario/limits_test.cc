@@ -12,8 +12,8 @@ TEST(Limits, LargerShareOfOrphansFailsTheDirectoryAndLeavesItsPOs) {
   const Scene scene;
   put_own(scene, {"small"}, {"_1_C1_F1.img", "_2_C1_F1.img", "_3_C1_F1.img", "_4_C1_F1.img"});
   put_own(scene, {"large"}, {"_1_C1_F1.img", "_2_C1_F1.img", "_3_C1_F1.img"});
-  for (const int time : {2, 3, 4, 5}) scene.storage().list_image("small", "p", time, {1});
-  for (const int time : {3, 4}) scene.storage().list_image("large", "p", time, {1});
+  for (const int time : {2, 3, 4, 5}) scene.list_image("small", "p", time, {1});
+  for (const int time : {3, 4}) scene.list_image("large", "p", time, {1});
   scene.sh("cp -r catalog before");
   // The limit in percent, and the orphans within it. 2 of 3 are 66.7 percent.
   const std::pair<std::string, Words> rows[] = {{"24", {}},
@@ -30,7 +30,7 @@ TEST(Limits, LargerShareOfOrphansFailsTheDirectoryAndLeavesItsPOs) {
         errors.push_back(
             "ERROR (over the limit) : could not compare the Tavrin catalog and deduplication "
             "metadata for " +
-            scene.storage().policy_dir(client, "p").string() + "; " + share +
+            scene.policy_dir(client, "p").string() + "; " + share +
             " copies are orphans, more than " + percent + " percent\n");
       };
       if (within.size() < 3) expect_error("large", "2 of 3");
@@ -60,7 +60,7 @@ TEST(Limits, OnlyAndExceptMatchDirectoriesExactly) {
   for (const std::string& pair : pairs) {
     const auto [client, policy] = split(pair);
     if (client != "none") scene.put(client, policy, {client + "_1000_C1_F1.img"});
-    scene.storage().list_image(client, policy, 9000, {1});
+    scene.list_image(client, policy, 9000, {1});
   }
   // The options, and the directories that are visited.
   const std::pair<Words, Words> rows[] = {

@@ -31,11 +31,11 @@ TEST(OneListing, FindsTheSameAsManyListings) {
   write_text(scene.po_db("damaged", "p"), "no database");
   scene.sh("mkdir -p catalog/02/hosta catalog/2/bare/p; cp -r catalog/2/hosta/p catalog/02/hosta");
   for (const std::string client : {"hosta", "damaged", "empty", "bare", "nowhere"}) {
-    scene.storage().list_image(client, "p", 1000, {2, 2, 1});
-    scene.storage().list_image(client, "p", 2000, {3, 1});
-    scene.storage().list_image(client, "p", 3000, {1}, "dp_elsewhere");
+    scene.list_image(client, "p", 1000, {2, 2, 1});
+    scene.list_image(client, "p", 2000, {3, 1});
+    scene.list_image(client, "p", 3000, {1}, "dp_elsewhere");
   }
-  scene.storage().list_image("hosta", "p", 1000, {1});  // a duplicate is missing
+  scene.list_image("hosta", "p", 1000, {1});  // a duplicate is missing
   for (const int threads : {1, 4}) {
     for (const Words& options :
          {Words{}, Words{"--only", "hosta/p", "--only", "nowhere"}, Words{"--except", "none"},
@@ -60,8 +60,8 @@ TEST(OneListing, ImageOfARunningBackupIsNoOrphan) {
     put_own(scene, {"hosta", "hostb"}, {"_1000_C1_F1.img", "_2000_C1_F1.img"});
     put_own(scene, {"fresh"}, {"_5000_C1_F1.img"});
     put_own(scene, {"gone"}, {"_1000_C1_F1.img"});
-    scene.storage().list_image("hosta", "p", 2000, {1});
-    for (const int time : {3000, 4000}) scene.storage().list_image("hosta", "p", time, {1});
+    scene.list_image("hosta", "p", 2000, {1});
+    for (const int time : {3000, 4000}) scene.list_image("hosta", "p", time, {1});
     scene.sh(
         "mv catalog/2/fresh .; mv quorv/tavrin/bin/admincmd/tvimagequery query.real\n"
         "mv quorv/images images.later; mkdir -p quorv/images/hosta");
@@ -126,8 +126,7 @@ TEST(OneListing, SignalInTheLastStepStopsItAndMissingCopiesAreCounted) {
   put_own(scene, {"hosta", "hostb"}, {"_1000_C1_F1.img"});
   put_own(scene, {"broken"}, {});
   write_text(scene.po_db("broken", "p"), "no database");
-  for (const char* client : {"hosta", "hostb", "nowhere"})
-    scene.storage().list_image(client, "p", 2000, {1});
+  for (const char* client : {"hosta", "hostb", "nowhere"}) scene.list_image(client, "p", 2000, {1});
   const std::string query = scene.admincmd("tvimagequery").string();
   scene.sh("mkfifo locked ready go; mv " + query + " " + query + ".real");
   scene.script("tvimagequery",

@@ -23,7 +23,7 @@ TEST(Record, AgreesWithTheLogs) {
   sandbox::Plan plan;
   plan.clients = 2;
   plan.images = 40;
-  const sandbox::Generated generated = sandbox::generate(scene.storage(), plan);
+  const sandbox::Generated generated = sandbox::generate(scene, plan);
   Words moving{"HostA\xff_1_C1_F1.img"};
   for (int i = 100; i < 160; ++i) moving.push_back("HostA\xff_" + std::to_string(i) + "_C1_F1.img");
   scene.put("hosta\xff", "p", moving);
@@ -114,7 +114,7 @@ TEST(Record, IsOneFileThatSaysHowTheRunEnded) {
                     "ending, exit_status, threads, disk_pool, ended > started FROM run"),
             Words{"signal|1|1|dp_sandbox|1\n"});
   EXPECT_EQ(rows_of(scene, "dry_run", "group_concat(text, ' ') FROM argument"),
-            Words{"--tvr_location " + scene.storage().product().string() +
+            Words{"--tvr_location " + scene.product().string() +
                   " --FORCE_DEDUPE_METADATA_CONSISTENCY --dry_run --num_threads 1\n"});
   EXPECT_EQ(scene.run_in_shell("umask 077; \"$@\"", k_repair).exit_status, 0);
   EXPECT_EQ(rows_of(scene, "repair", "ending, exit_status FROM run"), Words{"orderly|0\n"});

@@ -66,7 +66,7 @@ TEST_P(Repair, MovesEachSpellingToItsOwnDirectory) {
       scene.logs("dedupe_client_name_repair_collisions."),
       {source + "|HostA_2_C1_F1.img|basename=HostA_2_C1_F1.img poid=a size=1 ", " record=1|\n"});
   expect_parts(ended.err, {"Metadata collisions were encountered.\nSee " +
-                           (scene.storage().log_dir() / "dedupe_client").string()});
+                           (scene.log_dir() / "dedupe_client").string()});
   expect_parts(scene.run_log(), {"POs moved 3, collisions 1,", "/2/hostA to hosta\n"});
   const std::string made = (scene.root() / "catalog/2/HOSTA").string();
   EXPECT_EQ(support::run({"stat", "-c", "%a %u", made, made + "/p", made + "/p/po.db"}).out,
@@ -80,7 +80,7 @@ TEST_P(Repair, TakesNamesLiterallyAndASecondRepairChangesNothing) {
   sandbox::Plan plan;
   plan.clients = 0;
   plan.pairs = 200;
-  sandbox::generate(scene.storage(), plan);
+  sandbox::generate(scene, plan);
   for (const std::string client : {"it's", "a*b", "x?[y]", "$(exit) `z`", "sp ace;", "h\xc3"}) {
     scene.put(client, "p & q",
               {client + "_1_C1_F1.img", boost::algorithm::to_upper_copy(client) + "_1_C1_F1.img"});
@@ -101,15 +101,14 @@ TEST(RepairThreads, RepairTwoSpellingsOfOneClientOneAfterTheOther) {
   const Scene scene;
   for (const std::string client : {"host", "HOST", "other"})
     scene.put(client, "p", {"host_1_C1_F1.img", "HOST_1_C1_F1.img", "OTHER_1_C1_F1.img"});
-  catalog::RepairClientNameCase task(scene.storage().log_dir(), scene.root() / "catalog", 2, true);
+  catalog::RepairClientNameCase task(scene.log_dir(), scene.root() / "catalog", 2, true);
   const auto visit = [&](const std::string& client) {
-    EXPECT_EQ(task.visit_dir(scene.storage().policy_dir(client, "p")), 0) << client;
+    EXPECT_EQ(task.visit_dir(scene.policy_dir(client, "p")), 0) << client;
   };
   const auto log_has = [&](const std::string& client) {
     return contains(scene.logs("repaired_"), "Client " + client + " and");
   };
-  SQLitePODB held("/", scene.storage().policy_dir("host", "p").string(),
-                  SQLitePODB::Access::read_write);
+  SQLitePODB held("/", scene.policy_dir("host", "p").string(), SQLitePODB::Access::read_write);
   ASSERT_EQ(held.do_begin_transaction(), 0);
   std::thread first(visit, "host");
   while (!log_has("host")) ::sched_yield();

@@ -38,7 +38,7 @@ TEST(Scan, ReportsUnreadableDirectoriesAndGoesOn) {
     scene.put("hosta", policy, basenames);
     scene.sh("cd catalog/2/hosta/" + policy + " && sqlite3 po.db \"" + damage + "\"");
     expected.push_back("ERROR (" + status + "): could not read the deduplication metadata for " +
-                       scene.storage().policy_dir("hosta", policy).string() + "\n");
+                       scene.policy_dir("hosta", policy).string() + "\n");
   }
   std::sort(expected.begin(), expected.end());
   // Only the leading characters of names count.

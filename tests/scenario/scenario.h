@@ -71,11 +71,11 @@ inline void put_own(const Scene& scene, const Words& clients, const Words& ends)
 }
 
 inline fs::path runs_dir(const Scene& scene) {
-  return scene.storage().log_dir() / layout::k_records;
+  return scene.log_dir() / layout::k_records;
 }
 
 inline void remove_reports(const Scene& scene) {
-  fs::remove_all(scene.storage().log_dir() / layout::k_consistency_logs);
+  fs::remove_all(scene.log_dir() / layout::k_consistency_logs);
 }
 
 // The records of a task's runs.

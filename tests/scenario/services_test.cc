@@ -24,14 +24,14 @@ class Services : public testing::Test {
 
   std::string pids() const {
     return read_text(m_poolmgrd) + read_text(m_segstored) +
-           read_text(m_scene.storage().product() / "run/tvsvcwatch.pid");
+           read_text(m_scene.product() / "run/tvsvcwatch.pid");
   }
 
-  const Scene m_scene{support::PidFilesLock::Use::write};
+  const Scene m_scene{sandbox::PidFilesLock::Use::write};
   const fs::path m_poolmgrd = "/var/run/poolmgrd.pid";
   const fs::path m_segstored = "/var/run/segstored.pid";
-  const std::string m_ksde = (m_scene.storage().product() / "ksde/ksconfigure/ksde").string();
-  const std::string m_tvsvcwatch = (m_scene.storage().product() / "tavrin/bin/tvsvcwatch").string();
+  const std::string m_ksde = (m_scene.product() / "ksde/ksconfigure/ksde").string();
+  const std::string m_tvsvcwatch = (m_scene.product() / "tavrin/bin/tvsvcwatch").string();
   const std::string m_instructions =
       "During the repair process Tavrin Deduplication services need to be off.\n"
       "Please shutdown Tavrin Deduplication services with the following commands and rerun this "
@@ -104,7 +104,7 @@ TEST(Sandbox, CommandsAnswerOnlyForTheirOwnStorage) {
   const Scene asked;
   const Scene other;
   for (const sandbox::Command& command : sandbox::commands()) {
-    const std::string program = (asked.storage().product() / command.path).string();
+    const std::string program = (asked.product() / command.path).string();
     EXPECT_EQ(support::run({program, "-terminate"}, other.environment()).exit_status, 143)
         << program;
   }

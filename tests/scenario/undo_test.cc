@@ -23,7 +23,7 @@ void fill(const Scene& scene) {
                 "UPDATE po SET poid = '', record = '' WHERE rowid % 7 = 4; "
                 "UPDATE po SET poid = 'a' || char(0) || 'b' WHERE rowid % 7 = 5; "
                 "UPDATE po SET basename = basename || x'ff0a' WHERE rowid % 7 = 6");
-      if (client != "hostc") scene.storage().list_image(client, policy, 1000, {1});
+      if (client != "hostc") scene.list_image(client, policy, 1000, {1});
     }
   }
 }
@@ -80,7 +80,7 @@ TEST_P(Undo, PutsBackADeletionInPartsAndAsAWhole) {
   // There is no room for journal and record.
   const Ended full =
       support::run({"sh", "-c", "ulimit -f 8; \"$0\" restore \"$@\"", MDFIXUP_UNDO_PROGRAM, m_run,
-                    "--tvr_location", m_scene.storage().product().string()},
+                    "--tvr_location", m_scene.product().string()},
                    m_scene.environment());
   EXPECT_EQ(full.exit_status, 1);
   EXPECT_EQ(lines_beginning(full.err, "ERROR: could not restore ").size(), 6U) << full.err;
@@ -91,7 +91,7 @@ TEST_P(Undo, PutsBackADeletionInPartsAndAsAWhole) {
              "ERROR: the run changed nothing of this client and policy\n");
   // A database and a client that it makes again, and POs that were replaced by others.
   fs::remove(m_scene.po_db("hostb", "p"));
-  fs::remove_all(m_scene.storage().policy_dir("hostc", "q").parent_path());
+  fs::remove_all(m_scene.policy_dir("hostc", "q").parent_path());
   const fs::path changed = m_scene.po_db("hosta", "q");
   sqlite(changed, "UPDATE po SET size = 3 WHERE rowid = 21");
   sqlite(changed,
@@ -103,7 +103,7 @@ TEST_P(Undo, PutsBackADeletionInPartsAndAsAWhole) {
   EXPECT_EQ(rows(m_scene)[changed.string()], others);
   const std::string log = m_scene.logs("Restore_");
   EXPECT_EQ(lines_beginning(log, "Warning: another PO with the name hosta_").size(), 4U) << log;
-  expect_parts(log, {"Restored 80 POs to " + m_scene.storage().policy_dir("hostc", "q").string() +
+  expect_parts(log, {"Restored 80 POs to " + m_scene.policy_dir("hostc", "q").string() +
                      "; 0 were there already.\n"});
   sqlite(changed, "DELETE FROM po");
   expect_restore({}, 78, 394, 0, 0);
@@ -252,7 +252,7 @@ TEST(Undo, RejectsRunsThatCannotBeUndone) {
            ", and the services are down. Run the repair again to finish it.\n"},
       {"$ mv zelp-database-caseconv elsewhere", scene.id(), missing},
       {"$ mv elsewhere catalog; mv quorv quorv.gone", scene.id(),
-       "The provided Tavrin install location ( " + scene.storage().product().string() +
+       "The provided Tavrin install location ( " + scene.product().string() +
            " ) does not exist\n"},
       {"$ mv quorv.gone quorv; touch mdfixup.lock", scene.id(),
        "Refusing to run because the lock file " + scene.lock_file().string() +

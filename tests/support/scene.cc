@@ -16,16 +16,16 @@ namespace support {
 using boost::algorithm::starts_with;
 
 fs::path Scene::admincmd(const std::string& name) const {
-  return m_storage.product() / "tavrin/bin/admincmd" / name;
+  return product() / "tavrin/bin/admincmd" / name;
 }
 
 fs::path Scene::po_db(const std::string& client, const std::string& policy) const {
-  return m_storage.policy_dir(client, policy) / layout::k_po_database;
+  return policy_dir(client, policy) / layout::k_po_database;
 }
 
 void Scene::put(const std::string& client, const std::string& policy,
                 const Words& basenames) const {
-  sandbox::PolicyDirWriter dir(m_storage.policy_dir(client, policy), 16, 1);
+  sandbox::PolicyDirWriter dir(policy_dir(client, policy), 16, 1);
   for (const std::string& basename : basenames) dir.put(basename);
   dir.finish();
 }
@@ -40,7 +40,7 @@ void Scene::sh(const std::string& script) const {
 }
 
 Words Scene::command(const Words& arguments) const {
-  return joined({MDFIXUP_PROGRAM, "--tvr_location", m_storage.product().string()}, arguments);
+  return joined({MDFIXUP_PROGRAM, "--tvr_location", product().string()}, arguments);
 }
 
 Ended Scene::run_in_shell(const std::string& script, const Words& arguments) const {
@@ -49,7 +49,7 @@ Ended Scene::run_in_shell(const std::string& script, const Words& arguments) con
 }
 
 Ended Scene::undo(const Words& arguments) const {
-  const Words location{"--tvr_location", m_storage.product().string()};
+  const Words location{"--tvr_location", product().string()};
   return support::run(joined(joined({MDFIXUP_UNDO_PROGRAM}, arguments), location), environment());
 }
 
@@ -63,7 +63,7 @@ Words Scene::pos(const std::string& tree) const {
 
 std::string Scene::logs(const std::string& prefix) const {
   std::string text;
-  for (const auto& entry : fs::recursive_directory_iterator(m_storage.log_dir())) {
+  for (const auto& entry : fs::recursive_directory_iterator(log_dir())) {
     if (starts_with(entry.path().filename().string(), prefix)) text += read_text(entry.path());
   }
   return text;
@@ -72,7 +72,7 @@ std::string Scene::logs(const std::string& prefix) const {
 std::map<std::string, std::string> Scene::snapshot() const {
   std::map<std::string, std::string> files;
   for (const auto& entry : fs::recursive_directory_iterator(root())) {
-    if (starts_with(entry.path().string(), m_storage.log_dir().string())) continue;
+    if (starts_with(entry.path().string(), log_dir().string())) continue;
     const bool is_file = fs::is_regular_file(entry.symlink_status());
     files[entry.path().string()] = is_file ? read_text(entry.path()) : "";
   }

@@ -7,8 +7,8 @@
 
 #include "files/storage_layout.h"
 #include "sandbox/child.h"
+#include "sandbox/pid_files_lock.h"
 #include "sandbox/storage_builder.h"
-#include "tests/support/pid_files_lock.h"
 #include "tests/support/temp_dir.h"
 
 namespace support {
@@ -40,13 +40,11 @@ const std::string k_start_services =
 
 // A storage in a temporary directory, and the program to run on it. The services stay as they are
 // while it exists, unless it writes the pid files itself.
-class Scene {
+class Scene : sandbox::PidFilesLock, TempDir, public sandbox::StorageBuilder {
  public:
-  explicit Scene(PidFilesLock::Use use = PidFilesLock::Use::read)
-      : m_lock(use), m_storage(m_dir.path() / "kestrel") {}
+  explicit Scene(Use use = Use::read)
+      : PidFilesLock(use), StorageBuilder(TempDir::path() / "kestrel") {}
 
-  const sandbox::StorageBuilder& storage() const { return m_storage; }
-  const boost::filesystem::path& root() const { return m_storage.root(); }
   boost::filesystem::path lock_file() const { return root() / layout::k_lock_file; }
   boost::filesystem::path admincmd(const std::string& name) const;
   boost::filesystem::path po_db(const std::string& client, const std::string& policy) const;
@@ -64,9 +62,7 @@ class Scene {
 
   // The command line of the program, with the product's location.
   Words command(const Words& arguments) const;
-  Child::Environment environment() const {
-    return {{"KSREGISTRY", m_storage.registry_file().string()}};
-  }
+  Child::Environment environment() const { return {{"KSREGISTRY", registry_file().string()}}; }
   std::unique_ptr<Child> start(const Words& arguments) const {
     return std::make_unique<Child>(command(arguments), environment());
   }
@@ -104,10 +100,6 @@ class Scene {
 
  private:
   Ended run_task(const Words& task, int threads, const Words& more = {}) const;
-
-  PidFilesLock m_lock;
-  TempDir m_dir;
-  sandbox::StorageBuilder m_storage;
 };
 
 // The lines of `text` that begin with `prefix`, sorted, with their line ends.

@@ -1,4 +1,4 @@
-#include "tests/support/pid_files_lock.h"
+#include "sandbox/pid_files_lock.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <system_error>
 
-namespace support {
+namespace sandbox {
 
 namespace {
 
@@ -38,4 +38,4 @@ PidFilesLock::~PidFilesLock() {
   if (--s_locks == 0) ::close(s_descriptor);
 }
 
-}  // namespace support
+}  // namespace sandbox

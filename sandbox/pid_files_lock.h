@@ -1,6 +1,6 @@
 #pragma once
 
-namespace support {
+namespace sandbox {
 
 // Keeps the services' pid files in /var/run as they are: every repair, deletion and restore on this
 // machine reads them, and the tests of the services write them. The lock is on the directory itself.
@@ -17,4 +17,4 @@ class PidFilesLock {
   PidFilesLock& operator=(const PidFilesLock&) = delete;
 };
 
-}  // namespace support
+}  // namespace sandbox
