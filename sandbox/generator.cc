@@ -56,8 +56,6 @@ class Generator {
   void make_image(PolicyDirWriter& dir, const std::string& client, const std::string& policy,
                   std::int64_t time);
   void put_copy(PolicyDirWriter& dir, const std::string& client, std::int64_t time, unsigned copy);
-  void list(const std::string& client, const std::string& policy, std::int64_t time,
-            const std::vector<std::uint32_t>& copies);
   void expect_orphan(const std::string& client, const std::string& policy, std::int64_t time,
                      unsigned copy);
   void expect_missing(const std::string& client, const std::string& policy, std::int64_t time,
@@ -94,7 +92,7 @@ void Generator::make_half_of_pair(const std::string& client, const std::string& 
   for (const std::string& spelling : {client, other}) {
     const std::int64_t time = backup_time(image++, k_images_of_pair);
     put_copy(dir, spelling, time, 1);
-    list(spelling, policy, time, {1});
+    m_storage.list_image(spelling, policy, time, {1});
     if (spelling == other) expect_missing(other, policy, time, 1);
   }
   dir.finish();
@@ -126,8 +124,8 @@ void Generator::make_image(PolicyDirWriter& dir, const std::string& client,
     if (fate == Fate::missing) expect_missing(client, policy, time, copy);
     if (fate == Fate::orphan) expect_orphan(client, policy, time, copy);
   }
-  list(client, policy, time, listed);
-  list(spelling, policy, time, listed_miscased);
+  m_storage.list_image(client, policy, time, listed);
+  m_storage.list_image(spelling, policy, time, listed_miscased);
 }
 
 void Generator::put_copy(PolicyDirWriter& dir, const std::string& client, std::int64_t time,
@@ -137,11 +135,6 @@ void Generator::put_copy(PolicyDirWriter& dir, const std::string& client, std::i
     dir.put(prefix + rest);
     ++m_generated.pos;
   }
-}
-
-void Generator::list(const std::string& client, const std::string& policy, std::int64_t time,
-                     const std::vector<std::uint32_t>& copies) {
-  if (!copies.empty()) m_storage.list_image(client, policy, time, copies);
 }
 
 void Generator::expect_orphan(const std::string& client, const std::string& policy,

@@ -86,6 +86,7 @@ void StorageBuilder::write_product() const {
 void StorageBuilder::list_image(const std::string& client, const std::string& policy,
                                 std::int64_t backup_time, const std::vector<std::uint32_t>& copies,
                                 const std::string& disk_pool) const {
+  if (copies.empty()) return;
   std::string text = image_line(client, policy, backup_time);
   for (const std::uint32_t copy : copies) text += frag_line(copy, backup_time, disk_pool);
   write_text(product() / "images" / client / policy, text, std::ios::app);

@@ -29,7 +29,8 @@ class StorageBuilder {
   boost::filesystem::path product() const { return m_root / "quorv"; }
   boost::filesystem::path policy_dir(const std::string& client, const std::string& policy) const;
 
-  // Adds an image to the backup catalog, with one fragment of each copy in the disk pool.
+  // Adds an image to the backup catalog, with one fragment of each copy in the disk pool. Without
+  // copies, adds nothing.
   void list_image(const std::string& client, const std::string& policy, std::int64_t backup_time,
                   const std::vector<std::uint32_t>& copies,
                   const std::string& disk_pool = k_disk_pool) const;

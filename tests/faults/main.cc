@@ -71,19 +71,6 @@ bool try_task(const Settings& settings, const Task& task, const fs::path& dir) {
   return all_well;
 }
 
-bool try_tasks(const Settings& settings, const fs::path& dir, bool with_services) {
-  bool all_well = true;
-  for (const Task& task : choose(all_tasks(), settings.tasks)) {
-    if (task.services && !with_services) {
-      std::cout << task.name << ": left out, because /var/run cannot be isolated\n";
-      all_well = all_well && settings.tasks.empty();
-    } else {
-      all_well = try_task(settings, task, dir / task.name) && all_well;
-    }
-  }
-  return all_well;
-}
-
 // Gives this process and its children their own /var/run, so that they neither see nor touch other
 // services. False without the privilege.
 bool isolate_pid_files() {
@@ -100,8 +87,6 @@ po::options_description describe(Settings& settings) {
       "kill, EIO, ENOSPC, EIO+, ENOSPC+ (from then on), signal");
   add("task", po::value(&settings.tasks),
       "scan, dry_run, deletion, one_listing, repair, resumed, forced, undeletion, unrepair");
-  add("undo", po::value(&settings.undo),
-      "the program that undoes runs; by default that of the same build");
   add("points", po::value(&settings.points), "the number of points of each run, drawn at random");
   add("calls", po::value(&settings.calls), "system calls; by default all that matter to the fault");
   add("at", po::value(&settings.at), "one point, as pwrite64:7");
@@ -124,12 +109,16 @@ bool run(int argc, char** argv, const fs::path& dir) {
     std::cout << k_usage << options;
     return given.count("help") != 0;
   }
-  if (settings.undo.empty()) {
-    settings.undo = (fs::path(settings.program).parent_path() / "../undo/mdfixup-undo")
-                        .lexically_normal()
-                        .string();
+  settings.undo = (fs::path(settings.program).parent_path() / "../undo/mdfixup-undo").string();
+  const bool with_services = isolate_pid_files();
+  bool all_well = true;
+  for (const Task& task : choose(all_tasks(), settings.tasks)) {
+    const bool left_out = task.services && !with_services;
+    if (left_out) std::cout << task.name << ": left out, because /var/run cannot be isolated\n";
+    all_well =
+        (left_out ? settings.tasks.empty() : try_task(settings, task, dir / task.name)) && all_well;
   }
-  return try_tasks(settings, dir, isolate_pid_files());
+  return all_well;
 }
 
 }  // namespace

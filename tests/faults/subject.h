@@ -17,7 +17,7 @@ namespace sandbox::faults {
 // The options of mdfixup-faults.
 struct Settings {
   std::string program;
-  std::string undo;                 // the program that undoes the runs of `program`
+  std::string undo;                 // the undo program of the same build
   std::vector<std::string> faults;  // names; empty means all, also for tasks
   std::vector<std::string> tasks;
   std::string calls;    // system calls, as strace names them; empty means those of the fault

@@ -38,12 +38,9 @@ TEST(Approval, DeletesOnlyWhatTheDryRunListed) {
   };
   for (const int threads : {1, 4}) {
     const Scene scene;
-    const auto list = [&](const Change& change, const std::vector<std::uint32_t>& copies) {
-      if (!copies.empty()) scene.list_image(change.client, "p", 1000, copies);
-    };
     for (const Change& change : changes) {
       put_own(scene, {change.client}, change.before);
-      list(change, change.listed_before);
+      scene.list_image(change.client, "p", 1000, change.listed_before);
     }
     ASSERT_EQ(scene.dry_run(threads).exit_status, 0);
     const std::string run = id_of(scene, "dry_run");
@@ -54,7 +51,7 @@ TEST(Approval, DeletesOnlyWhatTheDryRunListed) {
       for (const std::string& rest : change.removed)
         scene.sql(change.client, "p",
                   "DELETE FROM po WHERE basename = '" + change.client + rest + "'");
-      list(change, change.listed_then);
+      scene.list_image(change.client, "p", 1000, change.listed_then);
       for (const std::string& copy : change.left)
         left.push_back("Not approved, left: {client: " + change.client +
                        ", policy: p, backup_time: 1000, copy_number: " + copy + "}.\n");
@@ -65,8 +62,7 @@ TEST(Approval, DeletesOnlyWhatTheDryRunListed) {
         "Not approved, left: {client: same, policy: p, backup_time: 1000, copy_number: 1}.\n");
     std::sort(left.begin(), left.end());
     fs::remove_all(scene.policy_dir("gone", "p").parent_path());
-    Words words{k_approved, run};
-    if (threads == 4) words.push_back(k_one_listing[0]);
+    const Words words = joined({k_approved, run}, threads == 4 ? k_one_listing : Words());
     expect_end(scene.remove_orphans(threads, words), 0, "");
     for (const Change& change : changes) {
       if (change.client == "gone") continue;
@@ -84,8 +80,8 @@ TEST(Approval, DeletesOnlyWhatTheDryRunListed) {
     EXPECT_FALSE(contains(report.out, "its record lists")) << report.out;
     // Copies of a directory that failed or was skipped are not counted.
     write_text(scene.po_db("same", "p"), "no database");
-    words = joined(words, {"--except", "gone", "--except", "chain/p"});
-    EXPECT_EQ(scene.remove_orphans(threads, words).exit_status, 1);
+    const Words except{"--except", "gone", "--except", "chain/p"};
+    EXPECT_EQ(scene.remove_orphans(threads, joined(words, except)).exit_status, 1);
     expect_parts(scene.run_log(), {" 6 orphan copies not approved, 7 approved copies that are no "
                                    "orphans any more\n"});
   }

@@ -2,8 +2,6 @@
 
 namespace scenario::one_listing {
 
-using k_one_listing;
-
 // The sorted lines of reports and streams, without file names, and the counts of the record.
 Words found(const Scene& scene, const Ended& ended) {
   const std::string text = ended.out + ended.err + scene.logs("OrphanImages_") +
