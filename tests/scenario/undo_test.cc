@@ -202,31 +202,28 @@ TEST_P(Undo, OfARepairDoesNotFollowLinks) {
   EXPECT_EQ(outside(), before);
 }
 
-// A storage with a deletion.
-class UndoneScene : public Scene {
- public:
-  UndoneScene() {
-    put("hosta", "p", {"hosta_1000_C1_F1.img", "hosta_1000_C1_HDR.info"});
-    expect_end(remove_orphans(), 0, "");
-    m_id = id_of(*this, "deletion");
-  }
+// Runs a deletion that takes two POs. Returns its id.
+std::string delete_two(const Scene& scene) {
+  put_own(scene, {"hosta"}, {"_1000_C1_F1.img", "_1000_C1_HDR.info"});
+  expect_end(scene.remove_orphans(), 0, "");
+  return id_of(scene, "deletion");
+}
 
-  const std::string& id() const { return m_id; }
-  std::string record() const { return records_of(*this, "deletion").at(0).string(); }
-  // A copy of the record, changed.
-  std::string changed(const std::string& statement) const {
-    const std::string copy = (root() / "1-1.db").string();
-    fs::copy_file(record(), copy, fs::copy_option::overwrite_if_exists);
-    sqlite(copy, statement);
-    return copy;
-  }
+fs::path record_of(const Scene& scene, const std::string& id) {
+  return runs_dir(scene) / (id + ".db");
+}
 
- private:
-  std::string m_id;
-};
+// A changed copy of a record.
+std::string changed(const Scene& scene, const std::string& id, const std::string& statement) {
+  const fs::path copy = scene.root() / "1-1.db";
+  fs::copy_file(record_of(scene, id), copy, fs::copy_option::overwrite_if_exists);
+  sqlite(copy, statement);
+  return copy.string();
+}
 
 TEST(Undo, RejectsRunsThatCannotBeUndone) {
-  const UndoneScene scene;
+  const Scene scene;
+  const std::string id = delete_two(scene);
   expect_end(scene.scan(), 0, "");
   const std::string scanned = id_of(scene, "scan");
   const std::string tree = (scene.root() / layout::k_metadata_tree).string();
@@ -247,21 +244,21 @@ TEST(Undo, RejectsRunsThatCannotBeUndone) {
            scene.root().string() + "\n"},
       {"UPDATE client_policy SET client = '..'", "",
        "Aborting with error:  the record names a path that is not below the catalog: ..\n"},
-      {"$ mv catalog zelp-database-caseconv", scene.id(),
+      {"$ mv catalog zelp-database-caseconv", id,
        missing + "The repair is not finished: the catalog is at " + aside +
            ", and the services are down. Run the repair again to finish it.\n"},
-      {"$ mv zelp-database-caseconv elsewhere", scene.id(), missing},
-      {"$ mv elsewhere catalog; mv quorv quorv.gone", scene.id(),
+      {"$ mv zelp-database-caseconv elsewhere", id, missing},
+      {"$ mv elsewhere catalog; mv quorv quorv.gone", id,
        "The provided Tavrin install location ( " + scene.product().string() +
            " ) does not exist\n"},
-      {"$ mv quorv.gone quorv; touch mdfixup.lock", scene.id(),
+      {"$ mv quorv.gone quorv; touch mdfixup.lock", id,
        "Refusing to run because the lock file " + scene.lock_file().string() +
            " already exists.\n"},
   };
   for (const auto& [change, named, err] : rows) {
     const bool is_script = starts_with(change, "$ ");
     if (is_script) scene.sh(change.substr(2));
-    const std::string run = named.empty() ? scene.changed(change) : named;
+    const std::string run = named.empty() ? changed(scene, id, change) : named;
     const auto before = scene.snapshot();
     for (const Words& words : {Words{"restore", run}, Words{"restore", run, "--dry_run"}}) {
       const Ended ended = scene.undo(words);
@@ -275,14 +272,14 @@ TEST(Undo, RejectsRunsThatCannotBeUndone) {
       {{"--dry_run"}, "a command is missing: list, show, restore or forget"},
       {{"restore"}, "restore: the run is missing"},
       {{"show", ""}, "show: the run is missing"},
-      {{"list", scene.id()}, "unexpected argument '" + scene.id() + "'"},
-      {{"forget", scene.id(), "--client", "hosta"},
+      {{"list", id}, "unexpected argument '" + id + "'"},
+      {{"forget", id, "--client", "hosta"},
        "--client, --policy and --dry_run go with restore alone"},
-      {{"restore", scene.id(), "--client="},
+      {{"restore", id, "--client="},
        "the argument for option '--client' should follow immediately after the equal sign"},
       {{"--num_threads", "1025", "list"},
        "the argument ('1025') for option '--num_threads' is out of range, which is 0 to 1024"},
-      {{"restore", scene.id(), "--force"}, "unrecognised option '--force'"},
+      {{"restore", id, "--force"}, "unrecognised option '--force'"},
   };
   for (const auto& [words, err] : lines) {
     const Ended ended = scene.undo(words);
@@ -292,44 +289,46 @@ TEST(Undo, RejectsRunsThatCannotBeUndone) {
 }
 
 TEST(Undo, ListsShowsAndForgets) {
-  const UndoneScene scene;
-  const std::string title = "Run: " + scene.id() + "\nStorage root: " + scene.root().string() +
+  const Scene scene;
+  const std::string id = delete_two(scene);
+  const fs::path record = record_of(scene, id);
+  const std::string title = "Run: " + id + "\nStorage root: " + scene.root().string() +
                             "\nSaved: 2 POs; the record takes ";
-  expect_parts(scene.undo({"show", scene.id()}).out,
+  expect_parts(scene.undo({"show", id}).out,
                {title, "\nClient  Policy  POs saved  ", "\nhosta   p               2  "});
   expect_parts(
-      scene.undo({"show", scene.changed("UPDATE client_policy SET client = char(27)")}).out,
+      scene.undo({"show", changed(scene, id, "UPDATE client_policy SET client = char(27)")}).out,
       {"\\x1b    p               2  "});
   scene.sh("rm 1-1.db");
   const auto list = [&] { return scene.undo({"list"}).out; };
-  expect_parts(list(), {"Run ", scene.id() + "  deletion ", "  2 POs  "});
+  expect_parts(list(), {"Run ", id + "  deletion ", "  2 POs  "});
   // Neither a dry run nor a part of it undoes the run.
-  EXPECT_EQ(scene.undo({"restore", scene.id(), "--dry_run"}).exit_status, 0);
+  EXPECT_EQ(scene.undo({"restore", id, "--dry_run"}).exit_status, 0);
   EXPECT_FALSE(contains(list(), "undone")) << list();
-  EXPECT_EQ(scene.undo({"restore", scene.id(), "--client", "hosta"}).exit_status, 0);
+  EXPECT_EQ(scene.undo({"restore", id, "--client", "hosta"}).exit_status, 0);
   expect_parts(list(), {"  undone in part by "});
-  EXPECT_EQ(scene.undo({"restore", scene.record()}).exit_status, 0);
+  EXPECT_EQ(scene.undo({"restore", record.string()}).exit_status, 0);
   expect_parts(list(), {"  undone by "});
 
   // Many POs, whose space is freed.
-  sqlite(scene.record(),
+  sqlite(record,
          "WITH RECURSIVE n(i) AS (SELECT 3 UNION ALL SELECT i + 1 FROM n WHERE i < 3000) "
          "INSERT INTO saved SELECT 4294967296 + i, i, '', 0, 0, randomblob(500) FROM n");
   expect_parts(list(), {"3,000 POs"});
-  const auto bytes = fs::file_size(scene.record());
+  const auto bytes = fs::file_size(record);
   for (int i = 0; i < 2; ++i) {
-    const Ended forgotten = scene.undo({"forget", scene.id()});
+    const Ended forgotten = scene.undo({"forget", id});
     expect_end(forgotten, 0, "");
-    expect_parts(forgotten.out, {"The run " + scene.id() + " can no longer be undone; "});
+    expect_parts(forgotten.out, {"The run " + id + " can no longer be undone; "});
   }
-  EXPECT_LT(fs::file_size(scene.record()) * 10, bytes);
-  EXPECT_FALSE(fs::exists(scene.record() + "-wal"));
+  EXPECT_LT(fs::file_size(record) * 10, bytes);
+  EXPECT_FALSE(fs::exists(record.string() + "-wal"));
   EXPECT_EQ(list(), "No run can be undone.\n");
-  expect_parts(scene.undo({"show", scene.id()}).out,
+  expect_parts(scene.undo({"show", id}).out,
                {"It cannot be undone: what it had saved was removed by forget\n"});
   const std::string why = " cannot be undone: what it had saved was removed by forget\n";
-  expect_end(scene.undo({"restore", scene.id()}), 1, "ERROR: the run " + scene.id() + why);
-  const Ended report = support::run({MDFIXUP_REPORT_PROGRAM, scene.record()});
+  expect_end(scene.undo({"restore", id}), 1, "ERROR: the run " + id + why);
+  const Ended report = support::run({MDFIXUP_REPORT_PROGRAM, record.string()});
   expect_end(report, 0, "");
   expect_parts(report.out, {"hosta"});
 }

@@ -15,10 +15,6 @@ namespace support {
 
 using boost::algorithm::starts_with;
 
-fs::path Scene::admincmd(const std::string& name) const {
-  return product() / "tavrin/bin/admincmd" / name;
-}
-
 fs::path Scene::po_db(const std::string& client, const std::string& policy) const {
   return policy_dir(client, policy) / layout::k_po_database;
 }

@@ -46,7 +46,9 @@ class Scene : sandbox::PidFilesLock, TempDir, public sandbox::StorageBuilder {
       : PidFilesLock(use), StorageBuilder(TempDir::path() / "kestrel") {}
 
   boost::filesystem::path lock_file() const { return root() / layout::k_lock_file; }
-  boost::filesystem::path admincmd(const std::string& name) const;
+  boost::filesystem::path admincmd(const std::string& name) const {
+    return product() / "tavrin/bin/admincmd" / name;
+  }
   boost::filesystem::path po_db(const std::string& client, const std::string& policy) const;
 
   // Stores POs with these names in a policy directory.
