@@ -9,7 +9,6 @@
 #include "catalog/walk/dirs_iterator.h"
 #include "config/inifile.h"
 #include "cr/config.h"
-#include "files/storage_layout.h"
 #include "podb/po.h"
 #include "podb/spadb.h"
 #include "sandbox/commands.h"
@@ -56,14 +55,14 @@ StorageBuilder::StorageBuilder(const fs::path& dir) : m_root(fs::absolute(dir)) 
     throw Cr_ErrnoException(EEXIST, "the directory " + m_root.string() + " is not empty");
   }
   write_configuration();
-  fs::create_directories(m_root / layout::k_metadata_tree / catalog::k_walked_dsid_name);
+  fs::create_directories(tree_dir() / catalog::k_walked_dsid_name);
   fs::create_directories(log_dir());
   SpaDB::create_spa_database(m_root.string(), {"POOLEVENT{state:up}", "GCEVENT{segments:0}"});
   write_product();
 }
 
 fs::path StorageBuilder::policy_dir(const std::string& client, const std::string& policy) const {
-  return m_root / layout::k_metadata_tree / catalog::k_walked_dsid_name / client / policy;
+  return tree_dir() / catalog::k_walked_dsid_name / client / policy;
 }
 
 void StorageBuilder::write_configuration() const {

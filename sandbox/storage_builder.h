@@ -6,6 +6,7 @@
 
 #include <boost/filesystem/path.hpp>
 
+#include "files/storage_layout.h"
 #include "podb/sqlite_podb.h"
 
 namespace sandbox {
@@ -27,6 +28,7 @@ class StorageBuilder {
   boost::filesystem::path registry_file() const { return m_root / "etc" / "ksregistry.cfg"; }
   boost::filesystem::path log_dir() const { return m_root / "log"; }
   boost::filesystem::path product() const { return m_root / "quorv"; }
+  boost::filesystem::path tree_dir() const { return m_root / layout::k_metadata_tree; }
   boost::filesystem::path policy_dir(const std::string& client, const std::string& policy) const;
 
   // Adds an image to the backup catalog, with one fragment of each copy in the disk pool. Without

@@ -172,7 +172,7 @@ Ended Subject::run(const std::vector<std::string>& prefix) const {
 }
 
 fs::path Subject::tree_dir() const {
-  const fs::path tree = m_storage.root() / layout::k_metadata_tree;
+  const fs::path tree = m_storage.tree_dir();
   const fs::path aside = m_storage.root() / layout::k_work_dir;
   if (fs::exists(tree) == fs::exists(aside))
     throw Cr_ErrnoException(EEXIST, "the metadata tree exists twice, or not at all");

@@ -114,7 +114,7 @@ TEST(Report, ShowsTheFindingsOfRuns) {
   fs::create_directories(scene.po_db("hosta", "broken"));
   scene.scan(4);
   scene.repair();  // fails, and leaves the metadata tree aside
-  fs::rename(scene.root() / layout::k_work_dir, scene.root() / layout::k_metadata_tree);
+  fs::rename(scene.root() / layout::k_work_dir, scene.tree_dir());
   const std::size_t printed = lines_beginning(scene.dry_run(4).out, "{").size();
   scene.remove_orphans(4);
   const std::string log_dir = scene.log_dir().string();
@@ -172,7 +172,7 @@ TEST(Report, FindsRunsByIdOrFileInEachDirectory) {
   other.add(150);
   const std::tuple<Words, std::string, std::size_t> rows[] = {
       {{one.dir()}, R"("200-7")", 3},
-      {{one.dir() + "/mdfixup", one.dir() + "/mdfixup/runs"}, R"("200-7")", 3},
+      {{one.dir() + "/mdfixup", one.dir() + "/" + layout::k_records}, R"("200-7")", 3},
       {{one.dir(), other.dir()}, R"("200-7""150-7")", 4},
       {{first}, R"("100-7")", 3},
       {{"100-8", "100-7", one.dir()}, R"("100-8""100-7")", 3},

@@ -40,7 +40,7 @@ TEST(DeletionChildMatrix, FailedListingDeletesNothingAndIsReported) {
   scene.sh("mv catalog/2/h/template template");
   for (const std::string& policy : all_policies()) {
     fs::create_directories(scene.policy_dir("h", policy));
-    fs::copy_file(scene.root() / "template" / "po.db", scene.po_db("h", policy));
+    fs::copy_file(scene.root() / "template/po.db", scene.po_db("h", policy));
   }
   scene.script("tvimagequery", "[ $1 = -client ] || exit 227\nlisting=\"" + k_listing +
                                    "\"\nIFS=.; set -- $4\nprintf \"%.${3}s\" \"$listing\"\n" +

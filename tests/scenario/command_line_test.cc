@@ -134,7 +134,7 @@ TEST(CommandLine, ChildrenGetAFixedEnvironmentNoDescriptorsAndTheOriginalLimitOf
               "/usr/sbin:/usr/bin:/sbin:/bin C 90\n");
     const std::string descriptors = read_text(scene.admincmd("tvimagequery.fd"));
     EXPECT_TRUE(contains(descriptors, "/dev/null\n")) << "for the closed one";
-    EXPECT_FALSE(contains(descriptors, "mdfixup.lock")) << descriptors;
+    EXPECT_FALSE(contains(descriptors, layout::k_lock_file)) << descriptors;
     EXPECT_EQ(contains(scene.run_log(),
                        "only 11 of 64 threads are used: the limit of open files is 100\n"),
               hard == "100");

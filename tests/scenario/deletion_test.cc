@@ -206,16 +206,16 @@ TEST_P(Deletion, RequestsTheServicesAgainWhateverFails) {
               "UPDATE po SET record = randomblob(100000) WHERE basename LIKE '%_1000_%'");
   }
   const auto before = scene.pos();
-  const std::string catalog = (scene.root() / "catalog").string();
+  const std::string tree = scene.tree_dir().string();
   // The record has no room for the POs; the storage disappears between the first query and the last;
   // the final listing fails; a log cannot be made.
   const std::string record_full = "; nothing more is deleted\n";
   const std::string unmounted =
-      "Aborting with error:  the directory " + catalog + " is not the one any ";
+      "Aborting with error:  the directory " + tree + " is not the one any ";
   const std::pair<std::string, std::string> rows[] = {
       {"ulimit -f 240", record_full},
       {"rm -r log/meta*; for i in $(seq 9); do cp -r catalog/2/hosta catalog/2/$i; done; mv " +
-           query + " " + query + ".real; echo 'mv " + catalog + " " + catalog +
+           query + " " + query + ".real; echo 'mv " + tree + " " + tree +
            ".gone 2>&-; exec $0.real \"$@\"' > " + query + "; chmod +x " + query,
        unmounted},
       {"mv catalog.gone catalog; printf '[ -n \"$3\" ] && exit 227; exit 25' > " + query,
@@ -270,7 +270,7 @@ TEST(DeletionFaults, RecordIsSyncedBeforeTheRowsAreDeleted) {
   expect_in_order(read_text(scene.root() / "trace"),
                   {".db.new>", log + "/mdfixup/runs>", log + "/mdfixup>", log + ">", ".db-wal>",
                    ".db-wal>", file + "-journal>", file + ">",
-                   "unlink(\"" + (scene.root() / "catalog/2").string() + file + "-journal\")"});
+                   "unlink(\"" + (scene.tree_dir() / "2").string() + file + "-journal\")"});
 }
 
 TEST(DeletionFaults, SignalStopsADirectoryAfterATransaction) {

@@ -27,7 +27,7 @@ TEST(Lock, AnyFileAtItsPathRejectsTheRun) {
        "process " + own_pid + ", which is running but is not mdfixup."},
   };
   for (const auto& [make, advice] : rows) {
-    scene.sh(make + "mdfixup.lock");
+    scene.sh(make + layout::k_lock_file);
     expect_end(scene.scan(), 1, message + advice + remove);
     EXPECT_TRUE(fs::remove(path)) << "the rejected run does not own it";
   }

@@ -106,11 +106,11 @@ TEST(Record, IsOneFileThatSaysHowTheRunEnded) {
                   " --FORCE_DEDUPE_METADATA_CONSISTENCY --dry_run --num_threads 1\n"});
   EXPECT_EQ(scene.run_in_shell("umask 077; \"$@\"", k_repair).exit_status, 0);
   EXPECT_EQ(rows_of(scene, "repair", "ending, exit_status FROM run"), Words{"orderly|0\n"});
-  fs::remove_all(scene.root() / "catalog");
+  fs::remove_all(scene.tree_dir());
   EXPECT_EQ(scene.scan().exit_status, 1);
   EXPECT_EQ(rows_of(scene, "scan",
                     "ending, exit_status FROM run WHERE instr(ending_text, '" +
-                        (scene.root() / "catalog").string() + "')"),
+                        scene.tree_dir().string() + "')"),
             Words{"exception|1\n"});
   std::multiset<int> modes;
   for (const auto& entry : fs::directory_iterator(runs_dir(scene))) {

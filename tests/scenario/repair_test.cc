@@ -68,7 +68,7 @@ TEST_P(Repair, MovesEachSpellingToItsOwnDirectory) {
   expect_parts(ended.err, {"Metadata collisions were encountered.\nSee " +
                            (scene.log_dir() / "dedupe_client").string()});
   expect_parts(scene.run_log(), {"POs moved 3, collisions 1,", "/2/hostA to hosta\n"});
-  const std::string made = (scene.root() / "catalog/2/HOSTA").string();
+  const std::string made = (scene.tree_dir() / "2/HOSTA").string();
   EXPECT_EQ(support::run({"stat", "-c", "%a %u", made, made + "/p", made + "/p/po.db"}).out,
             "2750 " + owner + "\n2750 " + owner + "\n640 " + owner + "\n")
       << "as the parent directory";
@@ -101,7 +101,7 @@ TEST(RepairThreads, RepairTwoSpellingsOfOneClientOneAfterTheOther) {
   const Scene scene;
   for (const std::string client : {"host", "HOST", "other"})
     scene.put(client, "p", {"host_1_C1_F1.img", "HOST_1_C1_F1.img", "OTHER_1_C1_F1.img"});
-  catalog::RepairClientNameCase task(scene.log_dir(), scene.root() / "catalog", 2, true);
+  catalog::RepairClientNameCase task(scene.log_dir(), scene.tree_dir(), 2, true);
   const auto visit = [&](const std::string& client) {
     EXPECT_EQ(task.visit_dir(scene.policy_dir(client, "p")), 0) << client;
   };
@@ -185,7 +185,7 @@ TEST(RepairFaults, EarlyFailureChangesNothingAndLeavesTheTreeInItsPlace) {
   const std::string at_target = k_strace + "-f -P " + work_dir(scene, "HostA");
   // The fault, the error, and whether the repair has begun.
   const std::tuple<std::string, std::string, bool> rows[] = {
-      {k_strace + "-P " + (scene.root() / "catalog/2/hosta").string() +
+      {k_strace + "-P " + (scene.tree_dir() / "2/hosta").string() +
            " -e inject=getdents64:error=EIO ",
        "Aborting with error:  could not read", false},
       {no_threads, "Aborting with error:  could not create a worker", false},
@@ -211,7 +211,7 @@ TEST(RepairFaults, EarlyFailureChangesNothingAndLeavesTheTreeInItsPlace) {
   // A tree that an earlier repair left aside may be half repaired, and stays.
   scene.sh("mv catalog " + k_work);
   (void)repair_after(scene, no_threads);
-  EXPECT_FALSE(fs::exists(scene.root() / "catalog"));
+  EXPECT_FALSE(fs::exists(scene.tree_dir()));
 }
 
 // SQLite rolls the transaction back if a read fails during an insert; later inserts would be kept.
@@ -234,7 +234,8 @@ TEST(RepairFaults, FailedReadOfTheTargetStoresAllOrNothing) {
   for (int when = 8; when < 24; ++when) {
     scene.sh("rm -rf catalog " + k_work + "; cp -r before catalog");
     const Ended ended = repair_after(scene, read + std::to_string(when) + " ");
-    const Words pos = scene.pos(ended.exit_status == 0 ? "catalog" : k_work);
+    const Words pos =
+        scene.pos(ended.exit_status == 0 ? layout::k_metadata_tree : layout::k_work_dir);
     EXPECT_TRUE(pos == before || pos == after) << when << ended.err;
     if (pos == before) ++stored_nothing;
   }
@@ -264,10 +265,10 @@ TEST(RepairFaults, LinksThatCannotBeLoggedStayAndThoseThatStayAreReported) {
   scene.sh("rm mdfixup.lock");  // which could not be removed either
   EXPECT_EQ(
       repair_after(scene, "ln -sf /dev/full log/mdfixup/mdfixup.log; 2> /dev/full").exit_status, 1);
-  EXPECT_TRUE(fs::is_symlink(scene.root() / "catalog/2/hostA"));
+  EXPECT_TRUE(fs::is_symlink(scene.tree_dir() / "2/hostA"));
   // An unreadable directory may have more links.
   scene.sh("rm log/mdfixup/mdfixup.log catalog/2/hostA; ln -s none catalog/2/hosta/p/link");
-  const std::string unread = (scene.root() / "catalog/2/hosta/p").string();
+  const std::string unread = (scene.tree_dir() / "2/hosta/p").string();
   const Ended removed =
       repair_after(scene, k_strace + "-P " + unread + " -e inject=openat:error=EIO");
   EXPECT_TRUE(starts_with(removed.err, "ERROR: could not look for symbolic links in " + unread))
@@ -326,7 +327,7 @@ TEST(RepairFaults, UnreadablePOStaysAndTheOthersMove) {
                           "HOSTA_4|text\nHostA_00|text\nHostA_01|text\nHostA_2_C1_F1.img|text\n"
                           "HostA_5|text\nHostA_6|text\nHostA_9|text\n"));
   EXPECT_EQ(sorted_lines(left).size(), 9U) << "names that are blobs stay";
-  EXPECT_FALSE(fs::exists(scene.root() / "catalog/2/HOSTA")) << "no PO moved there";
+  EXPECT_FALSE(fs::exists(scene.tree_dir() / "2/HOSTA")) << "no PO moved there";
 }
 
 TEST(RepairFaults, DirectoriesThatCannotBeRenamedRejectIt) {

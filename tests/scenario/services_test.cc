@@ -71,7 +71,7 @@ TEST_F(Services, ThatDoNotStopRejectTheRepair) {
   expect_end(m_scene.run(support::k_forced_repair), 1,
              "\nCould not stop the Tavrin Deduplication services.\n\n" + m_instructions);
   const std::string work = (m_scene.root() / layout::k_work_dir).string();
-  fs::rename(m_scene.root() / layout::k_metadata_tree, work);
+  fs::rename(m_scene.tree_dir(), work);
   expect_parts(m_scene.repair().err,
                {m_instructions + "The repair is not finished: the catalog is at " + work +
                 ". Run the repair again to finish it.\n"});
@@ -96,7 +96,7 @@ TEST_F(Services, InterruptedCommandInterruptsTheRun) {
   const Ended ended = m_scene.run(support::k_forced_repair);
   expect_failure(ended, {"changed.\nThe Tavrin Deduplication services are stopped.\n"});
   EXPECT_EQ(ended.out, k_start_services);
-  EXPECT_TRUE(fs::exists(m_scene.root() / layout::k_metadata_tree));
+  EXPECT_TRUE(fs::exists(m_scene.tree_dir()));
 }
 
 // KSREGISTRY names the storage that mdfixup works on. Answers for another storage would change it.

@@ -31,8 +31,7 @@ void fill(const Scene& scene) {
 // The rows of the metadata tree with their types, by directory. Empty databases are left out.
 std::map<std::string, std::string> rows(const Scene& scene) {
   std::map<std::string, std::string> rows;
-  for (const auto& entry :
-       fs::recursive_directory_iterator(scene.root() / layout::k_metadata_tree)) {
+  for (const auto& entry : fs::recursive_directory_iterator(scene.tree_dir())) {
     if (entry.path().filename() != layout::k_po_database) continue;
     const std::string text =
         sqlite(entry.path(),
@@ -121,7 +120,7 @@ TEST_P(Undo, PutsBackADeletionInPartsAndAsAWhole) {
 
 // Every path in the metadata tree, with the targets of links.
 Words tree(const Scene& scene) {
-  const std::string root = (scene.root() / layout::k_metadata_tree).string();
+  const std::string root = scene.tree_dir().string();
   return sorted_lines(support::run({"find", root, "-printf", "%y %P %l\\n"}).out);
 }
 
@@ -226,7 +225,7 @@ TEST(Undo, RejectsRunsThatCannotBeUndone) {
   const std::string id = delete_two(scene);
   expect_end(scene.scan(), 0, "");
   const std::string scanned = id_of(scene, "scan");
-  const std::string tree = (scene.root() / layout::k_metadata_tree).string();
+  const std::string tree = scene.tree_dir().string();
   const std::string cannot = "ERROR: the run 1-1 cannot be undone: ";
   const std::string missing =
       "ERROR: The Tavrin Deduplication Catalog directory (" + tree + ") does not exist.\n";

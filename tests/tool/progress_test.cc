@@ -22,7 +22,8 @@ using std::chrono::seconds;
 class VisitingTask : public catalog::BaseTraverseCatalog {
  public:
   VisitingTask(const boost::filesystem::path& dir, std::function<int()> visit)
-      : BaseTraverseCatalog(dir / "log", dir / "catalog", 1, true), m_visit(std::move(visit)) {
+      : BaseTraverseCatalog(dir / "log", dir / layout::k_metadata_tree, 1, true),
+        m_visit(std::move(visit)) {
     init_log_file(log_dir(), "task.log");
   }
   int visit_dir(const boost::filesystem::path& /*policy_dir*/) override { return m_visit(); }
@@ -40,7 +41,7 @@ TEST(ProgressOfTask, IsLoggedInTheRunLogAtEachInterval) {
     while (support::read_text(run_log).find(text) == std::string::npos) ::sched_yield();
   };
   for (const char* policy : {"2/a/p", "2/a/q", "2/b/p", "3/c/p"})
-    boost::filesystem::create_directories(dir.path() / "catalog" / policy);
+    boost::filesystem::create_directories(dir.path() / layout::k_metadata_tree / policy);
   int visited = 0;
   VisitingTask task(dir.path(), [&] {
     ++visited;

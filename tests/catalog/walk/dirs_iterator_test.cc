@@ -12,14 +12,13 @@ std::string walked(const Scene& scene, const std::string& script) {
   scene.sh("rm -rf catalog* walk.log; mkdir catalog; cd catalog; " + script);
   const std::string log_file = (scene.root() / "walk.log").string();
   dct::util::LogFile log(log_file);
-  catalog::LockedDirsIterator source(scene.root() / "catalog", &log);
+  catalog::LockedDirsIterator source(scene.tree_dir(), &log);
   std::string dirs;
   for (std::string dir = source.get_next_path(); !dir.empty(); dir = source.get_next_path())
     dirs += dir + "\n";
   EXPECT_EQ(source.get_next_path(), "");
   const Words both = joined(sorted_lines(read_text(log_file)), sorted_lines(dirs));
-  return replace_all_copy(boost::algorithm::join(both, ""), (scene.root() / "catalog/").string(),
-                          "");
+  return replace_all_copy(boost::algorithm::join(both, ""), scene.tree_dir().string() + "/", "");
 }
 
 TEST(DirsIterator, YieldsOnlyPolicyDirectoriesOfTheDsid) {
@@ -47,10 +46,10 @@ TEST(DirsIterator, VanishedDirectoryIsEmptyWhileTheRootIsTheSame) {
   for (const std::string script :
        {"rm -r 2/*", "mv $PWD ../catalog.aside", "mv $PWD ../catalog.aside; mkdir ../catalog"}) {
     scene.sh("rm -rf catalog*; mkdir -p catalog/2/a/p catalog/2/b/p catalog/2/c/p");
-    catalog::LockedDirsIterator source(scene.root() / "catalog", nullptr);
+    catalog::LockedDirsIterator source(scene.tree_dir(), nullptr);
     EXPECT_NE(source.get_next_path(), "");
     scene.sh("cd catalog; " + script);
-    if (!fs::exists(scene.root() / "catalog/2")) {
+    if (!fs::exists(scene.tree_dir() / "2")) {
       EXPECT_THROW(source.get_next_path(), catalog::WalkRootChanged) << script;
     }
     EXPECT_EQ(source.get_next_path(), "") << script;
@@ -62,7 +61,7 @@ TEST(DirsIterator, AfterAFileNamedLikeTheDsidTheNextDirectoryIsWalked) {
   const std::string found =
       walked(scene, "for i in $(seq 10 40); do mkdir -p $i/a/p; done; touch 2");
   Words listed{""};  // in the order of the file system
-  for (const auto& entry : fs::directory_iterator(scene.root() / "catalog"))
+  for (const auto& entry : fs::directory_iterator(scene.tree_dir()))
     listed.insert(listed.end() - 1, entry.path().filename().string());
   const std::string next = *(std::find(listed.begin(), listed.end(), "2") + 1);
   const std::string yielded = found.substr(found.rfind("Skip DSID: "));
