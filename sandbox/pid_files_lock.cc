@@ -1,7 +1,9 @@
 #include "sandbox/pid_files_lock.h"
 
 #include <fcntl.h>
+#include <sched.h>
 #include <sys/file.h>
+#include <sys/mount.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -24,8 +26,15 @@ int lock(const char* dir, int operation) {
 
 }  // namespace
 
+bool isolate_pid_files() {
+  return ::unshare(CLONE_NEWNS) == 0 &&
+         ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+         ::mount("none", "/var/run", "tmpfs", 0, nullptr) == 0;
+}
+
 PidFilesLock::PidFilesLock(Use use) {
   if (s_locks == 0) {
+    if (use == Use::write) (void)isolate_pid_files();
     // A waiting writer holds this lock, or new readers would overtake it again and again.
     const int queue = lock("/var", LOCK_EX);
     s_descriptor = lock("/var/run", use == Use::write ? LOCK_EX : LOCK_SH);

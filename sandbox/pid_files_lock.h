@@ -2,11 +2,16 @@
 
 namespace sandbox {
 
-// Keeps the services' pid files in /var/run as they are: every repair, deletion and restore on this
-// machine reads them, and the tests of the services write them. The lock is on the directory itself.
+// Gives this process and its children their own /var/run, so that they neither see nor touch other
+// services. False without the privilege.
+bool isolate_pid_files();
+
+// Locks the services' pid files in /var/run: every repair, deletion and restore reads them, and the
+// tests of the services write them. The lock is on the directory itself. A writer isolates its pid
+// files if it can, and then waits for no reader.
 //
 // Threads: one thread. Locks of one process nest; the outermost decides.
-// Errors: std::system_error when the directory cannot be locked.
+// Errors: std::system_error if the directory cannot be locked.
 class PidFilesLock {
  public:
   enum class Use { read, write };

@@ -1,5 +1,3 @@
-#include <sched.h>
-#include <sys/mount.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,6 +11,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <boost/program_options.hpp>
 
+#include "sandbox/pid_files_lock.h"
 #include "tests/faults/series.h"
 #include "tests/faults/subject.h"
 #include "tests/faults/verdict.h"
@@ -69,14 +68,6 @@ bool try_task(const Settings& settings, const Task& task, const fs::path& dir) {
     all_well = run_series(subject, baseline, fault) && all_well;
   }
   return all_well;
-}
-
-// Gives this process and its children their own /var/run, so that they neither see nor touch other
-// services. False without the privilege.
-bool isolate_pid_files() {
-  return ::unshare(CLONE_NEWNS) == 0 &&
-         ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-         ::mount("none", "/var/run", "tmpfs", 0, nullptr) == 0;
 }
 
 po::options_description describe(Settings& settings) {

@@ -6,8 +6,8 @@
 
 namespace scenario::services {
 
-// The simulated services as real processes, with pid files in /var/run. Skips on a machine with
-// services of its own.
+// The simulated services as real processes, with pid files in /var/run. Without the privilege to
+// isolate them, skips on a machine with services of its own.
 class Services : public testing::Test {
  protected:
   void SetUp() override {
