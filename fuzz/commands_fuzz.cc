@@ -26,8 +26,8 @@ void read_to_its_end(bool filtered) {
 
 }  // namespace
 
-// What the product's commands print. The first byte tells how the command ends and what it was asked
-// for: a listing of one directory or of all, the disk pool, or whether imports are pending.
+// The output of the product's commands. The first byte selects how the command ends, and the question: a
+// listing of one directory or of all, the disk pool, or whether imports are pending.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return -1;
   const std::size_t end = data[0] / 2 % std::size(k_wait_statuses);
@@ -38,8 +38,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (question == 1) (void)dct::GetDiskPoolName("/", "media1").name();
     if (question == 2 && dct::CheckPendImpListIsExisting("/").exists() != (size > 1)) std::abort();
   };
-  const bool ended_well = fuzz::succeeds(ask, question == 0);
-  // A failed command passed for one that did well.
-  if (ended_well && question == 0 && end > 1) std::abort();
+  const bool succeeded = fuzz::succeeds(ask, question == 0);
+  // A failed command must not look successful.
+  if (succeeded && question == 0 && end > 1) std::abort();
   return 0;
 }

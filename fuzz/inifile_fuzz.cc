@@ -1,7 +1,7 @@
 #include "cr/config.h"
 #include "fuzz/memory_file.h"
 
-// The input is both the registry file and, where it names itself, the configuration.
+// The input is the registry file and, if it names itself, also the configuration.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string file = fuzz::memory_file(fuzz::text_of(data, size));
   (void)fuzz::succeeds([&] {

@@ -31,7 +31,7 @@ void set_command(const std::string& output, int wait_status) {
 
 }  // namespace fuzz
 
-// The linker puts these in the place of the C library's.
+// The linker replaces those of the C library by these.
 extern "C" {
 
 FILE* __wrap_popen(const char* /*command*/, const char* /*mode*/) {

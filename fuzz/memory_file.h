@@ -13,14 +13,13 @@ inline std::string text_of(const std::uint8_t* data, std::size_t size) {
   return {reinterpret_cast<const char*>(data), size};
 }
 
-// The path of a file in memory that holds the text, until the next one is made.
+// The path of a file in memory with this text. Each call replaces the file.
 std::string memory_file(const std::string& text);
 
-// What commands that are opened as a pipe print from now on, and the wait status that they leave. The
-// targets' popen and pclose are this file's.
+// Sets the output and wait status of commands that popen starts; popen and pclose are replaced.
 void set_command(const std::string& output, int wait_status = 0);
 
-// Whether the action ends without an error of ours; where there are numbers to read, one may be none.
+// Whether the action succeeds. Only with `reads_numbers` may it fail because a number is invalid.
 template <class Action>
 bool succeeds(const Action& action, bool reads_numbers = false) {
   try {

@@ -8,6 +8,7 @@
 #include "catalog/orphans/delete_orphan_pos.h"
 #include "catalog/orphans/print_orphan_pos.h"
 #include "dct/log_file.h"
+#include "files/storage_layout.h"
 #include "fuzz/memory_file.h"
 #include "record/run_record.h"
 #include "sandbox/text_file.h"
@@ -17,22 +18,22 @@ namespace {
 namespace fs = boost::filesystem;
 namespace podb = catalog::podb;
 
-// A catalog with one policy directory.
+// A metadata tree with one policy directory.
 const fs::path k_root = fs::temp_directory_path() / std::to_string(::getpid());
-const fs::path k_policy_dir = k_root / "2" / "hosta" / "p";
+const fs::path k_policy_dir = k_root / "2/hosta/p";
 
-// What the backup catalog has of the directory.
+// The images of the directory in the backup catalog.
 const std::string k_listing =
     "IMAGE hosta 0 0 13 hosta_1 p 0 *NULL* root Full 0 3 1 64\n"
     "FRAG 1 1 1 0 2 6 1 m 6 0 1 0 0 *NULL* a;b;c;pool;1 0 0 0 *NULL* 7 0 1 0 0 0 1\n";
 
-// What acts on the database is given the log and a directory to count in.
+// Calls the action with a log and a directory to count in.
 template <class Action>
 void visit(const std::string& database, const Action& action) {
   static dct::util::LogFile log("/dev/null");
   static catalog::RunTotals totals;
   fs::remove_all(k_root / "2");
-  sandbox::write_text(k_policy_dir / "po.db", database);
+  sandbox::write_text(k_policy_dir / layout::k_po_database, database);
   record::Directory directory = catalog::directory_of(k_policy_dir);
   (void)fuzz::succeeds([&] { action(log, totals, directory); });
 }
@@ -58,7 +59,7 @@ void repair(dct::util::LogFile& log, catalog::RunTotals& totals, record::Directo
 
 }  // namespace
 
-// Nothing is deleted without a record.
+// A deletion requires a record.
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
   fs::create_directories(k_root / "log");
   record::run_record().begin(k_root / "log", {});

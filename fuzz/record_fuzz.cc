@@ -15,7 +15,7 @@
 
 namespace {
 
-// What a view writes: without anything that acts on a terminal, also where names would stand.
+// The output of a view. It must not contain control characters, even in names.
 std::string harmless(const report::Report& made, decltype(report::write_text) write) {
   std::ostringstream out;
   write(made, out);
@@ -25,7 +25,7 @@ std::string harmless(const report::Report& made, decltype(report::write_text) wr
   return out.str();
 }
 
-// A record has all in common with itself.
+// Compared with itself, a record has no differences.
 void compare_with_itself(const std::string& file) {
   report::Request request;
   request.words = {file, file};
@@ -40,14 +40,13 @@ void compare_with_itself(const std::string& file) {
       }
     }
   } catch (const std::invalid_argument&) {
-    // It is a run that lists no orphans.
+    // The run lists no orphans.
   }
 }
 
 }  // namespace
 
-// A record. Whatever it holds: it is refused, or every view can be made, JSON is JSON, and nothing that
-// acts on a terminal is shown. Compared with itself, nothing differs.
+// A record. It is rejected, or every view succeeds, with valid JSON and without control characters.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const auto file = boost::filesystem::temp_directory_path() / std::to_string(::getpid());
   sandbox::write_text(file, fuzz::text_of(data, size));
@@ -60,7 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   compare_with_itself(file.string());
   request.scope = report::Scope::images;
   const report::Report images = report::make_report(request);
-  // Orphans are read as they are written.
+  // Orphans are read during the output, so this may fail.
   (void)fuzz::succeeds([&] {
     harmless(images, report::write_text);
     std::istringstream lines(harmless(images, report::write_json));

@@ -13,7 +13,7 @@
 #include <system_error>
 
 extern "C" {
-#include <sys/pidfd.h>  // made for C alone in this version
+#include <sys/pidfd.h>  // this version lacks extern "C"
 }
 
 namespace sandbox {
@@ -24,7 +24,7 @@ namespace {
   throw std::system_error(errno, std::generic_category(), what);
 }
 
-// Appended to: writers in several threads would otherwise write over each other in such a file.
+// Opened for appending: the writers of several processes would otherwise overwrite each other.
 int make_file(const char* name) {
   const int descriptor = ::memfd_create(name, MFD_CLOEXEC);
   if (descriptor < 0 || ::fcntl(descriptor, F_SETFL, O_APPEND) != 0)
@@ -56,7 +56,7 @@ bool ends_within(pid_t pid, int seconds) {
 
 void exec(const std::vector<std::string>& arguments, const Child::Environment& environment) {
   constexpr int k_not_executed = 127;
-  (void)::setpgid(0, 0);  // the parent does it as well, whoever comes first
+  (void)::setpgid(0, 0);  // the parent calls it too: either may run first
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) ::signal(signal, SIG_DFL);
   for (const auto& [name, value] : environment) ::setenv(name.c_str(), value.c_str(), 1);
   std::vector<char*> argv;
@@ -78,12 +78,12 @@ Child::Child(const std::vector<std::string>& arguments, const Environment& envir
 }
 
 Child::~Child() {
-  (void)::close(m_out);  // nothing is written through them here
+  (void)::close(m_out);  // this process writes nothing through them
   (void)::close(m_err);
 }
 
 void Child::send(int signal) const {
-  (void)::kill(m_pid, signal);  // one that has ended needs none
+  (void)::kill(m_pid, signal);  // fails if it has ended, which is harmless
 }
 
 void Child::send_to_group(int signal) const {

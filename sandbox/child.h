@@ -8,7 +8,7 @@
 
 namespace sandbox {
 
-// What a program left behind when it ended.
+// How a program ended, and what it wrote.
 struct Ended {
   int exit_status = -1;  // -1 when a signal ended it
   int signal = 0;
@@ -17,11 +17,11 @@ struct Ended {
   std::string err;
 };
 
-// A program that runs beside this one, with its output in files that nobody else sees.
+// A child process. Its output goes to files in memory.
 //
 // Threads: one thread.
-// Errors: std::system_error when it cannot be started or waited for; one that cannot be executed
-//   ends with 127.
+// Errors: std::system_error when it cannot be started or waited for; a program that cannot be
+//   executed ends with 127.
 class Child {
  public:
   using Environment = std::map<std::string, std::string>;
@@ -34,13 +34,13 @@ class Child {
 
   void send(int signal) const;
 
-  // The same to all of its process group, as a terminal does.
+  // Sends it to the whole process group, as a terminal does.
   void send_to_group(int signal) const;
 
-  // What it has written to standard error so far.
+  // The standard error so far.
   std::string err() const;
 
-  // Waits for its end; with `at_most_seconds`, kills it and its process group when that is over.
+  // Waits for its end. With `at_most_seconds`, kills its process group after that time.
   Ended wait(int at_most_seconds = 0);
 
   pid_t pid() const { return m_pid; }
@@ -51,8 +51,8 @@ class Child {
   const pid_t m_pid;
 };
 
-// Turns this process into a program with `environment` on top of its own, in a process group of its own
-// unless it leads a session; ends it with 127 where that fails.
+// Replaces this process by a program with `environment` on top of its own. The program gets its own
+// process group, unless it leads a session. Exits with 127 if that fails.
 [[noreturn]] void exec(const std::vector<std::string>& arguments,
                        const Child::Environment& environment);
 

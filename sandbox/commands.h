@@ -10,7 +10,7 @@ struct Command {
   const char* text;  // of the shell script
 };
 
-// All of them; the scripts stand in commands/ and are compiled in.
+// All of them. CMake compiles in the scripts of sandbox/commands/.
 const std::vector<Command>& commands();
 
 }  // namespace sandbox

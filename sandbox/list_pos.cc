@@ -5,6 +5,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include "files/storage_layout.h"
 #include "podb/sqlite_podb.h"
 
 namespace fs = boost::filesystem;
@@ -13,20 +14,21 @@ namespace sandbox {
 
 namespace {
 
-// All of them before one is opened: opening one may make or remove files beside it.
-std::vector<fs::path> policy_dirs(const fs::path& catalog) {
+// Lists all before one is opened: opening a database may make or remove files beside it.
+std::vector<fs::path> policy_dirs(const fs::path& tree) {
   std::vector<fs::path> dirs;
-  for (const auto& entry : fs::recursive_directory_iterator(catalog)) {
-    if (entry.path().filename() == "po.db") dirs.push_back(entry.path().parent_path());
+  for (const auto& entry : fs::recursive_directory_iterator(tree)) {
+    if (entry.path().filename() == layout::k_po_database)
+      dirs.push_back(entry.path().parent_path());
   }
   return dirs;
 }
 
-// The rows that the statement gives, on the database of each policy directory.
+// Calls `row` with each row that the statement returns, in the database of each policy directory.
 template <class Row>
-void select_from_all(const fs::path& catalog, SQLitePODB::Access access,
-                     const std::string& statement, const Row& row) {
-  for (const fs::path& policy_dir : policy_dirs(catalog)) {
+void select_from_all(const fs::path& tree, SQLitePODB::Access access, const std::string& statement,
+                     const Row& row) {
+  for (const fs::path& policy_dir : policy_dirs(tree)) {
     const SQLitePODB::BasenameVisitor visitor = [&](std::string_view text) {
       row(policy_dir, text);
     };
@@ -41,9 +43,9 @@ void select_from_all(const fs::path& catalog, SQLitePODB::Access access,
 
 }  // namespace
 
-std::vector<std::string> list_pos(const fs::path& catalog) {
+std::vector<std::string> list_pos(const fs::path& tree) {
   std::vector<std::string> lines;
-  select_from_all(catalog, SQLitePODB::Access::read_only,
+  select_from_all(tree, SQLitePODB::Access::read_only,
                   std::string("SELECT ") + k_listed_columns + " FROM po",
                   [&](const fs::path& policy_dir, std::string_view columns) {
                     lines.push_back(policy_dir.parent_path().filename().string() + "/" +
@@ -53,10 +55,10 @@ std::vector<std::string> list_pos(const fs::path& catalog) {
   return lines;
 }
 
-void check_databases(const fs::path& catalog) {
+void check_databases(const fs::path& tree) {
   std::map<fs::path, std::string> results;
-  for (const fs::path& policy_dir : policy_dirs(catalog)) results[policy_dir];
-  select_from_all(catalog, SQLitePODB::Access::read_write, "PRAGMA integrity_check",
+  for (const fs::path& policy_dir : policy_dirs(tree)) results[policy_dir];
+  select_from_all(tree, SQLitePODB::Access::read_write, "PRAGMA integrity_check",
                   [&](const fs::path& policy_dir, std::string_view text) {
                     results[policy_dir] += std::string(text) + "\n";
                   });

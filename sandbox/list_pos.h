@@ -7,19 +7,18 @@
 
 namespace sandbox {
 
-// What is listed of a PO, as SQL.
+// The columns of a listed PO, as SQL.
 inline constexpr const char* k_listed_columns =
     "basename || '|' || poid || '|' || size || '|' || mtime || '|' || hex(record)";
 
-// Every PO of a catalog: its client and policy, its basename and all its columns, the record in
-// hexadecimal digits, with "|" between them; in byte order, without line ends. Two listings tell
-// whether a PO was lost, moved or changed.
+// Every PO of a metadata tree: client/policy, basename and the other columns, the record in
+// hexadecimal digits, separated by "|"; in byte order, without line ends. Two listings show whether a
+// PO was lost, moved or changed.
 // Errors: Cr_ErrnoException, naming the database, when a PO cannot be read.
-std::vector<std::string> list_pos(const boost::filesystem::path& catalog);
+std::vector<std::string> list_pos(const boost::filesystem::path& tree);
 
-// Has SQLite look through each database; one that was left in the middle of a change is rolled back
-// first.
-// Errors: Cr_ErrnoException for the first one that is damaged; filesystem_error.
-void check_databases(const boost::filesystem::path& catalog);
+// Has SQLite check each database. An unfinished transaction is rolled back first.
+// Errors: Cr_ErrnoException for the first damaged database; filesystem_error.
+void check_databases(const boost::filesystem::path& tree);
 
 }  // namespace sandbox

@@ -6,6 +6,7 @@
 
 #include <boost/program_options.hpp>
 
+#include "config/version.h"
 #include "sandbox/generator.h"
 #include "sandbox/list_pos.h"
 #include "sandbox/storage_builder.h"
@@ -39,11 +40,12 @@ po::options_description describe(sandbox::Plan& plan) {
   add("missing", po::value(&plan.missing_share)->default_value(plan.missing_share, "0.05"),
       "share of the copies that only the backup catalog has");
   add("seed", po::value(&plan.seed)->default_value(plan.seed), "seed of all that is random");
+  add("version", "print the version");
   add("help", "show this help");
   return options;
 }
 
-// The library would turn a negative count into a very large one.
+// The library would turn a negative count into a huge one.
 void refuse_negative_values(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
     const std::string word = argv[i];
@@ -64,26 +66,26 @@ void check(const sandbox::Plan& plan) {
   const double shares[] = {plan.miscased_share, plan.orphan_share, plan.missing_share};
   double sum = 0;
   for (const double share : shares) {
-    // Written so that a value that is no number is caught too.
+    // Written so that it is true for NaN too.
     if (!(share >= 0 && share <= 1)) throw std::invalid_argument("a share must be from 0 to 1");
     sum += share;
   }
   if (sum > 1) throw std::invalid_argument("the shares add up to more than 1");
 }
 
-void print(const sandbox::StorageBuilder& storage, const sandbox::Planted& planted) {
+void print(const sandbox::StorageBuilder& storage, const sandbox::Generated& generated) {
   const std::string root = storage.root().string();
   const std::string mdfixup = "  mdfixup --tvr_location " + storage.product().string() + " ";
   std::cout << "Storage:               " << root << "\n"
-            << "Policy directories:    " << planted.policy_dirs << "\n"
-            << "POs:                   " << planted.pos << "\n"
-            << "Image copies:          " << planted.copies << ", and " << planted.miscased_copies
-            << " under another spelling of their client's name\n"
-            << "A scan reports:        " << planted.scan_lines.size()
+            << "Policy directories:    " << generated.policy_dirs << "\n"
+            << "POs:                   " << generated.pos << "\n"
+            << "Image copies:          " << generated.copies << ", and "
+            << generated.miscased_copies << " under another spelling of their client's name\n"
+            << "A scan reports:        " << generated.scan_lines.size()
             << " policy directories (planted/scan.txt)\n"
-            << "A dry run reports:     " << planted.orphan_lines.size()
+            << "A dry run reports:     " << generated.orphan_lines.size()
             << " orphan copies (planted/orphans.txt)\n"
-            << "                       " << planted.missing_lines.size()
+            << "                       " << generated.missing_lines.size()
             << " missing copies (planted/missing.txt), with the miscased ones,\n"
             << "                       which the backup catalog lists under their own spelling\n"
             << "To try:\n"
@@ -110,12 +112,16 @@ int run(int argc, char** argv) {
     std::cout << k_usage << visible;
     return 0;
   }
+  if (given.count("version") != 0) {
+    std::cout << version_text("mdfixup-sandbox");
+    return 0;
+  }
   const bool complete = given.count("dir") != 0;
   const std::string command = complete ? given["command"].as<std::string>() : "";
   if (command == "create") {
     check(plan);
     const sandbox::StorageBuilder storage(given["dir"].as<std::string>());
-    print(storage, sandbox::plant(storage, plan));
+    print(storage, sandbox::generate(storage, plan));
     return 0;
   }
   if (command == "list") {

@@ -30,7 +30,7 @@ void require(cr_status_t status, const fs::path& policy_dir) {
   }
 }
 
-// Lines as long as the product's are: mostly fields that nobody here looks at.
+// Lines as long as the product's: mdfixup reads few of the fields.
 std::string image_line(const std::string& client, const std::string& policy,
                        std::int64_t backup_time) {
   const std::string time = std::to_string(backup_time);
@@ -55,14 +55,14 @@ StorageBuilder::StorageBuilder(const fs::path& dir) : m_root(fs::absolute(dir)) 
     throw Cr_ErrnoException(EEXIST, "the directory " + m_root.string() + " is not empty");
   }
   write_configuration();
-  fs::create_directories(m_root / "catalog" / catalog::k_walked_dsid_name);
+  fs::create_directories(tree_dir() / catalog::k_walked_dsid_name);
   fs::create_directories(log_dir());
   SpaDB::create_spa_database(m_root.string(), {"POOLEVENT{state:up}", "GCEVENT{segments:0}"});
   write_product();
 }
 
 fs::path StorageBuilder::policy_dir(const std::string& client, const std::string& policy) const {
-  return m_root / "catalog" / catalog::k_walked_dsid_name / client / policy;
+  return tree_dir() / catalog::k_walked_dsid_name / client / policy;
 }
 
 void StorageBuilder::write_configuration() const {
@@ -85,6 +85,7 @@ void StorageBuilder::write_product() const {
 void StorageBuilder::list_image(const std::string& client, const std::string& policy,
                                 std::int64_t backup_time, const std::vector<std::uint32_t>& copies,
                                 const std::string& disk_pool) const {
+  if (copies.empty()) return;
   std::string text = image_line(client, policy, backup_time);
   for (const std::uint32_t copy : copies) text += frag_line(copy, backup_time, disk_pool);
   write_text(product() / "images" / client / policy, text, std::ios::app);

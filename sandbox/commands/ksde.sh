@@ -22,7 +22,7 @@ for name in poolmgrd segstored; do
       </dev/null >/dev/null 2>&1 &
     for _ in $(seq 500); do
       pid=$(cat "$run/$name.pid" 2>/dev/null)
-      # Known by this name to whoever stops it.
+      # `stop` knows the daemon by this name.
       [ "$(cat "/proc/${pid:-none}/comm" 2>/dev/null)" != sleep ] || break
       sleep 0.01
     done

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Lists the images of the sandbox's backup catalog: [-client NAME] [-policy NAME] [-hoursago HOURS].
-# The catalog is one file of IMAGE and FRAG lines for each client and policy.
+# Lists the images of the backup catalog: [-client NAME] [-policy NAME] [-hoursago HOURS]. The catalog
+# has one file of IMAGE and FRAG lines for each client and policy.
 images=${0%/*}/../../../images
 client=
 policy=
@@ -28,7 +28,7 @@ catalog() {
 
 since=0
 [ -z "$hours" ] || since=$(($(date +%s) - hours * 3600))
-# The pipeline ends as awk does, so awk has to know of a catalog that could not be read.
+# The pipeline exits as awk does, so awk must learn that the catalog could not be read.
 (catalog || echo unreadable) | awk -v since="$since" '
   $1 == "unreadable" { failed = 1; next }
   $1 == "IMAGE" { listed = $14 >= since }

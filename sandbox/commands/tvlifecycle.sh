@@ -1,5 +1,5 @@
 #!/bin/sh
-# Lists the images that wait to be imported: pendimplist. They stand in a file, one a line.
+# Lists the images that wait to be imported: pendimplist. A file holds them, one a line.
 pending=${0%/*}/../../../pending_imports
 [ "$1" = pendimplist ] || {
   echo "invalid operation $1" >&2

@@ -20,7 +20,7 @@ void show_two() {
   line.show("012");
 }
 
-void show_where_nothing_can_be_erased() {
+void show_without_erasing() {
   for (const char* name : {"dumb", "", static_cast<const char*>(nullptr)}) {
     name == nullptr ? ::unsetenv("TERM") : ::setenv("TERM", name, 1);
     StatusLine().show("text");
@@ -40,13 +40,13 @@ void show_on_stopped_terminal() {
   console::print("printed\n");
 }
 
-TEST(StatusLine, LeavesNothingBehindAndNeverWaits) {
+TEST(StatusLine, IsErasedAndNeverBlocks) {
   if (!support::terminals_are_there()) GTEST_SKIP() << "no pseudo terminals";
-  // What is done, the terminal's columns (0 when it does not say), and what is written there.
+  // The action, the terminal's columns (0 if unknown), and the output.
   const std::tuple<void (*)(), unsigned short, std::string> rows[] = {
       {show_two, 8, "\r0123...\033[K\r012\033[K\r\033[K"},
       {show_two, 0, "\r0123456789\033[K\r012\033[K\r\033[K"},
-      {show_where_nothing_can_be_erased, 0, "printed\r\nprinted\r\nprinted\r\n"},
+      {show_without_erasing, 0, "printed\r\nprinted\r\nprinted\r\n"},
       {show_on_stopped_terminal, 0, "\rtext\033[K\r\033[Kprinted\r\n"},
   };
   for (const auto& [body, columns, written] : rows) {

@@ -16,9 +16,9 @@ using dct::PopenRead;
 
 constexpr std::size_t k_capacity = 8;
 
-TEST(PopenRead, ReadsLinesAndJudgesTheEnd) {
+TEST(PopenRead, ReadsLinesAndReportsTheEnd) {
   const std::string small = "pipe buffer is too small";
-  // The command; the lines that it prints, then how it ended.
+  // The command; its lines, then its exit status or the error.
   const std::pair<std::string, std::vector<std::string>> rows[] = {
       {"printf 'one\\ntwo'; exit 3", {"one", "tw", "3"}},
       {"printf '1234567\\n'", {small}},
@@ -41,7 +41,7 @@ TEST(PopenRead, ReadsLinesAndJudgesTheEnd) {
   }
 }
 
-// Lines that lie in two reads, at every place.
+// Lines split between two reads, at every position.
 TEST(PopenRead, ReadsMoreThanItsBufferHolds) {
   constexpr int k_lines = 99999;
   PopenRead pipe(k_capacity, PopenRead::start("seq " + std::to_string(k_lines)));
@@ -59,7 +59,7 @@ TEST(PopenRead, FailedReadIsNotTheEnd) {
   EXPECT_THROW(pipe.read_line(), Cr_ErrnoException);
 }
 
-TEST(RunInShell, QuotedTextMeansItself) {
+TEST(RunInShell, TakesQuotedTextLiterally) {
   const support::TempDir dir;
   const auto file = dir.path() / "a  b\"c$HOME`id`\\d'$(id)*\n;";
   dct::run_in_shell("echo > " + dct::in_double_quotes(file.string()));

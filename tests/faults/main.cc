@@ -1,5 +1,3 @@
-#include <sched.h>
-#include <sys/mount.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,6 +11,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <boost/program_options.hpp>
 
+#include "sandbox/pid_files_lock.h"
 #include "tests/faults/series.h"
 #include "tests/faults/subject.h"
 #include "tests/faults/verdict.h"
@@ -26,14 +25,16 @@ namespace {
 
 constexpr const char* k_usage =
     "Usage: mdfixup-faults PROGRAM [OPTION]...\n"
-    "Runs PROGRAM, an mdfixup, on small storages again and again, lets one step of each run fail,\n"
-    "and holds what it leaves behind against what is promised. Exit status 1 when it breaks a\n"
-    "promise, or when no run met the fault. All tasks, faults and moments are tried, one moment "
-    "for\n"
-    "signals, but for those that options choose; forced, with services, for signals alone.\n";
+    "Runs PROGRAM, an mdfixup, on small storages again and again, makes one step of each run "
+    "fail,\n"
+    "and checks the result against the promises. Exit status 1: a promise is broken, or no run "
+    "met\n"
+    "the fault. Options select tasks, faults and points; without them all are tried, with one "
+    "point\n"
+    "for signals. The task forced, which has services, runs only with signals.\n";
 
-// The tasks or faults of those names; all when none are given.
-// Errors: std::invalid_argument for a name that none has.
+// The tasks or faults with these names; all if there are no names.
+// Errors: std::invalid_argument for an unknown name.
 template <class Named>
 std::vector<Named> choose(const std::vector<Named>& all, const std::vector<std::string>& names) {
   if (names.empty()) return all;
@@ -47,7 +48,7 @@ std::vector<Named> choose(const std::vector<Named>& all, const std::vector<std::
   return chosen;
 }
 
-// In memory if possible: the calls are the same there, and thousands of runs wait for no disk.
+// In memory if possible: the calls are the same, and thousands of runs wait for no disk.
 fs::path place_for_storages() {
   const char* memory = "/dev/shm";
   const bool is_chosen = std::getenv("TMPDIR") != nullptr || ::access(memory, W_OK) != 0;
@@ -59,36 +60,14 @@ bool try_task(const Settings& settings, const Task& task, const fs::path& dir) {
   fs::create_directories(dir);
   const Subject subject(dir, settings, task);
   if (task.resumed) stop_half_way(subject);
-  const Baseline baseline = run_undisturbed(subject);
+  const Baseline baseline = run_baseline(subject);
   bool all_well = true;
   for (const Fault& fault : choose(all_faults(), settings.faults)) {
-    // Where services are not asked for, they are of interest to signals alone.
+    // Unless it is requested, a task with services runs only with signals.
     if (task.services && settings.tasks.empty() && fault.intent != Intent::interrupt) continue;
     all_well = run_series(subject, baseline, fault) && all_well;
   }
   return all_well;
-}
-
-bool try_tasks(const Settings& settings, const fs::path& dir, bool with_services) {
-  bool all_well = true;
-  for (const Task& task : choose(all_tasks(), settings.tasks)) {
-    if (task.services && !with_services) {
-      std::cout << task.name << ": left out, for /var/run cannot be set apart\n";
-      all_well = all_well && settings.tasks.empty();
-    } else {
-      all_well = try_task(settings, task, dir / task.name) && all_well;
-    }
-  }
-  return all_well;
-}
-
-// Gives this process and what it starts a /var/run of their own, so that services are simulated
-// beside any other run, and real ones are neither seen nor touched. Only a privileged user can; false
-// for another one.
-bool isolate_pid_files() {
-  return ::unshare(CLONE_NEWNS) == 0 &&
-         ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-         ::mount("none", "/var/run", "tmpfs", 0, nullptr) == 0;
 }
 
 po::options_description describe(Settings& settings) {
@@ -99,12 +78,10 @@ po::options_description describe(Settings& settings) {
       "kill, EIO, ENOSPC, EIO+, ENOSPC+ (from then on), signal");
   add("task", po::value(&settings.tasks),
       "scan, dry_run, deletion, one_listing, repair, resumed, forced, undeletion, unrepair");
-  add("undo", po::value(&settings.undo),
-      "the program that undoes runs; else that of the same build");
-  add("points", po::value(&settings.points), "that many moments of each run, drawn at random");
-  add("calls", po::value(&settings.calls), "system calls; else all that matter to the fault");
-  add("at", po::value(&settings.at), "one moment alone, as pwrite64:7");
-  add("seed", po::value(&settings.seed), "seed of what is drawn");
+  add("points", po::value(&settings.points), "the number of points of each run, drawn at random");
+  add("calls", po::value(&settings.calls), "system calls; by default all that matter to the fault");
+  add("at", po::value(&settings.at), "one point, as pwrite64:7");
+  add("seed", po::value(&settings.seed), "seed of the random numbers");
   add("scale", po::value(&settings.scale), "multiplies the directories");
   add("threads", po::value(&settings.threads), "threads of the program");
   add("help", "show this help");
@@ -123,12 +100,16 @@ bool run(int argc, char** argv, const fs::path& dir) {
     std::cout << k_usage << options;
     return given.count("help") != 0;
   }
-  if (settings.undo.empty()) {
-    settings.undo = (fs::path(settings.program).parent_path() / "../undo/mdfixup-undo")
-                        .lexically_normal()
-                        .string();
+  settings.undo = (fs::path(settings.program).parent_path() / "../undo/mdfixup-undo").string();
+  const bool with_services = isolate_pid_files();
+  bool all_well = true;
+  for (const Task& task : choose(all_tasks(), settings.tasks)) {
+    const bool left_out = task.services && !with_services;
+    if (left_out) std::cout << task.name << ": left out, because /var/run cannot be isolated\n";
+    all_well =
+        (left_out ? settings.tasks.empty() : try_task(settings, task, dir / task.name)) && all_well;
   }
-  return try_tasks(settings, dir, isolate_pid_files());
+  return all_well;
 }
 
 }  // namespace

@@ -15,9 +15,12 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include "sandbox/pid_files_lock.h"
 #include "sandbox/text_file.h"
 
 namespace sandbox::faults {
+
+namespace fs = boost::filesystem;
 
 namespace {
 
@@ -25,35 +28,34 @@ using std::to_string;
 using std::chrono::microseconds;
 using std::chrono::steady_clock;
 
-// Whatever changes a file, a directory or a database.
+// They change files, directories and databases.
 const std::string k_changing_calls =
     "write,pwrite64,fsync,fdatasync,rename,unlink,truncate,ftruncate,mkdir,rmdir,link,symlink,"
-    "chmod,"
-    "chown";
-// Whatever else may fail, pipes and children among it. Not close: an injected failure leaves the
-// descriptor open, which the real one does not.
+    "chmod,chown";
+// Other calls that may fail. Not close: an injected failure leaves the descriptor open, and a real one
+// does not.
 const std::string k_other_calls =
     ",openat,read,pread64,lseek,getdents64,pipe2,vfork,clone,clone3,wait4";
-// Locks. SQLite waits ten seconds for the record's where they fail from then on.
+// Locks. If they fail from a point on, SQLite waits ten seconds for the record.
 const std::string k_locking_calls = ",fcntl";
 
-// A moment of a run: before the n-th call, counted from 1, of a system call.
+// A point in a run: the n-th call of a system call, counted from 1.
 struct Point {
   std::string call;
   unsigned long n = 1;
 };
 
-// The words in front of a program that let strace note the calls that are named, with commas. Of a
-// program with threads each thread and each child is traced, and counts for itself.
+// The words that precede a command to trace these calls. With several threads, strace traces each
+// thread and child, and counts its calls separately.
 std::vector<std::string> strace(const Subject& subject, const std::string& calls) {
   const std::string trace = subject.trace_file().string();
   const bool all = subject.settings().threads > 1;
   return {"strace", all ? "-fqq" : "-qq", "-o", trace, "-e", "trace=" + calls};
 }
 
-// Every point at which a run made one of these calls, and one more for each of them. Lines of a trace
-// are "call(…" or, with all threads, "pid call(…"; a call that another thread's interrupts goes on in
-// a later line that is not counted.
+// Every point at which a run makes one of these calls, and one more for each call. Lines of a trace are
+// "call(…" or, with all threads, "pid call(…". A call that another thread interrupts continues in a
+// later line, which is not counted.
 std::vector<Point> points_of(const Subject& subject, const std::string& calls) {
   subject.restore();
   const Ended ended = subject.run(strace(subject, calls));
@@ -76,7 +78,7 @@ std::vector<Point> points_of(const Subject& subject, const std::string& calls) {
   return points;
 }
 
-// Restores the subject and runs it with the fault at that point, which each thread and child meets.
+// Restores the subject and runs it with the fault at that point of each thread and child.
 Ended run_with(const Subject& subject, const Point& point, const Fault& fault) {
   std::vector<std::string> words = strace(subject, point.call);
   words.insert(words.end(), {"-e", "inject=" + point.call + ":" + fault.what + ":when=" +
@@ -87,11 +89,11 @@ Ended run_with(const Subject& subject, const Point& point, const Fault& fault) {
 
 struct Series {
   const Subject& m_subject;
-  const Baseline& m_undisturbed;
+  const Baseline& m_baseline;
   const Fault& m_fault;
   const Settings& m_settings = m_subject.settings();
   const std::string m_name = m_subject.task().name + " --fault " + m_fault.name;
-  // Other moments for each task and fault.
+  // Other points for each task and fault.
   std::mt19937 m_random{static_cast<unsigned>(std::hash<std::string>()(m_name)) + m_settings.seed};
   unsigned m_runs = 0;
   unsigned m_struck = 0;
@@ -99,11 +101,7 @@ struct Series {
 
   bool run() {
     const bool is_signal = m_fault.intent == Intent::interrupt;
-    if (is_signal) {
-      send_signals();
-    } else {
-      for (const Point& point : draw_points()) inject_at(point);
-    }
+    is_signal ? send_signals() : inject();
     std::cout << m_subject.task().name << " " << m_fault.name << ": " << m_runs << " runs, "
               << m_struck << " struck, " << m_failures << " failures" << std::endl;
     const bool met = m_struck != 0 || is_signal;
@@ -127,19 +125,18 @@ struct Series {
     return points;
   }
 
-  void inject_at(const Point& point) {
-    const Ended ended = run_with(m_subject, point, m_fault);
-    const std::string trace = read_text(m_subject.trace_file());
-    if (ended.signal == SIGKILL || trace.find("(INJECTED)") != std::string::npos) ++m_struck;
-    Disturbance disturbance;
-    disturbance.intent = m_fault.intent;
-    disturbance.mutes = point.call == "write" && m_fault.from_then_on;
-    disturbance.keeps_lock =
-        point.call == "unlink" || (point.call == "fcntl" && m_fault.from_then_on);
-    judge(ended, disturbance, " --at " + point.call + ":" + to_string(point.n));
+  void inject() {
+    for (const auto& [call, n] : draw_points()) {
+      const Ended ended = run_with(m_subject, {call, n}, m_fault);
+      const std::string trace = read_text(m_subject.trace_file());
+      if (ended.signal == SIGKILL || trace.find("(INJECTED)") != std::string::npos) ++m_struck;
+      const bool mutes = call == "write" && m_fault.from_then_on;
+      const bool keeps_lock = call == "unlink" || (call == "fcntl" && m_fault.from_then_on);
+      judge(ended, {m_fault.intent, 0, mutes, keeps_lock}, " --at " + call + ":" + to_string(n));
+    }
   }
 
-  // To the program alone or, as a terminal does, to the commands that it runs as well.
+  // Sends them to the program or, as a terminal does, also to its commands.
   void send_signals() {
     m_subject.restore();
     const auto start = steady_clock::now();
@@ -148,29 +145,28 @@ struct Series {
     std::uniform_int_distribution<std::int64_t> any_time(0, whole.count());
     constexpr int k_signals[] = {SIGINT, SIGTERM, SIGHUP};
     for (unsigned i = 0; i < std::max(m_settings.points, 1U); ++i) {
-      Disturbance disturbance;
-      disturbance.intent = m_fault.intent;
-      disturbance.signal = k_signals[m_random() % std::size(k_signals)];
+      const int signal = k_signals[m_random() % std::size(k_signals)];
       const bool to_all = m_random() % 2 == 0;
       const microseconds delay(any_time(m_random));
       m_subject.restore();
+      const PidFilesLock lock(PidFilesLock::Use::read);
       const auto child = m_subject.start({});
       std::this_thread::sleep_for(delay);
-      to_all ? child->send_to_group(disturbance.signal) : child->send(disturbance.signal);
+      to_all ? child->send_to_group(signal) : child->send(signal);
       const Ended ended = child->wait(k_longest_run_seconds);
       if (ended.exit_status != 0 || !ended.err.empty()) ++m_struck;
-      judge(ended, disturbance,
-            ", signal " + to_string(disturbance.signal) + (to_all ? " to all" : "") + " after " +
+      judge(ended, {m_fault.intent, signal, false, false},
+            ", signal " + to_string(signal) + (to_all ? " to all" : "") + " after " +
                 to_string(delay.count()) + " us");
     }
   }
 
-  void judge(const Ended& ended, const Disturbance& disturbance, const std::string& moment) {
+  void judge(const Ended& ended, const Disturbance& disturbance, const std::string& point) {
     ++m_runs;
-    const std::string wrong = faults::judge(m_subject, m_undisturbed, ended, disturbance);
+    const std::string wrong = faults::judge(m_subject, m_baseline, ended, disturbance);
     if (wrong.empty()) return;
     ++m_failures;
-    std::cout << "--task " << m_name << moment << " --threads " << m_settings.threads << " --scale "
+    std::cout << "--task " << m_name << point << " --threads " << m_settings.threads << " --scale "
               << m_settings.scale << ": exit status " << ended.exit_status << "\n"
               << wrong << "  standard error: " << ended.err.substr(0, ended.err.find('\n'))
               << std::endl;
@@ -194,8 +190,8 @@ const std::vector<Fault>& all_faults() {
 void stop_half_way(const Subject& subject) {
   const std::vector<Point> points = points_of(subject, "pwrite64");
   (void)run_with(subject, points.at(points.size() / 2), all_faults().front());
-  if (!subject.is_locked()) throw std::runtime_error("the repair could not be killed half-way");
-  subject.remove_lock();
+  if (!fs::remove(subject.lock_file()))
+    throw std::runtime_error("the repair could not be killed half-way");
   subject.keep();
 }
 

@@ -8,25 +8,25 @@
 
 namespace sandbox::faults {
 
-// What is done to a run.
+// A fault that a run meets.
 struct Fault {
   std::string name;
   Intent intent = Intent::kill;
-  std::string what;  // in strace's words; none for signals, which come at any time
+  std::string what;  // as strace spells it; empty for signals, which come at any time
   bool from_then_on = false;
 };
 
-// A kill, the errors EIO and ENOSPC once and from then on, and signals.
+// A kill, the errors EIO and ENOSPC once and from a point on, and signals.
 const std::vector<Fault>& all_faults();
 
-// Kills a repair half-way, and makes what it left the beginning.
-// Errors: as Subject; std::runtime_error when strace cannot trace, or no kill comes half-way.
+// Kills a repair half-way, and makes the result the initial state.
+// Errors: as Subject; std::runtime_error if strace cannot trace, or the kill comes too late.
 void stop_half_way(const Subject& subject);
 
-// Runs the subject's task again and again under one fault, at the moments that the settings name.
-// Prints what breaks a promise, with the options that repeat it, and how many runs there were.
-// Returns whether every run kept what is promised. A series in which no run met the fault counts as
-// failed, but for signals, which may come too late.
+// Runs the subject's task again and again with one fault, at the points that the settings select.
+// Prints each broken promise, with the options that repeat the run, and the number of runs. Returns
+// whether every run kept the promises. A series whose runs never meet the fault fails, except signals,
+// which may come too late.
 // Errors: as stop_half_way.
 bool run_series(const Subject& subject, const Baseline& baseline, const Fault& fault);
 

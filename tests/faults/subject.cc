@@ -15,6 +15,7 @@
 #include "report/views.h"
 #include "sandbox/generator.h"
 #include "sandbox/list_pos.h"
+#include "sandbox/pid_files_lock.h"
 #include "sandbox/text_file.h"
 #include "status/status.h"
 
@@ -22,6 +23,7 @@ namespace fs = boost::filesystem;
 
 namespace sandbox::faults {
 
+using boost::algorithm::ends_with;
 using boost::algorithm::starts_with;
 
 namespace {
@@ -29,7 +31,7 @@ namespace {
 void add_lines(const std::string& text, Lines& lines) {
   std::istringstream stream(text);
   for (std::string line; std::getline(stream, line);) {
-    // A full stop stands behind the line end of a collision's warning.
+    // A full stop follows the line end of a collision's warning.
     line.erase(0, line.find_first_not_of('.'));
     const bool names_log = starts_with(line, "Log file: ") || starts_with(line, "Missing images f");
     if (!names_log) lines.insert(line);
@@ -42,25 +44,24 @@ void copy_storage(const fs::path& from, const fs::path& to) {
   if (ended.exit_status != 0) throw Cr_ErrnoException(EIO, "could not copy a storage", ended.err);
 }
 
-// Fills a storage with something to do for each of them: POs out of place, directories with POs of
-// each other, a name that stands in two directories with different contents, orphans, missing
-// images, and a symbolic link. `scale` multiplies the directories.
-void plant_for_all_tasks(const StorageBuilder& storage, unsigned scale) {
+// Fills a storage with work for every task: misplaced POs, directories with POs of each other, the same
+// name with different contents in two directories, orphans, missing images, and a symbolic link.
+// `scale` multiplies the directories.
+void fill_for_all_tasks(const StorageBuilder& storage, unsigned scale) {
   Plan plan;
   plan.clients = scale;
   plan.images = 8;
   plan.pairs = scale;
   plan.miscased_share = 0.2;
   plan.orphan_share = 0.3;
-  (void)plant(storage, plan);
+  (void)generate(storage, plan);
   constexpr std::size_t k_record_bytes = 16;
   std::uint64_t seed = 0;
   // Two of the three names collide.
   for (const std::string client : {"both", "Both"}) {
     PolicyDirWriter dir(storage.policy_dir(client, "policy"), k_record_bytes, ++seed);
-    for (const std::string image : {"1600000000", "1600000001"}) {
-      dir.put("Both_" + image + "_C1_F1.img");
-    }
+    for (const char* name : {"Both_1600000000_C1_F1.img", "Both_1600000001_C1_F1.img"})
+      dir.put(name);
     if (client == "both") dir.put("Both_1600000002_C1_F1.img");
     dir.finish();
   }
@@ -93,17 +94,18 @@ Subject::Subject(const fs::path& dir, const Settings& settings, const Task& task
       m_task(task),
       m_storage(dir / "storage"),
       m_environment{{"KSREGISTRY", m_storage.registry_file().string()}} {
-  plant_for_all_tasks(m_storage, settings.scale);
+  fill_for_all_tasks(m_storage, settings.scale);
   m_original = state();
   if (!m_task.undone.empty()) make_undone_run();
   keep();
 }
 
-// Its record lies beside the storage, so that the storage has those of other runs alone.
+// Moves its record out of the storage, so that the storage has only records of later runs.
 void Subject::make_undone_run() {
   std::vector<std::string> words{m_settings.program, "--tvr_location",
                                  m_storage.product().string()};
   words.insert(words.end(), m_task.undone.begin(), m_task.undone.end());
+  const PidFilesLock lock(PidFilesLock::Use::read);
   const Ended ended = sandbox::run(words, m_environment);
   if (ended.exit_status != 0) throw Cr_ErrnoException(EIO, "could not run the task", ended.err);
   fs::rename(record_files().at(0), undone_record());
@@ -118,7 +120,7 @@ Subject::~Subject() {
   try {
     call_services("-terminate", "stop");
   } catch (const std::exception&) {
-    return;  // what could not be stopped sleeps
+    return;  // a service that could not be stopped only sleeps
   }
 }
 
@@ -159,18 +161,22 @@ std::unique_ptr<Child> Subject::start(const std::vector<std::string>& prefix) co
                              std::to_string(m_settings.threads)});
   words.insert(words.end(), m_task.arguments.begin(), m_task.arguments.end());
   Child::Environment environment = m_environment;
-  // Leaks cannot be looked for in a process that is traced.
+  // The leak sanitizer does not work in a traced process.
   if (!prefix.empty()) environment["ASAN_OPTIONS"] = "detect_leaks=0";
   return std::make_unique<Child>(words, environment);
 }
 
-fs::path Subject::catalog() const {
-  const fs::path catalog = m_storage.root() / "catalog";
-  const fs::path aside = m_storage.root() / "zelp-database-caseconv";
-  if (fs::exists(catalog) == fs::exists(aside)) {
-    throw Cr_ErrnoException(EEXIST, "the catalog is there twice, or not at all");
-  }
-  return fs::exists(catalog) ? catalog : aside;
+Ended Subject::run(const std::vector<std::string>& prefix) const {
+  const PidFilesLock lock(PidFilesLock::Use::read);
+  return start(prefix)->wait(k_longest_run_seconds);
+}
+
+fs::path Subject::tree_dir() const {
+  const fs::path tree = m_storage.tree_dir();
+  const fs::path aside = m_storage.root() / layout::k_work_dir;
+  if (fs::exists(tree) == fs::exists(aside))
+    throw Cr_ErrnoException(EEXIST, "the metadata tree exists twice, or not at all");
+  return fs::exists(tree) ? tree : aside;
 }
 
 State Subject::state() const {
@@ -178,11 +184,11 @@ State Subject::state() const {
   for (const auto& entry : fs::recursive_directory_iterator(m_storage.root())) {
     const std::string file = entry.path().string().substr(m_storage.root().size() + 1);
     const bool is_other = starts_with(file, "quorv/") || starts_with(file, "log/");
-    if (!is_other && file != "mdfixup.lock") state.files.insert(file);
+    if (!is_other && file != layout::k_lock_file) state.files.insert(file);
   }
-  // In a copy: what a run left half done is for the next run to find.
+  // In a copy: the check rolls back transactions that the next run must find.
   const fs::path look = m_dir / "look";
-  copy_storage(catalog(), look);
+  copy_storage(tree_dir(), look);
   check_databases(look);
   for (const std::string& po : list_pos(look)) state.pos.insert(po);
   return state;
@@ -194,18 +200,10 @@ Reports Subject::reports(const Ended& ended) const {
   add_lines(ended.err, reports.err);
   for (const auto& entry : fs::recursive_directory_iterator(m_storage.log_dir())) {
     if (!fs::is_regular_file(entry.path()) || entry.path().parent_path() == runs_dir()) continue;
-    const bool is_run_log = entry.path().filename() == "mdfixup.log";
+    const bool is_run_log = ends_with(entry.path().string(), layout::k_run_log);
     add_lines(read_text(entry.path()), is_run_log ? reports.run_log : reports.task_logs);
   }
   return reports;
-}
-
-fs::path Subject::runs_dir() const {
-  return m_storage.log_dir() / "mdfixup" / "runs";
-}
-
-fs::path Subject::undone_record() const {
-  return m_dir / "undone.db";
 }
 
 // The oldest first.
@@ -214,20 +212,17 @@ std::vector<fs::path> Subject::record_files() const {
   if (!fs::exists(runs_dir())) return {};
   for (const auto& entry : fs::directory_iterator(runs_dir())) {
     if (entry.path().extension() != ".db") continue;
-    const record::Run run = record::RunReader(entry.path().string()).run();
-    files[run.start_nanoseconds] = entry.path();
+    files[record::RunReader(entry.path().string()).run().start_nanoseconds] = entry.path();
   }
-  std::vector<fs::path> sorted(files.size());
-  std::transform(files.begin(), files.end(), sorted.begin(),
-                 [](const auto& each) { return each.second; });
+  std::vector<fs::path> sorted;
+  for (const auto& [start, file] : files) sorted.push_back(file);
   return sorted;
 }
 
 std::vector<record::Run> Subject::records() const {
   std::vector<record::Run> runs;
-  for (const fs::path& file : record_files()) {
+  for (const fs::path& file : record_files())
     runs.push_back(record::RunReader(file.string()).run());
-  }
   return runs;
 }
 
@@ -242,7 +237,8 @@ Lines Subject::saved_pos() const {
 }
 
 std::string Subject::undo_runs() const {
-  std::string told;
+  const PidFilesLock lock(PidFilesLock::Use::read);
+  std::string errors;
   std::vector<fs::path> files = record_files();
   std::reverse(files.begin(), files.end());
   for (const fs::path& file : files) {
@@ -251,29 +247,20 @@ std::string Subject::undo_runs() const {
     const Ended ended = sandbox::run(
         {m_settings.undo, "restore", file.string(), "--tvr_location", m_storage.product().string()},
         m_environment);
-    if (ended.exit_status != 0) told += ended.err;
+    if (ended.exit_status != 0) errors += ended.err;
   }
-  return told;
+  return errors;
 }
 
 std::string Subject::report() const {
   report::Request request;
   request.words = {m_storage.log_dir().string()};
   const report::Report report = report::make_report(request);
-  for (const report::Fault& fault : report.faults) {
+  for (const report::Fault& fault : report.faults)
     throw Cr_ErrnoException(EIO, fault.path, fault.text);
-  }
   std::ostringstream text;
   report::write_text(report, text);
   return text.str();
-}
-
-bool Subject::is_locked() const {
-  return fs::exists(m_storage.root() / "mdfixup.lock");
-}
-
-void Subject::remove_lock() const {
-  fs::remove(m_storage.root() / "mdfixup.lock");
 }
 
 }  // namespace sandbox::faults

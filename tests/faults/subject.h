@@ -7,56 +7,54 @@
 
 #include <boost/filesystem/path.hpp>
 
+#include "files/storage_layout.h"
 #include "record/findings.h"
 #include "sandbox/child.h"
 #include "sandbox/storage_builder.h"
 
 namespace sandbox::faults {
 
-// What is tried, as the options of mdfixup-faults say.
+// The options of mdfixup-faults.
 struct Settings {
   std::string program;
-  std::string undo;                 // the program that undoes what that one did
-  std::vector<std::string> faults;  // names; all when there are none, as with tasks
+  std::string undo;                 // the undo program of the same build
+  std::vector<std::string> faults;  // names; empty means all, also for tasks
   std::vector<std::string> tasks;
-  std::string calls;    // system calls, as strace names them; the fault's own when empty
-  std::string at;       // one moment alone, "call:n"; all when empty
-  unsigned points = 0;  // so many, drawn at random; 0 for all, but for one signal
+  std::string calls;    // system calls, as strace names them; empty means those of the fault
+  std::string at;       // one point, "call:n"; empty means all
+  unsigned points = 0;  // the number of points to draw; 0 means all, and one signal
   unsigned seed = 1;
   unsigned scale = 1;
   unsigned threads = 1;
 };
 
-// What a task does to the metadata when nothing goes wrong, and so what may be found when it did.
+// What a task does to the metadata. It decides what a run with a fault may leave.
 enum class Effect { none, moves, deletes, restores };
 
-// A task of the program that faults are tried on.
+// A task of the program.
 struct Task {
   std::string name;
   std::vector<std::string> arguments;
   Effect effect = Effect::none;
   int failed_exit_status = 1;
-  bool resumed = false;   // it goes on where one that was killed half-way stopped
-  bool services = false;  // the simulated services run when it starts
-  std::vector<std::string> undone =
-      {};  // a run with these arguments comes before it, and is undone
+  bool resumed = false;                  // continues a run that was killed half-way
+  bool services = false;                 // the simulated services run when it starts
+  std::vector<std::string> undone = {};  // arguments of an earlier run, which the task undoes
 };
 
-// Scan, dry run, deletion, repair, a repair after one that was killed half-way, one that stops the
-// services itself, and the undoing of a deletion and of a repair.
+// Scan, dry run, deletion, repair, a resumed repair, a repair that stops the services, and the undoing
+// of a deletion and of a repair.
 const std::vector<Task>& all_tasks();
 
 using Lines = std::multiset<std::string>;
 
-// What is to be found in a storage: every PO in the form of list_pos, and the names of all files but
-// logs, lock and those of the product.
+// The POs of a storage in the form of list_pos, and its file names without logs, lock and product.
 struct State {
   Lines pos;
   Lines files;
 };
 
-// What a run told: on standard output, in its task's logs, in the run log and on standard error.
-// Lines that name a log, whose names hold the time, are left out.
+// The output of a run, without lines that name a log: those names contain the time.
 struct Reports {
   Lines out;
   Lines task_logs;
@@ -66,78 +64,73 @@ struct Reports {
 
 constexpr int k_all_services = 3;
 
-// A run that takes so long waits for something that never comes.
+// A longer run hangs.
 constexpr int k_longest_run_seconds = 100;
 
-// A storage on which one task of the program is tried again and again, each time from the same
-// beginning.
+// A storage on which one task runs again and again, each time from the same initial state.
 //
 // Threads: one thread.
 // Ownership: refers to the settings and the task, which must outlive it.
-// Errors: Cr_ErrnoException, filesystem_error or system_error, when the storage cannot be made,
-//   brought back or read.
+// Errors: Cr_ErrnoException, filesystem_error or system_error, if the storage cannot be made,
+//   restored or read.
 class Subject {
  public:
-  // Makes the storage in the empty directory `dir`. A task with services needs the right to write
-  // /var/run, and none of them there.
+  // Makes the storage in the empty directory `dir`. A task with services needs a writable /var/run
+  // without their pid files.
   Subject(const boost::filesystem::path& dir, const Settings& settings, const Task& task);
   ~Subject();
   Subject(const Subject&) = delete;
   Subject& operator=(const Subject&) = delete;
 
-  // Brings the storage back to its beginning, and starts the services of a task that has some.
+  // Restores the initial state, and starts the services of a task that has some.
   void restore() const;
 
-  // Starts the program with the task's arguments, behind the words of `prefix`.
+  // Starts the program with the task's arguments. `prefix` precedes the command.
   std::unique_ptr<Child> start(const std::vector<std::string>& prefix) const;
 
-  // The same, and waits for its end.
-  Ended run(const std::vector<std::string>& prefix) const {
-    return start(prefix)->wait(k_longest_run_seconds);
-  }
+  // Starts it and waits for its end.
+  Ended run(const std::vector<std::string>& prefix) const;
 
-  // Looks at the storage as it is now, and leaves it so. A database that does not pass its integrity
-  // check is an error.
+  // The current state; changes nothing. Errors: also a database that fails its integrity check.
   State state() const;
 
   Reports reports(const Ended& ended) const;
 
-  // What the records say of the runs since the beginning. Errors: Cr_ErrnoException for one that cannot
-  // be read.
+  // The records of the runs since the initial state. Errors: Cr_ErrnoException for an unreadable one.
   std::vector<record::Run> records() const;
 
-  // The POs that they hold, without the directories, in the form of list_pos. Errors: the same.
+  // The POs in these records, in the form of list_pos without directories. Errors: as records.
   Lines saved_pos() const;
 
-  // Undoes the runs since the beginning that changed something, the last one first. Returns what was
-  // told by those that could not be undone. Errors: the same.
+  // Undoes the runs since the initial state that changed something, the newest first. Returns the
+  // standard error of those that could not be undone. Errors: as records.
   std::string undo_runs() const;
 
-  // As it was before the run that is undone, or else in the beginning.
+  // The state before the run that the task undoes; otherwise the initial state.
   const State& original() const { return m_original; }
 
-  // What the report of these runs says. Errors: the same.
+  // The report on these runs. Errors: as records.
   std::string report() const;
 
-  // Makes what is now the beginning; the logs are none of it.
+  // Makes the current state, without logs, the initial state.
   void keep() const;
 
-  bool is_locked() const;
-  void remove_lock() const;
+  // The lock file of the storage.
+  boost::filesystem::path lock_file() const { return m_storage.root() / layout::k_lock_file; }
 
-  // How many of the three services run.
+  // The number of services that run.
   int services() const;
 
-  // Beside the storage, for whoever traces a run.
+  // A file for strace, outside the storage.
   boost::filesystem::path trace_file() const { return m_dir / "trace"; }
 
   const Settings& settings() const { return m_settings; }
   const Task& task() const { return m_task; }
 
  private:
-  boost::filesystem::path catalog() const;
-  boost::filesystem::path runs_dir() const;
-  boost::filesystem::path undone_record() const;
+  boost::filesystem::path tree_dir() const;
+  boost::filesystem::path runs_dir() const { return m_storage.log_dir() / layout::k_records; }
+  boost::filesystem::path undone_record() const { return m_dir / "undone.db"; }
   void make_undone_run();
   std::vector<boost::filesystem::path> record_files() const;
   void call_services(const char* monitor_argument, const char* engine_argument) const;

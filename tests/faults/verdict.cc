@@ -7,6 +7,7 @@
 #include <regex>
 
 #include <boost/algorithm/string/predicate.hpp>
+#include <boost/filesystem/operations.hpp>
 
 #include "status/status.h"
 
@@ -18,7 +19,7 @@ using boost::algorithm::contains;
 using boost::algorithm::ends_with;
 using boost::algorithm::starts_with;
 
-// The lines of `wanted`, each as often as it stands there, that `given` lacks.
+// The lines of `wanted` that `given` lacks or has less often.
 Lines lacking(const Lines& wanted, const Lines& given) {
   Lines result;
   std::set_difference(wanted.begin(), wanted.end(), given.begin(), given.end(),
@@ -26,7 +27,7 @@ Lines lacking(const Lines& wanted, const Lines& given) {
   return result;
 }
 
-// Without the directories that they are in, each once: a move that was cut short leaves two.
+// The POs without directories and duplicates: an interrupted move leaves a PO in two directories.
 Lines anywhere(const Lines& pos) {
   std::set<std::string> lines;
   for (const std::string& line : pos) lines.insert(line.substr(line.find('|') + 1));
@@ -38,18 +39,18 @@ Lines together(Lines first, const Lines& second) {
   return first;
 }
 
-// What is in one of them and not in the other.
+// The lines that are in only one of them.
 Lines difference(const Lines& first, const Lines& second) {
   return together(lacking(first, second), lacking(second, first));
 }
 
-// The part of each match that stands in brackets in the pattern.
+// The first group of each match.
 Lines named_in(const std::string& text, const std::regex& pattern) {
   return {std::sregex_token_iterator(text.begin(), text.end(), pattern, 1),
           std::sregex_token_iterator()};
 }
 
-// A link is named by its whole path, of which a file's name is the end.
+// Whether the line names one of these POs or links. A link's name is its whole path.
 bool is_named(const std::string& line, const Lines& names) {
   return std::any_of(names.begin(), names.end(), [&](const std::string& name) {
     return contains(line, name) || ends_with(name, line.substr(line.find('/')));
@@ -58,15 +59,14 @@ bool is_named(const std::string& line, const Lines& names) {
 
 Lines without_digits(const Lines& lines) {
   Lines result;
-  for (const std::string& line : lines) {
+  for (const std::string& line : lines)
     result.insert(std::regex_replace(line, std::regex("[0-9]"), ""));
-  }
   return result;
 }
 
 struct Judge {
   const Subject& m_subject;
-  const Baseline& m_undisturbed;
+  const Baseline& m_baseline;
   const Ended& m_ended;
   const Disturbance& m_done;
   const Reports m_reports = m_subject.reports(m_ended);
@@ -96,11 +96,11 @@ struct Judge {
   }
 
   void judge_end() {
-    const bool is_locked = m_subject.is_locked();
+    const bool is_locked = boost::filesystem::exists(m_subject.lock_file());
     expect(!m_ended.timed_out, "hangs");
     if (m_ended.signal != 0) {
       const bool was_meant = (m_done.intent == Intent::kill && m_ended.signal == SIGKILL) ||
-                             // Before its handlers are there and after they are gone.
+                             // The handlers exist only while the run has its lock.
                              (m_ended.signal == m_done.signal && !is_locked);
       expect(was_meant, "crashed by signal " + std::to_string(m_ended.signal));
       return;
@@ -116,10 +116,10 @@ struct Judge {
   }
 
   void judge_metadata(const State& now) {
-    const State& before = m_undisturbed.before;
+    const State& before = m_baseline.before;
     const bool restores = m_subject.task().effect == Effect::restores;
-    const State& most = restores ? m_undisturbed.after : before;
-    const State& least = restores ? before : m_undisturbed.after;
+    const State& most = restores ? m_baseline.after : before;
+    const State& least = restores ? before : m_baseline.after;
     expect_none(lacking(anywhere(now.pos), anywhere(most.pos)), "holds a PO that was not there");
     expect_none(lacking(anywhere(least.pos), anywhere(now.pos)), "loses a PO");
     if (m_subject.task().effect == Effect::deletes) {
@@ -131,7 +131,7 @@ struct Judge {
     expect_none(difference(before.files, now.files), "makes or removes a file");
   }
 
-  // What is told and left behind, which does not fail the repair, is all that may be undone.
+  // A repair that succeeds may leave only these POs and links, and reports them.
   Lines unmoved() const {
     return named_in(m_ended.err,
                     std::regex("unable to get the po for basename (.*) and directory"));
@@ -141,36 +141,35 @@ struct Judge {
   }
 
   void judge_work(const State& now) {
-    const State& whole = m_undisturbed.after;
-    for (const std::string& line : difference(whole.pos, now.pos)) {
+    const State& whole = m_baseline.after;
+    for (const std::string& line : difference(whole.pos, now.pos))
       expect(is_named(line, unmoved()), "ends well with work undone: " + line);
-    }
     for (const std::string& file : difference(whole.files, now.files)) {
-      // The directory of a target that took nothing is not there either.
+      // A target directory without POs is missing, too.
       expect(!unmoved().empty() || is_named(file, kept_links()),
              "ends well and leaves other files: " + file);
     }
   }
 
-  // A run that ends well has told all that an baseline one does; in its run log, numbers apart.
+  // A successful run reports all lines of the baseline; in the run log, numbers may differ.
   void judge_logs() {
-    const Reports& told = m_undisturbed.reports;
-    expect_none(lacking(told.out, m_reports.out), "ends well and does not print");
+    const Reports& whole = m_baseline.reports;
+    expect_none(lacking(whole.out, m_reports.out), "ends well and does not print");
     const Lines pos = unmoved();
     const bool left_some = !pos.empty() || !kept_links().empty();
     for (const std::string& line :
-         lacking(told.task_logs, together(m_reports.task_logs, m_reports.err))) {
-      // Moves go by the path that a link leads along, too.
+         lacking(whole.task_logs, together(m_reports.task_logs, m_reports.err))) {
+      // Moves through a link's path are logged with that path.
       const bool excused = left_some && (starts_with(line, "Moved ") ||
                                          starts_with(line, "Client ") || is_named(line, pos));
       expect(excused, "ends well and does not log: " + line);
     }
     const Lines run_log = together(m_reports.run_log, m_reports.err);
-    expect_none(lacking(without_digits(told.run_log), without_digits(run_log)),
+    expect_none(lacking(without_digits(whole.run_log), without_digits(run_log)),
                 "ends well and does not log");
   }
 
-  // No line of it lacks its beginning.
+  // Every line begins with its time.
   void judge_run_log() {
     for (const std::string& line : m_reports.run_log) {
       expect(line.size() > 30 && line[4] == '-' && line[10] == ' ' && line[23] == ' ',
@@ -178,8 +177,8 @@ struct Judge {
     }
   }
 
-  // A killed run leaves a record that opens, or none. Any other one has a whole record, or says that it
-  // could not be written.
+  // A killed run leaves a readable record or none. Any other run has a complete record, or reports that
+  // it could not be written.
   void judge_record() {
     const std::vector<record::Run> runs = m_subject.records();
     expect(runs.size() <= 1, "leaves several records");
@@ -187,7 +186,7 @@ struct Judge {
     const bool is_open = !runs.empty() && runs[0].end.ending == record::Ending::none;
     expect(is_open == contains(report, "no end recorded"), "reports another end: " + report);
     if (m_ended.signal != 0 || contains(m_ended.err, "the record of this run, ")) return;
-    // One that failed early has no record, and nowhere to say that one could not be made.
+    // A run that fails early has no record, and no log to report that.
     if (runs.empty()) return expect(!m_succeeded, "ends well without a record");
     const record::RunEnd& end = runs[0].end;
     expect(end.ending != record::Ending::none || m_done.mutes, "leaves a record without an end");
@@ -195,8 +194,8 @@ struct Judge {
     if (!m_succeeded || !unmoved().empty() || !kept_links().empty()) return;
     for (const record::Count& count : record::k_counts) {
       const std::uint64_t recorded = runs[0].counts.*count.value;
-      const std::uint64_t whole = m_undisturbed.record.counts.*count.value;
-      // Sizes that could not be read are left out; what is taken is not.
+      const std::uint64_t whole = m_baseline.record.counts.*count.value;
+      // The bytes lack POs whose size could not be read; all POs are counted.
       const bool is_sizes = count.value == &record::DirCounts::taken_bytes;
       const bool is_right =
           is_sizes && m_done.intent == Intent::fail ? recorded <= whole : recorded == whole;
@@ -209,55 +208,55 @@ struct Judge {
     if (task.effect == Effect::none || m_ended.exit_status < 0 || m_done.mutes) return;
     if (!task.services) return judge_request_for_services();
     if (!m_succeeded && m_done.intent != Intent::interrupt) return;
-    // The commands may have met the fault as well, some half-way, which is told then.
-    const bool told =
+    // The commands may meet the fault, too; the run reports that.
+    const bool is_reported =
         contains(m_ended.err, "Could not stop") || contains(m_ended.err, "services may not run");
     const int expected = m_succeeded ? k_all_services : 0;
-    expect(m_subject.services() == expected || told, "leaves other services");
+    expect(m_subject.services() == expected || is_reported, "leaves other services");
   }
 
-  // Whoever has been told to stop the services is told to start them again, but for a repair that is
-  // not through. A deletion and a restore ask for them even where it failed before its first line.
+  // The run requests the services again, except an unfinished repair. A deletion and a restore request
+  // them even if they fail before the first line.
   void judge_request_for_services() {
     const Effect effect = m_subject.task().effect;
     const bool deletes = effect == Effect::deletes || effect == Effect::restores;
-    const bool told = contains("\n" + m_ended.out, "\nPlease start");
-    const bool must_tell = m_succeeded || (deletes && !m_reports.task_logs.empty());
+    const bool requests = contains("\n" + m_ended.out, "\nPlease start");
+    const bool must_request = m_succeeded || (deletes && !m_reports.task_logs.empty());
     const bool lost_output = contains(m_ended.err, "not all that it reports") ||
                              contains(m_ended.err, "the record of this run, ");
-    expect(told || !must_tell || lost_output, "does not ask for the services");
-    expect(!told || must_tell || lost_output || deletes,
-           "asks for the services though it is not through");
+    expect(requests || !must_request || lost_output, "does not request the services");
+    expect(!requests || must_request || lost_output || deletes,
+           "requests the services though it is not finished");
   }
 
   void judge_next_run() {
-    // By hand, as an operator does after a kill; whatever else left it was told of above.
-    m_subject.remove_lock();
+    // As an operator does after a kill. judge_end reports other locks that are left.
+    boost::filesystem::remove(m_subject.lock_file());
     const Ended again = m_subject.run({});
     expect(again.exit_status == 0,
            "the next run ends with " + std::to_string(again.exit_status) + ": " + again.err);
     const State now = m_subject.state();
-    expect_none(difference(now.pos, m_undisturbed.after.pos), "the next run ends with other POs");
-    expect_none(difference(now.files, m_undisturbed.after.files), "and with other files");
+    expect_none(difference(now.pos, m_baseline.after.pos), "the next run ends with other POs");
+    expect_none(difference(now.files, m_baseline.after.files), "and with other files");
     judge_undo(again);
   }
 
-  // Whatever was done in how many runs, all of it can be undone. Services that run keep it from being.
+  // All changes of all runs can be undone, unless services run.
   void judge_undo(const Ended& again) {
     const Task& task = m_subject.task();
     const bool changes = task.effect == Effect::deletes || task.effect == Effect::moves;
     const bool lacks_record = contains(m_ended.err + again.err, "the record of this run, ");
     if (!changes || task.services || task.resumed || lacks_record) return;
-    const std::string told = m_subject.undo_runs();
-    expect(told.empty(), "cannot be undone: " + told);
-    expect_none(difference(m_subject.state().pos, m_undisturbed.before.pos),
+    const std::string errors = m_subject.undo_runs();
+    expect(errors.empty(), "cannot be undone: " + errors);
+    expect_none(difference(m_subject.state().pos, m_baseline.before.pos),
                 "and is undone with other POs");
   }
 };
 
 }  // namespace
 
-Baseline run_undisturbed(const Subject& subject) {
+Baseline run_baseline(const Subject& subject) {
   Baseline baseline;
   subject.restore();
   baseline.before = subject.state();

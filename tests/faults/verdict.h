@@ -6,7 +6,7 @@
 
 namespace sandbox::faults {
 
-// The run that nothing disturbed, against which the others are held.
+// A run without a fault, with which the others are compared.
 struct Baseline {
   State before;
   State after;
@@ -15,28 +15,28 @@ struct Baseline {
 };
 
 // Restores the subject and runs it.
-// Errors: Cr_ErrnoException when not even that run ends well, or when it does not do its task.
-Baseline run_undisturbed(const Subject& subject);
+// Errors: Cr_ErrnoException if the run fails, or does not do its task.
+Baseline run_baseline(const Subject& subject);
 
-// What a fault is meant to do to the run itself: end it, make a step of it fail, ask it to stop.
+// The purpose of a fault: end the run, make a step of it fail, or ask it to stop.
 enum class Intent { kill, fail, interrupt };
 
-// What was done to one run.
+// The fault of one run.
 struct Disturbance {
   Intent intent = Intent::kill;
-  int signal = 0;           // the one that was sent
-  bool mutes = false;       // nothing can be written to logs or streams from then on
-  bool keeps_lock = false;  // the lock's file cannot be removed, or not without danger
+  int signal = 0;           // the signal that was sent
+  bool mutes = false;       // from a point on, writes to logs and streams fail
+  bool keeps_lock = false;  // the lock file cannot be removed, or not safely
 };
 
-// Holds the storage, and what the run told, against what is promised of a run that met a fault, and
-// then runs the program again. Returns what is wrong, a line each; empty when all is well.
+// Checks the promises for a run with a fault, and then runs the program again. Returns the broken
+// promises, a line each.
 //
-// Promised is: the databases are sound; no PO is lost or changed, but for those that the baseline
-// deletion takes; a run that ends with 0 has done everything but what it tells on standard error, and
-// told everything; its record can be read, and unless it was killed says how the run ended, or the run
-// says why not; one that does not end with 0 says why, has not crashed or hung and has taken its lock away, but
-// for one that was killed; and the next run ends where an baseline one does.
+// The promises: The databases are intact. No PO is lost or changed, except those that the baseline of a
+// deletion deletes. A run with exit status 0 has done all its work and reported it; what is unfinished
+// is on standard error. Its record is readable and has the end of the run, unless the run was killed or
+// reports why not. A failed run says why, does not crash or hang, and removes its lock, unless it was
+// killed. The next run ends in the same state as the baseline.
 std::string judge(const Subject& subject, const Baseline& baseline, const Ended& ended,
                   const Disturbance& disturbance);
 

@@ -6,12 +6,13 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include "files/storage_layout.h"
 #include "status/status.h"
 #include "tests/support/temp_dir.h"
 
 namespace {
 
-// Takes and gives back the lock again and again. False when somebody else held it at the same time.
+// Takes and releases the lock repeatedly. False if another process held it at the same time.
 bool contend(const boost::filesystem::path& path) {
   const boost::filesystem::path owner = path.string() + ".owner";
   for (int round = 0; round < 2000; ++round) {
@@ -21,7 +22,7 @@ bool contend(const boost::filesystem::path& path) {
       support::write_text(owner, "taken");
       support::write_text(owner, "");
     } catch (const Cr_ErrnoException&) {
-      continue;  // it is another one's
+      continue;  // another process has it
     }
   }
   return true;
@@ -29,7 +30,7 @@ bool contend(const boost::filesystem::path& path) {
 
 TEST(FileLock, NeverHeldByTwoProcesses) {
   const support::TempDir dir;
-  const boost::filesystem::path path = dir.path() / "mdfixup.lock";
+  const boost::filesystem::path path = dir.path() / layout::k_lock_file;
   for (int process = 0; process < 4; ++process)
     if (::fork() == 0) ::_exit(contend(path) ? 0 : 1);
   for (int process = 0; process < 4; ++process) {
@@ -37,14 +38,14 @@ TEST(FileLock, NeverHeldByTwoProcesses) {
     ::wait(&status);
     EXPECT_EQ(status, 0);
   }
-  EXPECT_FALSE(boost::filesystem::exists(path)) << "left behind, and in everybody's way";
+  EXPECT_FALSE(boost::filesystem::exists(path)) << "it would block every later run";
 }
 
 TEST(FileLock, IsRemovedFromAStorageThatWasRenamed) {
   const support::TempDir dir;
   boost::filesystem::create_directory(dir.path() / "storage");
   {
-    const auto lock = util::FileLock::init(dir.path() / "storage" / "mdfixup.lock");
+    const auto lock = util::FileLock::init(dir.path() / "storage" / layout::k_lock_file);
     boost::filesystem::rename(dir.path() / "storage", dir.path() / "renamed");
   }
   EXPECT_TRUE(boost::filesystem::is_empty(dir.path() / "renamed"));

@@ -11,7 +11,7 @@ root=$work/root storage=$work/kestrel log=$work/'the logs'
 expect() { # WHAT COMMAND...: the command must succeed
   "${@:2}" || { echo "install_test: expected: $1" >&2 && exit 1; }
 }
-# Any path may be left out of installations on this machine, manual pages for one; none is here.
+# This machine may exclude paths from installations, for example manual pages; include all here.
 in_root() {
   dpkg --root="$root" --log="$work/dpkg.log" --force-script-chrootless --force-depends \
     --force-not-root --force-bad-path --path-include='/*' "$@" >"$work/dpkg" 2>&1 ||
@@ -48,18 +48,18 @@ for program in usr/sbin/mdfixup{,-undo} "${companions[@]/#/usr/bin/}"; do
 done
 expect "security updates of SQLite reach the program" \
   grep -q 'NEEDED.*libsqlite3\.so' <(readelf -Wd "$root/usr/sbin/mdfixup")
-# The programs call nothing that the C library checks as they run, so their symbols do not tell.
+# The programs call no function with such a check at run time, so their symbols do not show it.
 expect "every file compiled with the checks of the C library" [ -z "$(
   grep '"command"' "${deb%/*}/compile_commands.json" | grep -v -- -D_FORTIFY_SOURCE=2)" ]
 
 "$root/usr/bin/mdfixup-sandbox" create "$storage" >/dev/null
 mkdir "$log"
-for file in ksregistry storage; do # the examples are what is run with
+for file in ksregistry storage; do # run with the example files
   sed "s!/srv/kestrel/log!$log!; s!/srv/kestrel!$storage!" \
     "$root/$share/doc/mdfixup/examples/$file.cfg" >"$storage/etc/$file.cfg"
 done
 list() { "$root/usr/bin/mdfixup-sandbox" list "$storage/catalog"; }
-check() { # STATUS LINE...: with these lines behind the settings of the sandbox
+check() { # STATUS LINE...: with these lines after the settings of the sandbox
   local status=0
   printf '%s\n' "KSREGISTRY=$storage/etc/ksregistry.cfg" "TVR_LOCATION=$storage/quorv" "${@:2}" \
     >"$root/etc/default/mdfixup"
@@ -68,7 +68,7 @@ check() { # STATUS LINE...: with these lines behind the settings of the sandbox
 }
 list >"$work/before"
 runs=$log/mdfixup/runs
-# Kept: what a process that exists may still write, what is newer in part, what is no file of a record.
+# Kept: files that a live process may still write, that are newer in part, or that are no records.
 kept=("1-$$.db" 2-0.db{,-wal} 2-0.db.old notes.db)
 mkdir -p "$runs/3-0.db"
 ln -s "$storage/planted" "$runs/4-0.db"
@@ -96,15 +96,15 @@ check 0 ONE_LISTING=yes
 expect "the same orphans with one listing" diff <(grep '^{' "$work/out" | LC_ALL=C sort) \
   <(LC_ALL=C sort "$storage/planted/orphans.txt")
 expect "the flag" grep -q -- ' --one_listing' <(tail -n 20 "$log"/mdfixup/mdfixup.log)
-# The first command of the dry run mends what the scan failed at; then it reports a pending import;
-# then it outlives a signal to all that runs.
+# The first command of the dry run repairs the database that the scan failed at; then it reports a
+# pending import; then it survives a signal to the whole process group.
 lifecycle=$storage/quorv/tavrin/bin/admincmd/tvlifecycle
 damaged=$(find "$storage/catalog" -name po.db -print -quit)
 mv "$damaged" "$work/po.db"
 echo damaged >"$damaged"
 printf '#!/bin/sh\nmv %s %s\n' "$work/po.db" "$damaged" >"$lifecycle"
 check 1
-expect "a dry run behind the failed scan" grep -q '^mdfixup finished successfully' "$work/out"
+expect "a dry run after the failed scan" grep -q '^mdfixup finished successfully' "$work/out"
 printf '#!/bin/sh\necho image1\n' >"$lifecycle"
 check 1
 mkfifo "$work"/{begun,on}
@@ -128,7 +128,7 @@ mkdir "$work/units"
 for unit in mdfixup-check.service mdfixup-check.timer; do # their program is not on this machine
   sed "s!^ExecStart=!&$root!" "$units/$unit" >"$work/units/$unit"
 done
-# What it does not know it passes over, with a warning; those on this machine's own units are not ours.
+# Unknown settings cause warnings. Warnings about other units of this machine are ignored.
 systemd-analyze verify --man=no "$work"/units/* 2>&1 | grep -F mdfixup-check >"$work/verify" || true
 expect "sound units: $(cat "$work/verify")" [ ! -s "$work/verify" ]
 

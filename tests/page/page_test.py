@@ -14,8 +14,8 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "scripts"))
 from browser import Browser
 
 PROGRAM = ""
-# The record's bytes, and what a reader sees. Each would run, hide something or break the page if it were
-# not shown as text.
+# Bytes in the record, and the text that a reader sees. Unescaped, each would run, hide text or break the
+# page.
 HOSTILE = {name.encode(): name for name in (
     "<img src=x onerror=ran=1>", "\"><script>ran=1</script>", "' autofocus onfocus='ran=1",
     "</script><svg onload=ran=1>", "&lt;b&gt;</style>")}
@@ -36,7 +36,7 @@ export KSREGISTRY="$2/etc/ksregistry.cfg"
 
 
 def fill(record, orphans, notes=(), arguments=(), status=0):
-    """Puts into the record what was found; the notes are names of all that can fail."""
+    """Adds findings to the record; the notes are the names in findings of failures."""
     database = sqlite3.connect(record)
 
     def add(table, **values):
@@ -98,7 +98,7 @@ class Page(unittest.TestCase):
         self.browser.open(self.work / f"{name}.html")
 
     def table(self, value, caption="Orphan copies"):
-        """A value of the table, with `rows` those that are seen and `filter` what stands above them."""
+        """A value of the table; `rows` are its visible rows, `filter` is the element above it."""
         return self.browser.run(
             "const table = Array.from(document.querySelectorAll('table'))"
             ".find(t => t.caption.textContent.startsWith(arguments[0]));"
@@ -127,7 +127,7 @@ class Page(unittest.TestCase):
         return self.browser.run("return Array.from(document.querySelectorAll(arguments[0]), "
                                 "e => e.checkVisibility())", selector)
 
-    def test_what_decides_stands_first(self):
+    def test_what_decides_comes_first(self):
         first = self.text("main .alert")
         for words in ("failed (exit status 1)", "8 warnings, the first", "--catalog_backup_time",
                       "8 POs of other copies"):
@@ -151,7 +151,7 @@ class Page(unittest.TestCase):
         policies = [name for name in self.column(1) if name.startswith("p")]
         self.assertEqual(policies, ["p1", "p2", "p9", "p10"])
 
-    def test_filter_says_how_many_rows_it_leaves_and_their_sums(self):
+    def test_filter_shows_count_and_sums_of_its_rows(self):
         status = self.filter("P9 DEL")
         self.assertEqual(self.column(0), ["delta"])
         self.assertIn(f"1 of {len(ORPHANS)} rows, Orphan copies: 5, Copies there: 50", status)
@@ -161,7 +161,7 @@ class Page(unittest.TestCase):
         self.assertEqual(len(self.column(1)), 1)  # so paper has to say so
         self.assertIn(True, self.seen(".filter span"))
 
-    def test_names_are_text_and_nothing_is_loaded(self):
+    def test_names_are_text_and_no_file_is_loaded(self):
         self.browser.log("performance")
         self.browser.log("browser")
         self.open("hostile")
@@ -197,7 +197,7 @@ class Page(unittest.TestCase):
                 ".filter(e => e.getBoundingClientRect().right > innerWidth).length"), 0)
         self.assertEqual(self.column(0), ["alpha"])
 
-    def test_all_media_have_contrast_and_paper_all_that_is_folded(self):
+    def test_all_media_have_contrast_and_paper_shows_folded_parts(self):
         grounds = []
         for media, scheme in (("", "light"), ("", "dark"), ("print", "dark")):
             self.browser.set_media(media, scheme)
@@ -208,7 +208,7 @@ class Page(unittest.TestCase):
         self.assertNotEqual(grounds[0], grounds[1])
         self.assertEqual(set(self.seen("details li")), {True})
 
-    def test_without_script_all_is_there(self):
+    def test_without_script_all_cells_are_visible(self):
         with_script = self.seen("td")
         self.browser.devtools("Emulation.setScriptExecutionDisabled", value=True)
         self.addCleanup(self.browser.devtools, "Emulation.setScriptExecutionDisabled", value=False)
@@ -222,7 +222,7 @@ class Page(unittest.TestCase):
         self.assertEqual(len(self.column(0)), 10000)
 
 
-# The page's background, and the least contrast of a text with what it stands on, as WCAG defines it.
+# The page's background, and the least contrast of a text with its background, as WCAG defines it.
 CONTRAST = """
   const parts = (color) => color.match(/[\\d.]+/g).map(Number);
   const light = (color) => parts(color).slice(0, 3).map((c) => c / 255)

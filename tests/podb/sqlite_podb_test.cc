@@ -35,11 +35,11 @@ class SQLitePODBTest : public testing::Test {
   }
 
   support::TempDir m_dir;
-  const fs::path m_policy = m_dir.path() / "2" / "hosta" / "p";
-  const fs::path m_file = m_policy / "po.db";
+  const fs::path m_policy = m_dir.path() / "2/hosta/p";
+  const fs::path m_file = m_policy / layout::k_po_database;
 };
 
-TEST_F(SQLitePODBTest, ListsInByteOrderWhatDoesNotBeginSo) {
+TEST_F(SQLitePODBTest, ListsInByteOrderNamesWithoutThePrefix) {
   const Names sorted{"",       "A", "a",    "aa",       "ab",       "abc",
                      "ab\xff", "b", "\xff", "\xff\xff", "\xff\xff_"};
   create(Names(sorted.rbegin(), sorted.rend()));
@@ -55,7 +55,7 @@ TEST_F(SQLitePODBTest, ListsInByteOrderWhatDoesNotBeginSo) {
     Names listed;
     const auto take = [&](std::string_view name) { listed.emplace_back(name); };
     EXPECT_EQ(database.get_basenames_without(prefix, take), 0);
-    // A name that is no text may be handed out whatever it begins with.
+    // A blob may be listed even if it has the prefix.
     EXPECT_LE(std::count_if(listed.begin(), listed.end(), begins_so), 1) << prefix;
     boost::range::remove_erase_if(listed, begins_so);
     Names expected = all;
@@ -79,7 +79,7 @@ TEST_F(SQLitePODBTest, RunsExactlyOneStatement) {
   EXPECT_EQ(names, Names());
 }
 
-TEST_F(SQLitePODBTest, WhatIsCreatedGoesUnlessSomethingWasStored) {
+TEST_F(SQLitePODBTest, NewDatabaseIsRemovedUnlessItHasRows) {
   const fs::path client = m_policy.parent_path();
   fs::create_directories(client);
   SQLitePODB(m_dir.path(), m_policy).do_begin_transaction();
@@ -91,12 +91,12 @@ TEST_F(SQLitePODBTest, WhatIsCreatedGoesUnlessSomethingWasStored) {
   EXPECT_TRUE(fs::exists(m_file));
 }
 
-TEST_F(SQLitePODBTest, WhatACreationThatDiedLeftIsClearedJournalsAreKeptAndNoStorageIsMade) {
+TEST_F(SQLitePODBTest, CreationRemovesLeftoversKeepsJournalsAndMakesNoStorage) {
   for (const char* left : {".new", ".new-journal"})
     support::write_text(m_file.string() + left, "half a database");
   create({"a"});
   EXPECT_EQ(std::distance(fs::directory_iterator(m_policy), fs::directory_iterator()), 1);
-  // What a writer that died leaves beside its database: nobody holds a lock, and it is not empty.
+  // A killed writer leaves a journal that is not empty and that no process locks.
   const std::string journal = m_file.string() + "-journal";
   support::write_text(journal, "the pages as they were");
   Names names;

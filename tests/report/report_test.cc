@@ -11,34 +11,40 @@
 #include "sandbox/generator.h"
 #include "tests/support/scene.h"
 
-// The report on real runs, and on records that no run would leave so.
+// The report on real runs, and on records that no run would leave.
 namespace report_test {
 
 namespace fs = boost::filesystem;
 using boost::algorithm::contains;
 using Json = nlohmann::json;
 using support::Ended;
+using support::joined;
 using support::lines_beginning;
 using support::Words;
 
-Ended report(Words arguments) {
-  arguments.insert(arguments.begin(), MDFIXUP_REPORT_PROGRAM);
-  return support::run(arguments, {{"TZ", "UTC"}, {"KSREGISTRY", "/no/such"}});
+Ended report(const Words& arguments) {
+  const Words command = joined({MDFIXUP_REPORT_PROGRAM}, arguments);
+  return support::run(command, {{"TZ", "UTC"}, {"KSREGISTRY", "/no/such"}});
 }
 
-// What the report gives first, of runs or of their comparison.
-Json first_detail(Words arguments) {
-  arguments.emplace_back("--json");
-  return Json::parse(report(arguments).out)["details"][0];
+Json json(const Words& arguments) {
+  return Json::parse(report(joined(arguments, {"--json"})).out);
 }
 
-// A log directory, and what makes records in it.
+// The first detail of a report, of a run or of a comparison.
+Json first_detail(const Words& arguments) {
+  return json(arguments)["details"][0];
+}
+
+// A log directory, in which it makes records.
 class Records {
  public:
   std::string dir() const { return m_dir.path().string(); }
-  std::string file(const std::string& id) const { return dir() + "/mdfixup/runs/" + id + ".db"; }
+  std::string file(const std::string& id) const {
+    return dir() + "/" + layout::k_records + "/" + id + ".db";
+  }
 
-  // The record of a dry run that found one orphan among six copies, changed by `sql`. Returns its file.
+  // Adds the record of a dry run with one orphan among six copies, changed by `sql`. Returns its file.
   std::string add(std::int64_t start_seconds, const std::string& sql = "") const {
     record::Directory dir{"2", "hosta", "p", {2, 6, 1, 0, 2, 9, 0, 0, 0, 0}};
     record::Run run;
@@ -74,7 +80,7 @@ void expect_documented(const Json& json, const std::string& page) {
   if (json.is_array() && !json.empty()) expect_documented(json[0], page);
 }
 
-// One concern that says so, or none.
+// Expects one concern that contains this text, or none.
 void expect_concern(const Json& detail, const std::string& concern) {
   const Json& concerns = detail["concerns"];
   EXPECT_EQ(concerns.size(), concern.empty() ? 0U : 1U) << concerns;
@@ -98,22 +104,22 @@ std::uint64_t sum(const Json& rows, const char* key) {
   return sum;
 }
 
-TEST(Report, TellsWhatTheRunsFound) {
+TEST(Report, ShowsTheFindingsOfRuns) {
   const support::Scene scene;
   sandbox::Plan plan;
   plan.pairs = 2;
-  const sandbox::Planted planted = sandbox::plant(scene.storage(), plan);
+  const sandbox::Generated generated = sandbox::generate(scene, plan);
   scene.put("hosta", "gone",
             {"hosta_1000000_C1_F1.img", "hosta_9000000_C10_F1.img", "hosta_1000000_C10_F1.img"});
   fs::create_directories(scene.po_db("hosta", "broken"));
   scene.scan(4);
-  scene.repair();  // fails, and leaves the catalog aside
-  fs::rename(scene.root() / "zelp-database-caseconv", scene.root() / "catalog");
+  scene.repair();  // fails, and leaves the metadata tree aside
+  fs::rename(scene.root() / layout::k_work_dir, scene.tree_dir());
   const std::size_t printed = lines_beginning(scene.dry_run(4).out, "{").size();
   scene.remove_orphans(4);
-  const std::string log_dir = scene.storage().log_dir().string();
+  const std::string log_dir = scene.log_dir().string();
   const std::string page = support::read_text(MDFIXUP_SOURCE_DIR "/docs/report.md");
-  const Json all = Json::parse(report({"--json", log_dir}).out);
+  const Json all = json({log_dir});
   expect_documented(all, page);
   EXPECT_EQ(all["whole"], true);
   ASSERT_EQ(all["runs"].size(), 4U) << all.dump(2);
@@ -121,12 +127,12 @@ TEST(Report, TellsWhatTheRunsFound) {
   const Json& dry_run = all["details"][1];
   const Json& repair = all["details"][2];
   const Json& scan = all["details"][3];
-  EXPECT_EQ(scan["listed"]["dirs_with_issues"], planted.scan_lines.size());
-  EXPECT_EQ(sum(scan["clients"], "directories"), planted.scan_lines.size());
+  EXPECT_EQ(scan["listed"]["dirs_with_issues"], generated.scan_lines.size());
+  EXPECT_EQ(sum(scan["clients"], "directories"), generated.scan_lines.size());
   EXPECT_EQ(sum(repair["moves"], "pos"), repair["run"]["moved_pos"]);
   for (const char* key : {"orphan_copies", "missing_copies", "taken_pos", "taken_bytes"}) {
     EXPECT_EQ(dry_run["listed"][key], dry_run["run"][key]) << key;
-    EXPECT_EQ(deletion["listed"][key], dry_run["run"][key]) << key << ": what would go went";
+    EXPECT_EQ(deletion["listed"][key], dry_run["run"][key]) << key << ": as announced";
   }
   EXPECT_EQ(sum(dry_run["orphans"], "copies"), printed);
   EXPECT_EQ(sum(dry_run["missing"], "copies"), dry_run["run"]["missing_copies"]);
@@ -139,15 +145,15 @@ TEST(Report, TellsWhatTheRunsFound) {
   EXPECT_EQ(dry_run["orphans"][1]["loses_everything"], false);
   EXPECT_EQ(dry_run["other_copies"][0]["basename"], "hosta_1000000_C10_F1.img");
   EXPECT_EQ(dry_run["failed_directories"][0]["directory"],
-            scene.storage().policy_dir("hosta", "broken").string());
-  EXPECT_FALSE(contains(dry_run["concerns"].dump(), " error")) << "the failed directory's alone";
+            scene.policy_dir("hosta", "broken").string());
+  EXPECT_FALSE(contains(dry_run["concerns"].dump(), " error")) << "only the failed directory's";
   const auto images =
       lines_beginning(report({"--images", "--json", dry_run["run"]["id"], log_dir}).out, "{");
   ASSERT_EQ(images.size(), printed);
   expect_documented(Json::parse(images[0]), page);
   scene.dry_run(4);
   const std::string old_id = dry_run["run"]["id"];
-  const std::string new_id = Json::parse(report({"--json", log_dir}).out)["runs"][0]["id"];
+  const std::string new_id = json({log_dir})["runs"][0]["id"];
   const Json same = first_detail({"--compare", old_id, deletion["run"]["id"], log_dir});
   const Json changed = first_detail({"--compare", old_id, new_id, log_dir});
   expect_documented(same, page);
@@ -157,7 +163,7 @@ TEST(Report, TellsWhatTheRunsFound) {
   EXPECT_TRUE(contains(changed["concerns"].dump(), "changed in between: Deletion of"));
 }
 
-TEST(Report, RunsAreNamedByIdOrFileAndDirectoriesKeptApart) {
+TEST(Report, FindsRunsByIdOrFileInEachDirectory) {
   const Records one;
   const Records other;
   const std::string first = one.add(100);
@@ -166,14 +172,13 @@ TEST(Report, RunsAreNamedByIdOrFileAndDirectoriesKeptApart) {
   other.add(150);
   const std::tuple<Words, std::string, std::size_t> rows[] = {
       {{one.dir()}, R"("200-7")", 3},
-      {{one.dir() + "/mdfixup", one.dir() + "/mdfixup/runs"}, R"("200-7")", 3},
+      {{one.dir() + "/mdfixup", one.dir() + "/" + layout::k_records}, R"("200-7")", 3},
       {{one.dir(), other.dir()}, R"("200-7""150-7")", 4},
       {{first}, R"("100-7")", 3},
       {{"100-8", "100-7", one.dir()}, R"("100-8""100-7")", 3},
   };
-  for (auto [arguments, expected, runs] : rows) {
-    arguments.emplace_back("--json");
-    const Json all = Json::parse(report(arguments).out);
+  for (const auto& [arguments, expected, runs] : rows) {
+    const Json all = json(arguments);
     std::string details;
     for (const Json& detail : all["details"]) details += detail["run"]["id"].dump();
     EXPECT_EQ(details, expected) << arguments[0];
@@ -181,7 +186,7 @@ TEST(Report, RunsAreNamedByIdOrFileAndDirectoriesKeptApart) {
   }
 }
 
-TEST(Report, WithoutAnEndCountsWhatIsListed) {
+TEST(Report, OfARunWithoutAnEndCountsTheLists) {
   const Records records;
   records.add(100, "UPDATE run SET ending = 'none'; UPDATE directory SET state = NULL");
   const Json killed = records.newest();
@@ -192,8 +197,7 @@ TEST(Report, WithoutAnEndCountsWhatIsListed) {
   EXPECT_EQ(killed["unfinished_directories"][0]["directory"], "/k/catalog/2/hosta/p");
 }
 
-// What is changed in the record of the dry run at second 100, what follows, and what is changed in a
-// later record to make it of another run.
+// The change of the dry run's record, the concern, and the change of a later record.
 TEST(Report, NamesWhatToLookAtBeforeActing) {
   const std::string rows[][3] = {
       {"", ""},
@@ -219,8 +223,7 @@ TEST(Report, NamesWhatToLookAtBeforeActing) {
        "2 POs cannot be put back: --no_undo"},
       {run("task = 'deletion', undo = 'saved'") + "UPDATE orphan SET deleted = 1", ""},
       {run("skipped_dirs = 1"), "1 directory was skipped, for --only or --except"},
-      {run("task = 'restore', collisions = 1") + "INSERT INTO collision VALUES (1, 1, 1, "
-                                                 "'x')",
+      {run("task = 'restore', collisions = 1") + "INSERT INTO collision VALUES (1, 1, 1, 'x')",
        "1 PO could not be put back: a different one"},
       {run("other_copies_pos = 1") + "INSERT INTO collateral VALUES (1, 1, 'x')",
        "1 PO of other copies would go with the orphans"},
@@ -243,27 +246,27 @@ TEST(Report, NamesWhatToLookAtBeforeActing) {
 }
 
 TEST(Report, SaysHowARunIsUndone) {
-  const std::string deletion = run("task = 'deletion', undo = 'saved'") +
-                               "INSERT INTO saved VALUES (1, 'a', 1, 2, "
-                               "3, 4);";
+  const std::string deletion =
+      run("task = 'deletion', undo = 'saved'") + "INSERT INTO saved VALUES (1, 'a', 1, 2, 3, 4);";
   const std::string restore = run("task = 'restore', of_run = '100-7'");
   const std::string how = "mdfixup-undo restore 100-7 (1 PO saved)";
   const std::string in_part = "mdfixup-undo restore 100-7 (1 PO saved; undone in part by 110-7)";
-  // What is changed in the record, how it is undone, and what makes later records others.
-  const std::tuple<std::string, std::string, Words> rows[] = {
-      {"", "", {}},
-      {run("task = 'deletion', undo = 'saved'"), "nothing to undo", {}},
+  // The change of the record, how to undo the run, and the changes of later records.
+  const struct {
+    std::string sql, expected;
+    Words later = {};
+  } rows[] = {
+      {"", ""},
+      {run("task = 'deletion', undo = 'saved'"), "nothing to undo"},
       {run("task = 'deletion', undo = 'saved'") + "UPDATE orphan SET deleted = 1",
-       "the record holds nothing for it",
-       {}},
-      {run("task = 'deletion', undo = 'off'"), "not saved (--no_undo)", {}},
-      {run("task = 'deletion', undo = 'forgotten'"), "forgotten (mdfixup-undo forget)", {}},
+       "the record holds nothing for it"},
+      {run("task = 'deletion', undo = 'off'"), "not saved (--no_undo)"},
+      {run("task = 'deletion', undo = 'forgotten'"), "forgotten (mdfixup-undo forget)"},
       {run("task = 'repair', undo = 'saved'") +
            "INSERT INTO moved VALUES (1, 1, 1, 'a');"
            "INSERT INTO link VALUES (1, 'l', 't', 1), (2, 'k', 't', 0)",
-       "mdfixup-undo restore 100-7 (1 move and 1 removed link saved)",
-       {}},
-      {deletion, how, {}},
+       "mdfixup-undo restore 100-7 (1 move and 1 removed link saved)"},
+      {deletion, how},
       {deletion, "undone by 110-7", {restore}},
       {deletion, "undone by 110-7", {restore, restore + run("exit_status = 1")}},
       {deletion, how, {restore + run("of_run = '99-7'")}},
@@ -286,8 +289,8 @@ TEST(Report, SaysHowARunIsUndone) {
   }
 }
 
-// An orphan that is not deleted was left by choice as far as its directory says so.
-TEST(Report, ADeletionTellsWhatItLeftFromWhatFailed) {
+// The directory counts the orphans that were left because they were not approved.
+TEST(Report, OfADeletionDistinguishesUnapprovedFromFailedCopies) {
   const std::tuple<std::string, int, int> rows[] = {
       {"0", 0, 2}, {"1", 1, 1}, {"2", 2, 0}, {"9", 2, 0}};
   for (const auto& [unapproved, left, failed] : rows) {
@@ -312,18 +315,17 @@ TEST(Report, ADeletionTellsWhatItLeftFromWhatFailed) {
   }
 }
 
-// What makes the record at second 100 and the one at 200 of the same dry run differ, and what is said.
-TEST(Report, ComparesWhatTwoRunsList) {
+TEST(Report, ComparesTheListsOfTwoRuns) {
   const std::string missing = "INSERT INTO missing VALUES (1, 1, 5, 1);";
-  // Two directories' copies, not in their order: the multiples of 2, and those of 3.
+  // Copies of two directories, out of order, at the multiples of a step.
   const auto many = [](const std::string& step, const std::string& last) {
     return "INSERT INTO directory (id, dsid, client_policy, state) VALUES (2, '3', 1, 'done');"
            "DELETE FROM orphan; INSERT INTO orphan SELECT NULL, 1 + t % 5 / 3, t, t % 7, 1, 1, 0 "
            "FROM (SELECT 6000 - value * " +
            step + " AS t FROM generate_series(0, " + last + "))";
   };
-  // The changes of either; the copies in both, those changed, in the old one alone, in the new one
-  // alone; the same of missing copies but for changes; and the clients and policies.
+  // The changes of both records; the copies in both, changed, only in the old, only in the new one; the
+  // missing copies in both, only in the old, only in the new one; the number of clients and policies.
   const std::string rows[][3] = {
       {"", "", "1 0 0 0, 0 0 0; 1"},
       {"", "UPDATE orphan SET backup_time = 1001", "0 0 1 1, 0 0 0; 1"},
@@ -364,8 +366,8 @@ TEST(Report, ComparesWhatTwoRunsList) {
   }
 }
 
-TEST(Report, SaysWhatMakesTwoRunsHardToCompare) {
-  // What is changed in the record of 200, the concern, and what in one of 150.
+TEST(Report, SaysWhyTwoRunsAreHardToCompare) {
+  // The change of the new record, the concern, and the change of a record in between.
   const std::string rows[][3] = {
       {"", ""},
       {run("storage_root = '/k'"), "Different storages: OLD has , NEW has /k"},
@@ -391,8 +393,8 @@ TEST(Report, SaysWhatMakesTwoRunsHardToCompare) {
   }
 }
 
-// Whatever stands where a record should be: one clear error, and the others are shown. A record with
-// values that no run writes has no certain fault: it is shown, or rejected.
+// A file that is no valid record is one error, and the others are shown. A record with values that no
+// run writes is shown or rejected.
 TEST(Report, UnreadableRecordsAreNamedAndTheOthersShown) {
   // A shell command on "$1", or statements; and the fault.
   const std::string rows[][2] = {
@@ -451,12 +453,12 @@ TEST(Report, NamesCannotActOnTheTerminal) {
     EXPECT_EQ(text.out.find_first_of("\x1b\r"), std::string::npos);
   }
   EXPECT_EQ(records.newest()["orphans"][0]["client"], "a\x1b[2J\r\\x9b\xe2\x80\xae<b>\"\t")
-      << "what JSON can carry stays";
+      << "JSON can represent these";
   EXPECT_EQ(report::html(hostile), R"(a\x1b[2J\x0d\x9b\u{202e}&lt;b&gt;&quot;\t)");
   EXPECT_EQ(report::printable("h\xc3\xb6st\\x\xc3"), "h\xc3\xb6st\\\\x\\xc3");
 }
 
-TEST(Report, RowsThatARunTookAwaySinceTheyWereCountedAreNotShown) {
+TEST(Report, OmitsATableWhoseRowsVanishedAfterTheCount) {
   report::Report made;
   const report::Table table{"key", "Caption", 1,
                             [](const report::RowVisitor& /*visit*/, std::int64_t /*most*/) {}};
@@ -470,7 +472,7 @@ TEST(Report, RowsThatARunTookAwaySinceTheyWereCountedAreNotShown) {
 
 TEST(Report, MemoryDoesNotGrowWithTheOrphans) {
 #ifdef MDFIXUP_SANITIZED
-  GTEST_SKIP() << "the sanitizers need address space of their own";
+  GTEST_SKIP() << "the sanitizers need more address space";
 #endif
   const Records records;
   const std::string file = records.add(
@@ -480,10 +482,8 @@ TEST(Report, MemoryDoesNotGrowWithTheOrphans) {
                              {"--html=-", records.dir()},
                              {"--images", records.dir()},
                              {"--compare", file, file}}) {
-    Words command{"sh", "-c", "ulimit -v 40000; exec \"$@\"", "sh",  // KiB
-                  MDFIXUP_REPORT_PROGRAM};
-    command.insert(command.end(), words.begin(), words.end());
-    const Ended ended = support::run(command);
+    const Words limited{"sh", "-c", "ulimit -v 40000; exec \"$@\"", "sh"};  // KiB
+    const Ended ended = support::run(joined(joined(limited, {MDFIXUP_REPORT_PROGRAM}), words));
     EXPECT_EQ(ended.exit_status, 0) << words[0] << ended.err;
   }
 }
@@ -493,7 +493,7 @@ TEST(Report, CommandLine) {
   const std::string dir = records.dir();
   const std::string file = records.add(100);
   const std::string scan = records.add(90, "UPDATE run SET task = 'scan'");
-  // The arguments, the exit status, and what is said on either stream.
+  // The arguments, the exit status, and a part of the output.
   const std::tuple<Words, int, std::string> rows[] = {
       {{"--help"}, 0, "Usage: mdfixup-report"},
       {{dir}, 0, "1 orphan copy (of 6, 16.7 %)"},
@@ -528,7 +528,7 @@ TEST(Report, CommandLine) {
   EXPECT_EQ(support::run({"sh", "-c", full, "sh", MDFIXUP_REPORT_PROGRAM, dir}).exit_status, 1);
 }
 
-TEST(Report, TimelinesFindAWidthThatFits) {
+TEST(Report, TimelinesChooseAFittingWidth) {
   const std::pair<std::vector<std::int64_t>, std::string> rows[] = {
       {{-1, 253402300799, 253402300800}, "9999-12 "}, {{0, 0, 5270400}, "1970-01 1970-02 1970-03 "},
       {{1609459199, 1609459200}, "2020-12 2021-01 "}, {{0, 31536000}, "1970 1971 "},

@@ -5,13 +5,13 @@ namespace scenario::command_line {
 
 const std::string k_aborting = "Aborting with error:  ";
 
-TEST(CommandLine, IsRejectedInOneLineOrTheFirstMatchingModeWins) {
+TEST(CommandLine, ErrorsAreOneLineAndTheFirstMatchingModeWins) {
   const std::string scan = "--scan_client_name_case ";
   const std::string repair = "--repair_client_name_case ";
   const std::string consistency = "--FORCE_DEDUPE_METADATA_CONSISTENCY ";
   const std::string clean = "The deduplication metadata is clean.\n";
   const std::string usage = "Usage: mdfixup [OPTION]...\nThis utility";
-  // The arguments, what is printed, and the error.
+  // The arguments, the output, and the error.
   const std::string rows[][3] = {
       {"--bogus", usage, "unrecognised option '--bogus'"},
       {"--dry", usage, "unrecognised option '--dry'"},
@@ -32,7 +32,7 @@ TEST(CommandLine, IsRejectedInOneLineOrTheFirstMatchingModeWins) {
       {scan + repair + "--force --dry_run", clean, ""},
       {"--num_threads 9 --num_threads=0 " + scan, clean, ""},
       {repair, "repair finished successfully.\n", ""},
-      {consistency, support::k_start_services + "mdfixup finished successfully.\n", ""},
+      {consistency, k_start_services + "mdfixup finished successfully.\n", ""},
       {"--dry_run " + consistency, "mdfixup finished successfully.\n", ""},
       {"--force", "", "The --force option requires the --repair_client_name_case option"},
       {"--cleanup_case_work_space", "", "Unknown options combination"},
@@ -58,17 +58,17 @@ TEST(CommandLine, IsRejectedInOneLineOrTheFirstMatchingModeWins) {
     EXPECT_EQ(ended.exit_status, err.empty() ? 0 : 1) << arguments;
     expect_parts("<" + ended.out + ">", {out});
     expect_parts(ended.err, {err});
-    EXPECT_EQ(lines_beginning(ended.err, "").size(), err.empty() ? 0 : 1) << ended.err;
+    EXPECT_EQ(sorted_lines(ended.err).size(), err.empty() ? 0 : 1) << ended.err;
     EXPECT_EQ(scene.snapshot(), before) << arguments;
   }
   EXPECT_TRUE(starts_with(support::run({MDFIXUP_PROGRAM}).out, usage));
 }
 
-TEST(CommandLine, ConfigurationFaultsNameFileAndEntry) {
+TEST(CommandLine, ConfigurationErrorsNameFileAndEntry) {
   const Scene scene;
-  const std::string registry = scene.storage().registry_file().string();
+  const std::string registry = scene.registry_file().string();
   const std::string config = (scene.root() / "etc" / "storage.cfg").string();
-  const std::string good_registry = support::read_text(registry);
+  const std::string good_registry = read_text(registry);
   const std::string rows[][3] = {
       {"[StoragePoolAuthority]\nConfigFilePath=/dev/zero\n", "",
        k_aborting + "/dev/zero: is no regular file\n"},
@@ -82,8 +82,8 @@ TEST(CommandLine, ConfigurationFaultsNameFileAndEntry) {
        "Failed to locate the <dedupe_storage>/log directory\n\t\n"},
   };
   for (const auto& [registry_text, config_text, error] : rows) {
-    support::write_text(registry, registry_text);
-    support::write_text(config, config_text);
+    write_text(registry, registry_text);
+    write_text(config, config_text);
     const Ended ended = scene.scan();
     EXPECT_EQ(ended.exit_status, 1) << error;
     expect_parts("<" + ended.err, {"<" + error});
@@ -95,7 +95,7 @@ TEST(CommandLine, ConfigurationFaultsNameFileAndEntry) {
   expect_parts(by_default.err, {"/etc/ksregistry.cfg"});
 }
 
-TEST(CommandLine, RunLogTellsStartModeErrorsSummaryAndEnd) {
+TEST(CommandLine, RunLogHasStartModeErrorsSummaryAndEnd) {
   const Scene scene;
   (void)scene.scan();
   (void)scene.run({"--force", "--tvr_disk_pool", "a --dry_run \"b"});
@@ -105,7 +105,7 @@ TEST(CommandLine, RunLogTellsStartModeErrorsSummaryAndEnd) {
                                  "no policy directory was found", "end: exit status 0",
                                  "error pid=", "The --force option requires", "end: exit status 1",
                                  " --force --tvr_disk_pool \"a --dry_run \\\"b\"\n"});
-  const fs::path file = scene.storage().log_dir() / "mdfixup" / "mdfixup.log";
+  const fs::path file = scene.log_dir() / layout::k_run_log;
   EXPECT_EQ(fs::status(file).permissions() & fs::others_all, fs::no_perms);
   const std::string no_file = "is neither a regular file nor a character device";
   const std::string rows[][2] = {
@@ -113,14 +113,14 @@ TEST(CommandLine, RunLogTellsStartModeErrorsSummaryAndEnd) {
   fs::remove(file);
   for (const auto& [script, error] : rows) {
     const Ended ended =
-        scene.run_in_shell("log=" + file.string() + "; " + script + "; \"$@\"", support::k_scan);
+        scene.run_in_shell("log=" + file.string() + "; " + script + "; \"$@\"", k_scan);
     const std::string could_not =
         k_aborting + "could not open the log file " + file.string() + ": ";
     EXPECT_EQ(ended.err, error.empty() ? "" : could_not + error + "\n");
   }
 }
 
-TEST(CommandLine, ChildrenGetAFixedEnvironmentNoDescriptorsAndTheFirstLimitOfOpenFiles) {
+TEST(CommandLine, ChildrenGetAFixedEnvironmentNoDescriptorsAndTheOriginalLimitOfOpenFiles) {
   const Scene scene;
   scene.put("hosta", "p", {});
   scene.script("tvimagequery",
@@ -128,47 +128,43 @@ TEST(CommandLine, ChildrenGetAFixedEnvironmentNoDescriptorsAndTheFirstLimitOfOpe
                "exit 227\n");
   for (const std::string hard : {"1000", "100"}) {
     const Ended ended = scene.run_in_shell(
-        "ulimit -n " + hard + "; ulimit -S -n 90; exec \"$@\" --num_threads 64 2>&-",
-        support::k_dry_run);
+        "ulimit -n " + hard + "; ulimit -S -n 90; exec \"$@\" --num_threads 64 2>&-", k_dry_run);
     EXPECT_EQ(ended.exit_status, 0);
-    EXPECT_EQ(support::read_text(scene.admincmd("tvimagequery.env")),
+    EXPECT_EQ(read_text(scene.admincmd("tvimagequery.env")),
               "/usr/sbin:/usr/bin:/sbin:/bin C 90\n");
-    const std::string descriptors = support::read_text(scene.admincmd("tvimagequery.fd"));
+    const std::string descriptors = read_text(scene.admincmd("tvimagequery.fd"));
     EXPECT_TRUE(contains(descriptors, "/dev/null\n")) << "for the closed one";
-    EXPECT_FALSE(contains(descriptors, "mdfixup.lock")) << descriptors;
+    EXPECT_FALSE(contains(descriptors, layout::k_lock_file)) << descriptors;
     EXPECT_EQ(contains(scene.run_log(),
                        "only 11 of 64 threads are used: the limit of open files is 100\n"),
               hard == "100");
   }
 }
 
-TEST(CommandLine, LogsThatCannotGrowKeepWhatTheyHaveAndTheRestGoesToStandardError) {
-  // Nothing more fits; the beginning of a line does.
+TEST(CommandLine, LogsThatCannotGrowKeepTheirTextAndTheRestGoesToStandardError) {
+  // No more text fits into the log, or only the beginning of a line.
   for (const std::size_t bytes : {2000U, 1000U}) {
     const Scene scene;
-    const fs::path log = scene.storage().log_dir() / "mdfixup" / "mdfixup.log";
+    const fs::path log = scene.log_dir() / layout::k_run_log;
     const std::string earlier = std::string(bytes, 'x') + "\n";
-    support::write_text(log, earlier);
+    write_text(log, earlier);
     scene.sh("cd catalog; for i in $(seq 10 39); do mkdir $i; done");
-    const Ended ended =
-        scene.run_in_shell("(ulimit -f 2; exec \"$@\") 2>&1 | cat", support::k_scan);
-    EXPECT_EQ(support::read_text(log), earlier);
+    const Ended ended = scene.run_in_shell("(ulimit -f 2; exec \"$@\") 2>&1 | cat", k_scan);
+    EXPECT_EQ(read_text(log), earlier);
     expect_parts(ended.out, {"; the run goes on\n", "end: exit status 1\n"});
     const std::size_t in_log = lines_beginning(scene.logs("client_names"), "Skip DSID: ").size();
     EXPECT_LT(in_log, 30U);
     EXPECT_EQ(in_log + lines_beginning(ended.out, "Skip DSID: ").size(), 30U);
-    EXPECT_EQ(scene.run_in_shell("ulimit -f 2; \"$@\" 2> /dev/full", support::k_scan).exit_status,
-              1)
-        << "neither the logs nor standard error took what there was";
+    EXPECT_EQ(scene.run_in_shell("ulimit -f 2; \"$@\" 2> /dev/full", k_scan).exit_status, 1)
+        << "neither the logs nor standard error accepted the lines";
   }
 }
 
-TEST(CommandLine, OutputThatCouldNotBePrintedFailsTheRunUnlessItsReaderIsGone) {
+TEST(CommandLine, LostOutputFailsTheRunUnlessItsReaderIsGone) {
   const Scene scene;
-  expect_end(scene.run_in_shell("\"$@\" > /dev/full", support::k_scan), 1,
+  expect_end(scene.run_in_shell("\"$@\" > /dev/full", k_scan), 1,
              "The run ended well, but not all that it reports could be written.\n");
-  expect_end(scene.run_in_shell("mkfifo pipe; true < pipe & \"$@\" > pipe", support::k_scan), 0,
-             "");
+  expect_end(scene.run_in_shell("mkfifo pipe; true < pipe & \"$@\" > pipe", k_scan), 0, "");
 }
 
 }  // namespace scenario::command_line

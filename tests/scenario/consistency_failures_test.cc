@@ -2,10 +2,11 @@
 
 namespace scenario::consistency_failures {
 
-TEST(ConsistencyFailures, ReportSaysWhyADirectoryWasNotCompared) {
+TEST(ConsistencyFailures, ReportsSayWhyADirectoryWasNotCompared) {
   const std::string malformed = "malformed data";
   const std::string invalid = "Invalid line in parsing; expected ";
-  // What the listing does; the status and text that are reported.
+  const std::string list_image = "cat ${0%/*}/../../../images/listed/p\n";
+  // What the listing does, and the reported status and text.
   const std::string rows[][3] = {
       {"echo no entity was found; exit 37", "connection refused by master server",
        "tvimagequery error (37): master server refused connection"},
@@ -17,11 +18,15 @@ TEST(ConsistencyFailures, ReportSaysWhyADirectoryWasNotCompared) {
       {"echo no entity was found; echo IMAGE c", malformed,
        invalid + "no images,but received:\n\tIMAGE c"},
       {"head -c 1100000 /dev/zero | tr '\\0' x", "buffer too small", "pipe buffer is too small"},
+      // After a whole image, and in the middle of another one.
+      {list_image + "exit 25", "cannot connect to master server",
+       "tvimagequery error (25): cannot connect to master server"},
+      {list_image + "printf 'FRAG 1 1'", malformed, "Invalid tvimagequery FRAG line: FRAG 1 "},
   };
   const Scene scene;
-  scene.put("hosta", "p", {"hosta_1000_C1_F1.img"});
-  scene.put("hostb", "p", {"hostb_1000_C1_F1.img"});
-  const std::string dir = scene.storage().policy_dir("hosta", "p").string();
+  put_own(scene, {"hosta", "hostb"}, {"_1000_C1_F1.img"});
+  scene.list_image("listed", "p", 1000, {1});
+  const std::string dir = scene.policy_dir("hosta", "p").string();
   const auto expect = [&](const std::string& status, const std::string& text) {
     const Ended ended = scene.dry_run(4);
     const std::string line = "ERROR (" + status + ") : could not compare the Tavrin catalog and " +
@@ -37,7 +42,7 @@ TEST(ConsistencyFailures, ReportSaysWhyADirectoryWasNotCompared) {
     const Words before = scene.pos();
     const std::string line = "ERROR (" + status + ") : could not compare the Tavrin catalog and " +
                              "deduplication metadata; Could not call tvimagequery: " + text + "\n";
-    expect_end(scene.remove_orphans(4, support::k_one_listing), 1, line);
+    expect_end(scene.remove_orphans(4, k_one_listing), 1, line);
     expect_parts(scene.logs("OrphanImages_"), {line});
     EXPECT_EQ(scene.pos(), before);
   };
@@ -50,8 +55,8 @@ TEST(ConsistencyFailures, ReportSaysWhyADirectoryWasNotCompared) {
   expect_none_taken("echo IMAGE c 0 0 13 c_1 p 0 n r F 0 3 1e3 64", malformed,
                     "bad lexical cast: source type value could not be interpreted as target");
   fs::rename(scene.admincmd("query"), scene.admincmd("tvimagequery"));
-  scene.storage().list_image("hosta", "p", 1000, {1});
-  support::write_text(scene.po_db("hosta", "p"), std::string(5000, 'x'));
+  scene.list_image("hosta", "p", 1000, {1});
+  write_text(scene.po_db("hosta", "p"), std::string(5000, 'x'));
   expect(
       "not a path-object database",
       "ERROR (not a path-object database): could not read the deduplication metadata for " + dir);
@@ -62,7 +67,7 @@ TEST(ConsistencyFailures, HostileNamesStartNoCommand) {
   const Scene scene;
   const Words names{"a b", "a;touch calls", "$(touch calls)", "-hoursago", "a'b", "a\"b", "a`b`",
                     "*",   "a&b",           "a\nb",           "a|b"};
-  for (const std::string& name : names) scene.put(name, "p", {});
+  put_own(scene, names, {});
   scene.put("hosta", "p|q", {});
   scene.put("h\xc3\xb6st-A_1:+@", "p.1", {});
   scene.script("tvimagequery", "echo \"$*\" >> $0.calls\nexit 227\n");
@@ -70,26 +75,25 @@ TEST(ConsistencyFailures, HostileNamesStartNoCommand) {
   for (const std::string& name : names)
     expect_parts(err, {": the name " + name + " cannot be passed to tvimagequery\n"});
   expect_parts(err, {"the name p|q cannot be passed to tvimagequery\n"});
-  const Words calls = lines_beginning(support::read_text(scene.admincmd("tvimagequery.calls")), "");
+  const Words calls = sorted_lines(read_text(scene.admincmd("tvimagequery.calls")));
   ASSERT_EQ(calls.size(), 2U) << "one directory and the final listing";
   EXPECT_TRUE(starts_with(calls[0], "-client h\xc3\xb6st-A_1:+@ -policy p.1 -hoursago "));
   EXPECT_TRUE(starts_with(calls[1], "-hoursago "));
-  // Here no name reaches a shell; but a listing cannot hold them all, which must cost nobody a copy.
+  // With one listing no name reaches a shell. A listing cannot hold all names; such copies stay.
   fs::remove_all(runs_dir(scene));
-  for (const std::string& name : names) scene.put(name, "p", {name + "_1000_C1_F1.img"});
+  put_own(scene, names, {"_1000_C1_F1.img"});
   scene.put("hosta", "p q", {"hosta_1000_C1_F1.img"});
-  EXPECT_EQ(lines_beginning(scene.dry_run(4, support::k_one_listing).out, "{client: ").size(),
+  EXPECT_EQ(lines_beginning(scene.dry_run(4, k_one_listing).out, "{client: ").size(),
             names.size() + 1);
-  Words words{support::k_one_listing};
-  const std::string errors = scene.remove_orphans(4, words).err;
+  const std::string errors = scene.remove_orphans(4, k_one_listing).err;
   const Words left{"a b", "a\\nb", "a;touch calls", "$(touch calls)", "p q"};
   for (const std::string& name : left)
     expect_parts(errors, {"; the name " + name + " cannot stand in a listing of the catalog; "});
   EXPECT_EQ(scene.pos().size(), left.size());
-  words.insert(words.end(), {"--approved", id_of(scene, "dry_run")});
-  expect_end(scene.remove_orphans(4, words), 0, "");
+  const Words approved{"--approved", id_of(scene, "dry_run")};
+  expect_end(scene.remove_orphans(4, joined(k_one_listing, approved)), 0, "");
   EXPECT_EQ(scene.pos().size(), 0U);
-  const Words all = lines_beginning(support::read_text(scene.admincmd("tvimagequery.calls")), "-h");
+  const Words all = lines_beginning(read_text(scene.admincmd("tvimagequery.calls")), "-h");
   EXPECT_EQ(all.size(), 4U) << "one more for each run, unfiltered";
 }
 

@@ -14,13 +14,13 @@ namespace scenario::deletion {
 using Copy = std::tuple<std::string, std::string, std::int64_t, std::uint32_t>;
 using Copies = std::set<Copy>;
 
-// What was planted, as far as a comparison looks at it, found without any of the program's code.
+// The copies of a storage, found without the program's code.
 struct Model {
   Copies metadata;
-  Copies catalog;
+  Copies backup_catalog;
 };
 
-// The copy that a name in a client's directory means; none where it means nothing.
+// Adds the copy that a basename in a client's directory names, if any.
 void add_copy(const std::string& client, const std::string& policy, const std::string& name,
               Copies& copies) {
   // Any character, the time, a separator, a letter, the number, and two to five fields more.
@@ -31,10 +31,9 @@ void add_copy(const std::string& client, const std::string& policy, const std::s
   copies.insert({client, policy, std::stol(numbers[1]), std::stoi(numbers[2])});
 }
 
-// Directories full of names that come near each other's patterns, and a backup catalog that has a
-// part of them and others. Names that no statement takes, which are listed again in every run, are
-// among them if `odd`.
-Model plant(const Scene& scene, std::mt19937& random, bool odd) {
+// Fills directories with names that almost match each other's patterns, and a backup catalog with some
+// of them and others. If `odd`, some names match no statement, so that every run lists them again.
+Model generate(const Scene& scene, std::mt19937& random, bool odd) {
   Model model;
   const Words parts[] = {{"_", "_", "\xe2\x82\xac"},
                          {"1", "16", "17", "161", "-16", odd ? "016" : "6"},
@@ -57,15 +56,15 @@ Model plant(const Scene& scene, std::mt19937& random, bool odd) {
         scene.put(client, policy, names);
         for (const std::string& name : names) add_copy(client, policy, name, model.metadata);
         const std::string rows = odd ? "rowid % 20 = 0" : "false";
-        support::sqlite(scene.po_db(client, policy),
-                        "UPDATE po SET basename = CAST(basename AS BLOB) WHERE " + rows);
+        scene.sql(client, policy, "UPDATE po SET basename = CAST(basename AS BLOB) WHERE " + rows);
       }
       for (const std::int64_t time : {1, 16, 161, 7}) {
         const auto any = static_cast<std::uint32_t>(1 + random() % 12);
         const std::vector<std::uint32_t> listed{2, any, 12};
-        scene.storage().list_image(client, policy, time, listed);
-        scene.storage().list_image(client, policy, time, {1, 10}, "dp_elsewhere");
-        for (const std::uint32_t copy : listed) model.catalog.insert({client, policy, time, copy});
+        scene.list_image(client, policy, time, listed);
+        scene.list_image(client, policy, time, {1, 10}, "dp_elsewhere");
+        for (const std::uint32_t copy : listed)
+          model.backup_catalog.insert({client, policy, time, copy});
       }
     }
   }
@@ -75,7 +74,7 @@ Model plant(const Scene& scene, std::mt19937& random, bool odd) {
 const char* const k_orphan = "{client: %1%, policy: %2%, backup_time: %3%, copy_number: %4%}.\n";
 const char* const k_missing = "%1%_%3%|%1%|%2%|%4%|\n";
 
-// What is in `left` and not in `right`, in the words of a report.
+// The copies in `left` that `right` lacks, in the words of a report.
 Words difference(const Copies& left, const Copies& right, const char* words) {
   Words lines;
   for (const Copy& copy : left) {
@@ -87,53 +86,51 @@ Words difference(const Copies& left, const Copies& right, const char* words) {
   return lines;
 }
 
-// The missing-images report behind its header; all reports are removed.
+// The lines of the missing-images report after its header; removes all reports.
 Words reported_missing(const Scene& scene) {
   const std::string report = scene.logs("MissingImages_");
-  fs::remove_all(scene.storage().log_dir() / "metadata_consistency");
-  return lines_beginning(report.substr(report.find('\n') + 1), "");
+  remove_reports(scene);
+  return sorted_lines(report.substr(report.find('\n') + 1));
 }
 
-// Runs the statement of an orphan that the dry run printed on a copy of the catalog, and returns
-// the lines that the logs must hold behind the copy's: the number of POs ("# POs.") and the others.
+// Runs the statement of an orphan that the dry run printed on a copy of the metadata tree. Returns the
+// lines that the logs must have after the orphan's line: the number of POs ("# POs."), and each PO of
+// another copy.
 std::string taken_from_copy(const Scene& scene, const std::string& orphan) {
   static const std::regex rule("client: (.*), policy: (.*), backup_time: (.*), copy_number: (.*)}");
   std::smatch m;
   std::regex_search(orphan, m, rule);
   const std::string own = m[1].str() + "_" + m[3].str() + "_";
   const std::string taken = " FROM po WHERE basename LIKE '" + own + "C" + m[4].str() + "%'";
-  // The letter in front of the copy's number is not looked at.
+  // Any letter may precede the copy's number.
   const std::string named = " AND basename NOT GLOB '" + own + "?" + m[4].str();
-  return support::sqlite(scene.root() / "copy/2" / m[1].str() / m[2].str() / "po.db",
-                         "SELECT count(*) || ' POs.'" + taken +
-                             "; SELECT 'also takes ' || basename" + taken + named + "_F1.img'" +
-                             named + "_HDR.info'; DELETE" + taken);
+  return sqlite(scene.root() / "copy/2" / m[1].str() / m[2].str() / "po.db",
+                "SELECT count(*) || ' POs.'" + taken + "; SELECT 'also takes ' || basename" +
+                    taken + named + "_F1.img'" + named + "_HDR.info'; DELETE" + taken);
 }
 
-// Undoes every run that saved something.
+// Undoes every deletion that saved POs.
 void undo_all(const Scene& scene) {
-  std::vector<std::string> records;
-  for (const auto& entry : fs::directory_iterator(scene.storage().log_dir() / "mdfixup/runs"))
-    records.push_back(entry.path().string());
-  for (const std::string& record : records) {
-    if (support::sqlite(record, "SELECT count(*) FROM saved") == "0\n") continue;
-    EXPECT_EQ(scene.undo({"restore", record}).exit_status, 0);
+  for (const fs::path& record : records_of(scene, "deletion")) {
+    if (sqlite(record, "SELECT count(*) FROM saved") == "0\n") continue;
+    EXPECT_EQ(scene.undo({"restore", record.string()}).exit_status, 0);
   }
 }
 
 class Deletion : public testing::TestWithParam<int> {};
 INSTANTIATE_TEST_SUITE_P(Threads, Deletion, testing::Values(1, 4));
 
-// Runs on the storage, and expects what the model and the statements say; all is undone in the end.
-void expect_as_planted(const Scene& scene, const Model& model, bool odd, int threads,
-                       const Words& options) {
+// Expects of a dry run and a deletion what the model and the statements say. Undoes all at the end.
+void expect_as_generated(const Scene& scene, const Model& model, bool odd, int threads,
+                         const Words& options) {
   scene.sh("rm -rf copy; cp -r catalog copy");
   const auto before = scene.snapshot();
   const Words whole = scene.pos();
   const Ended dry = scene.dry_run(threads, options);
   const std::string dry_log = scene.logs("OrphanImages_");
-  EXPECT_EQ(lines_beginning(dry.out, "{"), difference(model.metadata, model.catalog, k_orphan));
-  const Words missing = difference(model.catalog, model.metadata, k_missing);
+  EXPECT_EQ(lines_beginning(dry.out, "{"),
+            difference(model.metadata, model.backup_catalog, k_orphan));
+  const Words missing = difference(model.backup_catalog, model.metadata, k_missing);
   EXPECT_EQ(reported_missing(scene), missing);
   EXPECT_EQ(scene.snapshot(), before);
   expect_end(scene.remove_orphans(threads, options), 0, "");
@@ -161,7 +158,7 @@ void expect_as_planted(const Scene& scene, const Model& model, bool odd, int thr
   EXPECT_EQ(scene.pos(), whole);
 }
 
-// What the runs recorded and logged of each kind, sorted.
+// The findings in the records of both runs, sorted by kind.
 Words found(const Scene& scene) {
   Words all;
   for (const char* query :
@@ -172,27 +169,26 @@ Words found(const Scene& scene) {
         "backup_time, copy, pos, bytes, deleted FROM orphan", "basename, reason FROM unparsed",
         "basename FROM collateral"}) {
     for (const char* task : {"dry_run", "deletion"}) {
-      const Words rows = rows_of(scene, task, query);
-      all.insert(all.end(), rows.begin(), rows.end());
+      all = joined(all, rows_of(scene, task, query));
     }
   }
   return all;
 }
 
-// Where tests are shuffled, each repetition has other seeds.
-TEST_P(Deletion, TakesWhatTheModelAndTheDryRunListAndTheStatementTakes) {
+// With --gtest_shuffle, each repetition has other seeds.
+TEST_P(Deletion, DeletesWhatTheModelAndTheDryRunListAndTheStatementMatches) {
   const int drawn = testing::UnitTest::GetInstance()->random_seed();
   const unsigned first = GTEST_FLAG_GET(shuffle) ? static_cast<unsigned>(drawn) * 2 : 0;
   for (unsigned seed = first; seed < first + 2; ++seed) {
     std::mt19937 random(seed);
     const bool odd = seed % 2 == 0;
     const Scene scene;
-    const Model model = plant(scene, random, odd);
+    const Model model = generate(scene, random, odd);
     Words found_before;
-    for (const Words& options : {Words{}, support::k_one_listing}) {
+    for (const Words& options : {Words{}, k_one_listing}) {
       SCOPED_TRACE(std::to_string(seed) + (options.empty() ? "" : options[0]));
       scene.sh("rm -rf log/*");
-      expect_as_planted(scene, model, odd, GetParam(), options);
+      expect_as_generated(scene, model, odd, GetParam(), options);
       const Words found_now = found(scene);
       EXPECT_TRUE(options.empty() || found_now == found_before);
       found_before = found_now;
@@ -200,37 +196,39 @@ TEST_P(Deletion, TakesWhatTheModelAndTheDryRunListAndTheStatementTakes) {
   }
 }
 
-TEST_P(Deletion, ServicesAreAskedForAgainWhateverFails) {
+TEST_P(Deletion, RequestsTheServicesAgainWhateverFails) {
   const Scene scene;
   const std::string query = "quorv/tavrin/bin/admincmd/tvimagequery";
-  for (const std::string client : {"hosta", "hostb"}) {
-    scene.put(client, "p", {client + "_1000_C1_F1.img", client + "_2000_C1_F1.img"});
-    scene.storage().list_image(client, "p", 2000, {1});
-    support::sqlite(scene.po_db(client, "p"),
-                    "UPDATE po SET record = randomblob(100000) WHERE basename LIKE '%_1000_%'");
+  put_own(scene, {"hosta", "hostb"}, {"_1000_C1_F1.img", "_2000_C1_F1.img"});
+  for (const char* client : {"hosta", "hostb"}) {
+    scene.list_image(client, "p", 2000, {1});
+    scene.sql(client, "p",
+              "UPDATE po SET record = randomblob(100000) WHERE basename LIKE '%_1000_%'");
   }
   const auto before = scene.pos();
-  const std::string catalog = (scene.root() / "catalog").string();
-  // What is to be deleted does not fit into the record, which does; the storage disappears, which the first query finds mounted
-  // and the last one does not; the final listing fails; a log cannot be made.
-  const std::string rows[][2] = {
-      {"ulimit -f 240", "; nothing more is deleted\n"},
+  const std::string tree = scene.tree_dir().string();
+  // The record has no room for the POs; the storage disappears between the first query and the last;
+  // the final listing fails; a log cannot be made.
+  const std::string record_full = "; nothing more is deleted\n";
+  const std::string unmounted =
+      "Aborting with error:  the directory " + tree + " is not the one any ";
+  const std::pair<std::string, std::string> rows[] = {
+      {"ulimit -f 240", record_full},
       {"rm -r log/meta*; for i in $(seq 9); do cp -r catalog/2/hosta catalog/2/$i; done; mv " +
-           query + " " + query + ".real; echo 'mv " + catalog + " " + catalog +
+           query + " " + query + ".real; echo 'mv " + tree + " " + tree +
            ".gone 2>&-; exec $0.real \"$@\"' > " + query + "; chmod +x " + query,
-       "Aborting with error:  the directory " + catalog + " is not the one any "},
+       unmounted},
       {"mv catalog.gone catalog; printf '[ -n \"$3\" ] && exit 227; exit 25' > " + query,
        "Aborting with error:  tvimagequery error (25): cannot connect to master server\n"},
       {"rm -r log/meta*; touch log/metadata_consistency", "Aborting with error:  "},
   };
   for (const auto& [script, expected] : rows) {
     const Ended ended = scene.run_in_shell(
-        script + "; \"$@\" --num_threads " + std::to_string(GetParam()), support::k_deletion);
-    EXPECT_EQ(ended.exit_status, 1);
+        script + "; \"$@\" --num_threads " + std::to_string(GetParam()), k_deletion);
     EXPECT_FALSE(fs::exists(scene.lock_file()));
-    expect_parts(ended.err, {expected});
-    EXPECT_TRUE(ends_with(ended.out, support::k_start_services)) << ended.out;
-    if (expected == rows[0][1]) {
+    expect_failure(ended, {expected});
+    EXPECT_TRUE(ends_with(ended.out, k_start_services)) << ended.out;
+    if (expected == record_full) {
       const std::string error = "ERROR: could not delete the POs for the image: {client: host";
       const std::string log = scene.logs("OrphanImages_");
       expect_parts(log, {"\n" + error});
@@ -238,60 +236,57 @@ TEST_P(Deletion, ServicesAreAskedForAgainWhateverFails) {
       expect_parts(ended.err, {"the record of the run could not be written) : ", "; " + error});
       EXPECT_EQ(scene.pos(), before);
     }
-    if (expected != rows[1][1]) continue;
-    EXPECT_EQ(reported_missing(scene).size(), 0U) << "it is not an empty one";
+    if (expected == unmounted) {
+      EXPECT_EQ(reported_missing(scene), Words()) << "the tree is not empty, but gone";
+    }
   }
 }
 
-TEST(DeletionFaults, POThatCannotBeReadEndsTheDirectoryBehindTheOrphansBeforeIt) {
+TEST(DeletionFaults, UnreadablePOEndsTheDirectoryAfterTheOrphansBeforeIt) {
   const Scene scene;
   const std::string image = "{client: hosta, policy: p, backup_time: ";
   scene.put("hosta", "p", {"hosta_1_C1_F1.img", "hosta_2_C1_F1.img", "hosta_3_C1_F1.img"});
   const fs::path file = scene.po_db("hosta", "p");
-  support::sqlite(file, "UPDATE po SET record = randomblob(20000) WHERE rowid = 2");
+  sqlite(file, "UPDATE po SET record = randomblob(20000) WHERE rowid = 2");
   damage_long_record(file);
-  const Ended ended = scene.remove_orphans();
-  EXPECT_EQ(ended.exit_status, 1);
-  expect_parts(ended.err, {"ERROR (database is damaged) : could not compare",
-                           "; ERROR: could not delete the POs for the image: " + image + "2, "});
+  expect_failure(scene.remove_orphans(),
+                 {"ERROR (database is damaged) : could not compare",
+                  "; ERROR: could not delete the POs for the image: " + image + "2, "});
   const std::string log = scene.logs("OrphanImages_");
   expect_parts(log, {"\nDeleted the POs for the image: " + image + "1, ", "\nDeleted 1 POs.\n",
                      "\nERROR: could not delete the POs for the image: " + image + "2, "});
   EXPECT_FALSE(contains(log, "backup_time: 3, "));
-  EXPECT_EQ(support::sqlite(file, "SELECT basename FROM po"),
-            "hosta_2_C1_F1.img\nhosta_3_C1_F1.img\n");
+  EXPECT_EQ(sqlite(file, "SELECT basename FROM po"), "hosta_2_C1_F1.img\nhosta_3_C1_F1.img\n");
 }
 
-TEST(DeletionFaults, RowsAreOnTheDiskBeforeTheyAreDeleted) {
+TEST(DeletionFaults, RecordIsSyncedBeforeTheRowsAreDeleted) {
   const Scene scene;
   scene.put("hosta", "p", {"hosta_1_C1_F1.img"});
-  (void)scene.run_in_shell(k_strace + "-y -e fsync,fdatasync,unlink \"$@\"", support::k_deletion);
+  (void)scene.run_in_shell(k_strace + "-y -e fsync,fdatasync,unlink \"$@\"", k_deletion);
   const std::string file = "/hosta/p/po.db";
-  const std::string log = scene.storage().log_dir().string();
-  // The record's name and the directories that this run made for it. The first commit of the record
-  // makes each one behind it sync.
-  expect_in_order(support::read_text(scene.root() / "trace"),
+  const std::string log = scene.log_dir().string();
+  // First the record's name and the directories that this run made for it. After the first commit of
+  // the record, each commit syncs.
+  expect_in_order(read_text(scene.root() / "trace"),
                   {".db.new>", log + "/mdfixup/runs>", log + "/mdfixup>", log + ">", ".db-wal>",
                    ".db-wal>", file + "-journal>", file + ">",
-                   "unlink(\"" + (scene.root() / "catalog/2").string() + file + "-journal\")"});
+                   "unlink(\"" + (scene.tree_dir() / "2").string() + file + "-journal\")"});
 }
 
-TEST(DeletionFaults, SignalStopsADirectoryBehindATransaction) {
+TEST(DeletionFaults, SignalStopsADirectoryAfterATransaction) {
   const Scene scene;
-  constexpr int k_orphans = 2500;
   Words names;
-  for (int i = 0; i < k_orphans; ++i) names.push_back("hosta_" + std::to_string(i) + "_C1_F1.img");
+  for (int i = 0; i < 2500; ++i) names.push_back("hosta_" + std::to_string(i) + "_C1_F1.img");
   scene.put("hosta", "p", names);
   scene.script("tvimagequery",
                "mkdir first 2>&- && kill -INT $(cat mdfixup.lock); sleep 0.1; exit 227\n");
-  const Ended ended = scene.run_in_shell("\"$@\"", support::k_deletion);
-  EXPECT_EQ(ended.exit_status, 1);
-  expect_parts(ended.err, {"ERROR: the deletion in ",
-                           " is not finished: stopped after 1000 orphan copies, which are "
-                           "deleted; the next deletion goes on\n"});
+  expect_failure(scene.run_in_shell("\"$@\"", k_deletion),
+                 {"ERROR: the deletion in ",
+                  " is not finished: stopped after 1000 orphan copies, which are deleted; "
+                  "the next deletion goes on\n"});
   expect_parts(scene.run_log(), {"failed 1,", "POs taken 1000,"});
   EXPECT_EQ(scene.pos().size(), 1500U);
-  EXPECT_EQ(scene.run_in_shell("\"$@\"", support::k_deletion).exit_status, 0);
+  EXPECT_EQ(scene.run_in_shell("\"$@\"", k_deletion).exit_status, 0);
   EXPECT_EQ(scene.pos(), Words());
 }
 

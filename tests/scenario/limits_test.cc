@@ -6,43 +6,40 @@ namespace scenario::limits {
 
 const std::string k_missing_header = "backupid|client_name|policy_name|copy_num|\n";
 
-const Words k_one_listing_deletion{support::k_deletion[0], support::k_one_listing[0]};
+const Words k_one_listing_deletion = joined(k_deletion, k_one_listing);
 
-TEST(Limits, LargerShareOfOrphansFailsTheDirectoryAndLeavesIt) {
+TEST(Limits, LargerShareOfOrphansFailsTheDirectoryAndLeavesItsPOs) {
   const Scene scene;
-  scene.put("small", "p",
-            {"small_1_C1_F1.img", "small_2_C1_F1.img", "small_3_C1_F1.img", "small_4_C1_F1.img"});
-  scene.put("large", "p", {"large_1_C1_F1.img", "large_2_C1_F1.img", "large_3_C1_F1.img"});
-  for (const int time : {2, 3, 4, 5}) scene.storage().list_image("small", "p", time, {1});
-  for (const int time : {3, 4}) scene.storage().list_image("large", "p", time, {1});
+  put_own(scene, {"small"}, {"_1_C1_F1.img", "_2_C1_F1.img", "_3_C1_F1.img", "_4_C1_F1.img"});
+  put_own(scene, {"large"}, {"_1_C1_F1.img", "_2_C1_F1.img", "_3_C1_F1.img"});
+  for (const int time : {2, 3, 4, 5}) scene.list_image("small", "p", time, {1});
+  for (const int time : {3, 4}) scene.list_image("large", "p", time, {1});
   scene.sh("cp -r catalog before");
-  // The limit in percent, and the orphans that are within it. 2 of 3 are 66.7 percent.
+  // The limit in percent, and the orphans within it. 2 of 3 are 66.7 percent.
   const std::pair<std::string, Words> rows[] = {{"24", {}},
                                                 {"25", {"small_1"}},
                                                 {"66", {"small_1"}},
                                                 {"67", {"large_1", "large_2", "small_1"}}};
-  for (const Words& task : {support::k_dry_run, support::k_deletion, k_one_listing_deletion}) {
-    const bool deletes = task != support::k_dry_run;
+  for (const Words& task : {k_dry_run, k_deletion, k_one_listing_deletion}) {
+    const bool deletes = task != k_dry_run;
     for (const auto& [limit, within] : rows) {
       scene.sh("rm -rf catalog log/metadata_consistency; cp -r before catalog");
-      Words words = task;
-      words.insert(words.end(), {"--max_orphan_share", limit});
-      const Ended ended = scene.run(words);
+      const Ended ended = scene.run(joined(task, {"--max_orphan_share", limit}));
       Words errors;
       const auto expect_error = [&, &percent = limit](const char* client, const char* share) {
         errors.push_back(
             "ERROR (over the limit) : could not compare the Tavrin catalog and deduplication "
             "metadata for " +
-            scene.storage().policy_dir(client, "p").string() + "; " + share +
+            scene.policy_dir(client, "p").string() + "; " + share +
             " copies are orphans, more than " + percent + " percent\n");
       };
       if (within.size() < 3) expect_error("large", "2 of 3");
       if (within.empty()) expect_error("small", "1 of 4");
-      EXPECT_EQ(lines_beginning(ended.err, ""), errors);
+      EXPECT_EQ(sorted_lines(ended.err), errors);
       EXPECT_EQ(ended.exit_status, errors.empty() ? 0 : 1) << limit;
       const char* line = deletes ? "Deleted the POs for " : "Would have deleted the POs for ";
       EXPECT_EQ(lines_beginning(scene.logs("OrphanImages_"), line).size(), within.size()) << limit;
-      EXPECT_EQ(lines_beginning(scene.logs("MissingImages_"), ""),
+      EXPECT_EQ(sorted_lines(scene.logs("MissingImages_")),
                 (Words{k_missing_header, "large_4|large|p|1|\n", "small_5|small|p|1|\n"}));
       Words expected = scene.pos("before");
       for (const std::string& orphan : deletes ? within : Words{})
@@ -57,15 +54,15 @@ std::pair<std::string, std::string> split(const std::string& pair) {
   return {pair.substr(0, pair.find('/')), pair.substr(pair.find('/') + 1)};
 }
 
-TEST(Limits, OnlyAndExceptNameDirectoriesExactly) {
+TEST(Limits, OnlyAndExceptMatchDirectoriesExactly) {
   const Scene scene;
   const Words pairs{"a/p", "a/q", "ab/p", "b\xff/p", "none/p"};
   for (const std::string& pair : pairs) {
     const auto [client, policy] = split(pair);
     if (client != "none") scene.put(client, policy, {client + "_1000_C1_F1.img"});
-    scene.storage().list_image(client, policy, 9000, {1});
+    scene.list_image(client, policy, 9000, {1});
   }
-  // The options, and the directories that they leave.
+  // The options, and the directories that are visited.
   const std::pair<Words, Words> rows[] = {
       {{}, pairs},
       {{"--only", "a"}, {"a/p", "a/q"}},
@@ -90,12 +87,11 @@ TEST(Limits, OnlyAndExceptNameDirectoriesExactly) {
     const std::string skipped = std::to_string(4 - orphans.size());
     for (const int threads : {1, 3}) {
       scene.sh("rm -rf log/*");
-      Words words = options;
-      if (threads == 3) words.push_back(support::k_one_listing[0]);
+      const Words words = threads == 3 ? joined(options, k_one_listing) : options;
       const Ended ended = scene.dry_run(threads, words);
       expect_end(ended, 0, "");
       EXPECT_EQ(lines_beginning(ended.out, "{"), orphans);
-      EXPECT_EQ(lines_beginning(scene.logs("MissingImages_"), ""), missing);
+      EXPECT_EQ(sorted_lines(scene.logs("MissingImages_")), missing);
       const std::string log = scene.run_log();
       expect_parts(log, {"summary: policy directories " + dirs + ", failed 0, "});
       EXPECT_EQ(contains(log, " " + skipped + " policy directories skipped\n"), !options.empty());
@@ -104,7 +100,7 @@ TEST(Limits, OnlyAndExceptNameDirectoriesExactly) {
                 Words{dirs + "|" + skipped + "\n"});
     }
   }
-  expect_end(scene.run({support::k_deletion[0], "--except", "a/q", "--except", "ab"}), 0, "");
+  expect_end(scene.remove_orphans(1, {"--except", "a/q", "--except", "ab"}), 0, "");
   EXPECT_EQ(scene.pos().size(), 2U);
   expect_parts(boost::algorithm::join(scene.pos(), ""), {"a_1000_C1_F1.img", "ab_1000_C1_F1.img"});
 }

@@ -9,7 +9,7 @@
 
 namespace scenario::lock_and_signals {
 
-TEST(Lock, AnythingAtItsPathRefusesTheRun) {
+TEST(Lock, AnyFileAtItsPathRejectsTheRun) {
   const Scene scene;
   const std::string path = scene.lock_file().string();
   const std::string message =
@@ -27,11 +27,11 @@ TEST(Lock, AnythingAtItsPathRefusesTheRun) {
        "process " + own_pid + ", which is running but is not mdfixup."},
   };
   for (const auto& [make, advice] : rows) {
-    scene.sh(make + "mdfixup.lock");
+    scene.sh(make + layout::k_lock_file);
     expect_end(scene.scan(), 1, message + advice + remove);
-    EXPECT_TRUE(fs::remove(path)) << "not the refused run's to remove";
+    EXPECT_TRUE(fs::remove(path)) << "the rejected run does not own it";
   }
-  support::write_text(path, "1");
+  write_text(path, "1");
   // As a run on another host holds it.
   boost::interprocess::file_lock elsewhere(path.c_str());
   elsewhere.lock();
@@ -39,27 +39,27 @@ TEST(Lock, AnythingAtItsPathRefusesTheRun) {
              message + "process 1, but a run elsewhere holds it. Wait until that run has ended.\n");
 }
 
-TEST(Lock, IsHeldThroughTheRunWithThePidReadableAndAnotherRunsStays) {
+TEST(Lock, NamesTheProcessUntilTheEndAndALockOfAnotherRunStays) {
   PausedRun run;
   const fs::path lock = run.scene().lock_file();
-  EXPECT_EQ(support::read_text(lock), std::to_string(run.child().pid()));
+  EXPECT_EQ(read_text(lock), std::to_string(run.child().pid()));
   EXPECT_EQ(fs::status(lock).permissions(), fs::owner_read | fs::owner_write);
   expect_parts(run.scene().scan().err, {", which is running and is mdfixup. Wait until"});
   fs::remove(lock);
-  support::write_text(lock, "another run's");
+  write_text(lock, "another run's");
   EXPECT_EQ(run.go_on().exit_status, 0);
-  EXPECT_EQ(support::read_text(lock), "another run's");
+  EXPECT_EQ(read_text(lock), "another run's");
   expect_parts(run.scene().run_log(), {lock.string() + " was removed or replaced"});
 }
 
-TEST(Signals, FirstOneFinishesTheDirectoryInHandAndStops) {
+TEST(Signals, FirstOneStopsAfterTheCurrentDirectory) {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     PausedRun run;
     for (const int again : {SIGINT, SIGTERM, SIGHUP}) run.child().send(again);
     run.send_and_await_line(signal);
     const Ended ended = run.go_on();
     EXPECT_EQ(ended.exit_status, 1);
-    EXPECT_EQ(std::count(ended.err.begin(), ended.err.end(), '\n'), 1) << ended.err;
+    EXPECT_EQ(sorted_lines(ended.err).size(), 1U) << ended.err;
     EXPECT_FALSE(contains(ended.out, "finished successfully"));
     EXPECT_EQ(run.scene().later_calls(), "") << "neither another directory nor the final listing";
     EXPECT_FALSE(fs::exists(run.scene().lock_file()));
@@ -67,13 +67,13 @@ TEST(Signals, FirstOneFinishesTheDirectoryInHandAndStops) {
   }
 }
 
-TEST(Signals, FirstOneLetsNoWorkerDrawAnotherDirectory) {
+TEST(Signals, FirstOneStopsEveryWorker) {
   const Scene scene;
   for (int i = 0; i < 40; ++i) scene.put("hosta", std::to_string(i), {});
   scene.script("tvimagequery",
                "echo >> $0.calls; kill -INT $(cat mdfixup.lock); sleep 0.1; exit 227\n");
-  EXPECT_EQ(scene.run_in_shell("\"$@\" --num_threads 4", support::k_dry_run).exit_status, 1);
-  EXPECT_LE(support::read_text(scene.admincmd("tvimagequery.calls")).size(), 4U);
+  EXPECT_EQ(scene.run_in_shell("\"$@\" --num_threads 4", k_dry_run).exit_status, 1);
+  EXPECT_LE(read_text(scene.admincmd("tvimagequery.calls")).size(), 4U);
 }
 
 bool has_ended(pid_t pid) {
@@ -82,7 +82,7 @@ bool has_ended(pid_t pid) {
          info.si_pid == pid;
 }
 
-TEST(Signals, OneASecondLaterTakesItsDefaultAction) {
+TEST(Signals, SecondOneAfterASecondEndsTheProcess) {
   if (k_signals_are_deferred) GTEST_SKIP();
   PausedRun run;
   const auto start = std::chrono::steady_clock::now();
@@ -103,7 +103,7 @@ TEST(Signals, IgnoredOnesStayIgnored) {
   scene.put("hosta", "p", {});
   scene.script("tvimagequery",
                "for i in INT HUP; do kill -$i $(cat mdfixup.lock); done; exit 227\n");
-  expect_end(scene.run_in_shell("trap '' INT HUP; \"$@\"", support::k_dry_run), 0, "");
+  expect_end(scene.run_in_shell("trap '' INT HUP; \"$@\"", k_dry_run), 0, "");
 }
 
 }  // namespace scenario::lock_and_signals

@@ -14,27 +14,25 @@ constexpr bool k_signals_are_deferred = true;
 constexpr bool k_signals_are_deferred = false;
 #endif
 
-// Three directories, and a dry run that stops in the middle of the first one until it is let go on.
+// Three directories. A dry run pauses in the first one until go_on().
 class PausingScene : public Scene {
  public:
   PausingScene() {
-    for (const char* client : {"hosta", "hostb", "hostc"}) put(client, "p", {});
+    put_own(*this, {"hosta", "hostb", "hostc"}, {});
     sh("mkfifo ready go");
-    // The first call reports itself and waits; any other one leaves its arguments behind.
+    // The first call reports itself and waits; the others log their arguments.
     script("tvimagequery", "cd " + root().string() +
                                "; if mkdir first 2>/dev/null; then echo > ready; read line < go; "
                                "else echo \"$*\" >> calls; fi\nexit 227\n");
   }
 
-  void await_pause() const { support::read_text(root() / "ready"); }
-  void go_on() const { support::write_text(root() / "go", "\n"); }
-  std::string later_calls() const { return support::read_text(root() / "calls"); }
+  void await_pause() const { read_text(root() / "ready"); }
+  void go_on() const { write_text(root() / "go", "\n"); }
+  std::string later_calls() const { return read_text(root() / "calls"); }
 };
 
 inline Words dry_run_on(const std::string& threads, const Words& more = {}) {
-  Words words{support::k_dry_run[0], support::k_dry_run[1], "--num_threads", threads};
-  words.insert(words.end(), more.begin(), more.end());
-  return words;
+  return joined(joined(k_dry_run, {"--num_threads", threads}), more);
 }
 
 // Such a run, paused.
@@ -45,7 +43,7 @@ class PausedRun {
     m_scene.await_pause();
   }
 
-  // Sends a signal, and waits until the run has told a line.
+  // Sends a signal, and waits until the run has printed a line about it.
   void send_and_await_line(int signal) {
     m_child->send(signal);
     while (!k_signals_are_deferred && !contains(m_child->err(), "\n")) ::sched_yield();

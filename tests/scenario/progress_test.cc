@@ -4,17 +4,15 @@
 
 namespace scenario::progress {
 
-// Two orphans in each directory are printed behind the pause.
-TEST(Progress, LineOnTheTerminalLeavesNothingBehind) {
+// The run prints two orphans in each directory after the pause.
+TEST(Progress, LineOnTheTerminalIsErased) {
   if (!support::terminals_are_there()) GTEST_SKIP() << "no pseudo terminals";
   for (const char* threads : {"1", "4"}) {
     const PausingScene scene;
-    for (const std::string client : {"hosta", "hostb", "hostc"})
-      scene.put(client, "p", {client + "_1600000000_C1_F1.img", client + "_1600000001_C1_F1.img"});
-    support::write_text(scene.storage().policy_dir("broken", "p") / "po.db", "no database");
+    put_own(scene, {"hosta", "hostb", "hostc"}, {"_1600000000_C1_F1.img", "_1600000001_C1_F1.img"});
+    write_text(scene.po_db("broken", "p"), "no database");
     scene.put("hostd", "p", {});
-    Words words = dry_run_on(threads);
-    words.insert(words.end(), {"--except", "hostd"});
+    const Words words = dry_run_on(threads, {"--except", "hostd"});
     support::OnTerminal run(scene.command(words), scene.environment());
     scene.await_pause();
     run.await(" of 4 directories, ");
@@ -35,22 +33,22 @@ TEST(Progress, LineOnTheTerminalLeavesNothingBehind) {
   }
 }
 
-TEST(Progress, IsToldOnStandardErrorWhenAskedFor) {
+TEST(Progress, IsPrintedToStandardErrorOnRequest) {
   PausedRun run("2");
   run.send_and_await_line(SIGUSR1);
   const Ended ended = run.go_on();
   EXPECT_EQ(ended.exit_status, 0);
-  EXPECT_EQ(std::count(ended.err.begin(), ended.err.end(), '\n'), 1) << ended.err;
+  EXPECT_EQ(sorted_lines(ended.err).size(), 1U) << ended.err;
   expect_parts(ended.err, {", 0 failed, 0 orphan copies, 0 missing copies"});
 }
 
-// A pipe that is full and that nobody reads.
-TEST(Progress, AnswerThatNobodyReadsDoesNotHoldUpTheRun) {
+// A full pipe without a reader.
+TEST(Progress, AnswerWithoutAReaderDoesNotStopTheRun) {
   const Scene scene;
   scene.put("hosta", "p", {});
   scene.script("tvimagequery", "kill -USR1 $(cat mdfixup.lock)\nexit 227\n");
   const Ended ended = scene.run_in_shell(
-      "mkfifo pipe; exec 9<>pipe; head -c 65536 /dev/zero >&9; \"$@\" 2>&9", support::k_dry_run);
+      "mkfifo pipe; exec 9<>pipe; head -c 65536 /dev/zero >&9; \"$@\" 2>&9", k_dry_run);
   EXPECT_EQ(ended.exit_status, 0);
 }
 

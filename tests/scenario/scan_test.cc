@@ -7,9 +7,9 @@ const std::string k_issues =
     "\tPlease refer to the deduplication documentation and the help output of this tool\n"
     "\t(the -h and --help options) for more details and repair options.\n";
 
-TEST(Scan, TellsDirectoriesThatCannotBeReadAndGoesOn) {
+TEST(Scan, ReportsUnreadableDirectoriesAndGoesOn) {
   const std::string foreign = "not a path-object database";
-  // Policy, status, and what spoils its database (".shell" runs a command).
+  // Policy, status, and the damage to its database (".shell" runs a command).
   const std::string rows[][3] = {
       {"no_table", foreign, "DROP TABLE po"},
       {"trigger", foreign, "CREATE TRIGGER t AFTER DELETE ON po BEGIN DELETE FROM po; END"},
@@ -38,16 +38,16 @@ TEST(Scan, TellsDirectoriesThatCannotBeReadAndGoesOn) {
     scene.put("hosta", policy, basenames);
     scene.sh("cd catalog/2/hosta/" + policy + " && sqlite3 po.db \"" + damage + "\"");
     expected.push_back("ERROR (" + status + "): could not read the deduplication metadata for " +
-                       scene.storage().policy_dir("hosta", policy).string() + "\n");
+                       scene.policy_dir("hosta", policy).string() + "\n");
   }
   std::sort(expected.begin(), expected.end());
-  // The leading characters of names alone are judged.
+  // Only the leading characters of names count.
   scene.put("right", "p",
             {"right_1_C1_F1.img", "right", "other_1_C1_F1.img", "EVENT_1", "Rig", ""});
   scene.put("mixed", "p", {"mixed_1_C1_F1.img", "Mixed_1_C1_F1.img"});
   scene.put("longer", "p", {"LongerName_1_C1_F1.img[R]"});
   scene.put("whole", "p", {"WHOLE"});
-  // Our schema: after a table was dropped, with another page size, and written in another way, with
+  // Valid schemas: after a dropped table, with another page size, and in another spelling with
   // statistics.
   scene.sh(
       "cd catalog/2; sqlite3 longer/p/po.db 'CREATE TABLE gone (x); DROP TABLE gone';"
@@ -70,11 +70,11 @@ TEST(Scan, TellsDirectoriesThatCannotBeReadAndGoesOn) {
     const std::string log = scene.logs("client_names_with_case_sensitivity_issues.");
     expect_parts(log, expected);
     expect_parts(log, clients);
-    const Ended ended_early = scene.run_in_shell(
-        k_strace + "-f -P $PWD/catalog/2/hosta -e inject=getdents64:error=EIO \"$@\"",
-        {support::k_scan[0], "--num_threads", std::to_string(threads)});
-    EXPECT_EQ(ended_early.exit_status, 1);
-    expect_parts(ended_early.err, {"Aborting with error:  could not read"});
+    const std::string unreadable = "-f -P $PWD/catalog/2/hosta -e inject=getdents64:error=EIO ";
+    expect_failure(
+        scene.run_in_shell(
+            k_strace + unreadable + "\"$@\" --num_threads " + std::to_string(threads), k_scan),
+        {"Aborting with error:  could not read"});
   }
   fs::remove(scene.root() / "trace");
   EXPECT_EQ(scene.snapshot(), before);

@@ -7,7 +7,7 @@
 
 #include "tests/support/scene.h"
 
-// Whole runs of the program, a namespace for each file, and what all of them use.
+// Whole runs of the program, with a namespace for each file.
 namespace scenario {
 
 namespace fs = boost::filesystem;
@@ -16,16 +16,28 @@ using boost::algorithm::ends_with;
 using boost::algorithm::replace_all_copy;
 using boost::algorithm::starts_with;
 using support::Ended;
+using support::joined;
+using support::k_deletion;
+using support::k_dry_run;
+using support::k_one_listing;
+using support::k_repair;
+using support::k_scan;
+using support::k_start_services;
 using support::lines_beginning;
+using support::read_text;
 using support::Scene;
+using support::sorted_lines;
+using support::sqlite;
 using support::Words;
+using support::write_script;
+using support::write_text;
 
 inline void expect_parts(const std::string& text, const Words& parts) {
   for (const std::string& part : parts)
     EXPECT_TRUE(contains(text, part)) << part << "\nin " << text;
 }
 
-// What strace notes of a run, in this order.
+// Expects the steps in a trace, in this order.
 inline void expect_in_order(const std::string& calls, const Words& steps) {
   std::size_t at = 0;
   for (const std::string& step : steps) {
@@ -35,17 +47,35 @@ inline void expect_in_order(const std::string& calls, const Words& steps) {
   }
 }
 
-// Leaks cannot be looked for in a process that is traced.
+// The leak sanitizer does not work in a traced process.
 const std::string k_strace = "ASAN_OPTIONS=detect_leaks=0 exec strace -o trace ";
 
-// How a run ended, and all that it wrote to standard error.
+// Expects the exit status and the whole standard error.
 inline void expect_end(const Ended& ended, int exit_status, const std::string& err) {
   EXPECT_EQ(ended.exit_status, exit_status) << err;
   EXPECT_EQ(ended.err, err);
 }
 
+inline void expect_failure(const Ended& ended, const Words& err_parts) {
+  EXPECT_EQ(ended.exit_status, 1) << ended.err;
+  expect_parts(ended.err, err_parts);
+}
+
+// Stores POs in policy p of each client; their names are the client's and one of the ends.
+inline void put_own(const Scene& scene, const Words& clients, const Words& ends) {
+  for (const std::string& client : clients) {
+    Words basenames;
+    for (const std::string& end : ends) basenames.push_back(client + end);
+    scene.put(client, "p", basenames);
+  }
+}
+
 inline fs::path runs_dir(const Scene& scene) {
-  return scene.storage().log_dir() / "mdfixup" / "runs";
+  return scene.log_dir() / layout::k_records;
+}
+
+inline void remove_reports(const Scene& scene) {
+  fs::remove_all(scene.log_dir() / layout::k_consistency_logs);
 }
 
 // The records of a task's runs.
@@ -53,7 +83,7 @@ inline std::vector<fs::path> records_of(const Scene& scene, const std::string& t
   std::vector<fs::path> records;
   for (const auto& entry : fs::directory_iterator(runs_dir(scene))) {
     const fs::path& file = entry.path();
-    if (file.extension() == ".db" && support::sqlite(file, "SELECT task FROM run") == task + "\n")
+    if (file.extension() == ".db" && sqlite(file, "SELECT task FROM run") == task + "\n")
       records.push_back(file);
   }
   return records;
@@ -63,20 +93,19 @@ inline std::string id_of(const Scene& scene, const std::string& task) {
   return records_of(scene, task).at(0).stem().string();
 }
 
-// The rows that a query gives on them, sorted.
+// The rows of a query on these records, sorted.
 inline Words rows_of(const Scene& scene, const std::string& task, const std::string& query) {
   std::string rows;
-  for (const fs::path& record : records_of(scene, task))
-    rows += support::sqlite(record, "SELECT " + query);
-  return lines_beginning(rows, "");
+  for (const fs::path& record : records_of(scene, task)) rows += sqlite(record, "SELECT " + query);
+  return sorted_lines(rows);
 }
 
-// The pages of a record that is too long for one are a chain; the first is made to lead nowhere.
+// A long record fills a chain of pages. Makes the first page point to none.
 inline void damage_long_record(const fs::path& po_db) {
   const std::string page =
-      support::sqlite(po_db, "SELECT min(pageno) FROM dbstat WHERE pagetype = 'overflow'");
-  std::string bytes = support::read_text(po_db);
-  support::write_text(po_db, bytes.replace((std::stoul(page) - 1) * 4096, 4, "\x7f\xff\xff\xff"));
+      sqlite(po_db, "SELECT min(pageno) FROM dbstat WHERE pagetype = 'overflow'");
+  std::string bytes = read_text(po_db);
+  write_text(po_db, bytes.replace((std::stoul(page) - 1) * 4096, 4, "\x7f\xff\xff\xff"));
 }
 
 }  // namespace scenario

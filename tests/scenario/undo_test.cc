@@ -6,8 +6,8 @@ namespace scenario::undo {
 
 const std::string k_name = "mdfixup-undo: ";
 
-// What the product's clients and policies hold, with every type that a column may have.
-void plant(const Scene& scene) {
+// Fills directories with POs, with every type that a column may have.
+void fill(const Scene& scene) {
   for (const std::string client : {"hosta", "hostb", "hostc"}) {
     for (const std::string policy : {"p", "q"}) {
       Words names;
@@ -16,27 +16,27 @@ void plant(const Scene& scene) {
         names.push_back(client + "_" + std::to_string(time) + "_C1_HDR.info");
       }
       scene.put(client, policy, names);
-      support::sqlite(scene.po_db(client, policy),
-                      "UPDATE po SET size = 1.5 WHERE rowid % 7 = 1; "
-                      "UPDATE po SET size = 'many', mtime = x'00ff' WHERE rowid % 7 = 2; "
-                      "UPDATE po SET poid = CAST(poid AS BLOB) WHERE rowid % 7 = 3; "
-                      "UPDATE po SET poid = '', record = '' WHERE rowid % 7 = 4; "
-                      "UPDATE po SET poid = 'a' || char(0) || 'b' WHERE rowid % 7 = 5; "
-                      "UPDATE po SET basename = basename || x'ff0a' WHERE rowid % 7 = 6");
-      if (client != "hostc") scene.storage().list_image(client, policy, 1000, {1});
+      scene.sql(client, policy,
+                "UPDATE po SET size = 1.5 WHERE rowid % 7 = 1; "
+                "UPDATE po SET size = 'many', mtime = x'00ff' WHERE rowid % 7 = 2; "
+                "UPDATE po SET poid = CAST(poid AS BLOB) WHERE rowid % 7 = 3; "
+                "UPDATE po SET poid = '', record = '' WHERE rowid % 7 = 4; "
+                "UPDATE po SET poid = 'a' || char(0) || 'b' WHERE rowid % 7 = 5; "
+                "UPDATE po SET basename = basename || x'ff0a' WHERE rowid % 7 = 6");
+      if (client != "hostc") scene.list_image(client, policy, 1000, {1});
     }
   }
 }
 
-// All rows of the catalog with their types, by directory; one without rows counts as none.
+// The rows of the metadata tree with their types, by directory. Empty databases are left out.
 std::map<std::string, std::string> rows(const Scene& scene) {
   std::map<std::string, std::string> rows;
-  for (const auto& entry : fs::recursive_directory_iterator(scene.root() / "catalog")) {
-    if (entry.path().filename() != "po.db") continue;
+  for (const auto& entry : fs::recursive_directory_iterator(scene.tree_dir())) {
+    if (entry.path().filename() != layout::k_po_database) continue;
     const std::string text =
-        support::sqlite(entry.path(),
-                        "SELECT hex(basename), hex(poid), quote(size), quote(mtime), hex(record), "
-                        "typeof(basename), typeof(poid), typeof(record) FROM po ORDER BY basename");
+        sqlite(entry.path(),
+               "SELECT hex(basename), hex(poid), quote(size), quote(mtime), hex(record), "
+               "typeof(basename), typeof(poid), typeof(record) FROM po ORDER BY basename");
     if (!text.empty()) rows[entry.path().string()] = text;
   }
   return rows;
@@ -45,11 +45,9 @@ std::map<std::string, std::string> rows(const Scene& scene) {
 class Undo : public testing::TestWithParam<const char*> {
  protected:
   Ended restore(const Words& more) const {
-    Words words{"restore", m_run, "--num_threads", GetParam()};
-    words.insert(words.end(), more.begin(), more.end());
-    return m_scene.undo(words);
+    return m_scene.undo(joined({"restore", m_run, "--num_threads", GetParam()}, more));
   }
-  // How the next restore ends, and what its line in the run log counts.
+  // Expects the end of a restore, and the counts in its line of the run log.
   void expect_restore(const Words& more, int pos, int there_already, int links, int failed) const {
     const bool is_dry = more == Words{"--dry_run"};
     const Ended ended = restore(more);
@@ -59,7 +57,7 @@ class Undo : public testing::TestWithParam<const char*> {
         boost::format(
             "%1% POs restored%2%, there already %3%, symbolic links %4%, not restored %5%\n") %
         pos % (is_dry ? " (dry run)" : "") % there_already % links % failed;
-    EXPECT_TRUE(starts_with(log.substr(log.rfind("restore: ") + 9), counts.str()))
+    EXPECT_TRUE(starts_with(log.substr(log.rfind("restore: ")), "restore: " + counts.str()))
         << counts << log << m_scene.logs("Restore_");
   }
 
@@ -68,8 +66,8 @@ class Undo : public testing::TestWithParam<const char*> {
 };
 INSTANTIATE_TEST_SUITE_P(Threads, Undo, testing::Values("1", "4"));
 
-TEST_P(Undo, GivesADeletionsPOsBackInPartsAndAllOfThem) {
-  plant(m_scene);
+TEST_P(Undo, PutsBackADeletionInPartsAndAsAWhole) {
+  fill(m_scene);
   const auto before = rows(m_scene);
   expect_end(m_scene.remove_orphans(), 0, "");
   const auto deleted = m_scene.snapshot();
@@ -78,10 +76,10 @@ TEST_P(Undo, GivesADeletionsPOsBackInPartsAndAllOfThem) {
 
   expect_restore({"--dry_run"}, 472, 0, 0, 0);
   EXPECT_EQ(m_scene.snapshot(), deleted);
-  // Neither journal nor record fits.
+  // There is no room for journal and record.
   const Ended full =
       support::run({"sh", "-c", "ulimit -f 8; \"$0\" restore \"$@\"", MDFIXUP_UNDO_PROGRAM, m_run,
-                    "--tvr_location", m_scene.storage().product().string()},
+                    "--tvr_location", m_scene.product().string()},
                    m_scene.environment());
   EXPECT_EQ(full.exit_status, 1);
   EXPECT_EQ(lines_beginning(full.err, "ERROR: could not restore ").size(), 6U) << full.err;
@@ -90,29 +88,28 @@ TEST_P(Undo, GivesADeletionsPOsBackInPartsAndAllOfThem) {
   expect_restore({"--client", "hosta"}, 78, 78, 0, 0);
   expect_end(restore({"--client", "HOSTA"}), 1,
              "ERROR: the run changed nothing of this client and policy\n");
-  // A database, and all of a client, that are made again; POs that are others by now.
+  // A database and a client that it makes again, and POs that were replaced by others.
   fs::remove(m_scene.po_db("hostb", "p"));
-  fs::remove_all(m_scene.storage().policy_dir("hostc", "q").parent_path());
+  fs::remove_all(m_scene.policy_dir("hostc", "q").parent_path());
   const fs::path changed = m_scene.po_db("hosta", "q");
-  support::sqlite(changed, "UPDATE po SET size = 3 WHERE rowid = 21");
-  support::sqlite(
-      changed,
-      "UPDATE po SET poid = CAST(poid AS TEXT) WHERE rowid = (SELECT min(rowid) FROM po "
-      "WHERE typeof(poid) = 'blob')");
+  sqlite(changed, "UPDATE po SET size = 3 WHERE rowid = 21");
+  sqlite(changed,
+         "UPDATE po SET poid = CAST(poid AS TEXT) WHERE rowid = (SELECT min(rowid) FROM po "
+         "WHERE typeof(poid) = 'blob')");
   const std::string others = rows(m_scene)[changed.string()];
   expect_restore({"--dry_run"}, 316, 154, 0, 2);
   expect_restore({}, 316, 154, 0, 2);
   EXPECT_EQ(rows(m_scene)[changed.string()], others);
   const std::string log = m_scene.logs("Restore_");
   EXPECT_EQ(lines_beginning(log, "Warning: another PO with the name hosta_").size(), 4U) << log;
-  expect_parts(log, {"Restored 80 POs to " + m_scene.storage().policy_dir("hostc", "q").string() +
+  expect_parts(log, {"Restored 80 POs to " + m_scene.policy_dir("hostc", "q").string() +
                      "; 0 were there already.\n"});
-  support::sqlite(changed, "DELETE FROM po");
+  sqlite(changed, "DELETE FROM po");
   expect_restore({}, 78, 394, 0, 0);
 
   auto now = rows(m_scene);
   for (const auto& [file, text] : before) {
-    // These had POs that were no orphans and that nothing brings back.
+    // These also lost POs that were no orphans.
     if (file == changed.string() || file == m_scene.po_db("hostb", "p").string()) continue;
     EXPECT_EQ(now[file], text) << file;
   }
@@ -121,23 +118,23 @@ TEST_P(Undo, GivesADeletionsPOsBackInPartsAndAllOfThem) {
   EXPECT_EQ(m_scene.snapshot(), restored) << "nothing is written";
 }
 
-// Every name below the catalog, with what links lead to.
+// Every path in the metadata tree, with the targets of links.
 Words tree(const Scene& scene) {
-  const std::string catalog = (scene.root() / "catalog").string();
-  return lines_beginning(support::run({"find", catalog, "-printf", "%y %P %l\\n"}).out, "");
+  const std::string root = scene.tree_dir().string();
+  return sorted_lines(support::run({"find", root, "-printf", "%y %P %l\\n"}).out);
 }
 
-TEST_P(Undo, MovesARepairsPOsBackAndTakesAwayWhatItMade) {
+TEST_P(Undo, MovesThePOsOfARepairBackAndRemovesWhatItMade) {
   m_scene.put("hosta", "p",
               {"hosta_1_C1_F1.img", "HostA_1_C1_F1.img", "HostA_2_C1_F1.img", "HOSTA_3_C1_F1.img",
                "HOSTA_4_C1_F1.img"});
   m_scene.put("hosta", "q", {"HostA_5_C1_F1.img", "HostA_6_C1_F1.img"});
   m_scene.put("HostA", "p", {"HostA_9_C1_F1.img", "hosta_9_C1_F1.img", "HostA_2_C1_F1.img"});
-  // The repair replaces a PO of the same content, whatever else is different.
+  // The repair replaces a PO with the same POID, even if its size differs.
   for (const char* client : {"hosta", "HostA"})
-    support::sqlite(m_scene.po_db(client, "p"), "UPDATE po SET poid = 'same', size = size + " +
-                                                    std::to_string(client[0]) +
-                                                    " WHERE basename LIKE 'HostA_2%'");
+    m_scene.sql(client, "p",
+                "UPDATE po SET poid = 'same', size = size + " + std::to_string(client[0]) +
+                    " WHERE basename LIKE 'HostA_2%'");
   m_scene.sh("ln -s hosta catalog/2/linked; ln -s ../nowhere catalog/2/hosta/p/gone");
   const Words tree_before = tree(m_scene);
   const auto before = rows(m_scene);
@@ -149,20 +146,20 @@ TEST_P(Undo, MovesARepairsPOsBackAndTakesAwayWhatItMade) {
   expect_restore({"--dry_run"}, 7, 0, 2, 0);
   EXPECT_EQ(m_scene.snapshot(), repaired);
   expect_restore({"--client", "HostA", "--policy", "p"}, 1, 0, 0, 0);
-  // A restore that was cut short, a PO that is gone, others in its place, a PO that came later.
+  // An interrupted restore, a lost PO, other POs in its place, and a later PO.
   const auto db = [&](const char* client, const char* policy) {
     return m_scene.po_db(client, policy);
   };
   const std::string kept = support::run({"sqlite3", db("HostA", "p").string(), ".dump"}).out;
-  support::sqlite(db("hosta", "q"), "ATTACH '" + db("HostA", "q").string() +
-                                        "' AS t; INSERT INTO po SELECT * FROM t.po LIMIT 1");
-  support::sqlite(db("HostA", "p"), "DELETE FROM po WHERE basename LIKE 'HostA_2%'");
+  m_scene.sql(
+      "hosta", "q",
+      "ATTACH '" + db("HostA", "q").string() + "' AS t; INSERT INTO po SELECT * FROM t.po LIMIT 1");
+  m_scene.sql("HostA", "p", "DELETE FROM po WHERE basename LIKE 'HostA_2%'");
   m_scene.put("HOSTA", "p", {"HOSTA_7_C1_F1.img"});
-  support::sqlite(
-      db("hosta", "p"),
-      "ATTACH '" + db("HOSTA", "p").string() +
-          "' AS t; INSERT INTO po SELECT basename, poid, size + 1, mtime, record FROM t.po "
-          "WHERE basename LIKE 'HOSTA_3%'");
+  m_scene.sql("hosta", "p",
+              "ATTACH '" + db("HOSTA", "p").string() +
+                  "' AS t; INSERT INTO po SELECT basename, poid, size + 1, mtime, record FROM t.po "
+                  "WHERE basename LIKE 'HOSTA_3%'");
   m_scene.sh("touch catalog/2/linked");
   expect_restore({"--dry_run"}, 3, 2, 1, 3);
   expect_restore({}, 3, 2, 1, 3);
@@ -172,12 +169,12 @@ TEST_P(Undo, MovesARepairsPOsBackAndTakesAwayWhatItMade) {
                                     "something else is in the place of the symbolic link "})
     EXPECT_EQ(lines_beginning(log, "Warning: " + warning).size(), 2U) << log;
 
-  support::sqlite(db("hosta", "p"), "DELETE FROM po WHERE basename LIKE 'HOSTA_3%'");
-  support::sqlite(db("HOSTA", "p"), "DELETE FROM po WHERE basename LIKE 'HOSTA_7%'");
+  m_scene.sql("hosta", "p", "DELETE FROM po WHERE basename LIKE 'HOSTA_3%'");
+  m_scene.sql("HOSTA", "p", "DELETE FROM po WHERE basename LIKE 'HOSTA_7%'");
   fs::remove(db("HostA", "p"));
   support::run({"sh", "-c", "echo \"$0\" | sqlite3 " + db("HostA", "p").string(), kept});
-  support::sqlite(db("HostA", "p"),
-                  "DELETE FROM po WHERE basename LIKE 'HostA_1_%'; PRAGMA user_version = 1");
+  m_scene.sql("HostA", "p",
+              "DELETE FROM po WHERE basename LIKE 'HostA_1_%'; PRAGMA user_version = 1");
   m_scene.sh("rm catalog/2/linked");
   expect_restore({}, 2, 5, 1, 0);
   EXPECT_EQ(rows(m_scene), before);
@@ -185,18 +182,16 @@ TEST_P(Undo, MovesARepairsPOsBackAndTakesAwayWhatItMade) {
   expect_restore({}, 0, 7, 0, 0);
 }
 
-// The record names nothing outside, but links in the catalog lead there.
+// The record names no path outside, but links in the metadata tree lead there.
 TEST_P(Undo, OfARepairDoesNotFollowLinks) {
   m_scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
   m_scene.sh("ln -s ../../outside catalog/2/gate");
   expect_end(m_scene.repair(), 0, "");
   m_run = id_of(m_scene, "repair");
-  m_scene.sh(
-      "mkdir -p outside/p; cp catalog/2/hosta/p/po.db outside/p; "
-      "sqlite3 log/mdfixup/runs/" +
-      m_run +
-      ".db \"INSERT INTO link VALUES (NULL, '2/gate/planted', '/etc', 1); "
-      "INSERT INTO made VALUES (NULL, '2/gate/p'), (NULL, '2/gate/p/po.db')\"");
+  m_scene.sh("mkdir -p outside/p; cp catalog/2/hosta/p/po.db outside/p; sqlite3 log/mdfixup/runs/" +
+             m_run +
+             ".db \"INSERT INTO link VALUES (NULL, '2/gate/other', '/etc', 1); "
+             "INSERT INTO made VALUES (NULL, '2/gate/p'), (NULL, '2/gate/p/po.db')\"");
   const auto outside = [&] {
     return support::run({"find", (m_scene.root() / "outside").string(), "-ls"}).out;
   };
@@ -206,40 +201,37 @@ TEST_P(Undo, OfARepairDoesNotFollowLinks) {
   EXPECT_EQ(outside(), before);
 }
 
-// A storage with a deletion.
-class UndoneScene : public Scene {
- public:
-  UndoneScene() {
-    put("hosta", "p", {"hosta_1000_C1_F1.img", "hosta_1000_C1_HDR.info"});
-    expect_end(remove_orphans(), 0, "");
-    m_id = id_of(*this, "deletion");
-  }
+// Runs a deletion that takes two POs. Returns its id.
+std::string delete_two(const Scene& scene) {
+  put_own(scene, {"hosta"}, {"_1000_C1_F1.img", "_1000_C1_HDR.info"});
+  expect_end(scene.remove_orphans(), 0, "");
+  return id_of(scene, "deletion");
+}
 
-  const std::string& id() const { return m_id; }
-  std::string record() const { return records_of(*this, "deletion").at(0).string(); }
-  // A copy of the record, changed.
-  std::string changed(const std::string& statement) const {
-    const std::string copy = (root() / "1-1.db").string();
-    fs::copy_file(record(), copy, fs::copy_option::overwrite_if_exists);
-    support::sqlite(copy, statement);
-    return copy;
-  }
+fs::path record_of(const Scene& scene, const std::string& id) {
+  return runs_dir(scene) / (id + ".db");
+}
 
- private:
-  std::string m_id;
-};
+// A changed copy of a record.
+std::string changed(const Scene& scene, const std::string& id, const std::string& statement) {
+  const fs::path copy = scene.root() / "1-1.db";
+  fs::copy_file(record_of(scene, id), copy, fs::copy_option::overwrite_if_exists);
+  sqlite(copy, statement);
+  return copy.string();
+}
 
-TEST(Undo, RefusesWhatCannotBeUndone) {
-  const UndoneScene scene;
+TEST(Undo, RejectsRunsThatCannotBeUndone) {
+  const Scene scene;
+  const std::string id = delete_two(scene);
   expect_end(scene.scan(), 0, "");
   const std::string scanned = id_of(scene, "scan");
-  const std::string catalog = (scene.root() / "catalog").string();
+  const std::string tree = scene.tree_dir().string();
   const std::string cannot = "ERROR: the run 1-1 cannot be undone: ";
   const std::string missing =
-      "ERROR: The Tavrin Deduplication Catalog directory (" + catalog + ") does not exist.\n";
-  const std::string aside = (scene.root() / "zelp-database-caseconv").string();
-  // The change of the record, or after "$ " a shell script; the run, or the changed record if it is
-  // empty; the error.
+      "ERROR: The Tavrin Deduplication Catalog directory (" + tree + ") does not exist.\n";
+  const std::string aside = (scene.root() / layout::k_work_dir).string();
+  // The change of the record, or a shell script after "$ "; the run, or empty for the changed record;
+  // the error.
   const std::string rows[][3] = {
       {"", scanned, "ERROR: the run " + scanned + " cannot be undone: it changed nothing\n"},
       {"", "7-7", k_name + "7-7: is no record of a run, and no run has this id\n"},
@@ -251,21 +243,21 @@ TEST(Undo, RefusesWhatCannotBeUndone) {
            scene.root().string() + "\n"},
       {"UPDATE client_policy SET client = '..'", "",
        "Aborting with error:  the record names a path that is not below the catalog: ..\n"},
-      {"$ mv catalog zelp-database-caseconv", scene.id(),
+      {"$ mv catalog zelp-database-caseconv", id,
        missing + "The repair is not finished: the catalog is at " + aside +
            ", and the services are down. Run the repair again to finish it.\n"},
-      {"$ mv zelp-database-caseconv elsewhere", scene.id(), missing},
-      {"$ mv elsewhere catalog; mv quorv quorv.gone", scene.id(),
-       "The provided Tavrin install location ( " + scene.storage().product().string() +
+      {"$ mv zelp-database-caseconv elsewhere", id, missing},
+      {"$ mv elsewhere catalog; mv quorv quorv.gone", id,
+       "The provided Tavrin install location ( " + scene.product().string() +
            " ) does not exist\n"},
-      {"$ mv quorv.gone quorv; touch mdfixup.lock", scene.id(),
+      {"$ mv quorv.gone quorv; touch mdfixup.lock", id,
        "Refusing to run because the lock file " + scene.lock_file().string() +
            " already exists.\n"},
   };
   for (const auto& [change, named, err] : rows) {
     const bool is_script = starts_with(change, "$ ");
     if (is_script) scene.sh(change.substr(2));
-    const std::string run = named.empty() ? scene.changed(change) : named;
+    const std::string run = named.empty() ? changed(scene, id, change) : named;
     const auto before = scene.snapshot();
     for (const Words& words : {Words{"restore", run}, Words{"restore", run, "--dry_run"}}) {
       const Ended ended = scene.undo(words);
@@ -279,14 +271,14 @@ TEST(Undo, RefusesWhatCannotBeUndone) {
       {{"--dry_run"}, "a command is missing: list, show, restore or forget"},
       {{"restore"}, "restore: the run is missing"},
       {{"show", ""}, "show: the run is missing"},
-      {{"list", scene.id()}, "unexpected argument '" + scene.id() + "'"},
-      {{"forget", scene.id(), "--client", "hosta"},
+      {{"list", id}, "unexpected argument '" + id + "'"},
+      {{"forget", id, "--client", "hosta"},
        "--client, --policy and --dry_run go with restore alone"},
-      {{"restore", scene.id(), "--client="},
+      {{"restore", id, "--client="},
        "the argument for option '--client' should follow immediately after the equal sign"},
       {{"--num_threads", "1025", "list"},
        "the argument ('1025') for option '--num_threads' is out of range, which is 0 to 1024"},
-      {{"restore", scene.id(), "--force"}, "unrecognised option '--force'"},
+      {{"restore", id, "--force"}, "unrecognised option '--force'"},
   };
   for (const auto& [words, err] : lines) {
     const Ended ended = scene.undo(words);
@@ -296,44 +288,46 @@ TEST(Undo, RefusesWhatCannotBeUndone) {
 }
 
 TEST(Undo, ListsShowsAndForgets) {
-  const UndoneScene scene;
-  const std::string title = "Run: " + scene.id() + "\nStorage root: " + scene.root().string() +
+  const Scene scene;
+  const std::string id = delete_two(scene);
+  const fs::path record = record_of(scene, id);
+  const std::string title = "Run: " + id + "\nStorage root: " + scene.root().string() +
                             "\nSaved: 2 POs; the record takes ";
-  expect_parts(scene.undo({"show", scene.id()}).out,
+  expect_parts(scene.undo({"show", id}).out,
                {title, "\nClient  Policy  POs saved  ", "\nhosta   p               2  "});
   expect_parts(
-      scene.undo({"show", scene.changed("UPDATE client_policy SET client = char(27)")}).out,
+      scene.undo({"show", changed(scene, id, "UPDATE client_policy SET client = char(27)")}).out,
       {"\\x1b    p               2  "});
   scene.sh("rm 1-1.db");
   const auto list = [&] { return scene.undo({"list"}).out; };
-  expect_parts(list(), {"Run ", scene.id() + "  deletion ", "  2 POs  "});
-  // Neither undoes it.
-  EXPECT_EQ(scene.undo({"restore", scene.id(), "--dry_run"}).exit_status, 0);
+  expect_parts(list(), {"Run ", id + "  deletion ", "  2 POs  "});
+  // Neither a dry run nor a part of it undoes the run.
+  EXPECT_EQ(scene.undo({"restore", id, "--dry_run"}).exit_status, 0);
   EXPECT_FALSE(contains(list(), "undone")) << list();
-  EXPECT_EQ(scene.undo({"restore", scene.id(), "--client", "hosta"}).exit_status, 0);
+  EXPECT_EQ(scene.undo({"restore", id, "--client", "hosta"}).exit_status, 0);
   expect_parts(list(), {"  undone in part by "});
-  EXPECT_EQ(scene.undo({"restore", scene.record()}).exit_status, 0);
+  EXPECT_EQ(scene.undo({"restore", record.string()}).exit_status, 0);
   expect_parts(list(), {"  undone by "});
 
-  // Many POs: their room is given back.
-  support::sqlite(scene.record(),
-                  "WITH RECURSIVE n(i) AS (SELECT 3 UNION ALL SELECT i + 1 FROM n WHERE i < 3000) "
-                  "INSERT INTO saved SELECT 4294967296 + i, i, '', 0, 0, randomblob(500) FROM n");
+  // Many POs, whose space is freed.
+  sqlite(record,
+         "WITH RECURSIVE n(i) AS (SELECT 3 UNION ALL SELECT i + 1 FROM n WHERE i < 3000) "
+         "INSERT INTO saved SELECT 4294967296 + i, i, '', 0, 0, randomblob(500) FROM n");
   expect_parts(list(), {"3,000 POs"});
-  const auto bytes = fs::file_size(scene.record());
+  const auto bytes = fs::file_size(record);
   for (int i = 0; i < 2; ++i) {
-    const Ended forgotten = scene.undo({"forget", scene.id()});
+    const Ended forgotten = scene.undo({"forget", id});
     expect_end(forgotten, 0, "");
-    expect_parts(forgotten.out, {"The run " + scene.id() + " can no longer be undone; "});
+    expect_parts(forgotten.out, {"The run " + id + " can no longer be undone; "});
   }
-  EXPECT_LT(fs::file_size(scene.record()) * 10, bytes);
-  EXPECT_FALSE(fs::exists(scene.record() + "-wal"));
+  EXPECT_LT(fs::file_size(record) * 10, bytes);
+  EXPECT_FALSE(fs::exists(record.string() + "-wal"));
   EXPECT_EQ(list(), "No run can be undone.\n");
-  expect_parts(scene.undo({"show", scene.id()}).out,
+  expect_parts(scene.undo({"show", id}).out,
                {"It cannot be undone: what it had saved was removed by forget\n"});
   const std::string why = " cannot be undone: what it had saved was removed by forget\n";
-  expect_end(scene.undo({"restore", scene.id()}), 1, "ERROR: the run " + scene.id() + why);
-  const Ended report = support::run({MDFIXUP_REPORT_PROGRAM, scene.record()});
+  expect_end(scene.undo({"restore", id}), 1, "ERROR: the run " + id + why);
+  const Ended report = support::run({MDFIXUP_REPORT_PROGRAM, record.string()});
   expect_end(report, 0, "");
   expect_parts(report.out, {"hosta"});
 }

@@ -15,19 +15,20 @@ namespace support {
 
 using boost::algorithm::starts_with;
 
-fs::path Scene::admincmd(const std::string& name) const {
-  return m_storage.product() / "tavrin" / "bin" / "admincmd" / name;
-}
-
 fs::path Scene::po_db(const std::string& client, const std::string& policy) const {
-  return m_storage.policy_dir(client, policy) / "po.db";
+  return policy_dir(client, policy) / layout::k_po_database;
 }
 
 void Scene::put(const std::string& client, const std::string& policy,
                 const Words& basenames) const {
-  sandbox::PolicyDirWriter dir(m_storage.policy_dir(client, policy), 16, 1);
+  sandbox::PolicyDirWriter dir(policy_dir(client, policy), 16, 1);
   for (const std::string& basename : basenames) dir.put(basename);
   dir.finish();
+}
+
+std::string Scene::sql(const std::string& client, const std::string& policy,
+                       const std::string& statements) const {
+  return sqlite(po_db(client, policy), statements);
 }
 
 void Scene::sh(const std::string& script) const {
@@ -35,37 +36,30 @@ void Scene::sh(const std::string& script) const {
 }
 
 Words Scene::command(const Words& arguments) const {
-  Words words{MDFIXUP_PROGRAM, "--tvr_location", m_storage.product().string()};
-  words.insert(words.end(), arguments.begin(), arguments.end());
-  return words;
+  return joined({MDFIXUP_PROGRAM, "--tvr_location", product().string()}, arguments);
 }
 
 Ended Scene::run_in_shell(const std::string& script, const Words& arguments) const {
-  Words words = command(arguments);
-  words.insert(words.begin(), {"sh", "-c", "cd " + root().string() + "; " + script, "sh"});
-  return support::run(words, environment());
+  const Words shell{"sh", "-c", "cd " + root().string() + "; " + script, "sh"};
+  return support::run(joined(shell, command(arguments)), environment());
 }
 
-Ended Scene::undo(Words arguments) const {
-  arguments.insert(arguments.begin(), MDFIXUP_UNDO_PROGRAM);
-  arguments.insert(arguments.end(), {"--tvr_location", m_storage.product().string()});
-  return support::run(arguments, environment());
+Ended Scene::undo(const Words& arguments) const {
+  const Words location{"--tvr_location", product().string()};
+  return support::run(joined(joined({MDFIXUP_UNDO_PROGRAM}, arguments), location), environment());
 }
 
 Ended Scene::run_task(const Words& task, int threads, const Words& more) const {
-  Words words{"--num_threads", std::to_string(threads)};
-  words.insert(words.end(), task.begin(), task.end());
-  words.insert(words.end(), more.begin(), more.end());
-  return run(words);
+  return run(joined(joined({"--num_threads", std::to_string(threads)}, task), more));
 }
 
-Words Scene::pos(const std::string& catalog) const {
-  return sandbox::list_pos(root() / catalog);
+Words Scene::pos(const std::string& tree) const {
+  return sandbox::list_pos(root() / tree);
 }
 
 std::string Scene::logs(const std::string& prefix) const {
   std::string text;
-  for (const auto& entry : fs::recursive_directory_iterator(m_storage.log_dir())) {
+  for (const auto& entry : fs::recursive_directory_iterator(log_dir())) {
     if (starts_with(entry.path().filename().string(), prefix)) text += read_text(entry.path());
   }
   return text;
@@ -74,7 +68,7 @@ std::string Scene::logs(const std::string& prefix) const {
 std::map<std::string, std::string> Scene::snapshot() const {
   std::map<std::string, std::string> files;
   for (const auto& entry : fs::recursive_directory_iterator(root())) {
-    if (starts_with(entry.path().string(), m_storage.log_dir().string())) continue;
+    if (starts_with(entry.path().string(), log_dir().string())) continue;
     const bool is_file = fs::is_regular_file(entry.symlink_status());
     files[entry.path().string()] = is_file ? read_text(entry.path()) : "";
   }

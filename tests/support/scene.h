@@ -5,7 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "files/storage_layout.h"
 #include "sandbox/child.h"
+#include "sandbox/pid_files_lock.h"
 #include "sandbox/storage_builder.h"
 #include "tests/support/temp_dir.h"
 
@@ -16,33 +18,40 @@ using sandbox::Ended;
 using sandbox::run;
 using Words = std::vector<std::string>;
 
-// What asks for each task.
+inline Words joined(Words first, const Words& second) {
+  first.insert(first.end(), second.begin(), second.end());
+  return first;
+}
+
+// The options of each task.
 const Words k_scan{"--scan_client_name_case"};
 const Words k_repair{"--repair_client_name_case"};
 const Words k_forced_repair{"--repair_client_name_case", "--force"};
 const Words k_deletion{"--FORCE_DEDUPE_METADATA_CONSISTENCY"};
 const Words k_dry_run{"--FORCE_DEDUPE_METADATA_CONSISTENCY", "--dry_run"};
 
-// What lets the last two list the backup catalog once.
+// Lists the backup catalog once, in a deletion or a dry run.
 const Words k_one_listing{"--one_listing"};
 
-// What standard output is told where the services are to be started again.
+// The request to start the services again.
 const std::string k_start_services =
     "Please start Tavrin Deduplication services with the following commands:\n"
     "\t/usr/quorv/tavrin/bin/tvsvcwatch\n\t/usr/quorv/ksde/ksconfigure/ksde start\n";
 
-// A storage in a temporary directory, and the program to run on it.
-class Scene {
+// A storage in a temporary directory, and the program to run on it. The services stay as they are
+// while it exists, unless it writes the pid files itself.
+class Scene : sandbox::PidFilesLock, TempDir, public sandbox::StorageBuilder {
  public:
-  Scene() : m_storage(m_dir.path() / "kestrel") {}
+  explicit Scene(Use use = Use::read)
+      : PidFilesLock(use), StorageBuilder(TempDir::path() / "kestrel") {}
 
-  const sandbox::StorageBuilder& storage() const { return m_storage; }
-  const boost::filesystem::path& root() const { return m_storage.root(); }
-  boost::filesystem::path lock_file() const { return root() / "mdfixup.lock"; }
-  boost::filesystem::path admincmd(const std::string& name) const;
+  boost::filesystem::path lock_file() const { return root() / layout::k_lock_file; }
+  boost::filesystem::path admincmd(const std::string& name) const {
+    return product() / "tavrin/bin/admincmd" / name;
+  }
   boost::filesystem::path po_db(const std::string& client, const std::string& policy) const;
 
-  // Stores POs of these names in a policy directory.
+  // Stores POs with these names in a policy directory.
   void put(const std::string& client, const std::string& policy, const Words& basenames) const;
 
   // Replaces a command of the product by a shell script.
@@ -53,16 +62,14 @@ class Scene {
   // Runs a shell script in the storage's root.
   void sh(const std::string& script) const;
 
-  // What starts the program with the arguments, the product's location in front.
+  // The command line of the program, with the product's location.
   Words command(const Words& arguments) const;
-  Child::Environment environment() const {
-    return {{"KSREGISTRY", m_storage.registry_file().string()}};
-  }
+  Child::Environment environment() const { return {{"KSREGISTRY", registry_file().string()}}; }
   std::unique_ptr<Child> start(const Words& arguments) const {
     return std::make_unique<Child>(command(arguments), environment());
   }
 
-  // Runs it to its end.
+  // Each runs the program to its end.
   Ended run(const Words& arguments) const { return start(arguments)->wait(); }
   Ended scan(int threads = 1) const { return run_task(k_scan, threads); }
   Ended repair(int threads = 1) const { return run_task(k_repair, threads); }
@@ -73,33 +80,37 @@ class Scene {
     return run_task(k_dry_run, threads, more);
   }
 
-  // Runs mdfixup-undo to its end, the product's location after the arguments.
-  Ended undo(Words arguments) const;
+  // Runs mdfixup-undo to its end, with the product's location.
+  Ended undo(const Words& arguments) const;
 
-  // Runs it by way of a shell script in the storage's root, in which "$@" stands for the program and its arguments.
+  // Runs a shell script in the storage's root; its arguments "$@" are the program's command line.
   Ended run_in_shell(const std::string& script, const Words& arguments) const;
 
-  // All logs below the log directory whose names begin so, one behind the other.
+  // Runs statements on the database of a policy directory, and returns the output of sqlite3.
+  std::string sql(const std::string& client, const std::string& policy,
+                  const std::string& statements) const;
+
+  // The text of all logs whose names begin with `prefix`.
   std::string logs(const std::string& prefix) const;
   std::string run_log() const { return logs("mdfixup.log"); }
 
-  // Every PO below the directory `catalog` of the storage, a line each.
-  Words pos(const std::string& catalog = "catalog") const;
+  // Every PO below a directory of the storage, a line each.
+  Words pos(const std::string& tree = layout::k_metadata_tree) const;
 
-  // Every file of the storage but the logs, with its content.
+  // The content of every file of the storage, except logs.
   std::map<std::string, std::string> snapshot() const;
 
  private:
   Ended run_task(const Words& task, int threads, const Words& more = {}) const;
-
-  TempDir m_dir;
-  sandbox::StorageBuilder m_storage;
 };
 
-// The lines of `text` that begin so, sorted, with their line ends.
+// The lines of `text` that begin with `prefix`, sorted, with their line ends.
 Words lines_beginning(const std::string& text, const std::string& prefix);
+inline Words sorted_lines(const std::string& text) {
+  return lines_beginning(text, "");
+}
 
-// Runs statements on a database with the sqlite3 command, and returns what it printed.
+// Runs the sqlite3 command on a database, and returns its output.
 std::string sqlite(const boost::filesystem::path& file, const std::string& statements);
 
 }  // namespace support

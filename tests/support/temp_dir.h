@@ -8,7 +8,7 @@
 
 namespace support {
 
-// A directory of its own for one test; removed at its end, but kept and named when the test failed.
+// A temporary directory. The destructor removes it, or prints its name if the test failed.
 class TempDir {
  public:
   TempDir();
@@ -25,7 +25,7 @@ class TempDir {
 using sandbox::read_text;
 using sandbox::write_text;
 
-// A shell script that can be run.
+// Writes an executable shell script; the first line is added.
 void write_script(const boost::filesystem::path& file, const std::string& text);
 
 }  // namespace support

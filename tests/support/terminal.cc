@@ -29,7 +29,7 @@ bool terminals_are_there() {
 OnTerminal::OnTerminal(const std::function<void()>& body, unsigned short columns) {
   struct winsize size {};
   size.ws_col = columns;
-  (void)std::fflush(nullptr);  // or the process would write it as well
+  (void)std::fflush(nullptr);  // or the child would write it again
   m_pid = ::forkpty(&m_terminal, nullptr, nullptr, &size);
   if (m_pid < 0) throw std::runtime_error("no terminal");
   if (m_pid != 0) return;
@@ -43,7 +43,7 @@ OnTerminal::OnTerminal(const std::vector<std::string>& command,
                        const sandbox::Child::Environment& environment)
     : OnTerminal([&] { sandbox::exec(command, environment); }, k_wide) {}
 
-// At its end, when no process has it any more, a terminal fails with EIO.
+// A terminal that no process has open any more fails with EIO.
 bool OnTerminal::read_more() {
   std::array<char, 4096> buffer{};
   const ssize_t n = ::read(m_terminal, buffer.data(), buffer.size());

@@ -10,16 +10,15 @@
 
 namespace support {
 
-// Whether the machine has pseudo terminals at all, as a bare change of root has not.
+// Whether there are pseudo terminals; after a bare chroot there are none.
 bool terminals_are_there();
 
-// A process with a terminal of its own, which controls it and takes its standard output and standard
-// error.
+// A process with its own controlling terminal, which takes its standard output and error.
 //
-// Threads: one thread, which has no others beside it when the process is made.
+// Threads: the process that makes it has no other thread.
 class OnTerminal {
  public:
-  // `body` runs in the process, which ends with it.
+  // Runs `body` in the process, which exits after it.
   explicit OnTerminal(const std::function<void()>& body, unsigned short columns = 0);
   OnTerminal(const std::vector<std::string>& command,
              const sandbox::Child::Environment& environment);
@@ -27,17 +26,16 @@ class OnTerminal {
   OnTerminal(const OnTerminal&) = delete;
   OnTerminal& operator=(const OnTerminal&) = delete;
 
-  // Waits until that text was written, or the process has ended.
+  // Waits until the process has written that text, or has ended.
   void await(const std::string& text);
 
-  // Waits for the end; the exit status, or -1 when a signal was it.
+  // Waits for the end. Returns the exit status, or -1 after a signal.
   int wait();
 
-  // What was written so far, as it came.
+  // The output so far.
   const std::string& written() const { return m_written; }
 
-  // What stands on the terminal then: without the lines that were erased before anything else was
-  // written.
+  // The output without the lines that were erased before anything else was written.
   std::string screen() const;
 
  private:

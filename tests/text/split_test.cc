@@ -12,7 +12,7 @@
 
 namespace {
 
-// Characters that differ from a separator in the highest bit or by one stand next to it.
+// Among the characters are neighbours of the separators, and those with another highest bit.
 TEST(Split, GivesTheFirstFieldsOfBoostSplit) {
   constexpr unsigned k_seed = 1;
   const std::string characters = "  __a!^`\xa0\xdf\x1f\x01\xff\x80";

@@ -6,13 +6,14 @@
 #include <string>
 #include <vector>
 
+#include "config/version.h"
 #include "tests/support/scene.h"
 #include "tool/option_table.h"
 
 namespace {
 
 using Words = std::vector<std::string>;
-// What is said of each option: "flag", its default value or "none"; and "hidden" behind it.
+// Of each option: "flag", its default value, or "none"; "hidden" follows if the help omits it.
 using Options = std::map<std::string, std::string>;
 
 std::string read(const std::string& file) {
@@ -24,11 +25,10 @@ std::vector<std::smatch> matches(const std::string& text, const char* pattern) {
   return {std::sregex_iterator(text.begin(), text.end(), regex), std::sregex_iterator()};
 }
 
-// The first groups of all matches.
-Words all(const std::string& text, const char* pattern) {
-  const std::regex regex(pattern);
-  return {std::sregex_token_iterator(text.begin(), text.end(), regex, 1),
-          std::sregex_token_iterator()};
+Words first_groups(const std::string& text, const char* pattern) {
+  Words groups;
+  for (const std::smatch& match : matches(text, pattern)) groups.push_back(match[1]);
+  return groups;
 }
 
 Options options_of_the_table() {
@@ -66,39 +66,40 @@ Options options_of_the_manual(const std::string& page) {
   return options;
 }
 
-// What the completion function really offers for the last word; "<dirnames>" and the like where it
-// leaves the word to bash.
+// The completions of the last word; "<dirnames>" and the like if the function leaves it to bash.
 Words offered_by_bash(const Words& words) {
   const char* const script = R"(compopt() { [[ $2 == nosort ]] || echo "<$2>"; }
     source "$0"
     registered=($(complete -p "$1")) COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
     "${registered[2]}" "$1" "${COMP_WORDS[-1]#=}" "${COMP_WORDS[-2]}"
     printf '%s\n' "${COMPREPLY[@]}")";
-  Words command{"bash", "-c", script, MDFIXUP_SOURCE_DIR "/packaging/completion/mdfixup.bash"};
-  command.insert(command.end(), words.begin(), words.end());
-  const support::Ended ended = support::run(command);
+  const Words bash{"bash", "-c", script, MDFIXUP_SOURCE_DIR "/packaging/completion/mdfixup.bash"};
+  const support::Ended ended = support::run(support::joined(bash, words));
   EXPECT_EQ(ended.err, "");
-  return all(ended.out, "([^\n]+)");
+  return first_groups(ended.out, "([^\n]+)");
 }
 
 Words options_of_zsh(const std::string& function) {
   const std::string text = read("packaging/completion/_mdfixup");
   const std::size_t begin = text.find("\n" + function + "() {");
-  return all(text.substr(begin, text.find("\n}", begin) - begin), "(--\\w+)=?\\[");
+  return first_groups(text.substr(begin, text.find("\n}", begin) - begin), "(--\\w+)=?\\[");
 }
 
 TEST(DocumentedOptions, AreThoseOfTheProgram) {
-  const Options sandbox = options_of_the_help(MDFIXUP_SANDBOX_PROGRAM);
-  const Options report = options_of_the_help(MDFIXUP_REPORT_PROGRAM);
-  const Options undo = options_of_the_help(MDFIXUP_UNDO_PROGRAM);
-  // The manual's page, the function of zsh, the options, and what they may follow in bash.
-  const std::tuple<std::string, std::string, Options, Words> programs[] = {
-      {"mdfixup.8", "_mdfixup_tasks", options_of_the_table(), {"mdfixup"}},
-      {"mdfixup-sandbox.1", "_mdfixup_sandbox", sandbox, {"mdfixup-sandbox", "create", "dir"}},
-      {"mdfixup-report.1", "_mdfixup_report", report, {"mdfixup-report"}},
-      {"mdfixup-undo.8", "_mdfixup_undo", undo, {"mdfixup-undo", "restore", "1-2"}},
+  // The program, its manual page and zsh function, and the words before its options in bash.
+  const std::tuple<const char*, const char*, const char*, Words> programs[] = {
+      {MDFIXUP_PROGRAM, "mdfixup.8", "_mdfixup_tasks", {"mdfixup"}},
+      {MDFIXUP_SANDBOX_PROGRAM,
+       "mdfixup-sandbox.1",
+       "_mdfixup_sandbox",
+       {"mdfixup-sandbox", "create", "dir"}},
+      {MDFIXUP_REPORT_PROGRAM, "mdfixup-report.1", "_mdfixup_report", {"mdfixup-report"}},
+      {MDFIXUP_UNDO_PROGRAM, "mdfixup-undo.8", "_mdfixup_undo", {"mdfixup-undo", "restore", "1-2"}},
   };
-  for (auto [page, zsh_function, options, words] : programs) {
+  for (auto [program, page, zsh_function, words] : programs) {
+    const bool has_table = words[0] == "mdfixup";
+    const Options options = has_table ? options_of_the_table() : options_of_the_help(program);
+    EXPECT_EQ(support::run({program, "--version"}).out, version_text(words[0]));
     EXPECT_EQ(options_of_the_manual(page), options) << page;
     std::set<std::string> names;
     words.emplace_back();
@@ -113,7 +114,7 @@ TEST(DocumentedOptions, AreThoseOfTheProgram) {
     for (const Words& offered : {offered_by_bash(words), options_of_zsh(zsh_function)})
       EXPECT_EQ(std::set<std::string>(offered.begin(), offered.end()), names) << page;
   }
-  EXPECT_EQ(offered_by_bash({"mdfixup", "--F"}).size(), 2U) << "bash would write a deletion";
+  EXPECT_EQ(offered_by_bash({"mdfixup", "--F"}).size(), 2U) << "bash would complete a deletion";
 }
 
 }  // namespace

@@ -18,11 +18,12 @@ using std::chrono::hours;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-// A task that does in each directory of a catalog what the test says, and logs beside it.
+// A task that calls a function in each directory.
 class VisitingTask : public catalog::BaseTraverseCatalog {
  public:
   VisitingTask(const boost::filesystem::path& dir, std::function<int()> visit)
-      : BaseTraverseCatalog(dir / "log", dir / "catalog", 1, true), m_visit(std::move(visit)) {
+      : BaseTraverseCatalog(dir / "log", dir / layout::k_metadata_tree, 1, true),
+        m_visit(std::move(visit)) {
     init_log_file(log_dir(), "task.log");
   }
   int visit_dir(const boost::filesystem::path& /*policy_dir*/) override { return m_visit(); }
@@ -32,7 +33,7 @@ class VisitingTask : public catalog::BaseTraverseCatalog {
   const std::function<int()> m_visit;
 };
 
-TEST(ProgressOfTask, IsToldInTheRunLogAtEachInterval) {
+TEST(ProgressOfTask, IsLoggedInTheRunLogAtEachInterval) {
   const support::TempDir dir;
   const std::string run_log = (dir.path() / "run.log").string();
   dctLogSetA(run_log.c_str());
@@ -40,7 +41,7 @@ TEST(ProgressOfTask, IsToldInTheRunLogAtEachInterval) {
     while (support::read_text(run_log).find(text) == std::string::npos) ::sched_yield();
   };
   for (const char* policy : {"2/a/p", "2/a/q", "2/b/p", "3/c/p"})
-    boost::filesystem::create_directories(dir.path() / "catalog" / policy);
+    boost::filesystem::create_directories(dir.path() / layout::k_metadata_tree / policy);
   int visited = 0;
   VisitingTask task(dir.path(), [&] {
     ++visited;
@@ -60,7 +61,7 @@ TEST(ProgressOfTask, IsToldInTheRunLogAtEachInterval) {
   dctLogSetA("/dev/null");
 }
 
-TEST(ProgressText, LeavesOutWhatIsNotKnown) {
+TEST(ProgressText, OmitsUnknownValues) {
   using Phase = ProgressState::Phase;
   const std::pair<ProgressState, const char*> rows[] = {
       {{0, {}, 0, "", seconds(0), {}}, "0 directories, 0 failed"},

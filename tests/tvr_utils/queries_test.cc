@@ -21,7 +21,7 @@ TEST(DiskPool, FirstLineWhoseServerBeginsWithTheHostNameWins) {
   for (const auto& [host, pool] : rows)
     EXPECT_EQ(dct::GetDiskPoolName(dir.path(), host).name(), pool) << host;
   if (::unshare(CLONE_NEWUTS) != 0) GTEST_SKIP() << "the host's name cannot be set";
-  // The full name is asked for before the short one.
+  // The full name precedes the short one.
   const std::string labels[][2] = {{"media10.example.lan", "dp5"}, {"media10.other.lan", "dp1"}};
   for (const auto& [host, pool] : labels) {
     ASSERT_EQ(::sethostname(host.c_str(), host.size()), 0);

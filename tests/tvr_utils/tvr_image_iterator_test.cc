@@ -19,7 +19,7 @@ std::string frag(const std::string& copy, const std::string& number, const std::
          " 16 17 18 19 " + value + " 21 22 23 24 25\n";
 }
 
-// Every image that the listing gives, a line each, and how it failed if it did.
+// The images of the listing, a line each, and then the error, if any.
 std::string images(const std::string& output, const std::string& end) {
   const support::TempDir dir;
   support::write_text(dir.path() / "tvimagequery.listing", output);
@@ -48,7 +48,7 @@ TEST(TVRImageIterator, DeliversImagesWithAcceptedFragments) {
   const std::string one = image("c", "p", "10") + frag("1", "1", "5");
   const std::string one_image = "c p 10 1:1:5\n";
   const std::string of_9 = image("c", "p", "9");
-  // What is listed, how the command goes on, and the images or the error.
+  // The listing, how the command continues, and the images or the error.
   const std::string rows[][3] = {
       {"", "", ""},
       {"no entity was found in the catalog\nmore\n", "exit 227", ""},

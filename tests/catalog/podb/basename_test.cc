@@ -11,8 +11,7 @@ namespace {
 
 const std::string k_client = "hA";
 
-// What parsing gave, in words: the fields; or the status and text, with "$" for the basename; or
-// "bad cast".
+// The result of parsing: the fields; or status and text, with "$" for the basename; or "bad cast".
 template <class Name>
 std::string outcome(Name& name, const std::string& basename) {
   try {
@@ -74,7 +73,7 @@ TEST(Basename, Parses) {
     for (const auto& before : rows) {
       catalog::podb::BasenameTimeAndCopy used;
       (void)outcome(used, before[0]);
-      EXPECT_EQ(outcome(used, basename), light_outcome) << basename << " behind " << before[0];
+      EXPECT_EQ(outcome(used, basename), light_outcome) << basename << " after " << before[0];
     }
   }
 }

@@ -6,24 +6,22 @@
 
 namespace scenario::walk {
 
-// Runs a script in the catalog, which is empty at first. Returns what a walk logs and then the
-// directories that it yields, each a sorted list of lines without the catalog's path.
+// Runs a script in an empty metadata tree. Returns the log of a walk and then its directories, each as
+// sorted lines without the tree's path.
 std::string walked(const Scene& scene, const std::string& script) {
   scene.sh("rm -rf catalog* walk.log; mkdir catalog; cd catalog; " + script);
   const std::string log_file = (scene.root() / "walk.log").string();
   dct::util::LogFile log(log_file);
-  catalog::LockedDirsIterator source(scene.root() / "catalog", &log);
+  catalog::LockedDirsIterator source(scene.tree_dir(), &log);
   std::string dirs;
   for (std::string dir = source.get_next_path(); !dir.empty(); dir = source.get_next_path())
     dirs += dir + "\n";
   EXPECT_EQ(source.get_next_path(), "");
-  const std::string both =
-      boost::algorithm::join(lines_beginning(support::read_text(log_file), ""), "") +
-      boost::algorithm::join(lines_beginning(dirs, ""), "");
-  return replace_all_copy(both, (scene.root() / "catalog/").string(), "");
+  const Words both = joined(sorted_lines(read_text(log_file)), sorted_lines(dirs));
+  return replace_all_copy(boost::algorithm::join(both, ""), scene.tree_dir().string() + "/", "");
 }
 
-TEST(DirsIterator, YieldsPolicyDirectoriesOfTheDsidAlone) {
+TEST(DirsIterator, YieldsOnlyPolicyDirectoriesOfTheDsid) {
   const std::string rows[][2] = {
       {"mkdir 2", ""},
       {"mkdir -p 2/a 2/b/p/deeper 2/b/q", "2/b/p\n2/b/q\n"},
@@ -32,7 +30,7 @@ TEST(DirsIterator, YieldsPolicyDirectoriesOfTheDsidAlone) {
       {"mkdir -p 3/a/p ./-2/a/p 2a/a/p 18446744073709551616/a/p",
        "Invalid DSID: 18446744073709551616\nInvalid DSID: 2a\nSkip DSID: -2\nSkip DSID: 3\n"},
       {"mkdir -p 1/a/p 2/a/p 9/a/p", "Skip DSID: 1\nSkip DSID: 9\n2/a/p\n"},
-      // Links are followed, and what is no directory is passed over.
+      // Links are followed; files are skipped.
       {"mkdir -p 2/a/p ../catalog.elsewhere/q; ln -s ../../catalog.elsewhere 2/linked;"
        "for i in . 2 2/a; do ln -s /no/such $i/dangling; ln -s itself $i/itself; done;"
        "rm dangling; touch 2/file 2/a/file",
@@ -42,28 +40,28 @@ TEST(DirsIterator, YieldsPolicyDirectoriesOfTheDsidAlone) {
   for (const auto& [script, expected] : rows) EXPECT_EQ(walked(scene, script), expected) << script;
 }
 
-// A directory that is gone is empty; a storage that is gone is out of reach.
-TEST(DirsIterator, WhatIsGoneIsEmptyOnlyWhileTheRootIsTheSame) {
+// A vanished directory is empty; a vanished storage is an error.
+TEST(DirsIterator, VanishedDirectoryIsEmptyWhileTheRootIsTheSame) {
   const Scene scene;
   for (const std::string script :
        {"rm -r 2/*", "mv $PWD ../catalog.aside", "mv $PWD ../catalog.aside; mkdir ../catalog"}) {
     scene.sh("rm -rf catalog*; mkdir -p catalog/2/a/p catalog/2/b/p catalog/2/c/p");
-    catalog::LockedDirsIterator source(scene.root() / "catalog", nullptr);
+    catalog::LockedDirsIterator source(scene.tree_dir(), nullptr);
     EXPECT_NE(source.get_next_path(), "");
     scene.sh("cd catalog; " + script);
-    if (!fs::exists(scene.root() / "catalog/2")) {
+    if (!fs::exists(scene.tree_dir() / "2")) {
       EXPECT_THROW(source.get_next_path(), catalog::WalkRootChanged) << script;
     }
     EXPECT_EQ(source.get_next_path(), "") << script;
   }
 }
 
-TEST(DirsIterator, FileNamedLikeTheDsidLetsTheNextDirectoryThrough) {
+TEST(DirsIterator, AfterAFileNamedLikeTheDsidTheNextDirectoryIsWalked) {
   const Scene scene;
   const std::string found =
       walked(scene, "for i in $(seq 10 40); do mkdir -p $i/a/p; done; touch 2");
-  Words listed{""};  // as the file system does
-  for (const auto& entry : fs::directory_iterator(scene.root() / "catalog"))
+  Words listed{""};  // in the order of the file system
+  for (const auto& entry : fs::directory_iterator(scene.tree_dir()))
     listed.insert(listed.end() - 1, entry.path().filename().string());
   const std::string next = *(std::find(listed.begin(), listed.end(), "2") + 1);
   const std::string yielded = found.substr(found.rfind("Skip DSID: "));

@@ -8,7 +8,7 @@
 
 namespace {
 
-TEST(ServiceControl, TellsWhatRunsFromTheListerAndThePidFiles) {
+TEST(ServiceControl, ReadsTheListerAndThePidFiles) {
   const support::TempDir dir;
   const std::string file = (dir.path() / "segstored.pid").string();
   const std::string message = "Could not read the pid from " + file +
@@ -36,7 +36,7 @@ TEST(ServiceControl, TellsWhatRunsFromTheListerAndThePidFiles) {
   }
   for (const char* end : {"kill -9 $PPID", "kill -TERM $$", "echo a; exit 141"}) {
     support::write_script(dir.path() / "tavrin/bin/tvprocs", end);
-    EXPECT_THROW(services.all_are_stopped(), Cr_ErrnoException) << "no answer is none: " << end;
+    EXPECT_THROW(services.all_are_stopped(), Cr_ErrnoException) << end;
   }
 }
 
