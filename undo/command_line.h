@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "catalog/restore/recorded_dirs.h"
+#include "undo/restore/recorded_dirs.h"
 
 namespace undo {
 

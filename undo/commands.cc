@@ -3,7 +3,6 @@
 #include <optional>
 #include <string>
 
-#include "catalog/restore/base_restore.h"
 #include "config/version.h"
 #include "console/run_log.h"
 #include "console/standard_streams.h"
@@ -15,9 +14,9 @@
 #include "tool/exit_status.h"
 #include "tool/option_table.h"
 #include "tool/run_on_storage.h"
-#include "tool/tasks.h"
 #include "tool/tvr_location.h"
 #include "undo/command_line.h"
+#include "undo/restore/run_restore.h"
 #include "undo/saved_run.h"
 #include "undo/views.h"
 

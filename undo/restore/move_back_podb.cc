@@ -1,4 +1,4 @@
-#include "catalog/restore/move_back_podb.h"
+#include "undo/restore/move_back_podb.h"
 
 #include "status/status.h"
 

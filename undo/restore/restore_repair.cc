@@ -1,4 +1,4 @@
-#include "catalog/restore/restore_repair.h"
+#include "undo/restore/restore_repair.h"
 
 #include <unistd.h>
 

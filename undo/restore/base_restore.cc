@@ -1,4 +1,4 @@
-#include "catalog/restore/base_restore.h"
+#include "undo/restore/base_restore.h"
 
 #include <ctime>
 

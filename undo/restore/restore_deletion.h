@@ -1,6 +1,6 @@
 #pragma once
 
-#include "catalog/restore/base_restore.h"
+#include "undo/restore/base_restore.h"
 
 namespace catalog {
 

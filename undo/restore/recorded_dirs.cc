@@ -1,4 +1,4 @@
-#include "catalog/restore/recorded_dirs.h"
+#include "undo/restore/recorded_dirs.h"
 
 #include <algorithm>
 

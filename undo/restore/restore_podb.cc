@@ -1,11 +1,11 @@
-#include "catalog/restore/restore_podb.h"
+#include "undo/restore/restore_podb.h"
 
 #include <string>
 #include <variant>
 
-#include "catalog/restore/base_restore.h"
 #include "record/run_reader.h"
 #include "record/schema.h"
+#include "undo/restore/base_restore.h"
 
 namespace fs = boost::filesystem;
 

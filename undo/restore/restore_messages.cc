@@ -1,4 +1,4 @@
-#include "catalog/messages/restore_messages.h"
+#include "undo/restore/restore_messages.h"
 
 #include "console/run_log.h"
 #include "dct/report_error.h"

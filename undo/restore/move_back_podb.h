@@ -7,10 +7,10 @@
 
 #include <boost/filesystem/path.hpp>
 
-#include "catalog/messages/restore_messages.h"
 #include "podb/po_row.h"
 #include "podb/podb_transaction.h"
 #include "podb/sqlite_podb.h"
+#include "undo/restore/restore_messages.h"
 
 namespace catalog::podb {
 

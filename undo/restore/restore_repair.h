@@ -3,9 +3,9 @@
 #include <map>
 #include <vector>
 
-#include "catalog/restore/base_restore.h"
-#include "catalog/restore/move_back_podb.h"
 #include "lock/key_locks.h"
+#include "undo/restore/base_restore.h"
+#include "undo/restore/move_back_podb.h"
 
 namespace catalog {
 

@@ -1,7 +1,7 @@
-#include "catalog/restore/restore_deletion.h"
+#include "undo/restore/restore_deletion.h"
 
-#include "catalog/restore/restore_podb.h"
 #include "record/schema.h"
+#include "undo/restore/restore_podb.h"
 
 namespace catalog {
 

@@ -1,7 +1,7 @@
+#include "undo/restore/run_restore.h"
+
 #include <memory>
 
-#include "catalog/restore/restore_deletion.h"
-#include "catalog/restore/restore_repair.h"
 #include "console/standard_streams.h"
 #include "dct/report_error.h"
 #include "tool/exit_status.h"
@@ -9,9 +9,10 @@
 #include "tool/option_table.h"
 #include "tool/run_task.h"
 #include "tool/services.h"
-#include "tool/tasks.h"
 #include "tool/thread_count.h"
 #include "tool/tvr_location.h"
+#include "undo/restore/restore_deletion.h"
+#include "undo/restore/restore_repair.h"
 
 namespace {
 

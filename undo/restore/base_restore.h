@@ -4,10 +4,10 @@
 #include <optional>
 #include <string>
 
-#include "catalog/messages/restore_messages.h"
-#include "catalog/restore/record_readers.h"
-#include "catalog/restore/recorded_dirs.h"
 #include "catalog/walk/base_traverse_catalog.h"
+#include "undo/restore/record_readers.h"
+#include "undo/restore/recorded_dirs.h"
+#include "undo/restore/restore_messages.h"
 
 namespace catalog {
 
