@@ -1,7 +1,6 @@
 #include <cstdlib>
 
-#include "dct/check_pend_imp_list_is_existing.h"
-#include "dct/get_disk_pool_name.h"
+#include "dct/queries.h"
 #include "fuzz/memory_file.h"
 #include "tvr_utils/tvr_image_iterator.h"
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include <boost/filesystem/path.hpp>
 
@@ -42,5 +43,10 @@ class FileLock {
   const Descriptor m_file;       // not inherited by children
   bool m_is_obtained = false;
 };
+
+// Describes a lock file that blocks the run, in one line: the process that it names, whether that
+// process is alive and is this program, and what to do.
+// Threads: any. Do not call it while this process holds the lock: it would lose it.
+std::string describe_lock_file(const boost::filesystem::path& path);
 
 }  // namespace util

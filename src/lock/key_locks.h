@@ -4,35 +4,28 @@
 #include <string>
 
 #include <boost/thread/condition_variable.hpp>
-#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
 namespace util {
 
-// Locks with names. Any number of them may be held at once.
-//
-// Threads: every member may be called from any thread.
+class KeyLock;
+
+// Locks with names, any number of which may be held at once.
 class KeyLocks {
- public:
-  // Waits until the lock of that name is free, and takes it. A thread that holds one must not ask for
-  // another: two such threads could deadlock.
-  void lock(const std::string& key);
+  friend class KeyLock;
 
-  // Releases a lock that the caller holds.
-  void unlock(const std::string& key);
-
- private:
   boost::mutex m_mutex;
   boost::condition_variable m_released;
   std::set<std::string> m_held BOOST_THREAD_GUARDED_BY(m_mutex);
 };
 
-// Holds one of the locks while it lives.
+// Holds the lock of one name while it lives.
+//
+// Threads: any. A thread that holds one must not ask for another: two such threads could deadlock.
 class KeyLock {
  public:
-  KeyLock(KeyLocks& locks, const std::string& key) : m_locks(locks), m_key(key) {
-    m_locks.lock(m_key);
-  }
+  // Waits until the lock is free.
+  KeyLock(KeyLocks& locks, const std::string& key);
   ~KeyLock();
   KeyLock(const KeyLock&) = delete;
   KeyLock& operator=(const KeyLock&) = delete;

@@ -22,7 +22,6 @@
 #include "dct/report_error.h"
 #include "files/storage_layout.h"
 #include "lock/file_lock.h"
-#include "lock/lock_owner.h"
 #include "record/run_record.h"
 #include "signals/interrupt.h"
 #include "status/status.h"

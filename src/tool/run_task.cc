@@ -48,10 +48,6 @@ void log_warnings(const catalog::BaseTraverseCatalog& task) {
   }
 }
 
-void log_closing_lines(const catalog::BaseTraverseCatalog& task) {
-  for (const std::string& line : task.closing_lines()) InfoA(line);
-}
-
 // The last lines on the terminal, after the progress.
 void show_totals(const catalog::BaseTraverseCatalog& task, Duration time) {
   const std::string findings = task.findings();
@@ -67,7 +63,7 @@ void report_totals(const catalog::BaseTraverseCatalog& task, Duration time) noex
   try {
     log_summary(task.totals(), time);
     catalog::store_totals(task.totals());
-    log_closing_lines(task);
+    for (const std::string& line : task.closing_lines()) InfoA(line);
     log_warnings(task);
     show_totals(task, time);
   } catch (const std::exception&) {

@@ -7,8 +7,7 @@
 #include <cstring>
 #include <list>
 
-#include "dct/check_pend_imp_list_is_existing.h"
-#include "dct/get_disk_pool_name.h"
+#include "dct/queries.h"
 #include "status/status.h"
 
 namespace tvr_utils {

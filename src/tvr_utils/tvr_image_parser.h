@@ -47,7 +47,7 @@ class BaseTVRImageIteratorImpl {
   void throw_if_current_line_is_not_IMAGE();
   void verify_has_next() const;
 
-  // Throws if the output ended inside the current line: the catalog may have more images. Calls finish
+  // Throws if the output ended inside the current line: the listing may have more images. Calls finish
   // first. Accepts a line of a fragment, which is parsed without its last character.
   void throw_if_cut();
 

@@ -2,7 +2,7 @@
 #include <sched.h>
 #include <unistd.h>
 
-#include "dct/get_disk_pool_name.h"
+#include "dct/queries.h"
 #include "tests/support/temp_dir.h"
 #include "tvr_utils/queries.h"
 

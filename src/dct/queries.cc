@@ -1,4 +1,4 @@
-#include "dct/get_disk_pool_name.h"
+#include "dct/queries.h"
 
 #include <array>
 
@@ -34,6 +34,17 @@ void GetDiskPoolName::parse_stream(const std::string& host_name) {
       return;
     }
   }
+}
+
+CheckPendImpListIsExisting::CheckPendImpListIsExisting(const boost::filesystem::path& admincmd_dir)
+    : m_pipe(k_query_line_capacity,
+             PopenRead::start((admincmd_dir / "tvlifecycle").string() + " pendimplist")) {
+  parse_stream();
+  m_pipe.close_query();
+}
+
+void CheckPendImpListIsExisting::parse_stream() {
+  m_exists = m_pipe.read_line();
 }
 
 }  // namespace dct
