@@ -32,7 +32,9 @@ struct Count {
   bool in_summary_line;
 };
 
-// The list that totals, summary line, progress, records, reports and JSON are made from.
+// The list that totals, summary line, progress, records, reports and JSON are made from. A new row is
+// a new column of records, so it needs a new version of them. DirTable keeps some counts of a
+// directory between two steps.
 inline constexpr std::array<Count, 13> k_counts{{
     {&DirCounts::pos, "pos", "PO", "POs", true},
     {&DirCounts::copies, "copies", "copy", "copies", true},

@@ -7,7 +7,8 @@
 #include "config/options.h"
 
 // The options of mdfixup. A new one needs, here, its variable; in option_table.cc, its descriptor, its
-// row in `options` and, if it limits the consistency task, a row in options_go_together.
+// row in `options` and, if it limits the consistency task, a row in limits_go_with_the_task; and its
+// text in the manual page and both completions, which a test compares with the table.
 //
 // Threads: set on the main thread before any other runs; constant from then on.
 

@@ -44,6 +44,7 @@ void BasenameTimeAndCopySet::insert(std::string_view basename) {
   }
 }
 
+// Copies that remain in the set after all images are orphans.
 void BasenameTimeAndCopySet::set_in_tvr_cat(std::int64_t backup_time,
                                             std::map<std::uint32_t, bool>& copies) {
   for (auto& [copy_number, in_metadata] : copies) {

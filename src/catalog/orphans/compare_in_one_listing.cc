@@ -169,7 +169,8 @@ void CompareInOneListing<V>::look_up(const TVRImage& image) {
   }
 }
 
-// Reports the copies of the current image that the directory lacks: all if there is none.
+// Erases the copies of the current image from those of the directory; copies that remain after all
+// images are orphans. Reports those that the directory lacks: all if there is none.
 template <class V>
 void CompareInOneListing<V>::match(DirTable::Entry* dir) {
   std::uint64_t& missing_copies =
