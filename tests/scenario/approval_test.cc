@@ -75,7 +75,7 @@ TEST(Approval, DeletesOnlyWhatTheDryRunListed) {
                       "of_run, undo, orphan_copies, unapproved_copies, absent_copies, "
                       "(SELECT count(*) FROM orphan WHERE NOT deleted) FROM run"),
               Words{run + "|saved|14|8|5|8\n"});
-    const Ended report = support::run({MDFIXUP_REPORT_PROGRAM, scene.log_dir().string()});
+    const Ended report = sandbox::run({MDFIXUP_REPORT_PROGRAM, scene.log_dir().string()});
     expect_parts(report.out, {" 0 orphan copies could not be deleted\n"});
     EXPECT_FALSE(contains(report.out, "its record lists")) << report.out;
     // Copies of a directory that failed or was skipped are not counted.

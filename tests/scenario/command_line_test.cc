@@ -61,7 +61,7 @@ TEST(CommandLine, ErrorsAreOneLineAndTheFirstMatchingModeWins) {
     EXPECT_EQ(sorted_lines(ended.err).size(), err.empty() ? 0 : 1) << ended.err;
     EXPECT_EQ(scene.snapshot(), before) << arguments;
   }
-  EXPECT_TRUE(starts_with(support::run({MDFIXUP_PROGRAM}).out, usage));
+  EXPECT_TRUE(starts_with(sandbox::run({MDFIXUP_PROGRAM}).out, usage));
 }
 
 TEST(CommandLine, ConfigurationErrorsNameFileAndEntry) {
@@ -89,9 +89,9 @@ TEST(CommandLine, ConfigurationErrorsNameFileAndEntry) {
     expect_parts("<" + ended.err, {"<" + error});
     EXPECT_FALSE(fs::exists(scene.lock_file())) << error;
   }
-  const Ended missing = support::run({MDFIXUP_PROGRAM, "--dry_run"}, {{"KSREGISTRY", "/no/such"}});
+  const Ended missing = sandbox::run({MDFIXUP_PROGRAM, "--dry_run"}, {{"KSREGISTRY", "/no/such"}});
   EXPECT_EQ(missing.err, k_aborting + "Failed to locate the ksregistry path: /no/such.\n");
-  const Ended by_default = support::run({MDFIXUP_PROGRAM, "--dry_run"}, {{"KSREGISTRY", ""}});
+  const Ended by_default = sandbox::run({MDFIXUP_PROGRAM, "--dry_run"}, {{"KSREGISTRY", ""}});
   expect_parts(by_default.err, {"/etc/ksregistry.cfg"});
 }
 

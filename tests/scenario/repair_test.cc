@@ -69,7 +69,7 @@ TEST_P(Repair, MovesEachSpellingToItsOwnDirectory) {
                            (scene.log_dir() / "dedupe_client").string()});
   expect_parts(scene.run_log(), {"POs moved 3, collisions 1,", "/2/hostA to hosta\n"});
   const std::string made = (scene.tree_dir() / "2/HOSTA").string();
-  EXPECT_EQ(support::run({"stat", "-c", "%a %u", made, made + "/p", made + "/p/po.db"}).out,
+  EXPECT_EQ(sandbox::run({"stat", "-c", "%a %u", made, made + "/p", made + "/p/po.db"}).out,
             "2750 " + owner + "\n2750 " + owner + "\n640 " + owner + "\n")
       << "as the parent directory";
 }

@@ -15,22 +15,6 @@ using boost::algorithm::contains;
 using boost::algorithm::ends_with;
 using boost::algorithm::replace_all_copy;
 using boost::algorithm::starts_with;
-using support::Ended;
-using support::joined;
-using support::k_deletion;
-using support::k_dry_run;
-using support::k_one_listing;
-using support::k_repair;
-using support::k_scan;
-using support::k_start_services;
-using support::lines_beginning;
-using support::read_text;
-using support::Scene;
-using support::sorted_lines;
-using support::sqlite;
-using support::Words;
-using support::write_script;
-using support::write_text;
 
 inline void expect_parts(const std::string& text, const Words& parts) {
   for (const std::string& part : parts)

@@ -78,7 +78,7 @@ TEST_P(Undo, PutsBackADeletionInPartsAndAsAWhole) {
   EXPECT_EQ(m_scene.snapshot(), deleted);
   // There is no room for journal and record.
   const Ended full =
-      support::run({"sh", "-c", "ulimit -f 8; \"$0\" restore \"$@\"", MDFIXUP_UNDO_PROGRAM, m_run,
+      sandbox::run({"sh", "-c", "ulimit -f 8; \"$0\" restore \"$@\"", MDFIXUP_UNDO_PROGRAM, m_run,
                     "--tvr_location", m_scene.product().string()},
                    m_scene.environment());
   EXPECT_EQ(full.exit_status, 1);
@@ -121,7 +121,7 @@ TEST_P(Undo, PutsBackADeletionInPartsAndAsAWhole) {
 // Every path in the metadata tree, with the targets of links.
 Words tree(const Scene& scene) {
   const std::string root = scene.tree_dir().string();
-  return sorted_lines(support::run({"find", root, "-printf", "%y %P %l\\n"}).out);
+  return sorted_lines(sandbox::run({"find", root, "-printf", "%y %P %l\\n"}).out);
 }
 
 TEST_P(Undo, MovesThePOsOfARepairBackAndRemovesWhatItMade) {
@@ -150,7 +150,7 @@ TEST_P(Undo, MovesThePOsOfARepairBackAndRemovesWhatItMade) {
   const auto db = [&](const char* client, const char* policy) {
     return m_scene.po_db(client, policy);
   };
-  const std::string kept = support::run({"sqlite3", db("HostA", "p").string(), ".dump"}).out;
+  const std::string kept = sandbox::run({"sqlite3", db("HostA", "p").string(), ".dump"}).out;
   m_scene.sql(
       "hosta", "q",
       "ATTACH '" + db("HostA", "q").string() + "' AS t; INSERT INTO po SELECT * FROM t.po LIMIT 1");
@@ -172,7 +172,7 @@ TEST_P(Undo, MovesThePOsOfARepairBackAndRemovesWhatItMade) {
   m_scene.sql("hosta", "p", "DELETE FROM po WHERE basename LIKE 'HOSTA_3%'");
   m_scene.sql("HOSTA", "p", "DELETE FROM po WHERE basename LIKE 'HOSTA_7%'");
   fs::remove(db("HostA", "p"));
-  support::run({"sh", "-c", "echo \"$0\" | sqlite3 " + db("HostA", "p").string(), kept});
+  sandbox::run({"sh", "-c", "echo \"$0\" | sqlite3 " + db("HostA", "p").string(), kept});
   m_scene.sql("HostA", "p",
               "DELETE FROM po WHERE basename LIKE 'HostA_1_%'; PRAGMA user_version = 1");
   m_scene.sh("rm catalog/2/linked");
@@ -193,7 +193,7 @@ TEST_P(Undo, OfARepairDoesNotFollowLinks) {
              ".db \"INSERT INTO link VALUES (NULL, '2/gate/other', '/etc', 1); "
              "INSERT INTO made VALUES (NULL, '2/gate/p'), (NULL, '2/gate/p/po.db')\"");
   const auto outside = [&] {
-    return support::run({"find", (m_scene.root() / "outside").string(), "-ls"}).out;
+    return sandbox::run({"find", (m_scene.root() / "outside").string(), "-ls"}).out;
   };
   const std::string before = outside();
   expect_restore({}, 1, 0, 1, 1);
@@ -327,7 +327,7 @@ TEST(Undo, ListsShowsAndForgets) {
                {"It cannot be undone: what it had saved was removed by forget\n"});
   const std::string why = " cannot be undone: what it had saved was removed by forget\n";
   expect_end(scene.undo({"restore", id}), 1, "ERROR: the run " + id + why);
-  const Ended report = support::run({MDFIXUP_REPORT_PROGRAM, record.string()});
+  const Ended report = sandbox::run({MDFIXUP_REPORT_PROGRAM, record.string()});
   expect_end(report, 0, "");
   expect_parts(report.out, {"hosta"});
 }
