@@ -40,6 +40,14 @@ inline void expect_end(const Ended& ended, int exit_status, const std::string& e
   EXPECT_EQ(ended.err, err);
 }
 
+// The error of a directory that was not compared, or of the whole listing if `dir` is empty.
+inline std::string not_compared(const std::string& status, const fs::path& dir,
+                                const std::string& text) {
+  return "ERROR (" + status +
+         ") : could not compare the Tavrin catalog and deduplication metadata" +
+         (dir.empty() ? "" : " for " + dir.string()) + "; " + text + "\n";
+}
+
 inline void expect_failure(const Ended& ended, const Words& err_parts) {
   EXPECT_EQ(ended.exit_status, 1) << ended.err;
   expect_parts(ended.err, err_parts);
