@@ -25,13 +25,10 @@ namespace {
 
 constexpr const char* k_usage =
     "Usage: mdfixup-faults PROGRAM [OPTION]...\n"
-    "Runs PROGRAM, an mdfixup, on small storages again and again, makes one step of each run "
-    "fail,\n"
-    "and checks the result against the promises. Exit status 1: a promise is broken, or no run "
-    "met\n"
-    "the fault. Options select tasks, faults and points; without them all are tried, with one "
-    "point\n"
-    "for signals. The task forced, which has services, runs only with signals.\n";
+    "Runs PROGRAM, an mdfixup, on small storages again and again, makes one step of each run\n"
+    "fail, and checks the result against the promises. Exit status 1: a promise is broken, or no\n"
+    "run met the fault. Options select tasks, faults and points; without them all are tried, with\n"
+    "one point for signals. The task forced, which has services, runs only with signals.\n";
 
 // The tasks or faults with these names; all if there are no names.
 // Errors: std::invalid_argument for an unknown name.

@@ -2,13 +2,12 @@
 
 #include <signal.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <map>
 #include <sstream>
 
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/filesystem/operations.hpp>
+#include <boost/range/adaptor/reversed.hpp>
 
 #include "record/run_reader.h"
 #include "report/report.h"
@@ -108,7 +107,7 @@ void Subject::make_undone_run() {
   const PidFilesLock lock(PidFilesLock::Use::read);
   const Ended ended = sandbox::run(words, m_environment);
   if (ended.exit_status != 0) throw Cr_ErrnoException(EIO, "could not run the task", ended.err);
-  fs::rename(record_files().at(0), undone_record());
+  fs::rename(record_files().begin()->second, undone_record());
 }
 
 void Subject::keep() const {
@@ -206,29 +205,26 @@ Reports Subject::reports(const Ended& ended) const {
   return reports;
 }
 
-// The oldest first.
-std::vector<fs::path> Subject::record_files() const {
+std::map<std::int64_t, fs::path> Subject::record_files() const {
   std::map<std::int64_t, fs::path> files;
   if (!fs::exists(runs_dir())) return {};
   for (const auto& entry : fs::directory_iterator(runs_dir())) {
     if (entry.path().extension() != ".db") continue;
     files[record::RunReader(entry.path().string()).run().start_nanoseconds] = entry.path();
   }
-  std::vector<fs::path> sorted;
-  for (const auto& [start, file] : files) sorted.push_back(file);
-  return sorted;
+  return files;
 }
 
 std::vector<record::Run> Subject::records() const {
   std::vector<record::Run> runs;
-  for (const fs::path& file : record_files())
+  for (const auto& [start, file] : record_files())
     runs.push_back(record::RunReader(file.string()).run());
   return runs;
 }
 
 Lines Subject::saved_pos() const {
   Lines pos;
-  for (const fs::path& file : record_files()) {
+  for (const auto& [start, file] : record_files()) {
     record::RunReader(file.string())
         .rows(std::string("SELECT ") + k_listed_columns + " FROM saved",
               [&](const record::RunReader::Row& row) { pos.insert(row.text(0)); });
@@ -239,9 +235,8 @@ Lines Subject::saved_pos() const {
 std::string Subject::undo_runs() const {
   const PidFilesLock lock(PidFilesLock::Use::read);
   std::string errors;
-  std::vector<fs::path> files = record_files();
-  std::reverse(files.begin(), files.end());
-  for (const fs::path& file : files) {
+  const std::map<std::int64_t, fs::path> files = record_files();
+  for (const auto& [start, file] : boost::adaptors::reverse(files)) {
     record::RunReader reader(file.string());
     if (reader.count("saved") + reader.count("moved") + reader.count("link") == 0) continue;
     const Ended ended = sandbox::run(

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -132,7 +134,7 @@ class Subject {
   boost::filesystem::path runs_dir() const { return m_storage.log_dir() / layout::k_records; }
   boost::filesystem::path undone_record() const { return m_dir / "undone.db"; }
   void make_undone_run();
-  std::vector<boost::filesystem::path> record_files() const;
+  std::map<std::int64_t, boost::filesystem::path> record_files() const;  // by their starts
   void call_services(const char* monitor_argument, const char* engine_argument) const;
 
   const boost::filesystem::path m_dir;

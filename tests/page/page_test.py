@@ -129,8 +129,7 @@ class Page(unittest.TestCase):
 
     def test_what_decides_comes_first(self):
         first = self.text("main .alert")
-        for words in ("failed (exit status 1)", "8 warnings, the first", "--catalog_backup_time",
-                      "8 POs of other copies"):
+        for words in ("failed (exit status 1)", "8 warnings, the first", "8 POs of other copies"):
             self.assertIn(words, first)
         targets = self.browser.run("return Array.from(document.querySelectorAll('.alert a'), "
                                    "a => document.querySelector(a.hash).textContent).join()")

@@ -46,7 +46,8 @@ TEST_F(SQLitePODBTest, ListsInByteOrderNamesWithoutThePrefix) {
   Names all;
   ASSERT_EQ(list(all), 0);
   EXPECT_EQ(all, sorted);
-  support::sqlite(m_file, "INSERT INTO po VALUES (x'00', 'i', 1, 1, x''), (x'61', 'i', 1, 1, x'')");
+  scenario::sqlite(m_file,
+                   "INSERT INTO po VALUES (x'00', 'i', 1, 1, x''), (x'61', 'i', 1, 1, x'')");
   ASSERT_EQ(list(all), 0);
   SQLitePODB database("/", m_policy.string());
   for (const std::string prefix :
@@ -86,7 +87,7 @@ TEST_F(SQLitePODBTest, NewDatabaseIsRemovedUnlessItHasRows) {
   EXPECT_TRUE(fs::is_empty(client));
   {
     const SQLitePODB database(m_dir.path(), m_policy);
-    support::sqlite(m_file, "INSERT INTO po VALUES ('of another process', '', 0, 0, x'')");
+    scenario::sqlite(m_file, "INSERT INTO po VALUES ('of another process', '', 0, 0, x'')");
   }
   EXPECT_TRUE(fs::exists(m_file));
 }

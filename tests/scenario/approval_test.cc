@@ -75,7 +75,7 @@ TEST(Approval, DeletesOnlyWhatTheDryRunListed) {
                       "of_run, undo, orphan_copies, unapproved_copies, absent_copies, "
                       "(SELECT count(*) FROM orphan WHERE NOT deleted) FROM run"),
               Words{run + "|saved|14|8|5|8\n"});
-    const Ended report = support::run({MDFIXUP_REPORT_PROGRAM, scene.log_dir().string()});
+    const Ended report = sandbox::run({MDFIXUP_REPORT_PROGRAM, scene.log_dir().string()});
     expect_parts(report.out, {" 0 orphan copies could not be deleted\n"});
     EXPECT_FALSE(contains(report.out, "its record lists")) << report.out;
     // Copies of a directory that failed or was skipped are not counted.
@@ -105,7 +105,6 @@ TEST(Approval, ThatDoesNotFitIsRejectedBeforeTheServicesAreChecked) {
       {"UPDATE run SET storage_root = '/x\n'", {}, "its storage root is /x\\n, not " + root},
       {"", {"--tvr_disk_pool", "other"}, "its disk pool is dp_sandbox, not other"},
       {"", {"--catalog_backup_time", "5"}, "its --catalog_backup_time is 0, not 5"},
-      {"DROP TABLE made", {}, "its tables are not those of a record"},
       {"", {k_approved, "1-1"}, "/mdfixup/runs/1-1.db: unable to open database file"},
       {"", {k_approved, root}, root + "; it is no regular file"},
   };
@@ -120,7 +119,6 @@ TEST(Approval, ThatDoesNotFitIsRejectedBeforeTheServicesAreChecked) {
     EXPECT_FALSE(fs::exists(asked)) << error;
     EXPECT_EQ(scene.pos(), before) << error;
   }
-  fs::copy_file(original, record, fs::copy_option::overwrite_if_exists);
   expect_end(scene.remove_orphans(1, {k_approved, record.string(), "--no_undo"}), 0, "");
   EXPECT_TRUE(fs::exists(asked));
   EXPECT_EQ(scene.pos(), Words());

@@ -11,6 +11,9 @@ TEST(CommandLine, ErrorsAreOneLineAndTheFirstMatchingModeWins) {
   const std::string consistency = "--FORCE_DEDUPE_METADATA_CONSISTENCY ";
   const std::string clean = "The deduplication metadata is clean.\n";
   const std::string usage = "Usage: mdfixup [OPTION]...\nThis utility";
+  const auto cannot = [](const std::string& option, const std::string& with) {
+    return "The --" + option + " option cannot be used with the --" + with + " option";
+  };
   // The arguments, the output, and the error.
   const std::string rows[][3] = {
       {"--bogus", usage, "unrecognised option '--bogus'"},
@@ -36,18 +39,13 @@ TEST(CommandLine, ErrorsAreOneLineAndTheFirstMatchingModeWins) {
       {"--dry_run " + consistency, "mdfixup finished successfully.\n", ""},
       {"--force", "", "The --force option requires the --repair_client_name_case option"},
       {"--cleanup_case_work_space", "", "Unknown options combination"},
-      {repair + consistency + "--dry_run", "",
-       "The --dry_run option cannot be used with the --repair_client_name_case option"},
-      {scan + consistency + "--only a", "",
-       "The --only option cannot be used with the --scan_client"},
-      {repair + "--except a", "",
-       "The --except option cannot be used with the --repair_client_name"},
+      {repair + consistency + "--dry_run", "", cannot("dry_run", "repair_client_name_case")},
+      {scan + consistency + "--only a", "", cannot("only", "scan_client_name_case")},
+      {repair + "--except a", "", cannot("except", "repair_client_name_case")},
       {"--max_orphan_share 0", "",
        "option requires the --FORCE_DEDUPE_METADATA_CONSISTENCY option"},
-      {consistency + "--dry_run --approved 1-1", "",
-       "The --approved option cannot be used with the --dry_run option"},
-      {consistency + "--dry_run --no_undo", "",
-       "The --no_undo option cannot be used with the --dry_run option"},
+      {consistency + "--dry_run --approved 1-1", "", cannot("approved", "dry_run")},
+      {consistency + "--dry_run --no_undo", "", cannot("no_undo", "dry_run")},
       {scan + "--tvr_location /no/such", "",
        "The provided Tavrin install location ( /no/such ) does not exist"},
   };
@@ -61,7 +59,7 @@ TEST(CommandLine, ErrorsAreOneLineAndTheFirstMatchingModeWins) {
     EXPECT_EQ(sorted_lines(ended.err).size(), err.empty() ? 0 : 1) << ended.err;
     EXPECT_EQ(scene.snapshot(), before) << arguments;
   }
-  EXPECT_TRUE(starts_with(support::run({MDFIXUP_PROGRAM}).out, usage));
+  EXPECT_TRUE(starts_with(sandbox::run({MDFIXUP_PROGRAM}).out, usage));
 }
 
 TEST(CommandLine, ConfigurationErrorsNameFileAndEntry) {
@@ -89,9 +87,9 @@ TEST(CommandLine, ConfigurationErrorsNameFileAndEntry) {
     expect_parts("<" + ended.err, {"<" + error});
     EXPECT_FALSE(fs::exists(scene.lock_file())) << error;
   }
-  const Ended missing = support::run({MDFIXUP_PROGRAM, "--dry_run"}, {{"KSREGISTRY", "/no/such"}});
+  const Ended missing = sandbox::run({MDFIXUP_PROGRAM, "--dry_run"}, {{"KSREGISTRY", "/no/such"}});
   EXPECT_EQ(missing.err, k_aborting + "Failed to locate the ksregistry path: /no/such.\n");
-  const Ended by_default = support::run({MDFIXUP_PROGRAM, "--dry_run"}, {{"KSREGISTRY", ""}});
+  const Ended by_default = sandbox::run({MDFIXUP_PROGRAM, "--dry_run"}, {{"KSREGISTRY", ""}});
   expect_parts(by_default.err, {"/etc/ksregistry.cfg"});
 }
 

@@ -168,9 +168,7 @@ Words found(const Scene& scene) {
         "directory d JOIN client_policy p ON p.id = client_policy",
         "backup_time, copy, pos, bytes, deleted FROM orphan", "basename, reason FROM unparsed",
         "basename FROM collateral"}) {
-    for (const char* task : {"dry_run", "deletion"}) {
-      all = joined(all, rows_of(scene, task, query));
-    }
+    for (const char* task : {"dry_run", "deletion"}) all = joined(all, rows_of(scene, task, query));
   }
   return all;
 }

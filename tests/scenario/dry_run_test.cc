@@ -87,8 +87,6 @@ TEST(DryRun, IsRejectedIfTheProductOrTheMetadataTreeIsIncomplete) {
        "The Tavrin disk pool name cannot be determined from the hostname.\n"
        "Use the --tvr_disk_pool option to specify the disk pool name.\n"},
       {"echo 'kill -PIPE $$' > quorv/tavrin/bin/admincmd/tvlifecycle", died},
-      {"rm -r catalog", "ERROR: The Tavrin Deduplication Catalog directory (" + root +
-                            "/catalog) does not exist.\n"},
       {"rm -r quorv/tavrin/bin/admincmd", "ERROR: The Tavrin admincmd directory ( " + root +
                                               "/quorv/tavrin/bin/admincmd ) does not exist\n."},
   };

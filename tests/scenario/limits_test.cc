@@ -27,11 +27,9 @@ TEST(Limits, LargerShareOfOrphansFailsTheDirectoryAndLeavesItsPOs) {
       const Ended ended = scene.run(joined(task, {"--max_orphan_share", limit}));
       Words errors;
       const auto expect_error = [&, &percent = limit](const char* client, const char* share) {
+        const std::string text = " copies are orphans, more than " + percent + " percent";
         errors.push_back(
-            "ERROR (over the limit) : could not compare the Tavrin catalog and deduplication "
-            "metadata for " +
-            scene.policy_dir(client, "p").string() + "; " + share +
-            " copies are orphans, more than " + percent + " percent\n");
+            not_compared("over the limit", scene.policy_dir(client, "p"), share + text));
       };
       if (within.size() < 3) expect_error("large", "2 of 3");
       if (within.empty()) expect_error("small", "1 of 4");

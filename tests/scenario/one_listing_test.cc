@@ -109,6 +109,7 @@ TEST(OneListing, ProgressNamesTheStepAndASignalDuringItPrintsNothing) {
     run.send_and_await_line(signal);
     const Ended ended = run.go_on();
     EXPECT_EQ(ended.exit_status, signal == SIGINT ? 1 : 0);
+    EXPECT_EQ(sorted_lines(ended.err).size(), 1U) << ended.err;
     const bool is_reported = contains(
         ended.err, "listing the backup catalog: 0 images, 0 failed, 0 orphan copies, 0 missing");
     EXPECT_TRUE(is_reported == (signal == SIGUSR1) || k_signals_are_deferred) << ended.err;

@@ -54,12 +54,12 @@ class PausedRun {
     return m_child->wait();
   }
 
-  support::Child& child() { return *m_child; }
+  Child& child() { return *m_child; }
   const PausingScene& scene() const { return m_scene; }
 
  private:
   const PausingScene m_scene;
-  const std::unique_ptr<support::Child> m_child;
+  const std::unique_ptr<Child> m_child;
 };
 
 }  // namespace scenario

@@ -33,15 +33,6 @@ TEST(Progress, LineOnTheTerminalIsErased) {
   }
 }
 
-TEST(Progress, IsPrintedToStandardErrorOnRequest) {
-  PausedRun run("2");
-  run.send_and_await_line(SIGUSR1);
-  const Ended ended = run.go_on();
-  EXPECT_EQ(ended.exit_status, 0);
-  EXPECT_EQ(sorted_lines(ended.err).size(), 1U) << ended.err;
-  expect_parts(ended.err, {", 0 failed, 0 orphan copies, 0 missing copies"});
-}
-
 // A full pipe without a reader.
 TEST(Progress, AnswerWithoutAReaderDoesNotStopTheRun) {
   const Scene scene;

@@ -15,22 +15,6 @@ using boost::algorithm::contains;
 using boost::algorithm::ends_with;
 using boost::algorithm::replace_all_copy;
 using boost::algorithm::starts_with;
-using support::Ended;
-using support::joined;
-using support::k_deletion;
-using support::k_dry_run;
-using support::k_one_listing;
-using support::k_repair;
-using support::k_scan;
-using support::k_start_services;
-using support::lines_beginning;
-using support::read_text;
-using support::Scene;
-using support::sorted_lines;
-using support::sqlite;
-using support::Words;
-using support::write_script;
-using support::write_text;
 
 inline void expect_parts(const std::string& text, const Words& parts) {
   for (const std::string& part : parts)
@@ -54,6 +38,14 @@ const std::string k_strace = "ASAN_OPTIONS=detect_leaks=0 exec strace -o trace "
 inline void expect_end(const Ended& ended, int exit_status, const std::string& err) {
   EXPECT_EQ(ended.exit_status, exit_status) << err;
   EXPECT_EQ(ended.err, err);
+}
+
+// The error of a directory that was not compared, or of the whole listing if `dir` is empty.
+inline std::string not_compared(const std::string& status, const fs::path& dir,
+                                const std::string& text) {
+  return "ERROR (" + status +
+         ") : could not compare the Tavrin catalog and deduplication metadata" +
+         (dir.empty() ? "" : " for " + dir.string()) + "; " + text + "\n";
 }
 
 inline void expect_failure(const Ended& ended, const Words& err_parts) {

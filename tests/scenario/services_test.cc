@@ -17,8 +17,8 @@ class Services : public testing::Test {
   }
   void TearDown() override {
     if (IsSkipped()) return;
-    support::run({m_tvsvcwatch, "-terminate"}, m_scene.environment());
-    support::run({m_ksde, "stop"}, m_scene.environment());
+    sandbox::run({m_tvsvcwatch, "-terminate"}, m_scene.environment());
+    sandbox::run({m_ksde, "stop"}, m_scene.environment());
     fs::remove(m_poolmgrd);
   }
 
@@ -46,7 +46,7 @@ TEST_F(Services, OnlyForceStopsThemAndTheyAreStartedAgain) {
   const std::string id = id_of(m_scene, "deletion");
   const Words before = m_scene.pos();
   for (const std::string& service : {m_ksde, m_tvsvcwatch}) {
-    support::run({service}, m_scene.environment());
+    sandbox::run({service}, m_scene.environment());
     for (const Ended& ended :
          {m_scene.repair(), m_scene.remove_orphans(), m_scene.undo({"restore", id})}) {
       expect_end(ended, 1, m_instructions);
@@ -55,7 +55,7 @@ TEST_F(Services, OnlyForceStopsThemAndTheyAreStartedAgain) {
     EXPECT_EQ(m_scene.pos(), before);
   }
   const std::string pids_before = "\n" + pids();
-  const Ended forced = m_scene.run(support::k_forced_repair);
+  const Ended forced = m_scene.run(k_forced_repair);
   EXPECT_EQ(forced.exit_status, 0) << forced.err;
   EXPECT_FALSE(contains(forced.out, "Please start")) << forced.out;
   const Words pids_now = sorted_lines(pids());
@@ -68,7 +68,7 @@ TEST_F(Services, OnlyForceStopsThemAndTheyAreStartedAgain) {
 TEST_F(Services, ThatDoNotStopRejectTheRepair) {
   write_script(m_ksde, "");
   write_text(m_poolmgrd, std::to_string(::getpid()));
-  expect_end(m_scene.run(support::k_forced_repair), 1,
+  expect_end(m_scene.run(k_forced_repair), 1,
              "\nCould not stop the Tavrin Deduplication services.\n\n" + m_instructions);
   const std::string work = (m_scene.root() / layout::k_work_dir).string();
   fs::rename(m_scene.tree_dir(), work);
@@ -84,7 +84,7 @@ TEST_F(Services, CommandsRunBeforeAndAfterTheRepairAndAFailedStartIsReported) {
                            "; echo ${0##*/} $* c*g >> calls; kill -USR1 $(cat mdfixup.lock)\n";
   write_script(m_tvsvcwatch, note);
   write_script(m_ksde, note + "[ \"$1\" = stop ] || exit 3");
-  expect_end(m_scene.run(support::k_forced_repair), 0,
+  expect_end(m_scene.run(k_forced_repair), 0,
              "ERROR: the services may not run; the command " + m_ksde + " failed\n");
   EXPECT_EQ(read_text(m_scene.root() / "calls"),
             "tvsvcwatch -terminate catalog\nksde stop catalog\ntvsvcwatch catalog\nksde catalog\n");
@@ -93,7 +93,7 @@ TEST_F(Services, CommandsRunBeforeAndAfterTheRepairAndAFailedStartIsReported) {
 TEST_F(Services, InterruptedCommandInterruptsTheRun) {
   write_script(m_tvsvcwatch,
                "mkdir " + (m_scene.root() / "once").string() + " && kill -INT $PPID\n");
-  const Ended ended = m_scene.run(support::k_forced_repair);
+  const Ended ended = m_scene.run(k_forced_repair);
   expect_failure(ended, {"changed.\nThe Tavrin Deduplication services are stopped.\n"});
   EXPECT_EQ(ended.out, k_start_services);
   EXPECT_TRUE(fs::exists(m_scene.tree_dir()));
@@ -105,7 +105,7 @@ TEST(Sandbox, CommandsAnswerOnlyForTheirOwnStorage) {
   const Scene other;
   for (const sandbox::Command& command : sandbox::commands()) {
     const std::string program = (asked.product() / command.path).string();
-    EXPECT_EQ(support::run({program, "-terminate"}, other.environment()).exit_status, 143)
+    EXPECT_EQ(sandbox::run({program, "-terminate"}, other.environment()).exit_status, 143)
         << program;
   }
 }

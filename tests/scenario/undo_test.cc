@@ -35,8 +35,8 @@ std::map<std::string, std::string> rows(const Scene& scene) {
     if (entry.path().filename() != layout::k_po_database) continue;
     const std::string text =
         sqlite(entry.path(),
-               "SELECT hex(basename), hex(poid), quote(size), quote(mtime), hex(record), "
-               "typeof(basename), typeof(poid), typeof(record) FROM po ORDER BY basename");
+               "SELECT quote(basename), typeof(poid), hex(poid), quote(size), quote(mtime), "
+               "quote(record) FROM po ORDER BY basename");
     if (!text.empty()) rows[entry.path().string()] = text;
   }
   return rows;
@@ -78,7 +78,7 @@ TEST_P(Undo, PutsBackADeletionInPartsAndAsAWhole) {
   EXPECT_EQ(m_scene.snapshot(), deleted);
   // There is no room for journal and record.
   const Ended full =
-      support::run({"sh", "-c", "ulimit -f 8; \"$0\" restore \"$@\"", MDFIXUP_UNDO_PROGRAM, m_run,
+      sandbox::run({"sh", "-c", "ulimit -f 8; \"$0\" restore \"$@\"", MDFIXUP_UNDO_PROGRAM, m_run,
                     "--tvr_location", m_scene.product().string()},
                    m_scene.environment());
   EXPECT_EQ(full.exit_status, 1);
@@ -121,7 +121,7 @@ TEST_P(Undo, PutsBackADeletionInPartsAndAsAWhole) {
 // Every path in the metadata tree, with the targets of links.
 Words tree(const Scene& scene) {
   const std::string root = scene.tree_dir().string();
-  return sorted_lines(support::run({"find", root, "-printf", "%y %P %l\\n"}).out);
+  return sorted_lines(sandbox::run({"find", root, "-printf", "%y %P %l\\n"}).out);
 }
 
 TEST_P(Undo, MovesThePOsOfARepairBackAndRemovesWhatItMade) {
@@ -150,7 +150,7 @@ TEST_P(Undo, MovesThePOsOfARepairBackAndRemovesWhatItMade) {
   const auto db = [&](const char* client, const char* policy) {
     return m_scene.po_db(client, policy);
   };
-  const std::string kept = support::run({"sqlite3", db("HostA", "p").string(), ".dump"}).out;
+  const std::string kept = read_text(db("HostA", "p"));
   m_scene.sql(
       "hosta", "q",
       "ATTACH '" + db("HostA", "q").string() + "' AS t; INSERT INTO po SELECT * FROM t.po LIMIT 1");
@@ -171,10 +171,8 @@ TEST_P(Undo, MovesThePOsOfARepairBackAndRemovesWhatItMade) {
 
   m_scene.sql("hosta", "p", "DELETE FROM po WHERE basename LIKE 'HOSTA_3%'");
   m_scene.sql("HOSTA", "p", "DELETE FROM po WHERE basename LIKE 'HOSTA_7%'");
-  fs::remove(db("HostA", "p"));
-  support::run({"sh", "-c", "echo \"$0\" | sqlite3 " + db("HostA", "p").string(), kept});
-  m_scene.sql("HostA", "p",
-              "DELETE FROM po WHERE basename LIKE 'HostA_1_%'; PRAGMA user_version = 1");
+  write_text(db("HostA", "p"), kept);
+  m_scene.sql("HostA", "p", "DELETE FROM po WHERE basename LIKE 'HostA_1_%'");
   m_scene.sh("rm catalog/2/linked");
   expect_restore({}, 2, 5, 1, 0);
   EXPECT_EQ(rows(m_scene), before);
@@ -193,7 +191,7 @@ TEST_P(Undo, OfARepairDoesNotFollowLinks) {
              ".db \"INSERT INTO link VALUES (NULL, '2/gate/other', '/etc', 1); "
              "INSERT INTO made VALUES (NULL, '2/gate/p'), (NULL, '2/gate/p/po.db')\"");
   const auto outside = [&] {
-    return support::run({"find", (m_scene.root() / "outside").string(), "-ls"}).out;
+    return sandbox::run({"find", (m_scene.root() / "outside").string(), "-ls"}).out;
   };
   const std::string before = outside();
   expect_restore({}, 1, 0, 1, 1);
@@ -208,14 +206,10 @@ std::string delete_two(const Scene& scene) {
   return id_of(scene, "deletion");
 }
 
-fs::path record_of(const Scene& scene, const std::string& id) {
-  return runs_dir(scene) / (id + ".db");
-}
-
-// A changed copy of a record.
-std::string changed(const Scene& scene, const std::string& id, const std::string& statement) {
+// A changed copy of the deletion's record.
+std::string changed(const Scene& scene, const std::string& statement) {
   const fs::path copy = scene.root() / "1-1.db";
-  fs::copy_file(record_of(scene, id), copy, fs::copy_option::overwrite_if_exists);
+  fs::copy_file(records_of(scene, "deletion").at(0), copy, fs::copy_option::overwrite_if_exists);
   sqlite(copy, statement);
   return copy.string();
 }
@@ -229,7 +223,6 @@ TEST(Undo, RejectsRunsThatCannotBeUndone) {
   const std::string cannot = "ERROR: the run 1-1 cannot be undone: ";
   const std::string missing =
       "ERROR: The Tavrin Deduplication Catalog directory (" + tree + ") does not exist.\n";
-  const std::string aside = (scene.root() / layout::k_work_dir).string();
   // The change of the record, or a shell script after "$ "; the run, or empty for the changed record;
   // the error.
   const std::string rows[][3] = {
@@ -244,20 +237,16 @@ TEST(Undo, RejectsRunsThatCannotBeUndone) {
       {"UPDATE client_policy SET client = '..'", "",
        "Aborting with error:  the record names a path that is not below the catalog: ..\n"},
       {"$ mv catalog zelp-database-caseconv", id,
-       missing + "The repair is not finished: the catalog is at " + aside +
-           ", and the services are down. Run the repair again to finish it.\n"},
+       missing + "The repair is not finished: the catalog is at "},
       {"$ mv zelp-database-caseconv elsewhere", id, missing},
       {"$ mv elsewhere catalog; mv quorv quorv.gone", id,
-       "The provided Tavrin install location ( " + scene.product().string() +
-           " ) does not exist\n"},
-      {"$ mv quorv.gone quorv; touch mdfixup.lock", id,
-       "Refusing to run because the lock file " + scene.lock_file().string() +
-           " already exists.\n"},
+       "The provided Tavrin install location ( "},
+      {"$ mv quorv.gone quorv; touch mdfixup.lock", id, "Refusing to run because the lock file "},
   };
   for (const auto& [change, named, err] : rows) {
     const bool is_script = starts_with(change, "$ ");
     if (is_script) scene.sh(change.substr(2));
-    const std::string run = named.empty() ? changed(scene, id, change) : named;
+    const std::string run = named.empty() ? changed(scene, change) : named;
     const auto before = scene.snapshot();
     for (const Words& words : {Words{"restore", run}, Words{"restore", run, "--dry_run"}}) {
       const Ended ended = scene.undo(words);
@@ -290,13 +279,13 @@ TEST(Undo, RejectsRunsThatCannotBeUndone) {
 TEST(Undo, ListsShowsAndForgets) {
   const Scene scene;
   const std::string id = delete_two(scene);
-  const fs::path record = record_of(scene, id);
+  const fs::path record = records_of(scene, "deletion").at(0);
   const std::string title = "Run: " + id + "\nStorage root: " + scene.root().string() +
                             "\nSaved: 2 POs; the record takes ";
   expect_parts(scene.undo({"show", id}).out,
                {title, "\nClient  Policy  POs saved  ", "\nhosta   p               2  "});
   expect_parts(
-      scene.undo({"show", changed(scene, id, "UPDATE client_policy SET client = char(27)")}).out,
+      scene.undo({"show", changed(scene, "UPDATE client_policy SET client = char(27)")}).out,
       {"\\x1b    p               2  "});
   scene.sh("rm 1-1.db");
   const auto list = [&] { return scene.undo({"list"}).out; };
@@ -323,11 +312,10 @@ TEST(Undo, ListsShowsAndForgets) {
   EXPECT_LT(fs::file_size(record) * 10, bytes);
   EXPECT_FALSE(fs::exists(record.string() + "-wal"));
   EXPECT_EQ(list(), "No run can be undone.\n");
-  expect_parts(scene.undo({"show", id}).out,
-               {"It cannot be undone: what it had saved was removed by forget\n"});
   const std::string why = " cannot be undone: what it had saved was removed by forget\n";
+  expect_parts(scene.undo({"show", id}).out, {"\nIt" + why});
   expect_end(scene.undo({"restore", id}), 1, "ERROR: the run " + id + why);
-  const Ended report = support::run({MDFIXUP_REPORT_PROGRAM, record.string()});
+  const Ended report = sandbox::run({MDFIXUP_REPORT_PROGRAM, record.string()});
   expect_end(report, 0, "");
   expect_parts(report.out, {"hosta"});
 }

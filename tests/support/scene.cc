@@ -7,17 +7,11 @@
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/filesystem/operations.hpp>
 
-#include "sandbox/list_pos.h"
-
 namespace fs = boost::filesystem;
 
-namespace support {
+namespace scenario {
 
 using boost::algorithm::starts_with;
-
-fs::path Scene::po_db(const std::string& client, const std::string& policy) const {
-  return policy_dir(client, policy) / layout::k_po_database;
-}
 
 void Scene::put(const std::string& client, const std::string& policy,
                 const Words& basenames) const {
@@ -32,29 +26,21 @@ std::string Scene::sql(const std::string& client, const std::string& policy,
 }
 
 void Scene::sh(const std::string& script) const {
-  support::run({"sh", "-c", "cd " + root().string() + "; " + script});
-}
-
-Words Scene::command(const Words& arguments) const {
-  return joined({MDFIXUP_PROGRAM, "--tvr_location", product().string()}, arguments);
+  sandbox::run({"sh", "-c", "cd " + root().string() + "; " + script});
 }
 
 Ended Scene::run_in_shell(const std::string& script, const Words& arguments) const {
   const Words shell{"sh", "-c", "cd " + root().string() + "; " + script, "sh"};
-  return support::run(joined(shell, command(arguments)), environment());
+  return sandbox::run(joined(shell, command(arguments)), environment());
 }
 
 Ended Scene::undo(const Words& arguments) const {
   const Words location{"--tvr_location", product().string()};
-  return support::run(joined(joined({MDFIXUP_UNDO_PROGRAM}, arguments), location), environment());
+  return sandbox::run(joined(joined({MDFIXUP_UNDO_PROGRAM}, arguments), location), environment());
 }
 
 Ended Scene::run_task(const Words& task, int threads, const Words& more) const {
   return run(joined(joined({"--num_threads", std::to_string(threads)}, task), more));
-}
-
-Words Scene::pos(const std::string& tree) const {
-  return sandbox::list_pos(root() / tree);
 }
 
 std::string Scene::logs(const std::string& prefix) const {
@@ -86,9 +72,9 @@ Words lines_beginning(const std::string& text, const std::string& prefix) {
 }
 
 std::string sqlite(const fs::path& file, const std::string& statements) {
-  const Ended ended = support::run({"sqlite3", file.string(), statements});
+  const Ended ended = sandbox::run({"sqlite3", file.string(), statements});
   if (ended.exit_status != 0) throw std::runtime_error("sqlite3: " + ended.err);
   return ended.out;
 }
 
-}  // namespace support
+}  // namespace scenario

@@ -7,15 +7,18 @@
 
 #include "files/storage_layout.h"
 #include "sandbox/child.h"
+#include "sandbox/list_pos.h"
 #include "sandbox/pid_files_lock.h"
 #include "sandbox/storage_builder.h"
 #include "tests/support/temp_dir.h"
 
-namespace support {
+namespace scenario {
 
 using sandbox::Child;
 using sandbox::Ended;
-using sandbox::run;
+using support::read_text;
+using support::write_script;
+using support::write_text;
 using Words = std::vector<std::string>;
 
 inline Words joined(Words first, const Words& second) {
@@ -40,7 +43,7 @@ const std::string k_start_services =
 
 // A storage in a temporary directory, and the program to run on it. The services stay as they are
 // while it exists, unless it writes the pid files itself.
-class Scene : sandbox::PidFilesLock, TempDir, public sandbox::StorageBuilder {
+class Scene : sandbox::PidFilesLock, support::TempDir, public sandbox::StorageBuilder {
  public:
   explicit Scene(Use use = Use::read)
       : PidFilesLock(use), StorageBuilder(TempDir::path() / "kestrel") {}
@@ -49,7 +52,9 @@ class Scene : sandbox::PidFilesLock, TempDir, public sandbox::StorageBuilder {
   boost::filesystem::path admincmd(const std::string& name) const {
     return product() / "tavrin/bin/admincmd" / name;
   }
-  boost::filesystem::path po_db(const std::string& client, const std::string& policy) const;
+  boost::filesystem::path po_db(const std::string& client, const std::string& policy) const {
+    return policy_dir(client, policy) / layout::k_po_database;
+  }
 
   // Stores POs with these names in a policy directory.
   void put(const std::string& client, const std::string& policy, const Words& basenames) const;
@@ -63,7 +68,9 @@ class Scene : sandbox::PidFilesLock, TempDir, public sandbox::StorageBuilder {
   void sh(const std::string& script) const;
 
   // The command line of the program, with the product's location.
-  Words command(const Words& arguments) const;
+  Words command(const Words& arguments) const {
+    return joined({MDFIXUP_PROGRAM, "--tvr_location", product().string()}, arguments);
+  }
   Child::Environment environment() const { return {{"KSREGISTRY", registry_file().string()}}; }
   std::unique_ptr<Child> start(const Words& arguments) const {
     return std::make_unique<Child>(command(arguments), environment());
@@ -95,7 +102,9 @@ class Scene : sandbox::PidFilesLock, TempDir, public sandbox::StorageBuilder {
   std::string run_log() const { return logs("mdfixup.log"); }
 
   // Every PO below a directory of the storage, a line each.
-  Words pos(const std::string& tree = layout::k_metadata_tree) const;
+  Words pos(const std::string& tree = layout::k_metadata_tree) const {
+    return sandbox::list_pos(root() / tree);
+  }
 
   // The content of every file of the storage, except logs.
   std::map<std::string, std::string> snapshot() const;
@@ -113,4 +122,4 @@ inline Words sorted_lines(const std::string& text) {
 // Runs the sqlite3 command on a database, and returns its output.
 std::string sqlite(const boost::filesystem::path& file, const std::string& statements);
 
-}  // namespace support
+}  // namespace scenario

@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <map>
 #include <regex>
 #include <set>
@@ -7,18 +5,13 @@
 #include <vector>
 
 #include "config/version.h"
-#include "tests/support/scene.h"
+#include "tests/scenario/scenario.h"
 #include "tool/option_table.h"
 
-namespace {
+namespace scenario::documented_options {
 
-using Words = std::vector<std::string>;
 // Of each option: "flag", its default value, or "none"; "hidden" follows if the help omits it.
 using Options = std::map<std::string, std::string>;
-
-std::string read(const std::string& file) {
-  return support::read_text(std::string(MDFIXUP_SOURCE_DIR) + "/" + file);
-}
 
 std::vector<std::smatch> matches(const std::string& text, const char* pattern) {
   const std::regex regex(pattern);
@@ -32,7 +25,7 @@ Words first_groups(const std::string& text, const char* pattern) {
 }
 
 Options options_of_the_table() {
-  const std::string shown = support::run({MDFIXUP_PROGRAM, "--help"}).out;
+  const std::string shown = sandbox::run({MDFIXUP_PROGRAM, "--help"}).out;
   Options options;
   for (const OptDescriptor* const* o = option_table(); *o != nullptr; ++o) {
     const std::string name = std::string("--") + (*o)->long_name;
@@ -45,7 +38,7 @@ Options options_of_the_table() {
 }
 
 Options options_of_the_help(const std::string& program) {
-  const std::string shown = support::run({program, "--help"}).out;
+  const std::string shown = sandbox::run({program, "--help"}).out;
   Options options;
   for (const auto& m : matches(shown, "[ [](--?\\w+)(?: arg \\(=(\\S+)\\)| ([A-Z]+))?")) {
     options.emplace(m[1], m[2].matched ? m[2].str() : m[3].matched ? "none" : "flag");
@@ -54,7 +47,7 @@ Options options_of_the_help(const std::string& program) {
 }
 
 Options options_of_the_manual(const std::string& page) {
-  const std::string text = read("docs/man/" + page);
+  const std::string text = read_text(MDFIXUP_SOURCE_DIR "/docs/man/" + page);
   Options options;
   for (const auto& item : matches(text, "\n\\.It Fl ([^\n]*)((?:\n(?!\\.It |\\.El)[^\n]*)*)")) {
     const std::string names = item[1], body = item[2];
@@ -74,13 +67,13 @@ Words offered_by_bash(const Words& words) {
     "${registered[2]}" "$1" "${COMP_WORDS[-1]#=}" "${COMP_WORDS[-2]}"
     printf '%s\n' "${COMPREPLY[@]}")";
   const Words bash{"bash", "-c", script, MDFIXUP_SOURCE_DIR "/packaging/completion/mdfixup.bash"};
-  const support::Ended ended = support::run(support::joined(bash, words));
+  const Ended ended = sandbox::run(joined(bash, words));
   EXPECT_EQ(ended.err, "");
   return first_groups(ended.out, "([^\n]+)");
 }
 
 Words options_of_zsh(const std::string& function) {
-  const std::string text = read("packaging/completion/_mdfixup");
+  const std::string text = read_text(MDFIXUP_SOURCE_DIR "/packaging/completion/_mdfixup");
   const std::size_t begin = text.find("\n" + function + "() {");
   return first_groups(text.substr(begin, text.find("\n}", begin) - begin), "(--\\w+)=?\\[");
 }
@@ -99,7 +92,7 @@ TEST(DocumentedOptions, AreThoseOfTheProgram) {
   for (auto [program, page, zsh_function, words] : programs) {
     const bool has_table = words[0] == "mdfixup";
     const Options options = has_table ? options_of_the_table() : options_of_the_help(program);
-    EXPECT_EQ(support::run({program, "--version"}).out, version_text(words[0]));
+    EXPECT_EQ(sandbox::run({program, "--version"}).out, version_text(words[0]));
     EXPECT_EQ(options_of_the_manual(page), options) << page;
     std::set<std::string> names;
     words.emplace_back();
@@ -117,4 +110,4 @@ TEST(DocumentedOptions, AreThoseOfTheProgram) {
   EXPECT_EQ(offered_by_bash({"mdfixup", "--F"}).size(), 2U) << "bash would complete a deletion";
 }
 
-}  // namespace
+}  // namespace scenario::documented_options

@@ -72,9 +72,8 @@ TEST(TVRImageIterator, DeliversImagesWithAcceptedFragments) {
       {one, "printf FRA; exit 25", "status 17"},
       {"", "printf IMAGES", "status 4"},
   };
-  for (const auto& [output, end, expected] : rows) {
+  for (const auto& [output, end, expected] : rows)
     EXPECT_EQ(images(output, end), expected) << output << end;
-  }
 }
 
 }  // namespace
