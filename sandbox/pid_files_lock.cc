@@ -19,8 +19,9 @@ int s_descriptor = -1;
 // Children do not inherit the descriptor: services that stay would keep the lock.
 int lock(const char* dir, int operation) {
   const int descriptor = ::open(dir, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (descriptor < 0 || ::flock(descriptor, operation) != 0)
-    throw std::system_error(errno, std::generic_category(), dir);
+  int result = descriptor < 0 ? -1 : ::flock(descriptor, operation);
+  while (result != 0 && errno == EINTR) result = ::flock(descriptor, operation);
+  if (result != 0) throw std::system_error(errno, std::generic_category(), dir);
   return descriptor;
 }
 
@@ -34,7 +35,10 @@ bool isolate_pid_files() {
 
 PidFilesLock::PidFilesLock(Use use) {
   if (s_locks == 0) {
-    if (use == Use::write) (void)isolate_pid_files();
+    if (use == Use::write) {
+      static const bool is_isolated = isolate_pid_files();  // once for each process
+      (void)is_isolated;
+    }
     // A waiting writer holds this lock, or new readers would overtake it again and again.
     const int queue = lock("/var", LOCK_EX);
     s_descriptor = lock("/var/run", use == Use::write ? LOCK_EX : LOCK_SH);

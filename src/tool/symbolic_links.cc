@@ -1,12 +1,16 @@
 #include "tool/symbolic_links.h"
 
+#include <dirent.h>
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <iterator>
+#include <memory>
 #include <string>
+#include <string_view>
 
-#include <boost/filesystem/directory.hpp>
 #include <boost/filesystem/operations.hpp>
 
 #include "catalog/walk/dirs_iterator.h"
@@ -25,6 +29,10 @@ namespace {
 
 using Paths = std::vector<fs::path>;
 
+boost::system::error_code system_error(int error) {
+  return {error, boost::system::system_category()};
+}
+
 void report_unreadable(const fs::path& path, const boost::system::error_code& error) {
   dct::report_error("ERROR: could not look for symbolic links in " + path.string() + ": " +
                     error.message() + "\n");
@@ -40,7 +48,7 @@ bool is_walked(const fs::path& tree, const fs::path& dir) {
 }
 
 // Searches a tree. Most file systems give the type of an entry with its name; only on the others every
-// entry needs an lstat.
+// entry needs an lstat. Boost's iterator drops that type.
 class Search {
  public:
   explicit Search(const fs::path& tree) : m_tree(tree), m_dirs{tree} {}
@@ -59,8 +67,10 @@ class Search {
 
  private:
   void list(const fs::path& dir);
-  void add(const fs::directory_entry& entry);
-  void leave_out(const fs::path& path, const boost::system::error_code& error);
+  int list(const fs::path& dir, DIR& entries);
+  void add(const fs::path& dir, const dirent& entry);
+  unsigned char type_of(const fs::path& path);
+  void leave_out(const fs::path& path, int error);
 
   const fs::path& m_tree;
   Paths m_dirs;  // still to be listed
@@ -70,28 +80,42 @@ class Search {
 
 // Treats a vanished directory as empty.
 void Search::list(const fs::path& dir) {
-  boost::system::error_code error;
-  fs::directory_iterator entry(dir, error);
-  for (; !error && entry != fs::directory_iterator(); entry.increment(error)) add(*entry);
-  if (!error || error == errc::no_such_file_or_directory) return;
+  const std::unique_ptr<DIR, int (*)(DIR*)> entries(::opendir(dir.c_str()), ::closedir);
+  const int error = entries ? list(dir, *entries) : errno;
+  if (error == 0 || error == ENOENT) return;
   if (is_walked(m_tree, dir)) {
-    throw fs::filesystem_error("could not read a directory", dir, error);
+    throw fs::filesystem_error("could not read a directory", dir, system_error(error));
   }
   leave_out(dir, error);
 }
 
-void Search::add(const fs::directory_entry& entry) {
-  boost::system::error_code error;
-  fs::file_type type = entry.symlink_status(error).type();
-  // The listing may be out of date by now.
-  if (type == fs::symlink_file) type = fs::symlink_status(entry.path(), error).type();
-  if (type == fs::symlink_file) m_links.push_back(entry.path());
-  if (type == fs::directory_file) m_dirs.push_back(entry.path());
-  if (type == fs::status_error) leave_out(entry.path(), error);
+int Search::list(const fs::path& dir, DIR& entries) {
+  while (true) {
+    errno = 0;
+    const dirent* entry = ::readdir(&entries);
+    if (entry == nullptr) return errno;
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") add(dir, *entry);
+  }
 }
 
-void Search::leave_out(const fs::path& path, const boost::system::error_code& error) {
-  report_unreadable(path, error);
+void Search::add(const fs::path& dir, const dirent& entry) {
+  if (entry.d_type != DT_UNKNOWN && entry.d_type != DT_DIR && entry.d_type != DT_LNK) return;
+  const fs::path path = dir / entry.d_name;
+  const unsigned char type = entry.d_type == DT_DIR ? entry.d_type : type_of(path);
+  if (type == DT_LNK) m_links.push_back(path);
+  if (type == DT_DIR) m_dirs.push_back(path);
+}
+
+unsigned char Search::type_of(const fs::path& path) {
+  struct stat info {};
+  if (::lstat(path.c_str(), &info) == 0) return IFTODT(info.st_mode);
+  if (errno != ENOENT && errno != ENOTDIR) leave_out(path, errno);
+  return DT_UNKNOWN;
+}
+
+void Search::leave_out(const fs::path& path, int error) {
+  report_unreadable(path, system_error(error));
   m_is_complete = false;
 }
 
