@@ -3,7 +3,6 @@
 #include "record/run_record.h"
 #include "report/escape.h"
 #include "report/timeline.h"
-#include "report/views.h"
 #include "sandbox/generator.h"
 #include "tests/scenario/scenario.h"
 
@@ -401,7 +400,6 @@ TEST(Report, UnreadableRecordsAreNamedAndTheOthersShown) {
       {"DELETE FROM run", "it holds no run"},
       {"UPDATE orphan SET backup_time = 'text', pos = 'text', bytes = -9, directory = 77"},
       {"UPDATE orphan SET backup_time = 9223372036854775807, pos = 9223372036854775807"},
-      {"UPDATE orphan SET backup_time = -9223372036854775808, copy = 9223372036854775807"},
       {"UPDATE run SET started = 9223372036854775807, ended = -9223372036854775808, copies = -1"},
       {"UPDATE run SET started = x'00ff', task = 'dry_run' || char(27), ending = 'x', pid = 'x'"},
       {"UPDATE client_policy SET client = x'ff00ff', policy = ''; UPDATE directory SET state = 7"},
@@ -445,18 +443,6 @@ TEST(Report, NamesCannotActOnTheTerminal) {
   EXPECT_EQ(report::printable("h\xc3\xb6st\\x\xc3"), "h\xc3\xb6st\\\\x\\xc3");
 }
 
-TEST(Report, OmitsATableWhoseRowsVanishedAfterTheCount) {
-  report::Report made;
-  const report::Table table{"key", "Caption", 1,
-                            [](const report::RowVisitor& /*visit*/, std::int64_t /*most*/) {}};
-  made.sections.push_back({"Title", "dry run", {}, {}, {}, {table}});
-  for (const auto& write : {report::write_text, report::write_page}) {
-    std::ostringstream out;
-    write(made, out);
-    EXPECT_TRUE(contains(out.str(), "Title") && !contains(out.str(), "</table>")) << out.str();
-  }
-}
-
 TEST(Report, MemoryDoesNotGrowWithTheOrphans) {
 #ifdef MDFIXUP_SANITIZED
   GTEST_SKIP() << "the sanitizers need more address space";
@@ -492,15 +478,11 @@ TEST(Report, CommandLine) {
       {{"/no/such"}, 1, "no record of a run was found"},
       {{"--html"}, 1, "required argument"},
       {{"--json", "--text", dir}, 1, "exclude each other"},
-      {{"--runs", "--images", dir}, 1, "exclude each other"},
       {{"--html=-", "--images", dir}, 1, "exclude each other"},
       {{"--compare", file, "100-7", dir}, 0, "1 orphan copy in both"},
       {{"--compare", file, dir}, 1, "--compare takes two records"},
       {{"--compare", file, scan}, 1, "takes dry runs: 90-7 (case scan) lists no orphans"},
-      {{"--compare", "--images", file, file}, 1, "exclude each other"},
-      {{"--jsn", dir}, 1, "unrecognised option"},
       {{"--html", "/no/such/page.html", dir}, 1, "could not write /no/such/page.html"},
-      {{"--html", dir, dir}, 1, "could not write " + dir},
       {{"--html", file, dir}, 1, file + ": it is there, and is no page"},
       {{}, 1, "Failed to locate the ksregistry path: /no/such"},
   };

@@ -69,7 +69,6 @@ TEST(ProgressText, OmitsUnknownValues) {
       {{1234, 20000, 2, "", milliseconds(14135), {}},
        "1234 of 20000 directories, 3 min 35 s left, 87.3/s, 2 failed"},
       {{9, 10, 0, "", seconds(18), {}}, "9 of 10 directories, 2 s left, 30.0/min, 0 failed"},
-      {{1, 4, 0, "", hours(5), {}}, "1 of 4 directories, 15 h 0 min left, 0.2/h, 0 failed"},
       {{12, 10, 0, "", seconds(6), {}}, "12 of 12 directories, 2.0/s, 0 failed"},
       {{8, 10, 0, "", seconds(4), Phase::finishing},
        "8 of 8 directories, all directories done, finishing, 2.0/s, 0 failed"},
