@@ -22,4 +22,4 @@ export -f tidy_unit
 # The unit's name is expanded by the inner shell.
 # shellcheck disable=SC2016
 find build/tidy/{src,sandbox,report,undo,tests/faults} -name 'unity_*_cxx.cxx' -print0 |
-  xargs -0 -n 1 bash -c 'tidy_unit "$1"' -
+  xargs -0 -n 1 -P "$(nproc)" bash -c 'tidy_unit "$1"' -
