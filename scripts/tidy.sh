@@ -4,15 +4,16 @@
 # checked alone.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-cmake --preset asan >/dev/null
-cmake --preset asan -B build/tidy -DMDFIXUP_PRECOMPILE=OFF -DCMAKE_UNITY_BUILD=ON \
-  -DCMAKE_UNITY_BUILD_BATCH_SIZE=16 >/dev/null
+# Not in build/asan, which another step may configure meanwhile and whose precompiled headers may be missing.
+configure() { cmake --preset asan -B "$1" -DMDFIXUP_PRECOMPILE=OFF "${@:2}" >/dev/null; }
+configure build/tidy/joined -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=16
+configure build/tidy/alone
 
 tidy_unit() {
   local log=$1.log
-  clang-tidy --quiet --checks=-bugprone-suspicious-include -p build/tidy "$1" >"$log" 2>&1 && return
+  clang-tidy --quiet --checks=-bugprone-suspicious-include -p build/tidy/joined "$1" >"$log" 2>&1 && return
   if grep -q clang-diagnostic-error "$log"; then
-    sed -n 's/^#include "\(.*\)"$/\1/p' "$1" | xargs -n 1 clang-tidy --quiet -p build/asan >"$log" 2>&1 &&
+    sed -n 's/^#include "\(.*\)"$/\1/p' "$1" | xargs -n 1 clang-tidy --quiet -p build/tidy/alone >"$log" 2>&1 &&
       return
   fi
   cat "$log"
@@ -21,5 +22,5 @@ tidy_unit() {
 export -f tidy_unit
 # The unit's name is expanded by the inner shell.
 # shellcheck disable=SC2016
-find build/tidy/{src,sandbox,report,undo,tests/faults} -name 'unity_*_cxx.cxx' -print0 |
+find build/tidy/joined/{src,sandbox,report,undo,tests/faults} -name 'unity_*_cxx.cxx' -print0 |
   xargs -0 -n 1 -P "$(nproc)" bash -c 'tidy_unit "$1"' -
