@@ -12,6 +12,7 @@
 #include <boost/program_options.hpp>
 
 #include "sandbox/pid_files_lock.h"
+#include "tests/faults/power_cuts.h"
 #include "tests/faults/series.h"
 #include "tests/faults/subject.h"
 #include "tests/faults/verdict.h"
@@ -62,7 +63,12 @@ bool try_task(const Settings& settings, const Task& task, const fs::path& dir) {
   for (const Fault& fault : choose(all_faults(), settings.faults)) {
     // Unless it is requested, a task with services runs only with signals.
     if (task.services && settings.tasks.empty() && fault.intent != Intent::interrupt) continue;
-    all_well = run_series(subject, baseline, fault) && all_well;
+    const bool cuts_power = fault.intent == Intent::cut_power;
+    // There is nothing to lose.
+    if (cuts_power && task.effect == Effect::none) continue;
+    all_well = (cuts_power ? run_power_cuts(subject, baseline, fault)
+                           : run_series(subject, baseline, fault)) &&
+               all_well;
   }
   return all_well;
 }
@@ -72,12 +78,12 @@ po::options_description describe(Settings& settings) {
   auto add = options.add_options();
   add("program", po::value(&settings.program), "the same as the first word");
   add("fault", po::value(&settings.faults),
-      "kill, EIO, ENOSPC, EIO+, ENOSPC+ (from then on), signal");
+      "kill, EIO, ENOSPC, EIO+, ENOSPC+ (from then on), signal, power, power_random");
   add("task", po::value(&settings.tasks),
       "scan, dry_run, deletion, one_listing, repair, resumed, forced, undeletion, unrepair");
   add("points", po::value(&settings.points), "the number of points of each run, drawn at random");
   add("calls", po::value(&settings.calls), "system calls; by default all that matter to the fault");
-  add("at", po::value(&settings.at), "one point, as pwrite64:7");
+  add("at", po::value(&settings.at), "one point, as pwrite64:7, or a power cut");
   add("seed", po::value(&settings.seed), "seed of the random numbers");
   add("scale", po::value(&settings.scale), "multiplies the directories");
   add("threads", po::value(&settings.threads), "threads of the program");

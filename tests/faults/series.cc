@@ -183,6 +183,8 @@ const std::vector<Fault>& all_faults() {
       {"ENOSPC", Intent::fail, "error=ENOSPC", false},
       {"ENOSPC+", Intent::fail, "error=ENOSPC", true},
       {"signal", Intent::interrupt, "", false},
+      {"power", Intent::cut_power, "", false},
+      {"power_random", Intent::cut_power, "", false, true},
   };
   return faults;
 }

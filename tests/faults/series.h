@@ -14,9 +14,10 @@ struct Fault {
   Intent intent = Intent::kill;
   std::string what;  // as strace spells it; empty for signals, which come at any time
   bool from_then_on = false;
+  bool is_random = false;  // a power cut
 };
 
-// A kill, the errors EIO and ENOSPC once and from a point on, and signals.
+// A kill, the errors EIO and ENOSPC once and from a point on, signals, and power cuts.
 const std::vector<Fault>& all_faults();
 
 // Kills a repair half-way, and makes the result the initial state.

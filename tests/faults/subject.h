@@ -123,6 +123,8 @@ class Subject {
   // The number of services that run.
   int services() const;
 
+  const boost::filesystem::path& storage_root() const { return m_storage.root(); }
+
   // A file for strace, outside the storage.
   boost::filesystem::path trace_file() const { return m_dir / "trace"; }
 

@@ -100,6 +100,7 @@ struct Judge {
     expect(!m_ended.timed_out, "hangs");
     if (m_ended.signal != 0) {
       const bool was_meant = (m_done.intent == Intent::kill && m_ended.signal == SIGKILL) ||
+                             m_done.intent == Intent::cut_power ||
                              // The handlers exist only while the run has its lock.
                              (m_ended.signal == m_done.signal && !is_locked);
       expect(was_meant, "crashed by signal " + std::to_string(m_ended.signal));

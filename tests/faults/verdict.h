@@ -18,8 +18,9 @@ struct Baseline {
 // Errors: Cr_ErrnoException if the run fails, or does not do its task.
 Baseline run_baseline(const Subject& subject);
 
-// The purpose of a fault: end the run, make a step of it fail, or ask it to stop.
-enum class Intent { kill, fail, interrupt };
+// The purpose of a fault: end the run, make a step of it fail, ask it to stop, or end the run and lose
+// what was not synced.
+enum class Intent { kill, fail, interrupt, cut_power };
 
 // The fault of one run.
 struct Disturbance {
