@@ -1,19 +1,18 @@
-"""What scripts/mutants runs. The copy, the build and the programs under test are in build/mutants; while
-one fault is tested, the next one is built."""
+"""What scripts/mutants runs. The copy, the build and the programs under test are in build/mutants. While
+some faults are tested, the next one is built. The likely tests of all faults come first, then all
+others for those that they do not catch."""
 
+import concurrent.futures
 import fnmatch
 import json
 import os
 import pathlib
-import queue
 import re
 import shutil
 import signal
 import subprocess
 import sys
 import tempfile
-import threading
-import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 LIST = "tests/mutants/faults.txt"
@@ -24,9 +23,12 @@ TESTS = "tests/mdfixup_tests"
 PROGRAMS = (TESTS, "tests/faults/mdfixup-faults", "src/mdfixup", "undo/mdfixup-undo",
             "report/mdfixup-report", "sandbox/mdfixup-sandbox")
 LEAST_PERCENT = 92
-LIMIT_SECONDS = 300  # a test that takes longer has failed
+LIMIT_SECONDS = 300  # tests that take longer have failed
+WORKERS = os.cpu_count() + 1  # many tests wait more than they compute
 # Their verdicts depend on random names and points.
 AT_RANDOM = ["Split.GivesTheFirstFieldsOfBoostSplit", "*Deletion.DeletesWhatTheModel*"]
+# They take longer than all others together.
+SLOW = ["DeletionChildMatrix.*", "Report.MemoryDoesNotGrow*"]
 # A /run of their own: pid files of other tests and services are neither seen nor changed.
 ISOLATED = ["unshare", "--mount", "--propagation", "private",
             *([] if os.geteuid() == 0 else ["--map-root-user"]), "sh", "-c",
@@ -162,44 +164,75 @@ def failed_in_program(stored, wanted, unwanted):
         unwanted = [*unwanted, name]  # it depends on the machine's load
 
 
-# The first test that fails; empty if none does.
-def first_failure(stored, likely, others):
-    patterns = [form for pattern in likely for form in (pattern, "*/" + pattern)]
-
-    def failed_command(is_likely):
-        for name, command in others.items():
-            matches = any(fnmatch.fnmatchcase(name, pattern) for pattern in likely)
-            if matches == is_likely and not run(stored, command)[0]:
-                return name
-        return ""
-
-    return (patterns and failed_in_program(stored, patterns, []) or failed_command(True) or
-            failed_in_program(stored, ["*"], patterns) or failed_command(False))
+# The first likely test that fails; empty if none does.
+def first_likely_failure(stored, likely, others):
+    patterns = with_parameters(likely)
+    return (patterns and failed_in_program(stored, patterns, []) or
+            failed_command(stored, [name for name in others if is_one_of(name, likely)], others))
 
 
-# Builds each fault and puts (fault, programs or None, error) into the queue; None at the end.
-def build_all(faults, built):
+# The first of all other tests that fails; empty if none does.
+def first_other_failure(stored, likely, others):
+    patterns = with_parameters(likely)
+    return (failed_in_program(stored, ["*"], patterns + SLOW) or
+            failed_command(stored, [name for name in others if not is_one_of(name, likely)], others) or
+            failed_in_program(stored, SLOW, patterns))
+
+
+def with_parameters(patterns):
+    return [form for pattern in patterns for form in (pattern, "*/" + pattern)]
+
+
+def is_one_of(name, patterns):
+    return any(fnmatch.fnmatchcase(name, pattern) for pattern in patterns)
+
+
+def failed_command(stored, names, others):
+    return next((name for name in names if not run(stored, others[name])[0]), "")
+
+
+# Builds the tree with the fault. Returns the programs, or none and an error.
+def build_with(fault):
+    path = TREE / fault.file
+    text = path.read_text()
+    path.write_text(fault.applied_to(text))
+    error = build()
+    path.write_text(text)
+    return (None, error) if error else (store(fault.id), "")
+
+
+def say(fault, verdict):
+    print(f"{fault.id:30} {verdict}", flush=True)
+
+
+# Returns how many of the faults the likely tests catch, and the others with their programs.
+def test_likely(faults, others, pool):
+    def test(fault, stored):
+        failed = first_likely_failure(stored, fault.likely, others)
+        say(fault, "caught by " + failed if failed else
+            "not caught by the likely tests; the others are run later")
+        return bool(failed), fault, stored
+
+    tested = []
     for fault in faults:
-        path = TREE / fault.file
-        text = path.read_text()
-        path.write_text(fault.applied_to(text))
-        error = build()
-        path.write_text(text)
-        built.put((fault, None if error else store(fault.id), error))
-    built.put(None)
+        stored, error = build_with(fault)
+        if error:
+            say(fault, "DOES NOT BUILD: " + "; ".join(re.findall(r"error: .*", error)[:2]))
+        else:
+            tested.append(pool.submit(test, fault, stored))
+    results = [future.result() for future in tested]
+    return sum(caught for caught, _, _ in results), [item for item in results if not item[0]]
 
 
-def report(fault, stored, error, others):
-    start = time.monotonic()
-    failed = "" if error else first_failure(stored, fault.likely, others)
-    if error:
-        verdict = "DOES NOT BUILD: " + "; ".join(re.findall(r"error: .*", error)[:2])
-    elif failed:
-        verdict = "caught by " + failed
-    else:
-        verdict = "SURVIVED: " + fault.fields.get("survives", fault.text)
-    print(f"{fault.id:30} {verdict} ({time.monotonic() - start:.0f} s)", flush=True)
-    return bool(failed)
+def test_others(left, others, pool):
+    def test(item):
+        _, fault, stored = item
+        failed = first_other_failure(stored, fault.likely, others)
+        say(fault, "caught by " + failed if failed else
+            "SURVIVED: " + fault.fields.get("survives", fault.text))
+        return bool(failed)
+
+    return sum(pool.map(test, left))
 
 
 def main():
@@ -212,14 +245,12 @@ def main():
         sys.exit("the tree does not build without a fault:\n" + error)
     others = other_commands()
     shutil.rmtree(WORK / "stored", ignore_errors=True)
-    if failed := first_failure(store("none"), [], others):
-        sys.exit(f"{failed} fails without a fault")
-    built = queue.Queue(maxsize=2)
-    threading.Thread(target=build_all, args=(faults, built), daemon=True).start()
-    caught = 0
-    while (item := built.get()) is not None:
-        caught += report(*item, others)
-        shutil.rmtree(WORK / "stored" / item[0].id, ignore_errors=True)
+    unchanged = store("none")
+    with concurrent.futures.ThreadPoolExecutor(WORKERS) as pool:
+        caught, left = test_likely(faults, others, pool)
+        if failed := first_other_failure(unchanged, [], others):
+            sys.exit(f"{failed} fails without a fault")
+        caught += test_others(left, others, pool)
     percent = 100 * caught / len(faults)
     print(f"{caught} of {len(faults)} faults are caught ({percent:.0f} %)")
     return 0 if percent >= LEAST_PERCENT else 1
