@@ -17,6 +17,7 @@
 
 #include "sandbox/pid_files_lock.h"
 #include "sandbox/text_file.h"
+#include "tests/faults/pairs.h"
 
 namespace sandbox::faults {
 
@@ -30,8 +31,8 @@ using std::chrono::steady_clock;
 
 // They change files, directories and databases.
 const std::string k_changing_calls =
-    "write,pwrite64,fsync,fdatasync,rename,unlink,truncate,ftruncate,mkdir,rmdir,link,symlink,"
-    "chmod,chown";
+    "write,pwrite64,pwritev,fsync,fdatasync,rename,renameat,unlink,unlinkat,truncate,ftruncate,"
+    "fallocate,mkdir,mkdirat,rmdir,link,linkat,symlink,symlinkat,chmod,fchmod,chown,fchown";
 // Other calls that may fail. Not close: an injected failure leaves the descriptor open, and a real one
 // does not.
 const std::string k_other_calls =
@@ -131,7 +132,7 @@ struct Series {
       const std::string trace = read_text(m_subject.trace_file());
       if (ended.signal == SIGKILL || trace.find("(INJECTED)") != std::string::npos) ++m_struck;
       const bool mutes = call == "write" && m_fault.from_then_on;
-      const bool keeps_lock = call == "unlink" || (call == "fcntl" && m_fault.from_then_on);
+      const bool keeps_lock = call == "unlinkat" || (call == "fcntl" && m_fault.from_then_on);
       judge(ended, {m_fault.intent, 0, mutes, keeps_lock}, " --at " + call + ":" + to_string(n));
     }
   }
@@ -183,6 +184,7 @@ const std::vector<Fault>& all_faults() {
       {"ENOSPC", Intent::fail, "error=ENOSPC", false},
       {"ENOSPC+", Intent::fail, "error=ENOSPC", true},
       {"signal", Intent::interrupt, "", false},
+      {"pairs", Intent::compete, "", false},
   };
   return faults;
 }
@@ -196,6 +198,7 @@ void stop_half_way(const Subject& subject) {
 }
 
 bool run_series(const Subject& subject, const Baseline& baseline, const Fault& fault) {
+  if (fault.intent == Intent::compete) return run_pairs(subject, baseline);
   return Series{subject, baseline, fault}.run();
 }
 

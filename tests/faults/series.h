@@ -16,7 +16,7 @@ struct Fault {
   bool from_then_on = false;
 };
 
-// A kill, the errors EIO and ENOSPC once and from a point on, and signals.
+// A kill, the errors EIO and ENOSPC once and from a point on, signals, and several runs at once.
 const std::vector<Fault>& all_faults();
 
 // Kills a repair half-way, and makes the result the initial state.
