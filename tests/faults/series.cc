@@ -33,12 +33,14 @@ using std::chrono::steady_clock;
 const std::string k_changing_calls =
     "write,pwrite64,pwritev,fsync,fdatasync,rename,renameat,unlink,unlinkat,truncate,ftruncate,"
     "fallocate,mkdir,mkdirat,rmdir,link,linkat,symlink,symlinkat,chmod,fchmod,chown,fchown";
+// Those, and openat, which creates files. The others need no space.
+const std::string k_filling_calls = k_changing_calls + ",openat";
 // Other calls that may fail. Not close: an injected failure leaves the descriptor open, and a real one
 // does not.
-const std::string k_other_calls =
-    ",openat,read,pread64,lseek,getdents64,pipe2,vfork,clone,clone3,wait4";
-// Locks. If they fail from a point on, SQLite waits ten seconds for the record.
-const std::string k_locking_calls = ",fcntl";
+const std::string k_failing_calls =
+    k_filling_calls + ",read,pread64,lseek,getdents64,pipe2,vfork,clone,clone3,wait4";
+// Also locks. If they fail from a point on, SQLite waits ten seconds for the record.
+const std::string k_all_calls = k_failing_calls + ",fcntl";
 
 // A point in a run: the n-th call of a system call, counted from 1.
 struct Point {
@@ -113,12 +115,8 @@ struct Series {
   std::vector<Point> draw_points() {
     const std::string& at = m_settings.at;
     if (!at.empty()) return {{at.substr(0, at.find(':')), std::stoul(at.substr(at.find(':') + 1))}};
-    std::string calls = m_settings.calls;
-    if (calls.empty()) {
-      calls = k_changing_calls + (m_fault.intent == Intent::kill ? "" : k_other_calls) +
-              (m_fault.intent == Intent::kill || m_fault.from_then_on ? "" : k_locking_calls);
-    }
-    std::vector<Point> points = points_of(m_subject, calls);
+    std::vector<Point> points =
+        points_of(m_subject, m_settings.calls.empty() ? m_fault.calls : m_settings.calls);
     if (m_settings.points != 0 && m_settings.points < points.size()) {
       std::shuffle(points.begin(), points.end(), m_random);
       points.resize(m_settings.points);
@@ -178,13 +176,13 @@ struct Series {
 
 const std::vector<Fault>& all_faults() {
   static const std::vector<Fault> faults{
-      {"kill", Intent::kill, "signal=KILL", false},
-      {"EIO", Intent::fail, "error=EIO", false},
-      {"EIO+", Intent::fail, "error=EIO", true},
-      {"ENOSPC", Intent::fail, "error=ENOSPC", false},
-      {"ENOSPC+", Intent::fail, "error=ENOSPC", true},
-      {"signal", Intent::interrupt, "", false},
-      {"pairs", Intent::compete, "", false},
+      {"kill", Intent::kill, "signal=KILL", false, k_changing_calls},
+      {"EIO", Intent::fail, "error=EIO", false, k_all_calls},
+      {"EIO+", Intent::fail, "error=EIO", true, k_failing_calls},
+      {"ENOSPC", Intent::fail, "error=ENOSPC", false, k_filling_calls},
+      {"ENOSPC+", Intent::fail, "error=ENOSPC", true, k_filling_calls},
+      {"signal", Intent::interrupt},
+      {"pairs", Intent::compete},
   };
   return faults;
 }

@@ -12,8 +12,9 @@ namespace sandbox::faults {
 struct Fault {
   std::string name;
   Intent intent = Intent::kill;
-  std::string what;  // as strace spells it; empty for signals, which come at any time
+  std::string what = {};  // as strace spells it; empty if it comes at any time
   bool from_then_on = false;
+  std::string calls = {};  // the system calls that meet it
 };
 
 // A kill, the errors EIO and ENOSPC once and from a point on, signals, and several runs at once.
