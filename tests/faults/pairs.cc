@@ -22,8 +22,6 @@ namespace {
 
 using boost::algorithm::contains;
 using std::to_string;
-using std::chrono::microseconds;
-using std::chrono::steady_clock;
 
 // A run among others on the same storage.
 struct Rival {
@@ -38,17 +36,12 @@ struct Pairs {
   const Baseline& m_baseline;
   const unsigned m_seed = m_subject.settings().seed;
   std::mt19937 m_random{m_seed};
-  std::int64_t m_whole = 0;  // microseconds that an undisturbed run takes
   std::vector<Rival> m_rivals = {};
   unsigned m_runs = 0;
   unsigned m_struck = 0;  // were rejected, stopped or killed
   std::string m_wrong = {};
 
   bool run() {
-    m_subject.restore();
-    const auto start = steady_clock::now();
-    (void)m_subject.run({});
-    m_whole = std::chrono::duration_cast<microseconds>(steady_clock::now() - start).count();
     const unsigned pairs = std::max(m_subject.settings().points, 1U);
     const std::string name = m_subject.task().name;
     unsigned failures = 0;
@@ -85,10 +78,11 @@ struct Pairs {
 
   // Half of the moments are now.
   void start_and_strike(unsigned rivals) {
-    std::uniform_int_distribution<std::int64_t> any_time(-m_whole, m_whole);
+    constexpr int k_longest_pause_ms = 100;  // about as long as a run takes
+    std::uniform_int_distribution<int> any_time(-k_longest_pause_ms, k_longest_pause_ms);
     for (unsigned i = 1; i <= rivals; ++i) {
       m_rivals.push_back({m_subject.start({})});
-      std::this_thread::sleep_for(microseconds(std::max<std::int64_t>(any_time(m_random), 0)));
+      std::this_thread::sleep_for(std::chrono::milliseconds(std::max(any_time(m_random), 0)));
       strike(*(m_rivals.end() - 1 - m_random() % i));
     }
   }
