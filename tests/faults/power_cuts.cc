@@ -178,8 +178,10 @@ struct PowerCuts {
     Disk::write(files, m_subject.storage_root());
     Ended ended;
     ended.signal = SIGKILL;
+    // An undo takes longer than all other checks.
+    const bool is_undone = m_tried.size() % 8 == 0;
     std::string wrong =
-        judge(m_subject, m_baseline, ended, {Intent::cut_power, SIGKILL, false, false});
+        judge(m_subject, m_baseline, ended, {Intent::cut_power, SIGKILL, false, false, is_undone});
     // Services that start next would make an empty tree.
     if (has_ended && files.count(layout::k_metadata_tree) == 0)
       wrong += "  the run ended well, and the tree is not in its place\n";

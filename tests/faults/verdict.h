@@ -28,6 +28,7 @@ struct Disturbance {
   int signal = 0;           // the signal that was sent
   bool mutes = false;       // from a point on, writes to logs and streams fail
   bool keeps_lock = false;  // the lock file cannot be removed, or not safely
+  bool is_undone = true;    // at the end all runs are undone
 };
 
 // Checks the promises for a run with a fault, and then runs the program again. Returns the broken
