@@ -26,6 +26,10 @@ bool is_left_out(const std::string& name) {
          ends_with(name, ".log") || ends_with(name, "-shm");
 }
 
+std::string name_of(const std::string& path) {
+  return fs::path(path).filename().string();
+}
+
 bool reaches_always(Disk::Number /*change*/, std::uint64_t /*sector*/) {
   return true;
 }
@@ -69,8 +73,8 @@ bool Disk::is_modelled(const std::string& path) const {
                       [](const fs::path& name) { return is_left_out(name.string()); });
 }
 
-Disk::Place Disk::place(const std::string& path) const {
-  return {find(fs::path(path).parent_path().string()), fs::path(path).filename().string()};
+Disk::Id Disk::directory_of(const std::string& path) const {
+  return find(fs::path(path).parent_path().string());
 }
 
 // Follows links, except the last name.
@@ -118,9 +122,9 @@ bool Disk::apply(const TracedCall& call) {
   } else if (call.name == "rename") {
     move(path, second);
   } else if (call.name == "link") {
-    set_entries(place(second).directory, {{place(second).name, find(path)}});
+    name(second, find(path));
   } else if (call.name == "unlink" || call.name == "unlinkat" || call.name == "rmdir") {
-    remove(path);
+    name(path, k_none);
   } else {
     throw std::runtime_error("the replay does not know " + call.name + " of " + path);
   }
@@ -132,21 +136,25 @@ void Disk::add(Id node, Change change) {
   m_nodes.at(node).unsynced.push_back(std::move(change));
 }
 
-void Disk::set_entries(Id directory, const std::vector<std::pair<std::string, Id>>& entries) {
-  for (const auto& [name, id] : entries) {
-    if (id == k_none) {
-      m_nodes.at(directory).entries_now.erase(name);
-    } else {
-      m_nodes.at(directory).entries_now[name] = id;
-    }
-  }
+void Disk::set_entries(Id directory, const NewEntries& entries) {
+  change(m_nodes.at(directory).entries_now, entries);
   add(directory, {Change::What::entries, 0, 0, {}, entries});
+}
+
+void Disk::change(Entries& entries, const NewEntries& to) {
+  for (const auto& [name, id] : to) {
+    entries[name] = id;
+    if (id == k_none) entries.erase(name);
+  }
+}
+
+void Disk::name(const std::string& path, Id node) {
+  set_entries(directory_of(path), {{name_of(path), node}});
 }
 
 void Disk::make(const std::string& path, Node node) {
   m_nodes.push_back(std::move(node));
-  const Place where = place(path);
-  set_entries(where.directory, {{where.name, m_nodes.size() - 1}});
+  name(path, m_nodes.size() - 1);
 }
 
 void Disk::resize(const std::string& path, std::uint64_t size) {
@@ -163,16 +171,9 @@ void Disk::write_bytes(const std::string& path, std::uint64_t offset, const std:
 }
 
 void Disk::move(const std::string& from, const std::string& to) {
-  const Place source = place(from);
-  const Place target = place(to);
-  if (source.directory != target.directory)
+  if (directory_of(from) != directory_of(to))
     throw std::runtime_error("the replay knows only renames within a directory, not to " + to);
-  set_entries(source.directory, {{target.name, find(from)}, {source.name, k_none}});
-}
-
-void Disk::remove(const std::string& path) {
-  const Place where = place(path);
-  set_entries(where.directory, {{where.name, k_none}});
+  set_entries(directory_of(from), {{name_of(to), find(from)}, {name_of(from), k_none}});
 }
 
 void Disk::sync(const std::string& path) {
@@ -251,24 +252,15 @@ std::string Disk::bytes_after(const Node& node, const Reaches& reaches) {
 Disk::Entries Disk::entries_after(const Node& node, const Reaches& reaches) {
   Entries entries = node.entries;
   for (const Change& change : node.unsynced) {
-    if (change.what != Change::What::entries || !reaches(change.number, 0)) continue;
-    for (const auto& [name, id] : change.entries) {
-      if (id == k_none) {
-        entries.erase(name);
-      } else {
-        entries[name] = id;
-      }
-    }
+    if (reaches(change.number, 0)) Disk::change(entries, change.entries);
   }
   return entries;
 }
 
 void Disk::write(const Files& files, const fs::path& root) {
   for (const auto& entry : fs::directory_iterator(root)) {
-    if (!is_left_out(entry.path().filename().string()) ||
-        entry.path().filename() == layout::k_lock_file) {
-      fs::remove_all(entry.path());
-    }
+    const std::string name = name_of(entry.path().string());
+    if (!is_left_out(name) || name == layout::k_lock_file) fs::remove_all(entry.path());
   }
   for (const auto& [path, file] : files) {
     const fs::path target = root / path;

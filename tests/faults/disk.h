@@ -59,13 +59,14 @@ class Disk {
  private:
   using Id = std::size_t;
   using Entries = std::map<std::string, Id>;
+  using NewEntries = std::vector<std::pair<std::string, Id>>;  // k_none removes one
 
   struct Change {
     enum class What { size, bytes, entries } what;
     Number number = 0;
     std::uint64_t at = 0;  // the size, or the offset of the bytes
     std::string bytes = {};
-    std::vector<std::pair<std::string, Id>> entries = {};  // k_none removes an entry
+    NewEntries entries = {};
   };
 
   struct Node {
@@ -79,24 +80,20 @@ class Disk {
     Entries entries_now = {};
   };
 
-  struct Place {
-    Id directory;
-    std::string name;
-  };
-
   static constexpr Id k_none = static_cast<Id>(-1);
 
   Id load(const boost::filesystem::path& path);
   bool is_modelled(const std::string& path) const;
-  Place place(const std::string& path) const;
+  Id directory_of(const std::string& path) const;
   Id find(const std::string& path) const;
   void add(Id node, Change change);
-  void set_entries(Id directory, const std::vector<std::pair<std::string, Id>>& entries);
+  void set_entries(Id directory, const NewEntries& entries);
+  static void change(Entries& entries, const NewEntries& to);
+  void name(const std::string& path, Id node);
   void make(const std::string& path, Node node);
   void resize(const std::string& path, std::uint64_t size);
   void write_bytes(const std::string& path, std::uint64_t offset, const std::string& bytes);
   void move(const std::string& from, const std::string& to);
-  void remove(const std::string& path);
   void sync(const std::string& path);
   void collect(Id id, const std::string& path, const Reaches& reaches, Files& files) const;
   void collect_unsynced(Id id, std::vector<bool>& seen, std::vector<Number>& numbers) const;

@@ -12,7 +12,6 @@
 #include <boost/program_options.hpp>
 
 #include "sandbox/pid_files_lock.h"
-#include "tests/faults/power_cuts.h"
 #include "tests/faults/series.h"
 #include "tests/faults/subject.h"
 #include "tests/faults/verdict.h"
@@ -29,7 +28,8 @@ constexpr const char* k_usage =
     "Runs PROGRAM, an mdfixup, on small storages again and again, makes one step of each run\n"
     "fail, and checks the result against the promises. Exit status 1: a promise is broken, or no\n"
     "run met the fault. Options select tasks, faults and points; without them all are tried, with\n"
-    "one point for signals. The task forced, which has services, runs only with signals.\n";
+    "one point for signals and pairs. The task forced, which has services, runs only with "
+    "signals.\n";
 
 // The tasks or faults with these names; all if there are no names.
 // Errors: std::invalid_argument for an unknown name.
@@ -63,12 +63,7 @@ bool try_task(const Settings& settings, const Task& task, const fs::path& dir) {
   for (const Fault& fault : choose(all_faults(), settings.faults)) {
     // Unless it is requested, a task with services runs only with signals.
     if (task.services && settings.tasks.empty() && fault.intent != Intent::interrupt) continue;
-    const bool cuts_power = fault.intent == Intent::cut_power;
-    // There is nothing to lose.
-    if (cuts_power && task.effect == Effect::none) continue;
-    all_well = (cuts_power ? run_power_cuts(subject, baseline, fault)
-                           : run_series(subject, baseline, fault)) &&
-               all_well;
+    all_well = run_series(subject, baseline, fault) && all_well;
   }
   return all_well;
 }
@@ -78,9 +73,11 @@ po::options_description describe(Settings& settings) {
   auto add = options.add_options();
   add("program", po::value(&settings.program), "the same as the first word");
   add("fault", po::value(&settings.faults),
-      "kill, EIO, ENOSPC, EIO+, ENOSPC+ (from then on), signal, power, power_random");
+      "kill, EIO, ENOSPC, EIO+, ENOSPC+ (from then on), signal, pairs (of runs at once), power, "
+      "power_random");
   add("task", po::value(&settings.tasks),
-      "scan, dry_run, deletion, one_listing, repair, resumed, forced, undeletion, unrepair");
+      "scan, dry_run, deletion, one_listing, repair, resumed, forced, approved, approved_one, "
+      "undeletion, unrepair");
   add("points", po::value(&settings.points), "the number of points of each run, drawn at random");
   add("calls", po::value(&settings.calls), "system calls; by default all that matter to the fault");
   add("at", po::value(&settings.at), "one point, as pwrite64:7, or a power cut");
