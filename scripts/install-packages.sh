@@ -1,6 +1,6 @@
 #!/bin/sh
-# install-packages.sh build|check|package|bench: installs the missing Debian packages for building,
-# checking, packaging or comparing speed. It downloads nothing if none is missing.
+# install-packages.sh build|check|package|bench|mutants: installs the missing Debian packages for building,
+# checking, packaging, comparing speed or seeding faults. It downloads nothing if none is missing.
 set -eu
 
 build="g++ cmake ninja-build
@@ -11,14 +11,16 @@ package="$build binutils dpkg-dev file gzip lintian systemd"
 check="$package libbenchmark-dev clang libclang-rt-dev clang-format clang-tidy git universal-ctags shellcheck mandoc
   time valgrind python3 chromium chromium-driver"
 bench="$build libbenchmark-dev python3"
+mutants="$build git lld python3 util-linux"
 
 case ${1-} in
   build) wanted=$build ;;
   check) wanted=$check ;;
   package) wanted=$package ;;
   bench) wanted=$bench ;;
+  mutants) wanted=$mutants ;;
   *)
-    echo "usage: install-packages.sh build|check|package|bench" >&2
+    echo "usage: install-packages.sh build|check|package|bench|mutants" >&2
     exit 2
     ;;
 esac

@@ -240,6 +240,17 @@ TEST_P(Deletion, RequestsTheServicesAgainWhateverFails) {
   }
 }
 
+// Few orphans are looked up in ranges of names: here in two that follow each other.
+TEST(DeletionMatches, CopyZeroAndAnyCharacterAfterTheTime) {
+  const Scene scene;
+  Words rests{"_1000_C0_F1.img", "_1001_C1_F1.img", "_10010C1"};
+  for (int i = 0; i < 5; ++i) rests.push_back("_2000_C1_F" + std::to_string(i) + ".img");
+  put_own(scene, {"hosta"}, rests);
+  scene.list_image("hosta", "p", 2000, {1});
+  expect_end(scene.remove_orphans(), 0, "");
+  EXPECT_EQ(scene.pos().size(), 5U);
+}
+
 TEST(DeletionFaults, UnreadablePOEndsTheDirectoryAfterTheOrphansBeforeIt) {
   const Scene scene;
   const std::string image = "{client: hosta, policy: p, backup_time: ";

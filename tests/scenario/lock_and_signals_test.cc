@@ -37,12 +37,22 @@ TEST(Lock, AnyFileAtItsPathRejectsTheRun) {
   elsewhere.lock();
   expect_end(scene.scan(), 1,
              message + "process 1, but a run elsewhere holds it. Wait until that run has ended.\n");
+  // As two runs that begin at the same time see it: the other makes the file after this one looked
+  // for it, or removes it before this one has locked it.
+  const std::string at_lock = k_strace + "-P " + path + " -e inject=newfstatat:error=ENOENT";
+  for (const std::string which : {":when=1", ""}) {
+    if (which.empty()) elsewhere.unlock();
+    const Ended ended = scene.run_in_shell(at_lock + which + " \"$@\"", k_scan);
+    expect_failure(ended, {"\nRefusing to run because we could not obtain an exclusive lock."});
+    EXPECT_TRUE(fs::exists(path)) << which;
+  }
 }
 
 TEST(Lock, NamesTheProcessUntilTheEndAndALockOfAnotherRunStays) {
   PausedRun run;
   const fs::path lock = run.scene().lock_file();
   EXPECT_EQ(read_text(lock), std::to_string(run.child().pid()));
+  EXPECT_FALSE(boost::interprocess::file_lock(lock.c_str()).try_lock());
   EXPECT_EQ(fs::status(lock).permissions(), fs::owner_read | fs::owner_write);
   expect_parts(run.scene().scan().err, {", which is running and is mdfixup. Wait until"});
   fs::remove(lock);

@@ -101,6 +101,11 @@ TEST(OneListing, ReplacedMetadataTreeIsLeftAlone) {
       EXPECT_EQ(rows_of(scene, "deletion", "dirs FROM run"), Words{"3\n"});
     }
   }
+  // A walk that opens nothing afterwards notices it at its end.
+  const Scene scene;
+  put_own(scene, {"hosta"}, {"_1000_C1_F1.img"});
+  scene.script("tvimagequery", "mv " + scene.tree_dir().string() + " aside; exit 227\n");
+  expect_failure(scene.dry_run(), {"Aborting with error:  the directory "});
 }
 
 TEST(OneListing, ProgressNamesTheStepAndASignalDuringItPrintsNothing) {

@@ -3,6 +3,7 @@
 #include <sched.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <thread>
 
 #include "catalog/client_name_case/repair_client_name_case.h"
@@ -111,8 +112,17 @@ TEST(RepairThreads, RepairTwoSpellingsOfOneClientOneAfterTheOther) {
   ASSERT_EQ(held.do_begin_transaction(), 0);
   std::thread first(visit, "host");
   while (!log_has("host")) ::sched_yield();
-  std::thread second(visit, "HOST");
+  std::atomic<pid_t> id{0};
+  std::thread second([&] {
+    id = ::gettid();
+    visit("HOST");
+  });
   visit("other");
+  const auto waits = [&] {
+    const std::string stat = "/proc/self/task/" + std::to_string(id) + "/stat";
+    return contains(read_text(stat), ") S ");
+  };
+  while (!waits()) ::sched_yield();
   EXPECT_FALSE(log_has("HOST"));
   EXPECT_EQ(held.do_rollback_transaction(), 0);
   first.join();
@@ -197,6 +207,9 @@ TEST(RepairFaults, EarlyFailureChangesNothingAndLeavesTheTreeInItsPlace) {
       // SQLite keeps the transaction open after this error, and could still commit it.
       {at_target + "/po.db-journal -e inject=openat:error=EMFILE",
        "unable to store the po for basename HostA_1", true},
+      {k_strace + "-f -P " + work_dir(scene, "hosta") +
+           "/po.db-journal -e inject=openat:error=EMFILE",
+       "unable to remove the po for basename HostA_1", true},
   };
   for (const auto& [fault, error, has_begun] : rows) {
     const Ended ended = repair_after(scene, fault);
@@ -207,10 +220,16 @@ TEST(RepairFaults, EarlyFailureChangesNothingAndLeavesTheTreeInItsPlace) {
     EXPECT_EQ(scene.pos(), before);
   }
   expect_parts(scene.run_log(), {"the progress of the run cannot be told: "});
-  // A tree that an earlier repair left aside may be half repaired, and stays.
-  scene.sh("mv catalog " + k_work);
-  (void)repair_after(scene, no_threads);
-  EXPECT_FALSE(fs::exists(scene.tree_dir()));
+  // A tree whose links are removed stays aside; so does one that an earlier repair left there.
+  scene.sh("ln -s none catalog/2/link");
+  for (int i = 0; i < 2; ++i) {
+    expect_failure(repair_after(scene, k_strace + "-e inject=clone3:error=EAGAIN:when=3+ "),
+                   {"Aborting with error:  could not create a worker"});
+    EXPECT_FALSE(fs::exists(scene.tree_dir()));
+  }
+  // With one worker fewer than wanted, the repair goes on.
+  const Ended fewer = repair_after(scene, k_strace + "-e inject=clone3:error=EAGAIN:when=3");
+  expect_end(fewer, 0, "");
 }
 
 // SQLite rolls the transaction back if a read fails during an insert; later inserts would be kept.
@@ -246,7 +265,10 @@ TEST(RepairFaults, FailedReadOfTheTargetStoresAllOrNothing) {
 TEST(RepairFaults, RecordAndTargetAreSyncedBeforeTheSourceIsCommitted) {
   const Scene scene;
   scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
-  (void)scene.run_in_shell(k_strace + "-y -e fsync,fdatasync,link,unlink \"$@\"", k_repair);
+  // An interrupted repair finishes its directory, and is not finished itself.
+  (void)scene.run_in_shell(
+      k_strace + "-y -e fsync,fdatasync,link,unlink -e inject=link:signal=INT \"$@\"", k_repair);
+  EXPECT_FALSE(fs::exists(scene.tree_dir()));
   const std::string calls = read_text(scene.root() / "trace");
   const std::string base = (scene.root() / k_work / "2").string();
   const std::string target = base + "/HostA/p";

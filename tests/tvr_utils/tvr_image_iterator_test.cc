@@ -63,6 +63,7 @@ TEST(TVRImageIterator, DeliversImagesWithAcceptedFragments) {
            frag("2", "1", "7"),
        "", one_image + "c p 12 2:1:7\n"},
       {one + image("c", "q", "11") + frag("1", "1", "6") + image("c", "p", "11"), "", one_image},
+      {one + image("C", "p", "11") + frag("1", "1", "6"), "", one_image},
       {one + "HISTO 1 2\n\n" + frag("1", "2", "3"), "", "c p 10 1:1:5 1:2:3\n"},
       {image("c", "p", "1x"), "", "bad cast"},
       {"IMAGE c 2 3 4 5 p 7 8 9 10 11 12\n", "", "status 4"},

@@ -41,7 +41,7 @@ TEST(Basename, Parses) {
       {"hA_1602000000_C1_F1.img", "hA 1602000000 1 1 88 img", "hA 1602000000 1"},
       {"hA_5_C2_TIR3.map", "hA 5 2 -3 88 map", "hA 5 2"},
       {"hA_5_C1_HDR.info", "hA 5 1 77 88 info", "hA 5 1"},
-      {"hA_5_C1_F2_S4.img", "hA 5 1 2 4 img", "hA 5 1"},
+      {"hA_5_C12_F2_S4.img", "hA 5 12 2 4 img", "hA 5 12"},
       {"hA_1_C1_F1.img.a.b", "hA 1 1 1 88 img", "hA 1 1"},
       {"hA-1_C1_F1.img", "hA 1 1 1 88 img", "hA 1 1"},
       {"hA_-1_C-1_F1.", "hA -1 4294967295 1 88 ", "hA -1 4294967295"},
