@@ -123,14 +123,12 @@ TEST(Report, ShowsTheFindingsOfRuns) {
     EXPECT_EQ(deletion["listed"][key], dry_run["run"][key]) << key << ": as announced";
   }
   EXPECT_EQ(sum(dry_run["orphans"], "copies"), printed);
-  EXPECT_EQ(sum(dry_run["missing"], "copies"), dry_run["run"]["missing_copies"]);
   Json first = dry_run["orphans"][0];
   first.erase("bytes");
   EXPECT_EQ(first, Json::parse(R"({"client": "hosta", "policy": "gone", "copies": 3,
       "dir_copies": 3, "dir_pos": 3, "share": 1.0, "pos": 3, "loses_everything": true,
       "oldest_backup_time": 1000000, "newest_backup_time": 9000000, "other_copies_pos": 1,
       "kept_copies": 0, "unapproved_copies": 0})"));
-  EXPECT_EQ(dry_run["other_copies"][0]["basename"], "hosta_1000000_C10_F1.img");
   EXPECT_EQ(dry_run["failed_directories"][0]["directory"],
             scene.policy_dir("hosta", "broken").string());
   EXPECT_FALSE(contains(dry_run["concerns"].dump(), " error")) << "only the failed directory's";
@@ -149,15 +147,13 @@ TEST(Report, FindsRunsByIdOrFileInEachDirectory) {
   const Records one;
   const Records other;
   const std::string first = one.add(100);
-  sandbox::run({"cp", first, one.file("100-8")});  // another one of the same second
   sandbox::run({"touch", one.add(200) + ".new"});
   other.add(150);
   const std::tuple<Words, std::string, std::size_t> rows[] = {
-      {{one.dir()}, R"("200-7")", 3},
-      {{one.dir() + "/mdfixup", one.dir() + "/" + layout::k_records}, R"("200-7")", 3},
-      {{one.dir(), other.dir()}, R"("200-7""150-7")", 4},
-      {{first}, R"("100-7")", 3},
-      {{"100-8", "100-7", one.dir()}, R"("100-8""100-7")", 3},
+      {{one.dir() + "/mdfixup", one.dir() + "/" + layout::k_records}, R"("200-7")", 2},
+      {{one.dir(), other.dir()}, R"("200-7""150-7")", 3},
+      {{first}, R"("100-7")", 2},
+      {{"200-7", "100-7", one.dir()}, R"("200-7""100-7")", 2},
   };
   for (const auto& [arguments, expected, runs] : rows) {
     const Json all = json(arguments);
@@ -212,7 +208,6 @@ TEST(Report, NamesWhatToLookAtBeforeActing) {
       {"INSERT INTO unparsed VALUES (1, 1, 'x', 'y')", "1 PO was left out of the comparison"},
       {"", "before a later run: Deletion of 1970-01-01 00:01:50", run("task = 'deletion'")},
       {"", "before a later run: Case repair of", run("task = 'repair', ending = 'none', dirs = 0")},
-      {"", "before a later run: Restore of", run("task = 'restore'")},
       {"", "", run("task = 'restore'") + argument("--dry_run")},
       {"", "A later one was refused or aborted: Dry run of 1970-01-01 00:01:50, Some images wait",
        message("error", "Some images wait") + run("exit_status = 1, dirs = 0") +
@@ -366,8 +361,7 @@ TEST(Report, SaysWhyTwoRunsAreHardToCompare) {
   }
 }
 
-// A file that is no valid record is one error, and the others are shown. A record with values that no
-// run writes is shown or rejected.
+// The fuzz target of records shows values that no run writes.
 TEST(Report, UnreadableRecordsAreNamedAndTheOthersShown) {
   // A shell command on "$1", or statements; and the fault.
   const std::string rows[][2] = {
@@ -382,11 +376,6 @@ TEST(Report, UnreadableRecordsAreNamedAndTheOthersShown) {
       {"PRAGMA user_version = 9", "a version that this program does not know"},
       {"CREATE TRIGGER t AFTER INSERT ON run BEGIN SELECT 1; END", "its tables are not"},
       {"DELETE FROM run", "it holds no run"},
-      {"UPDATE orphan SET backup_time = 9223372036854775807, pos = 'text', directory = 77"},
-      {"UPDATE run SET started = 9223372036854775807, ended = -9223372036854775808, copies = -1"},
-      {"UPDATE run SET started = x'00ff', task = 'dry_run' || char(27), ending = 'x', pid = 'x'"},
-      {"UPDATE client_policy SET client = x'ff00ff', policy = ''; UPDATE directory SET state = 7"},
-      {"UPDATE directory SET copies = 0, client_policy = -1; DELETE FROM argument"},
   };
   for (const auto& [damage, fault] : rows) {
     const Records records;
@@ -395,15 +384,12 @@ TEST(Report, UnreadableRecordsAreNamedAndTheOthersShown) {
     const std::string damaged = records.add(200, is_sql ? damage : "");
     if (!is_sql) sandbox::run({"sh", "-c", damage, "sh", damaged});
     const Ended both = report({"--compare", records.file("100-7"), damaged});
-    EXPECT_TRUE(fault.empty() ? both.exit_status <= 2 : both.exit_status == 2) << damage;
-    EXPECT_TRUE(contains(both.err, damaged) || fault.empty()) << both.err;
+    EXPECT_EQ(both.exit_status, 2) << damage;
+    EXPECT_TRUE(contains(both.err, damaged)) << both.err;
     for (const std::string form : {"--text", "--json", "--html=-", "--runs", "--images"}) {
-      const Ended ended = report({form, fault.empty() ? damaged : records.dir()});
-      if (fault.empty() && ended.exit_status == 0) continue;
+      const Ended ended = report({form, records.dir()});
       EXPECT_EQ(ended.exit_status, 2) << damage << ended.out;
-      if (fault.empty()) continue;
-      EXPECT_TRUE(contains(ended.err, damaged + ": could not be read: ")) << ended.err;
-      EXPECT_TRUE(contains(ended.err, fault)) << damage << ended.err;
+      expect_parts(ended.err, {damaged + ": could not be read: ", fault});
       EXPECT_TRUE(contains(ended.out, damaged) || form == "--images") << form;
       EXPECT_TRUE(contains(ended.out, "100-7")) << form;
     }
@@ -414,9 +400,8 @@ TEST(Report, NamesCannotActOnTheTerminal) {
   const Records records;
   const std::string hostile = "a\x1b[2J\r\x9b\xe2\x80\xae<b>\"\t";
   const std::string file = records.add(100, "UPDATE client_policy SET client = '" + hostile + "'");
-  for (const Words& words :
-       {Words{records.dir()}, {"--images", records.dir()}, {"--compare", file, file}}) {
-    const Ended text = report(words);
+  for (const char* form : {"--text", "--images", "--compare"}) {
+    const Ended text = report({form, file, file});
     EXPECT_TRUE(contains(text.out, R"(a\x1b[2J\x0d\x9b\u{202e}<b>"\t)")) << text.out;
     EXPECT_EQ(text.out.find_first_of("\x1b\r"), std::string::npos);
   }
@@ -457,7 +442,6 @@ TEST(Report, CommandLine) {
       {{"/no/such"}, 1, "no record of a run was found"},
       {{"--html"}, 1, "required argument"},
       {{"--json", "--text", dir}, 1, "exclude each other"},
-      {{"--html=-", "--images", dir}, 1, "exclude each other"},
       {{"--compare", file, "100-7", dir}, 0, "1 orphan copy in both"},
       {{"--compare", file, dir}, 1, "--compare takes two records"},
       {{"--compare", file, scan}, 1, "takes dry runs: 90-7 (case scan) lists no orphans"},
