@@ -143,27 +143,6 @@ TEST(Report, ShowsTheFindingsOfRuns) {
   EXPECT_EQ(same["listed"]["common_bytes"], dry_run["run"]["taken_bytes"]);
 }
 
-TEST(Report, FindsRunsByIdOrFileInEachDirectory) {
-  const Records one;
-  const Records other;
-  const std::string first = one.add(100);
-  sandbox::run({"touch", one.add(200) + ".new"});
-  other.add(150);
-  const std::tuple<Words, std::string, std::size_t> rows[] = {
-      {{one.dir() + "/mdfixup", one.dir() + "/" + layout::k_records}, R"("200-7")", 2},
-      {{one.dir(), other.dir()}, R"("200-7""150-7")", 3},
-      {{first}, R"("100-7")", 2},
-      {{"200-7", "100-7", one.dir()}, R"("200-7""100-7")", 2},
-  };
-  for (const auto& [arguments, expected, runs] : rows) {
-    const Json all = json(arguments);
-    std::string details;
-    for (const Json& detail : all["details"]) details += detail["run"]["id"].dump();
-    EXPECT_EQ(details, expected) << arguments[0];
-    EXPECT_EQ(all["runs"].size(), runs);
-  }
-}
-
 TEST(Report, OfARunWithoutAnEndCountsTheLists) {
   const Records records;
   records.add(100, "UPDATE run SET ending = 'none'; UPDATE directory SET state = NULL");
@@ -429,12 +408,16 @@ TEST(Report, CommandLine) {
   const std::string dir = records.dir();
   const std::string file = records.add(100);
   const std::string scan = records.add(90, "UPDATE run SET task = 'scan'");
+  const Records other;
+  sandbox::run({"touch", other.add(150) + ".new"});
   // The arguments, the exit status, and a part of the output.
   const std::tuple<Words, int, std::string> rows[] = {
       {{"--help"}, 0, "Usage: mdfixup-report"},
       {{dir}, 0, "1 orphan copy (of 6, 16.7 %)"},
       {{"--runs", dir}, 0, "100-7  1970-01-01 00:01:40  dry run"},
       {{dir}, 0, "1970-01 "},
+      {{dir, other.dir()}, 0, "Dry run of 1970-01-01 00:02:30"},
+      {{other.dir() + "/mdfixup", "150-7"}, 0, "Dry run of 1970-01-01 00:02:30"},
       {{"--images", dir}, 0, "hosta_1000\t1970-01-01 00:16\t1\t2\t9\tp\twould go\t100-7\n"},
       {{"--html", dir + "/page.html", dir}, 0, ""},
       {{dir, "/no/such"}, 2, "/no/such: could not be read: unable to open"},
