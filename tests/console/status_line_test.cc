@@ -45,7 +45,6 @@ TEST(StatusLine, IsErasedAndNeverBlocks) {
   // The action, the terminal's columns (0 if unknown), and the output.
   const std::tuple<void (*)(), unsigned short, std::string> rows[] = {
       {show_two, 8, "\r0123...\033[K\r012\033[K\r\033[K"},
-      {show_two, 0, "\r0123456789\033[K\r012\033[K\r\033[K"},
       {show_without_erasing, 0, "printed\r\nprinted\r\nprinted\r\n"},
       {show_on_stopped_terminal, 0, "\rtext\033[K\r\033[Kprinted\r\n"},
   };

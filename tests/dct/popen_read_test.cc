@@ -24,9 +24,7 @@ TEST(PopenRead, ReadsLinesAndReportsTheEnd) {
       {"printf '1234567\\n'", {small}},
       {"printf '\\0ga\\nb\\n\\0\\n'", {"", "b", "", "0"}},
       {"printf 'a\\nbc\\0d'", {"a", "b", "0"}},
-      {"printf 'a\\0b\\n'", {small}},
       {"printf '\\0234567890\\n'", {small}},
-      {"echo x; kill -PIPE $$", {"x", "the pipe command did not exit"}},
   };
   for (const auto& [command, expected] : rows) {
     std::vector<std::string> lines;

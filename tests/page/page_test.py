@@ -221,15 +221,13 @@ class Page(unittest.TestCase):
         self.assertEqual(len(self.column(0)), 10000)
 
 
-# The page's background, and the least contrast of a text with its background, as WCAG defines it.
+# The page's background, and the least contrast of a text with its background, nearly as WCAG defines it.
 CONTRAST = """
-  const parts = (color) => color.match(/[\\d.]+/g).map(Number);
-  const light = (color) => parts(color).slice(0, 3).map((c) => c / 255)
-    .map((c) => (c <= 0.04045 ? c / 12.92 : ((c + 0.055) / 1.055) ** 2.4))
-    .reduce((sum, c, i) => sum + c * [0.2126, 0.7152, 0.0722][i], 0);
+  const light = (color) => color.match(/[\\d.]+/g).slice(0, 3).reduce(
+    (sum, c, i) => sum + (c / 255) ** 2.2 * [0.2126, 0.7152, 0.0722][i], 0);
   const groundOf = (element) => {
     const color = element ? getComputedStyle(element).backgroundColor : "rgb(255, 255, 255)";
-    return parts(color)[3] === 0 ? groundOf(element.parentElement) : color;
+    return color.endsWith(", 0)") ? groundOf(element.parentElement) : color;
   };
   let least = [21, ""];
   for (const element of document.querySelectorAll("body, body *")) {

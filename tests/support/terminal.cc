@@ -12,20 +12,6 @@
 
 namespace support {
 
-namespace {
-
-constexpr unsigned short k_wide = 200;
-
-}  // namespace
-
-bool terminals_are_there() {
-  try {
-    return OnTerminal([] {}).wait() == 0;
-  } catch (const std::runtime_error&) {
-    return false;
-  }
-}
-
 OnTerminal::OnTerminal(const std::function<void()>& body, unsigned short columns) {
   struct winsize size {};
   size.ws_col = columns;
@@ -41,7 +27,7 @@ OnTerminal::OnTerminal(const std::function<void()>& body, unsigned short columns
 
 OnTerminal::OnTerminal(const std::vector<std::string>& command,
                        const sandbox::Child::Environment& environment)
-    : OnTerminal([&] { sandbox::exec(command, environment); }, k_wide) {}
+    : OnTerminal([&] { sandbox::exec(command, environment); }, 200) {}
 
 // A terminal that no process has open any more fails with EIO.
 bool OnTerminal::read_more() {

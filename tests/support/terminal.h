@@ -11,7 +11,9 @@
 namespace support {
 
 // Whether there are pseudo terminals; after a bare chroot there are none.
-bool terminals_are_there();
+inline bool terminals_are_there() {
+  return ::access("/dev/pts/ptmx", F_OK) == 0;
+}
 
 // A process with its own controlling terminal, which takes its standard output and error.
 //

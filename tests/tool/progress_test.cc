@@ -65,13 +65,10 @@ TEST(ProgressText, OmitsUnknownValues) {
   using Phase = ProgressState::Phase;
   const std::pair<ProgressState, const char*> rows[] = {
       {{0, {}, 0, "", seconds(0), {}}, "0 directories, 0 failed"},
-      {{0, 5, 0, "3 found", seconds(9), {}}, "0 of 5 directories, 0 failed, 3 found"},
       {{1234, 20000, 2, "", milliseconds(14135), {}},
        "1234 of 20000 directories, 3 min 35 s left, 87.3/s, 2 failed"},
       {{9, 10, 0, "", seconds(18), {}}, "9 of 10 directories, 2 s left, 30.0/min, 0 failed"},
       {{12, 10, 0, "", seconds(6), {}}, "12 of 12 directories, 2.0/s, 0 failed"},
-      {{8, 10, 0, "", seconds(4), Phase::finishing},
-       "8 of 8 directories, all directories done, finishing, 2.0/s, 0 failed"},
       {{8, 10, 0, "", seconds(4), Phase::stopping},
        "8 of 10 directories, stopping, 2.0/s, 0 failed"},
   };

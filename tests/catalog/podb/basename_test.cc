@@ -43,7 +43,7 @@ TEST(Basename, Parses) {
       {"hA_5_C1_HDR.info", "hA 5 1 77 88 info", "hA 5 1"},
       {"hA_5_C12_F2_S4.img", "hA 5 12 2 4 img", "hA 5 12"},
       {"hA_1_C1_F1.img.a.b", "hA 1 1 1 88 img", "hA 1 1"},
-      {"hA-1_C1_F1.img", "hA 1 1 1 88 img", "hA 1 1"},
+      {"hA-1_C1_F1.^`\xdf/-\xae", "hA 1 1 1 88 ^`\xdf/-\xae", "hA 1 1"},
       {"hA_-1_C-1_F1.", "hA -1 4294967295 1 88 ", "hA -1 4294967295"},
       {"ha_1_C1_F1.img", letter_case, letter_case},
       {"hB_1_C1_F1.img", prefix, prefix},

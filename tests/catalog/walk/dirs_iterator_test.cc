@@ -40,20 +40,14 @@ TEST(DirsIterator, YieldsOnlyPolicyDirectoriesOfTheDsid) {
   for (const auto& [script, expected] : rows) EXPECT_EQ(walked(scene, script), expected) << script;
 }
 
-// A vanished directory is empty; a vanished storage is an error.
-TEST(DirsIterator, VanishedDirectoryIsEmptyWhileTheRootIsTheSame) {
+// A vanished storage is an error in the tests of deletions and of one listing.
+TEST(DirsIterator, VanishedDirectoryIsEmpty) {
   const Scene scene;
-  for (const std::string script :
-       {"rm -r 2/*", "mv $PWD ../catalog.aside", "mv $PWD ../catalog.aside; mkdir ../catalog"}) {
-    scene.sh("rm -rf catalog*; mkdir -p catalog/2/a/p catalog/2/b/p catalog/2/c/p");
-    catalog::LockedDirsIterator source(scene.tree_dir(), nullptr);
-    EXPECT_NE(source.get_next_path(), "");
-    scene.sh("cd catalog; " + script);
-    if (!fs::exists(scene.tree_dir() / "2")) {
-      EXPECT_THROW(source.get_next_path(), catalog::WalkRootChanged) << script;
-    }
-    EXPECT_EQ(source.get_next_path(), "") << script;
-  }
+  scene.sh("mkdir -p catalog/2/a/p catalog/2/b/p");
+  catalog::LockedDirsIterator source(scene.tree_dir(), nullptr);
+  EXPECT_NE(source.get_next_path(), "");
+  scene.sh("rm -r catalog/2/*");
+  EXPECT_EQ(source.get_next_path(), "");
 }
 
 TEST(DirsIterator, AfterAFileNamedLikeTheDsidTheNextDirectoryIsWalked) {
