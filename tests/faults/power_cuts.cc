@@ -21,6 +21,7 @@ namespace sandbox::faults {
 namespace {
 
 using boost::algorithm::ends_with;
+using boost::algorithm::starts_with;
 
 enum class Reach { synced, only, without, random };
 const std::vector<std::string> k_reach_names{"synced", "only", "without", "random"};
@@ -87,6 +88,14 @@ std::size_t fingerprint(const Files& files) {
   return std::hash<std::string>()(all);
 }
 
+Files tree_of(const Files& files) {
+  Files tree;
+  for (const auto& [path, file] : files) {
+    if (!starts_with(path, "log/")) tree[path] = file;
+  }
+  return tree;
+}
+
 // An even share, the last one among them; all if there are not so many.
 Cuts share_of(const Cuts& cuts, std::size_t most) {
   if (cuts.size() <= most) return cuts;
@@ -105,6 +114,7 @@ struct PowerCuts {
   Disk m_before{m_subject.storage_root()};
   std::vector<TracedCall> m_calls = {};
   std::set<std::pair<bool, std::size_t>> m_tried = {};  // after the end of the run, fingerprint
+  std::set<std::size_t> m_trees = {};                   // fingerprints of metadata trees
   unsigned m_failures = 0;
 
   bool run() {
@@ -178,10 +188,11 @@ struct PowerCuts {
     Disk::write(files, m_subject.storage_root());
     Ended ended;
     ended.signal = SIGKILL;
-    // An undo takes longer than all other checks.
+    // What takes longest: the next run, which the metadata tree decides, and the undo.
     const bool is_undone = m_tried.size() % 8 == 0;
-    std::string wrong =
-        judge(m_subject, m_baseline, ended, {Intent::cut_power, SIGKILL, false, false, is_undone});
+    const bool is_repeated = m_trees.insert(fingerprint(tree_of(files))).second || is_undone;
+    std::string wrong = judge(m_subject, m_baseline, ended,
+                              {Intent::cut_power, SIGKILL, false, false, is_repeated, is_undone});
     // Services that start next would make an empty tree.
     if (has_ended && files.count(layout::k_metadata_tree) == 0)
       wrong += "  the run ended well, and the tree is not in its place\n";

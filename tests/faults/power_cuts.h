@@ -14,7 +14,8 @@ namespace sandbox::faults {
 //   random:  each change has reached it or not, bytes also in part. Only for a random fault.
 // All are tried, or settings.points: those with only what was synced first, then an even share of the
 // others. Of cuts that leave the same files, one is tried. Needs a task that changes something, and one
-// thread. After each eighth, all runs are undone. Prints and returns what run_series does.
+// thread. The next run is checked once for each metadata tree that is left; after
+// each eighth cut, all runs are undone. Prints and returns what run_series does.
 // Errors: as Subject; std::runtime_error if strace cannot trace the run, or the replay does not know a
 //   call.
 bool run_power_cuts(const Subject& subject, const Baseline& baseline, const Fault& fault);

@@ -84,7 +84,7 @@ struct Judge {
       judge_logs();
     }
     judge_services();
-    judge_next_run();
+    if (m_done.is_repeated) judge_next_run();
     return m_wrong;
   }
 

@@ -28,7 +28,8 @@ struct Disturbance {
   int signal = 0;           // the signal that was sent
   bool mutes = false;       // from a point on, writes to logs and streams fail
   bool keeps_lock = false;  // the lock file cannot be removed, or not safely
-  bool is_undone = true;    // at the end all runs are undone
+  bool is_repeated = true;  // the next run is checked, too
+  bool is_undone = true;    // and at the end all runs are undone
 };
 
 // Checks the promises for a run with a fault, and then runs the program again. Returns the broken
