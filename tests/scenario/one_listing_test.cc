@@ -104,7 +104,8 @@ TEST(OneListing, ReplacedMetadataTreeIsLeftAlone) {
   // A walk that opens nothing afterwards notices it at its end.
   const Scene scene;
   put_own(scene, {"hosta"}, {"_1000_C1_F1.img"});
-  scene.script("tvimagequery", "mv " + scene.tree_dir().string() + " aside; exit 227\n");
+  const std::string tree = scene.tree_dir().string();
+  scene.script("tvimagequery", "mv " + tree + " " + tree + ".aside; exit 227\n");
   expect_failure(scene.dry_run(), {"Aborting with error:  the directory "});
 }
 
