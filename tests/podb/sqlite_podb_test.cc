@@ -43,7 +43,7 @@ TEST_F(SQLitePODBTest, ListsInByteOrderNamesWithoutThePrefix) {
   Names all;
   const auto take_all = [&](std::string_view name) { all.emplace_back(name); };
   ASSERT_EQ(database.get_basenames(take_all), 0);
-  EXPECT_EQ(Names(all.begin(), all.begin() + sorted.size()), sorted);
+  EXPECT_EQ(Names(all.begin(), all.end() - 2), sorted) << "the blobs follow";
   for (const std::string prefix :
        {"A", "a", "ab", "ab\xff", "abcd", "0", "z", "\xff", "\xff\xff"}) {
     const auto begins_so = [&](const std::string& name) { return name.rfind(prefix, 0) == 0; };
