@@ -137,7 +137,8 @@ def store(name):
 def run(stored, command):
     with tempfile.TemporaryFile("w+", errors="replace") as output:
         child = subprocess.Popen([*ISOLATED, stored, BUILD, *command], stdin=subprocess.DEVNULL,
-                                 stdout=output, stderr=subprocess.STDOUT, start_new_session=True)
+                                 stdout=output, stderr=subprocess.STDOUT, start_new_session=True,
+                                 cwd=WORK)  # a faulty program may write there
         try:
             succeeded = child.wait(LIMIT_SECONDS) == 0
         except subprocess.TimeoutExpired:

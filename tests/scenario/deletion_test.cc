@@ -268,20 +268,6 @@ TEST(DeletionFaults, UnreadablePOEndsTheDirectoryAfterTheOrphansBeforeIt) {
   EXPECT_EQ(sqlite(file, "SELECT basename FROM po"), "hosta_2_C1_F1.img\nhosta_3_C1_F1.img\n");
 }
 
-TEST(DeletionFaults, RecordIsSyncedBeforeTheRowsAreDeleted) {
-  const Scene scene;
-  scene.put("hosta", "p", {"hosta_1_C1_F1.img"});
-  (void)scene.run_in_shell(k_strace + "-y -e fsync,fdatasync,unlink \"$@\"", k_deletion);
-  const std::string file = "/hosta/p/po.db";
-  const std::string log = scene.log_dir().string();
-  // First the record's name and the directories that this run made for it. After the first commit of
-  // the record, each commit syncs.
-  expect_in_order(read_text(scene.root() / "trace"),
-                  {".db.new>", log + "/mdfixup/runs>", log + "/mdfixup>", log + ">", ".db-wal>",
-                   ".db-wal>", file + "-journal>", file + ">",
-                   "unlink(\"" + (scene.tree_dir() / "2").string() + file + "-journal\")"});
-}
-
 TEST(DeletionFaults, SignalStopsADirectoryAfterATransaction) {
   const Scene scene;
   Words names;
