@@ -18,20 +18,22 @@ while [ $# -gt 0 ]; do
   shift 2
 done
 
-catalog() {
-  if [ -n "$client" ] && [ -n "$policy" ]; then
-    [ ! -f "$images/$client/$policy" ] || cat "$images/$client/$policy"
-  else
-    find "$images" -type f -path "*/${client:-*}/${policy:-*}" -exec cat {} +
-  fi
-}
-
 since=0
 [ -z "$hours" ] || since=$(($(date +%s) - hours * 3600))
+filter() {
+  exec awk -v since="$since" '
+    $1 == "unreadable" { failed = 1; next }
+    $1 == "IMAGE" { listed = $14 >= since }
+    listed { print; found = 1 }
+    END { if (failed) exit 2
+      if (!found) { print "no entity was found"; exit 227 } }'
+}
+
+# Most queries are for one file, and need no further process.
+if [ -n "$client" ] && [ -n "$policy" ]; then
+  file=$images/$client/$policy
+  [ -f "$file" ] || file=/dev/null
+  filter <"$file"
+fi
 # The pipeline exits as awk does, so awk must learn that the catalog could not be read.
-(catalog || echo unreadable) | awk -v since="$since" '
-  $1 == "unreadable" { failed = 1; next }
-  $1 == "IMAGE" { listed = $14 >= since }
-  listed { print; found = 1 }
-  END { if (failed) exit 2
-    if (!found) { print "no entity was found"; exit 227 } }'
+(find "$images" -type f -path "*/${client:-*}/${policy:-*}" -exec cat {} + || echo unreadable) | filter

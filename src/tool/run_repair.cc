@@ -1,12 +1,12 @@
+#include <exception>
 #include <memory>
 #include <string>
-
-#include <boost/filesystem/exception.hpp>
 
 #include "catalog/client_name_case/repair_client_name_case.h"
 #include "console/standard_streams.h"
 #include "dct/filesystem.h"
 #include "dct/report_error.h"
+#include "files/sync.h"
 #include "record/run_record.h"
 #include "signals/interrupt.h"
 #include "status/status.h"
@@ -116,6 +116,8 @@ void Repair::move_back() {
   move_tree_back(m_storage);
   m_changes.tree_is_aside = false;
   record_tree_aside(m_storage, false);
+  // Services that start after a power cut must not find the tree aside again.
+  files::sync_directory(m_storage.root.string());
 }
 
 // Returns whether it moved the tree back.
@@ -126,7 +128,7 @@ bool Repair::move_back_if_unchanged() {
   if (m_is_resumed || is_changed) return false;
   try {
     move_back();
-  } catch (const fs::filesystem_error& error) {
+  } catch (const std::exception& error) {
     dct::report_error(std::string("ERROR: ") + error.what() + "\n");
     return false;
   }

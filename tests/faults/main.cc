@@ -28,7 +28,8 @@ constexpr const char* k_usage =
     "Runs PROGRAM, an mdfixup, on small storages again and again, makes one step of each run\n"
     "fail, and checks the result against the promises. Exit status 1: a promise is broken, or no\n"
     "run met the fault. Options select tasks, faults and points; without them all are tried, with\n"
-    "one point for signals. The task forced, which has services, runs only with signals.\n";
+    "one point for signals and pairs. The task forced, which has services, runs only with "
+    "signals.\n";
 
 // The tasks or faults with these names; all if there are no names.
 // Errors: std::invalid_argument for an unknown name.
@@ -72,12 +73,14 @@ po::options_description describe(Settings& settings) {
   auto add = options.add_options();
   add("program", po::value(&settings.program), "the same as the first word");
   add("fault", po::value(&settings.faults),
-      "kill, EIO, ENOSPC, EIO+, ENOSPC+ (from then on), signal");
+      "kill, EIO, ENOSPC, EIO+, ENOSPC+ (from then on), signal, pairs (of runs at once), power, "
+      "power_random");
   add("task", po::value(&settings.tasks),
-      "scan, dry_run, deletion, one_listing, repair, resumed, forced, undeletion, unrepair");
+      "scan, dry_run, deletion, one_listing, repair, resumed, forced, approved, approved_one, "
+      "undeletion, unrepair");
   add("points", po::value(&settings.points), "the number of points of each run, drawn at random");
   add("calls", po::value(&settings.calls), "system calls; by default all that matter to the fault");
-  add("at", po::value(&settings.at), "one point, as pwrite64:7");
+  add("at", po::value(&settings.at), "one point, as pwrite64:7, or a power cut");
   add("seed", po::value(&settings.seed), "seed of the random numbers");
   add("scale", po::value(&settings.scale), "multiplies the directories");
   add("threads", po::value(&settings.threads), "threads of the program");

@@ -17,6 +17,8 @@
 
 #include "sandbox/pid_files_lock.h"
 #include "sandbox/text_file.h"
+#include "tests/faults/pairs.h"
+#include "tests/faults/power_cuts.h"
 
 namespace sandbox::faults {
 
@@ -30,14 +32,16 @@ using std::chrono::steady_clock;
 
 // They change files, directories and databases.
 const std::string k_changing_calls =
-    "write,pwrite64,fsync,fdatasync,rename,unlink,truncate,ftruncate,mkdir,rmdir,link,symlink,"
-    "chmod,chown";
+    "write,pwrite64,pwritev,fsync,fdatasync,rename,renameat,unlink,unlinkat,truncate,ftruncate,"
+    "fallocate,mkdir,mkdirat,rmdir,link,linkat,symlink,symlinkat,chmod,fchmod,chown,fchown";
+// Those, and openat, which creates files. The others need no space.
+const std::string k_filling_calls = k_changing_calls + ",openat";
 // Other calls that may fail. Not close: an injected failure leaves the descriptor open, and a real one
 // does not.
-const std::string k_other_calls =
-    ",openat,read,pread64,lseek,getdents64,pipe2,vfork,clone,clone3,wait4";
-// Locks. If they fail from a point on, SQLite waits ten seconds for the record.
-const std::string k_locking_calls = ",fcntl";
+const std::string k_failing_calls =
+    k_filling_calls + ",read,pread64,lseek,getdents64,pipe2,vfork,clone,clone3,wait4";
+// Also locks. If they fail from a point on, SQLite waits ten seconds for the record.
+const std::string k_all_calls = k_failing_calls + ",fcntl";
 
 // A point in a run: the n-th call of a system call, counted from 1.
 struct Point {
@@ -112,12 +116,8 @@ struct Series {
   std::vector<Point> draw_points() {
     const std::string& at = m_settings.at;
     if (!at.empty()) return {{at.substr(0, at.find(':')), std::stoul(at.substr(at.find(':') + 1))}};
-    std::string calls = m_settings.calls;
-    if (calls.empty()) {
-      calls = k_changing_calls + (m_fault.intent == Intent::kill ? "" : k_other_calls) +
-              (m_fault.intent == Intent::kill || m_fault.from_then_on ? "" : k_locking_calls);
-    }
-    std::vector<Point> points = points_of(m_subject, calls);
+    std::vector<Point> points =
+        points_of(m_subject, m_settings.calls.empty() ? m_fault.calls : m_settings.calls);
     if (m_settings.points != 0 && m_settings.points < points.size()) {
       std::shuffle(points.begin(), points.end(), m_random);
       points.resize(m_settings.points);
@@ -131,7 +131,7 @@ struct Series {
       const std::string trace = read_text(m_subject.trace_file());
       if (ended.signal == SIGKILL || trace.find("(INJECTED)") != std::string::npos) ++m_struck;
       const bool mutes = call == "write" && m_fault.from_then_on;
-      const bool keeps_lock = call == "unlink" || (call == "fcntl" && m_fault.from_then_on);
+      const bool keeps_lock = call == "unlinkat" || (call == "fcntl" && m_fault.from_then_on);
       judge(ended, {m_fault.intent, 0, mutes, keeps_lock}, " --at " + call + ":" + to_string(n));
     }
   }
@@ -177,12 +177,15 @@ struct Series {
 
 const std::vector<Fault>& all_faults() {
   static const std::vector<Fault> faults{
-      {"kill", Intent::kill, "signal=KILL", false},
-      {"EIO", Intent::fail, "error=EIO", false},
-      {"EIO+", Intent::fail, "error=EIO", true},
-      {"ENOSPC", Intent::fail, "error=ENOSPC", false},
-      {"ENOSPC+", Intent::fail, "error=ENOSPC", true},
-      {"signal", Intent::interrupt, "", false},
+      {"kill", Intent::kill, "signal=KILL", false, k_changing_calls},
+      {"EIO", Intent::fail, "error=EIO", false, k_all_calls},
+      {"EIO+", Intent::fail, "error=EIO", true, k_failing_calls},
+      {"ENOSPC", Intent::fail, "error=ENOSPC", false, k_filling_calls},
+      {"ENOSPC+", Intent::fail, "error=ENOSPC", true, k_filling_calls},
+      {"signal", Intent::interrupt},
+      {"pairs", Intent::compete},
+      {"power", Intent::cut_power},
+      {"power_random", Intent::cut_power, "", false, "", true},
   };
   return faults;
 }
@@ -196,6 +199,8 @@ void stop_half_way(const Subject& subject) {
 }
 
 bool run_series(const Subject& subject, const Baseline& baseline, const Fault& fault) {
+  if (fault.intent == Intent::compete) return run_pairs(subject, baseline);
+  if (fault.intent == Intent::cut_power) return run_power_cuts(subject, baseline, fault);
   return Series{subject, baseline, fault}.run();
 }
 

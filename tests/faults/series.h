@@ -12,11 +12,14 @@ namespace sandbox::faults {
 struct Fault {
   std::string name;
   Intent intent = Intent::kill;
-  std::string what;  // as strace spells it; empty for signals, which come at any time
+  std::string what = {};  // as strace spells it; empty if it comes at any time
   bool from_then_on = false;
+  std::string calls = {};  // the system calls that meet it
+  bool is_random = false;  // a power cut
 };
 
-// A kill, the errors EIO and ENOSPC once and from a point on, and signals.
+// A kill, the errors EIO and ENOSPC once and from a point on, signals, several runs at
+// once, and power cuts.
 const std::vector<Fault>& all_faults();
 
 // Kills a repair half-way, and makes the result the initial state.

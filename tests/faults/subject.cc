@@ -73,6 +73,8 @@ const std::vector<Task>& all_tasks() {
   const std::string consistency = "--FORCE_DEDUPE_METADATA_CONSISTENCY";
   const std::string repair = "--repair_client_name_case";
   constexpr int k_failed_scan = 255;
+  // The orphans of the skipped client are not approved.
+  const std::vector<std::string> approving_run{consistency, "--dry_run", "--except", "both"};
   static const std::vector<Task> tasks{
       {"scan", {"--scan_client_name_case"}, Effect::none, k_failed_scan},
       {"dry_run", {consistency, "--dry_run"}, Effect::none},
@@ -81,6 +83,14 @@ const std::vector<Task>& all_tasks() {
       {"repair", {repair}, Effect::moves},
       {"resumed", {repair}, Effect::moves, 1, true},
       {"forced", {repair, "--force"}, Effect::moves, 1, false, true},
+      {"approved", {consistency}, Effect::deletes, 1, false, false, approving_run},
+      {"approved_one",
+       {consistency, "--one_listing"},
+       Effect::deletes,
+       1,
+       false,
+       false,
+       approving_run},
       {"undeletion", {}, Effect::restores, 1, false, false, {consistency}},
       {"unrepair", {}, Effect::restores, 1, false, false, {repair}},
   };
@@ -95,19 +105,19 @@ Subject::Subject(const fs::path& dir, const Settings& settings, const Task& task
       m_environment{{"KSREGISTRY", m_storage.registry_file().string()}} {
   fill_for_all_tasks(m_storage, settings.scale);
   m_original = state();
-  if (!m_task.undone.empty()) make_undone_run();
+  if (!m_task.earlier.empty()) make_earlier_run();
   keep();
 }
 
 // Moves its record out of the storage, so that the storage has only records of later runs.
-void Subject::make_undone_run() {
+void Subject::make_earlier_run() {
   std::vector<std::string> words{m_settings.program, "--tvr_location",
                                  m_storage.product().string()};
-  words.insert(words.end(), m_task.undone.begin(), m_task.undone.end());
+  words.insert(words.end(), m_task.earlier.begin(), m_task.earlier.end());
   const PidFilesLock lock(PidFilesLock::Use::read);
   const Ended ended = sandbox::run(words, m_environment);
   if (ended.exit_status != 0) throw Cr_ErrnoException(EIO, "could not run the task", ended.err);
-  fs::rename(record_files().begin()->second, undone_record());
+  fs::rename(record_files().begin()->second, earlier_record());
 }
 
 void Subject::keep() const {
@@ -151,10 +161,12 @@ void Subject::restore() const {
 
 std::unique_ptr<Child> Subject::start(const std::vector<std::string>& prefix) const {
   std::vector<std::string> words = prefix;
-  if (m_task.undone.empty()) {
-    words.push_back(m_settings.program);
+  const std::string record = earlier_record().string();
+  if (m_task.effect == Effect::restores) {
+    words.insert(words.end(), {m_settings.undo, "restore", record});
   } else {
-    words.insert(words.end(), {m_settings.undo, "restore", undone_record().string()});
+    words.push_back(m_settings.program);
+    if (!m_task.earlier.empty()) words.insert(words.end(), {"--approved", record});
   }
   words.insert(words.end(), {"--tvr_location", m_storage.product().string(), "--num_threads",
                              std::to_string(m_settings.threads)});
@@ -205,6 +217,10 @@ Reports Subject::reports(const Ended& ended) const {
   return reports;
 }
 
+std::string Subject::run_log() const {
+  return read_text(m_storage.log_dir() / layout::k_run_log);
+}
+
 std::map<std::int64_t, fs::path> Subject::record_files() const {
   std::map<std::int64_t, fs::path> files;
   if (!fs::exists(runs_dir())) return {};
@@ -232,6 +248,11 @@ Lines Subject::saved_pos() const {
   return pos;
 }
 
+Ended Subject::undo(std::vector<std::string> words) const {
+  words.insert(words.begin(), m_settings.undo);
+  return sandbox::run(words, m_environment);
+}
+
 std::string Subject::undo_runs() const {
   const PidFilesLock lock(PidFilesLock::Use::read);
   std::string errors;
@@ -239,10 +260,11 @@ std::string Subject::undo_runs() const {
   for (const auto& [start, file] : boost::adaptors::reverse(files)) {
     record::RunReader reader(file.string());
     if (reader.count("saved") + reader.count("moved") + reader.count("link") == 0) continue;
-    const Ended ended = sandbox::run(
-        {m_settings.undo, "restore", file.string(), "--tvr_location", m_storage.product().string()},
-        m_environment);
-    if (ended.exit_status != 0) errors += ended.err;
+    for (const char* command : {"show", "restore"}) {
+      const Ended ended =
+          undo({command, file.string(), "--tvr_location", m_storage.product().string()});
+      if (ended.exit_status != 0) errors += ended.err;
+    }
   }
   return errors;
 }

@@ -39,13 +39,14 @@ struct Task {
   std::vector<std::string> arguments;
   Effect effect = Effect::none;
   int failed_exit_status = 1;
-  bool resumed = false;                  // continues a run that was killed half-way
-  bool services = false;                 // the simulated services run when it starts
-  std::vector<std::string> undone = {};  // arguments of an earlier run, which the task undoes
+  bool resumed = false;   // continues a run that was killed half-way
+  bool services = false;  // the simulated services run when it starts
+  // Arguments of an earlier run, which the task undoes, or which approved what it deletes.
+  std::vector<std::string> earlier = {};
 };
 
-// Scan, dry run, deletion, repair, a resumed repair, a repair that stops the services, and the undoing
-// of a deletion and of a repair.
+// Scan, dry run, deletion, repair, a resumed repair, a repair that stops the services, deletions that a
+// dry run approved, and the undoing of a deletion and of a repair.
 const std::vector<Task>& all_tasks();
 
 using Lines = std::multiset<std::string>;
@@ -104,11 +105,14 @@ class Subject {
   // The POs in these records, in the form of list_pos without directories. Errors: as records.
   Lines saved_pos() const;
 
+  // Runs the undo program.
+  Ended undo(std::vector<std::string> words) const;
+
   // Undoes the runs since the initial state that changed something, the newest first. Returns the
   // standard error of those that could not be undone. Errors: as records.
   std::string undo_runs() const;
 
-  // The state before the run that the task undoes; otherwise the initial state.
+  // The state before the earlier run; without one the initial state.
   const State& original() const { return m_original; }
 
   // The report on these runs. Errors: as records.
@@ -117,11 +121,16 @@ class Subject {
   // Makes the current state, without logs, the initial state.
   void keep() const;
 
+  // The text of the run log; empty if there is none.
+  std::string run_log() const;
+
   // The lock file of the storage.
   boost::filesystem::path lock_file() const { return m_storage.root() / layout::k_lock_file; }
 
   // The number of services that run.
   int services() const;
+
+  const boost::filesystem::path& storage_root() const { return m_storage.root(); }
 
   // A file for strace, outside the storage.
   boost::filesystem::path trace_file() const { return m_dir / "trace"; }
@@ -132,8 +141,8 @@ class Subject {
  private:
   boost::filesystem::path tree_dir() const;
   boost::filesystem::path runs_dir() const { return m_storage.log_dir() / layout::k_records; }
-  boost::filesystem::path undone_record() const { return m_dir / "undone.db"; }
-  void make_undone_run();
+  boost::filesystem::path earlier_record() const { return m_dir / "earlier.db"; }
+  void make_earlier_run();
   std::map<std::int64_t, boost::filesystem::path> record_files() const;  // by their starts
   void call_services(const char* monitor_argument, const char* engine_argument) const;
 

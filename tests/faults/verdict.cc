@@ -88,6 +88,12 @@ struct Judge {
     return m_wrong;
   }
 
+  std::string judge_storage() {
+    judge_metadata(m_subject.state());
+    judge_next_run();
+    return m_wrong;
+  }
+
   void expect(bool right, const std::string& text) {
     if (!right) m_wrong += "  " + text + "\n";
   }
@@ -100,6 +106,7 @@ struct Judge {
     expect(!m_ended.timed_out, "hangs");
     if (m_ended.signal != 0) {
       const bool was_meant = (m_done.intent == Intent::kill && m_ended.signal == SIGKILL) ||
+                             m_done.intent == Intent::cut_power ||
                              // The handlers exist only while the run has its lock.
                              (m_ended.signal == m_done.signal && !is_locked);
       expect(was_meant, "crashed by signal " + std::to_string(m_ended.signal));
@@ -185,6 +192,8 @@ struct Judge {
     const std::string report = runs.empty() ? "" : m_subject.report();
     const bool is_open = !runs.empty() && runs[0].end.ending == record::Ending::none;
     expect(is_open == contains(report, "no end recorded"), "reports another end: " + report);
+    const Ended list = m_subject.undo({"list"});
+    expect(list.exit_status == 0, "the undo cannot read it: " + list.err);
     if (m_ended.signal != 0 || contains(m_ended.err, "the record of this run, ")) return;
     // A run that fails early has no record, and no log to report that.
     if (runs.empty()) return expect(!m_succeeded, "ends well without a record");
@@ -238,7 +247,7 @@ struct Judge {
     const State now = m_subject.state();
     expect_none(difference(now.pos, m_baseline.after.pos), "the next run ends with other POs");
     expect_none(difference(now.files, m_baseline.after.files), "and with other files");
-    judge_undo(again);
+    if (m_done.is_undone) judge_undo(again);
   }
 
   // All changes of all runs can be undone, unless services run.
@@ -283,6 +292,10 @@ std::string judge(const Subject& subject, const Baseline& baseline, const Ended&
   } catch (const std::exception& error) {
     return "  " + std::string(error.what()) + "\n";
   }
+}
+
+std::string judge_storage(const Subject& subject, const Baseline& baseline) {
+  return Judge{subject, baseline, {}, {}}.judge_storage();
 }
 
 }  // namespace sandbox::faults

@@ -18,8 +18,9 @@ struct Baseline {
 // Errors: Cr_ErrnoException if the run fails, or does not do its task.
 Baseline run_baseline(const Subject& subject);
 
-// The purpose of a fault: end the run, make a step of it fail, or ask it to stop.
-enum class Intent { kill, fail, interrupt };
+// The purpose of a fault: end the run, make a step of it fail, ask it to stop, start others beside it, or
+// end it and lose what was not synced.
+enum class Intent { kill, fail, interrupt, compete, cut_power };
 
 // The fault of one run.
 struct Disturbance {
@@ -27,6 +28,7 @@ struct Disturbance {
   int signal = 0;           // the signal that was sent
   bool mutes = false;       // from a point on, writes to logs and streams fail
   bool keeps_lock = false;  // the lock file cannot be removed, or not safely
+  bool is_undone = true;    // at the end all runs are undone
 };
 
 // Checks the promises for a run with a fault, and then runs the program again. Returns the broken
@@ -39,5 +41,9 @@ struct Disturbance {
 // killed. The next run ends in the same state as the baseline.
 std::string judge(const Subject& subject, const Baseline& baseline, const Ended& ended,
                   const Disturbance& disturbance);
+
+// Checks the promises on the metadata after any runs, none of which still runs, and then runs the program
+// again, as judge does.
+std::string judge_storage(const Subject& subject, const Baseline& baseline);
 
 }  // namespace sandbox::faults
