@@ -118,7 +118,8 @@ TEST(Report, ShowsTheFindingsOfRuns) {
   EXPECT_EQ(scan["listed"]["dirs_with_issues"], generated.scan_lines.size());
   EXPECT_EQ(sum(scan["clients"], "directories"), generated.scan_lines.size());
   EXPECT_EQ(sum(repair["moves"], "pos"), repair["run"]["moved_pos"]);
-  for (const char* key : {"orphan_copies", "missing_copies", "taken_pos", "taken_bytes"}) {
+  for (const char* key :
+       {"orphan_copies", "missing_copies", "taken_pos", "taken_bytes", "other_copies_pos"}) {
     EXPECT_EQ(dry_run["listed"][key], dry_run["run"][key]) << key;
     EXPECT_EQ(deletion["listed"][key], dry_run["run"][key]) << key << ": as announced";
   }
@@ -326,7 +327,7 @@ TEST(Report, SaysWhyTwoRunsAreHardToCompare) {
       {run("skipped_dirs = 2"), "NEW skipped 2 directories"},
       {run("started = 1"), "OLD began after NEW"},
       {"UPDATE directory SET state = 'failed'", "1 directory failed, or stopped, in one"},
-      {"", "changed in between: Case repair of 1970-01-01 00:02:30", run("task = 'repair'")},
+      {"", "changed in between: Deletion of 1970-01-01 00:02:30", run("task = 'deletion'")},
       {"", "", run("task = 'scan'")},
   };
   for (const auto& [sql, concern, between] : rows) {
@@ -412,7 +413,6 @@ TEST(Report, CommandLine) {
   sandbox::run({"touch", other.add(150) + ".new"});
   // The arguments, the exit status, and a part of the output.
   const std::tuple<Words, int, std::string> rows[] = {
-      {{"--help"}, 0, "Usage: mdfixup-report"},
       {{dir}, 0, "1 orphan copy (of 6, 16.7 %)"},
       {{"--runs", dir}, 0, "100-7  1970-01-01 00:01:40  dry run"},
       {{dir}, 0, "1970-01 "},

@@ -19,7 +19,7 @@ TEST(ConsistencyFailures, ReportsSayWhyADirectoryWasNotCompared) {
        invalid + "no images,but received:\n\tIMAGE c"},
       {"head -c 1100000 /dev/zero | tr '\\0' x", "buffer too small", "pipe buffer is too small"},
       // After a whole image, and in the middle of another one.
-      {list_image + "exit 25", "cannot connect to master server",
+      {list_image + "printf FRA; exit 25", "cannot connect to master server",
        "tvimagequery error (25): cannot connect to master server"},
       {list_image + "printf 'FRAG 1 1'", malformed, "Invalid tvimagequery FRAG line: FRAG 1 "},
   };

@@ -35,6 +35,8 @@ void add_copy(const std::string& client, const std::string& policy, const std::s
 // of them and others. If `odd`, some names match no statement, so that every run lists them again.
 Model generate(const Scene& scene, std::mt19937& random, bool odd) {
   Model model;
+  // Some differ from a separator in one bit.
+  const Words others{"7", "\xc3\x9f", "^", "\xdf", "\x7f"};
   const Words parts[] = {{"_", "_", "\xe2\x82\xac"},
                          {"1", "16", "17", "161", "-16", odd ? "016" : "6"},
                          {"_", "_", "6"},
@@ -49,7 +51,7 @@ Model generate(const Scene& scene, std::mt19937& random, bool odd) {
         for (const Words& part : parts) name += part[random() % part.size()];
         if (random() % 8 == 0) boost::algorithm::to_upper(name);
         if (random() % 8 == 0)
-          boost::algorithm::replace_first(name, "_", random() % 2 == 0 ? "7" : "\xc3\x9f");
+          boost::algorithm::replace_first(name, "_", others[random() % others.size()]);
         names.push_back(name);
       }
       if (client != "nowhere") {

@@ -1,7 +1,5 @@
 #include "tests/scenario/scenario.h"
 
-#include <boost/range/algorithm_ext/erase.hpp>
-
 namespace scenario::limits {
 
 const std::string k_missing_header = "backupid|client_name|policy_name|copy_num|\n";
@@ -15,11 +13,8 @@ TEST(Limits, LargerShareOfOrphansFailsTheDirectoryAndLeavesItsPOs) {
   for (const int time : {2, 3, 4, 5}) scene.list_image("small", "p", time, {1});
   for (const int time : {3, 4}) scene.list_image("large", "p", time, {1});
   scene.sh("cp -r catalog before");
-  // The limit in percent, and the orphans within it. 2 of 3 are 66.7 percent.
-  const std::pair<std::string, Words> rows[] = {{"24", {}},
-                                                {"25", {"small_1"}},
-                                                {"66", {"small_1"}},
-                                                {"67", {"large_1", "large_2", "small_1"}}};
+  // The limit in percent, and the number of orphans within it. 2 of 3 are 66.7 percent.
+  const std::pair<std::string, std::size_t> rows[] = {{"24", 0}, {"25", 1}, {"66", 1}, {"67", 3}};
   for (const Words& task : {k_dry_run, k_deletion, k_one_listing_deletion}) {
     const bool deletes = task != k_dry_run;
     for (const auto& [limit, within] : rows) {
@@ -31,19 +26,15 @@ TEST(Limits, LargerShareOfOrphansFailsTheDirectoryAndLeavesItsPOs) {
         errors.push_back(
             not_compared("over the limit", scene.policy_dir(client, "p"), share + text));
       };
-      if (within.size() < 3) expect_error("large", "2 of 3");
-      if (within.empty()) expect_error("small", "1 of 4");
+      if (within < 3) expect_error("large", "2 of 3");
+      if (within == 0) expect_error("small", "1 of 4");
       EXPECT_EQ(sorted_lines(ended.err), errors);
       EXPECT_EQ(ended.exit_status, errors.empty() ? 0 : 1) << limit;
       const char* line = deletes ? "Deleted the POs for " : "Would have deleted the POs for ";
-      EXPECT_EQ(lines_beginning(scene.logs("OrphanImages_"), line).size(), within.size()) << limit;
+      EXPECT_EQ(lines_beginning(scene.logs("OrphanImages_"), line).size(), within) << limit;
       EXPECT_EQ(sorted_lines(scene.logs("MissingImages_")),
                 (Words{k_missing_header, "large_4|large|p|1|\n", "small_5|small|p|1|\n"}));
-      Words expected = scene.pos("before");
-      for (const std::string& orphan : deletes ? within : Words{})
-        boost::range::remove_erase_if(
-            expected, [&](const std::string& po) { return contains(po, orphan + "_"); });
-      EXPECT_EQ(scene.pos(), expected) << limit;
+      EXPECT_EQ(scene.pos().size(), 7 - (deletes ? within : 0)) << limit;
     }
   }
 }

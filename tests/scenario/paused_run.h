@@ -8,7 +8,7 @@
 namespace scenario {
 
 // ThreadSanitizer holds signals back while a thread waits inside the C library.
-#ifdef __SANITIZE_THREAD__
+#ifdef MDFIXUP_SIGNALS_DEFERRED
 constexpr bool k_signals_are_deferred = true;
 #else
 constexpr bool k_signals_are_deferred = false;

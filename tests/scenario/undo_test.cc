@@ -294,9 +294,6 @@ TEST(Undo, ListsShowsAndForgets) {
   scene.sh("rm 1-1.db");
   const auto list = [&] { return scene.undo({"list"}).out; };
   expect_parts(list(), {"Run ", id + "  deletion ", "  2 POs  "});
-  // Neither a dry run nor a part of it undoes the run.
-  EXPECT_EQ(scene.undo({"restore", id, "--dry_run"}).exit_status, 0);
-  EXPECT_FALSE(contains(list(), "undone")) << list();
   EXPECT_EQ(scene.undo({"restore", id, "--client", "hosta"}).exit_status, 0);
   expect_parts(list(), {"  undone in part by "});
   EXPECT_EQ(scene.undo({"restore", record.string()}).exit_status, 0);
