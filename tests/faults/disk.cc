@@ -220,7 +220,7 @@ void Disk::collect(Id id, const std::string& path, const Reaches& reaches, Files
     files[path] = {node.kind, is_file ? bytes_after(node, reaches) : node.bytes};
   }
   for (const auto& [name, child] : entries_after(node, reaches))
-    collect(child, path.empty() ? name : path + "/" + name, reaches, files);
+    collect(child, (fs::path(path) / name).string(), reaches, files);
 }
 
 // Bytes beyond the size on the disk are there, and appear when the file grows over them.

@@ -83,7 +83,7 @@ struct Pairs {
     for (unsigned i = 1; i <= rivals; ++i) {
       m_rivals.push_back({m_subject.start({})});
       std::this_thread::sleep_for(std::chrono::milliseconds(std::max(any_time(m_random), 0)));
-      strike(*(m_rivals.end() - 1 - m_random() % i));
+      strike(m_rivals[m_rivals.size() - 1 - m_random() % i]);
     }
   }
 
@@ -110,10 +110,9 @@ struct Pairs {
              "a run fails, signal " + to_string(ended.signal) + ": " + ended.err);
       // A run may be killed before it has written its id.
       const std::string locked = read_text(m_subject.lock_file());
-      if (ended.signal == SIGKILL)
-        any_is_killed = true;
-      else
-        expect(locked != rival->pid, "a run that ended leaves its lock");
+      const bool is_killed = ended.signal == SIGKILL;
+      any_is_killed = any_is_killed || is_killed;
+      expect(is_killed || locked != rival->pid, "a run that ended leaves its lock");
     }
     const std::string path = m_subject.lock_file().string();
     if (!boost::filesystem::exists(path)) return;
