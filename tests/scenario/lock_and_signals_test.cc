@@ -39,7 +39,8 @@ TEST(Lock, AnyFileAtItsPathRejectsTheRun) {
              message + "process 1, but a run elsewhere holds it. Wait until that run has ended.\n");
   // As two runs that begin at the same time see it: the other makes the file after this one looked
   // for it, or removes it before this one has locked it.
-  const std::string at_lock = k_strace + "-P " + path + " -e inject=newfstatat:error=ENOENT";
+  // ThreadSanitizer makes fstat the call of that name, the C library newfstatat.
+  const std::string at_lock = k_strace + "-P " + path + " -e inject=newfstatat,fstat:error=ENOENT";
   for (const std::string which : {":when=1", ""}) {
     if (which.empty()) elsewhere.unlock();
     const Ended ended = scene.run_in_shell(at_lock + which + " \"$@\"", k_scan);
