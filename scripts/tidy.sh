@@ -6,8 +6,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 # Not in build/asan, which another step may configure meanwhile and whose precompiled headers may be missing.
 configure() { cmake --preset asan -B "$1" -DMDFIXUP_PRECOMPILE=OFF "${@:2}" >/dev/null; }
-configure build/tidy/joined -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=16
-configure build/tidy/alone
+configure build/tidy/joined -DCMAKE_UNITY_BUILD_BATCH_SIZE=16
+configure build/tidy/alone -DCMAKE_UNITY_BUILD=OFF
 
 tidy_unit() {
   local log=$1.log

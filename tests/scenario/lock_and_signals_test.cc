@@ -7,6 +7,8 @@
 
 #include <boost/interprocess/sync/file_lock.hpp>
 
+#include "lock/file_lock.h"
+
 namespace scenario::lock_and_signals {
 
 TEST(Lock, AnyFileAtItsPathRejectsTheRun) {
@@ -61,6 +63,16 @@ TEST(Lock, NamesTheProcessUntilTheEndAndALockOfAnotherRunStays) {
   EXPECT_EQ(run.go_on().exit_status, 0);
   EXPECT_EQ(read_text(lock), "another run's");
   expect_parts(run.scene().run_log(), {lock.string() + " was removed or replaced"});
+}
+
+TEST(Lock, IsRemovedFromAStorageThatWasRenamed) {
+  const support::TempDir dir;
+  fs::create_directory(dir.path() / "storage");
+  {
+    const auto lock = util::FileLock::init(dir.path() / "storage" / layout::k_lock_file);
+    fs::rename(dir.path() / "storage", dir.path() / "renamed");
+  }
+  EXPECT_TRUE(fs::is_empty(dir.path() / "renamed"));
 }
 
 TEST(Signals, FirstOneStopsAfterTheCurrentDirectory) {

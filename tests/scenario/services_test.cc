@@ -2,8 +2,6 @@
 
 #include <unistd.h>
 
-#include "sandbox/commands.h"
-
 namespace scenario::services {
 
 // The simulated services as real processes, with pid files in /var/run. Without the privilege to
@@ -97,17 +95,6 @@ TEST_F(Services, InterruptedCommandInterruptsTheRun) {
   expect_failure(ended, {"changed.\nThe Tavrin Deduplication services are stopped.\n"});
   EXPECT_EQ(ended.out, k_start_services);
   EXPECT_TRUE(fs::exists(m_scene.tree_dir()));
-}
-
-// KSREGISTRY names the storage that mdfixup works on. Answers for another storage would change it.
-TEST(Sandbox, CommandsAnswerOnlyForTheirOwnStorage) {
-  const Scene asked;
-  const Scene other;
-  for (const sandbox::Command& command : sandbox::commands()) {
-    const std::string program = (asked.product() / command.path).string();
-    EXPECT_EQ(sandbox::run({program, "-terminate"}, other.environment()).exit_status, 143)
-        << program;
-  }
 }
 
 }  // namespace scenario::services
