@@ -91,18 +91,32 @@ PODBCreation::PODBCreation(const fs::path& tree_root, const fs::path& policy_dir
     : m_tree_root(tree_root), m_file(podb_file(policy_dir)) {
   constexpr int k_attempts = 100;
   try {
-    const bool has_database = is_there(m_file);
-    const bool names_are_synced = has_database && !is_there(temporary_name(m_file));
-    if (names_are_synced) return;
-    const int error = make_directory(policy_dir, k_attempts);
-    if (error != 0) fail(error, "could not create the directory ", policy_dir.string());
-    if (!has_database) make_database();
-    // Also those found: a run that was killed may have made them without a sync.
+    if (!is_there(m_file)) {
+      const int error = make_directory(policy_dir, k_attempts);
+      if (error != 0) fail(error, "could not create the directory ", policy_dir.string());
+      make_database();
+    }
+    // Also if all is there: a process that was killed may have made it, or removed its journal, without
+    // a sync. A power cut would take back what is about to be relied on.
     files::sync_directories(tree_root, policy_dir);
-    clear_temporary(m_file);  // last: while it exists, directory entries may be unsynced
+    clear_temporary(m_file);
   } catch (...) {
-    undo();
+    remove_made();
     throw;
+  }
+}
+
+// A run that was killed may have made the directory, and not set its owner.
+void PODBCreation::complete_if_empty(const fs::path& dir) const {
+  boost::system::error_code error;
+  struct stat info {};
+  const bool is_own = dir != m_tree_root && ::lstat(dir.c_str(), &info) == 0 &&
+                      S_ISDIR(info.st_mode) && info.st_uid == ::geteuid();
+  if (!is_own || !fs::is_empty(dir, error) || error) return;
+  try {
+    copy_owner_and_mode(dir.parent_path().string(), dir.string(), k_all_permissions);
+  } catch (const Cr_ErrnoException& fault) {
+    if (fault.GetStatus() != ENOENT) throw;  // another worker has undone it
   }
 }
 
@@ -112,12 +126,14 @@ int PODBCreation::make_directory(const fs::path& dir, int attempts) {
   constexpr mode_t k_all_but_umask = 0777;
   boost::system::error_code ignored;
   if (dir == m_tree_root) return fs::is_directory(dir, ignored) ? 0 : ENOENT;
+  complete_if_empty(dir.parent_path());
   if (::mkdir(dir.c_str(), k_all_but_umask) == 0) {
     m_made_directories.push_back(dir.string());
     copy_owner_and_mode(dir.parent_path().string(), dir.string(), k_all_permissions);
     return 0;
   }
   const int mkdir_error = errno;
+  if (mkdir_error == EEXIST) complete_if_empty(dir);
   if (mkdir_error == EEXIST) return fs::is_directory(dir, ignored) ? 0 : ENOTDIR;
   if (mkdir_error != ENOENT || attempts == 0) return mkdir_error;
   const int error = make_directory(dir.parent_path(), attempts - 1);
@@ -152,6 +168,16 @@ std::vector<std::string> PODBCreation::made() const {
 }
 
 void PODBCreation::undo() {
+  try {
+    // A rolled back transaction has removed the journal, which must not come back without the database.
+    if (m_made_database) files::sync_directory(m_file.parent_path().string());
+    remove_made();
+  } catch (const Cr_ErrnoException&) {
+    return;  // the empty database stays
+  }
+}
+
+void PODBCreation::remove_made() {
   if (m_made_database) (void)::unlink(m_file.c_str());
   m_made_database = false;
   if (!is_there(m_file)) {

@@ -15,8 +15,8 @@ boost::filesystem::path podb_file(const boost::filesystem::path& policy_dir);
 // The next creation removes the temporary file.
 //
 // The root of the metadata tree is never made: if it is missing, the storage has disappeared.
-// Everything is synced when the constructor returns: a PO moved here may leave its source right
-// after.
+// Everything is synced when the constructor returns, also what was there: a PO moved here may leave
+// its source right after.
 //
 // Threads: one. Two objects may work on one client at once, but not on one policy directory.
 // Errors: the constructor throws Cr_ErrnoException, naming the path, after it has undone its work.
@@ -34,7 +34,9 @@ class PODBCreation {
 
  private:
   int make_directory(const boost::filesystem::path& dir, int attempts);
+  void complete_if_empty(const boost::filesystem::path& dir) const;
   void make_database();
+  void remove_made();
 
   const boost::filesystem::path m_tree_root;
   const boost::filesystem::path m_file;

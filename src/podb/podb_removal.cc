@@ -8,6 +8,7 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
+#include "files/sync.h"
 #include "podb/po_schema.h"
 #include "podb/podb_creation.h"
 #include "podb/sqlite_connection.h"
@@ -41,6 +42,8 @@ bool remove_podb_without_pos(const boost::filesystem::path& policy_dir) {
   const std::string file = podb_file(policy_dir).string();
   const auto database = open_database_if_there(file, SQLite::OPEN_READWRITE);
   if (!database || !holds_nothing(*database, file)) return false;
+  // The journal of the last transaction must not come back without the database.
+  files::sync_directory(policy_dir.string());
   if (::unlink(file.c_str()) == 0) return true;
   throw Cr_ErrnoException(errno, "could not remove " + file, std::strerror(errno));
 }

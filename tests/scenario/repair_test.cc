@@ -39,7 +39,7 @@ TEST_P(Repair, MovesEachSpellingToItsOwnDirectory) {
   scene.sql("HostA", "p",
             same + "UPDATE po SET size = 2; UPDATE po SET poid = 'b' WHERE rowid = 2");
   const std::string owner = ::geteuid() == 0 ? "4242" : std::to_string(::geteuid());
-  scene.sh("cd catalog/2; ln -s hosta hostA; chown " + owner + " .; chmod 2750 .");
+  scene.sh("cd catalog/2; ln -s hosta hostA; mkdir HOSTA; chown " + owner + " .; chmod 2750 .");
   const Ended ended = scene.repair(GetParam());
   EXPECT_EQ(ended.exit_status, 0);
   EXPECT_TRUE(
@@ -71,7 +71,7 @@ TEST_P(Repair, MovesEachSpellingToItsOwnDirectory) {
   const std::string made = (scene.tree_dir() / "2/HOSTA").string();
   EXPECT_EQ(sandbox::run({"stat", "-c", "%a %u", made, made + "/p", made + "/p/po.db"}).out,
             "2750 " + owner + "\n2750 " + owner + "\n640 " + owner + "\n")
-      << "as the parent directory";
+      << "as the parent directory, also if a run was killed after it had made one";
 }
 
 // Names with special characters, and many pairs whose directories have POs of each other.

@@ -191,16 +191,18 @@ TEST_P(Undo, OfARepairDoesNotFollowLinks) {
   EXPECT_EQ(outside(), before);
 }
 
-// The removal of a journal commits: a crash must leave each PO in at least one of the two.
+// The removal of a journal commits: a crash must leave each PO in at least one of the two. A journal must
+// not come back without its database.
 TEST(Undo, OfARepairCommitsTheSourceBeforeTheTarget) {
   const Scene scene;
   scene.put("hosta", "p", {"HostA_1_C1_F1.img"});
   expect_end(scene.repair(), 0, "");
   const std::string undo = MDFIXUP_UNDO_PROGRAM " restore " + id_of(scene, "repair");
   (void)scene.run_in_shell(
-      k_strace + "-e unlink " + undo + " --tvr_location " + scene.product().string(), {});
+      k_strace + "-y -e unlink,fsync " + undo + " --tvr_location " + scene.product().string(), {});
   expect_in_order(read_text(scene.root() / "trace"),
-                  {"/hosta/p/po.db-journal\") = 0", "/HostA/p/po.db-journal\") = 0"});
+                  {"/hosta/p/po.db-journal\") = 0", "/HostA/p/po.db-journal\") = 0",
+                   "/HostA/p>) = 0", "/HostA/p/po.db\") = 0"});
 }
 
 // Runs a deletion that takes two POs. Returns its id.
