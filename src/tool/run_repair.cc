@@ -115,9 +115,9 @@ void Repair::move_aside() {
 void Repair::move_back() {
   move_tree_back(m_storage);
   m_changes.tree_is_aside = false;
-  record_tree_aside(m_storage, false);
   // Services that start after a power cut must not find the tree aside again.
   files::sync_directory(m_storage.root.string());
+  record_tree_aside(m_storage, false);
 }
 
 // Returns whether it moved the tree back.
@@ -130,9 +130,8 @@ bool Repair::move_back_if_unchanged() {
     move_back();
   } catch (const std::exception& error) {
     dct::report_error(std::string("ERROR: ") + error.what() + "\n");
-    return false;
   }
-  return true;
+  return !m_changes.tree_is_aside;
 }
 
 // Relies on `changes` alone for the tree: by now the storage may be gone, or have another tree.
