@@ -40,8 +40,8 @@ std::string joined(const std::string& directory, const std::string& path) {
 
 }  // namespace
 
-Disk::Disk(const fs::path& root) : m_root(root.string()) {
-  (void)load(root);
+Disk::Disk(const fs::path& directory, const fs::path& root) : m_root(root.string()) {
+  (void)load(directory);
 }
 
 Disk::Id Disk::load(const fs::path& path) {

@@ -18,6 +18,8 @@ enum class Kind { directory, file, link };
 struct File {
   Kind kind = Kind::file;
   std::string bytes;  // of a link, its target
+
+  bool operator==(const File& other) const { return kind == other.kind && bytes == other.bytes; }
 };
 
 // Files by their paths below a root.
@@ -40,8 +42,8 @@ class Disk {
   // Whether this sector of this change has reached the disk.
   using Reaches = std::function<bool(Number change, std::uint64_t sector)>;
 
-  // All that is in the directory now is durable.
-  explicit Disk(const boost::filesystem::path& root);
+  // All that is in `directory` now is durable. Calls name it `root`.
+  Disk(const boost::filesystem::path& directory, const boost::filesystem::path& root);
 
   // Whether the call has changed or synced something.
   // Errors: std::runtime_error for a call below the root that the model does not know.

@@ -50,7 +50,8 @@ std::vector<Named> choose(const std::vector<Named>& all, const std::vector<std::
 fs::path place_for_storages() {
   const char* memory = "/dev/shm";
   const bool is_chosen = std::getenv("TMPDIR") != nullptr || ::access(memory, W_OK) != 0;
-  return (is_chosen ? fs::temp_directory_path() : memory) /
+  // Traces have the paths that links lead to.
+  return fs::canonical(is_chosen ? fs::temp_directory_path() : memory) /
          fs::unique_path("mdfixup-faults.%%%%%%");
 }
 
@@ -77,7 +78,7 @@ po::options_description describe(Settings& settings) {
       "power_random");
   add("task", po::value(&settings.tasks),
       "scan, dry_run, deletion, one_listing, repair, resumed, forced, approved, approved_one, "
-      "undeletion, unrepair");
+      "undeletion, unrepair, resumed_unrepair");
   add("points", po::value(&settings.points), "the number of points of each run, drawn at random");
   add("calls", po::value(&settings.calls), "system calls; by default all that matter to the fault");
   add("at", po::value(&settings.at), "one point, as pwrite64:7, or a power cut");

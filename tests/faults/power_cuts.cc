@@ -16,6 +16,8 @@
 #include "files/storage_layout.h"
 #include "tests/faults/disk.h"
 
+namespace fs = boost::filesystem;
+
 namespace sandbox::faults {
 
 namespace {
@@ -106,12 +108,25 @@ Cuts share_of(const Cuts& cuts, std::size_t most) {
   return share;
 }
 
+// Of a resumed task, what the run before it did not sync may still be lost.
+Disk disk_before(const Subject& subject) {
+  const fs::path& root = subject.storage_root();
+  if (!subject.task().resumed) return {root, root};
+  Disk disk(subject.before_stop(), root);
+  const std::string logs = (root / "log/").string();
+  for (const TracedCall& call : traced_calls(subject.stopped_trace())) {
+    const auto is_log = [&](const std::string& word) { return starts_with(word, logs); };
+    if (std::none_of(call.words.begin(), call.words.end(), is_log)) (void)disk.apply(call);
+  }
+  return disk;
+}
+
 struct PowerCuts {
   const Subject& m_subject;
   const Baseline& m_baseline;
   const Fault& m_fault;
   const Settings& m_settings = m_subject.settings();
-  Disk m_before{m_subject.storage_root()};
+  Disk m_before = disk_before(m_subject);
   std::vector<TracedCall> m_calls = {};
   std::set<std::pair<bool, std::size_t>> m_tried = {};  // after the end of the run, fingerprint
   std::set<std::size_t> m_trees = {};                   // fingerprints of metadata trees
@@ -140,6 +155,10 @@ struct PowerCuts {
     for (TracedCall& call : traced_calls(m_subject.trace_file())) {
       if (disk.apply(call)) m_calls.push_back(std::move(call));
     }
+    const auto all = [](Disk::Number, std::uint64_t) { return true; };
+    const fs::path& root = m_subject.storage_root();
+    if (disk.after_power_cut(all) != Disk(root, root).after_power_cut(all))
+      throw std::runtime_error("the replay does not end like the run");
   }
 
   void replay(const std::function<void(std::size_t point, const Disk& disk)>& at_point) const {
@@ -154,14 +173,16 @@ struct PowerCuts {
   Cuts all_cuts() const {
     Cuts synced;
     Cuts others;
+    Cuts withouts;
     replay([&](std::size_t point, const Disk& disk) {
       const bool is_new = point == 0 || ends_with(m_calls[point - 1].name, "sync");
       if (is_new || point == m_calls.size()) synced.push_back({point, Reach::synced, 0});
       for (const Disk::Number change : disk.unsynced()) {
         others.push_back({point, Reach::only, change});
-        others.push_back({point, Reach::without, change});
+        withouts.push_back({point, Reach::without, change});
       }
     });
+    others.insert(others.end(), withouts.begin(), withouts.end());
     const std::size_t most = m_settings.points != 0 ? m_settings.points : others.size();
     Cuts cuts = share_of(synced, most);
     const Cuts more = share_of(others, most - cuts.size());
@@ -189,7 +210,7 @@ struct PowerCuts {
     Ended ended;
     ended.signal = SIGKILL;
     // What takes longest: the next run, which the metadata tree decides, and the undo.
-    const bool is_undone = m_tried.size() % 8 == 0;
+    const bool is_undone = m_tried.size() % 8 == 0 || !m_settings.at.empty();
     const bool is_repeated = m_trees.insert(fingerprint(tree_of(files))).second || is_undone;
     std::string wrong = judge(m_subject, m_baseline, ended,
                               {Intent::cut_power, SIGKILL, false, false, is_repeated, is_undone});

@@ -13,12 +13,14 @@
 #include <stdexcept>
 #include <thread>
 
+#include <boost/algorithm/string/predicate.hpp>
 #include <boost/filesystem/operations.hpp>
 
 #include "sandbox/pid_files_lock.h"
 #include "sandbox/text_file.h"
 #include "tests/faults/pairs.h"
 #include "tests/faults/power_cuts.h"
+#include "tests/faults/traced_call.h"
 
 namespace sandbox::faults {
 
@@ -89,6 +91,28 @@ Ended run_with(const Subject& subject, const Point& point, const Fault& fault) {
                                        to_string(point.n) + (fault.from_then_on ? "+" : "")});
   subject.restore();
   return subject.run(words);
+}
+
+Point amid_writes(const Subject& subject) {
+  const std::vector<Point> points = points_of(subject, "pwrite64");
+  return points.at(points.size() / 2);
+}
+
+// A sync of a directory after the removal of a journal, by which a transaction was committed: half-way
+// among them. With several threads, whose calls are mixed, amid the writes.
+Point after_journal(const Subject& subject) {
+  subject.restore();
+  (void)subject.run(trace_changes(subject.trace_file()));
+  std::vector<Point> points;
+  Point point{"fdatasync", 0};
+  bool is_committed = false;
+  for (const TracedCall& call : traced_calls(subject.trace_file())) {
+    if (call.name == "openat") continue;
+    if (call.name == point.call) ++point.n;
+    if (call.name == point.call && is_committed) points.push_back(point);
+    is_committed = call.name == "unlink" && boost::ends_with(call.words.at(0), "po.db-journal");
+  }
+  return points.empty() ? amid_writes(subject) : points[points.size() / 2];
 }
 
 struct Series {
@@ -191,11 +215,18 @@ const std::vector<Fault>& all_faults() {
 }
 
 void stop_half_way(const Subject& subject) {
-  const std::vector<Point> points = points_of(subject, "pwrite64");
-  (void)run_with(subject, points.at(points.size() / 2), all_faults().front());
-  if (!fs::remove(subject.lock_file()))
-    throw std::runtime_error("the repair could not be killed half-way");
-  subject.keep();
+  const bool writes = subject.task().effect == Effect::moves;
+  Point point = writes ? amid_writes(subject) : after_journal(subject);
+  // With several threads, none may reach the point this time.
+  for (; point.n > 0; point.n /= 2) {
+    std::vector<std::string> words = trace_changes(subject.stopped_trace());
+    words.insert(words.end(),
+                 {"-e", "inject=" + point.call + ":signal=KILL:when=" + to_string(point.n)});
+    subject.restore();
+    (void)subject.run(words);
+    if (fs::remove(subject.lock_file())) return subject.keep();
+  }
+  throw std::runtime_error("the run could not be killed half-way");
 }
 
 bool run_series(const Subject& subject, const Baseline& baseline, const Fault& fault) {

@@ -10,6 +10,7 @@
 #include <boost/range/adaptor/reversed.hpp>
 
 #include "record/run_reader.h"
+#include "record/schema.h"
 #include "report/report.h"
 #include "report/views.h"
 #include "sandbox/generator.h"
@@ -93,6 +94,7 @@ const std::vector<Task>& all_tasks() {
        approving_run},
       {"undeletion", {}, Effect::restores, 1, false, false, {consistency}},
       {"unrepair", {}, Effect::restores, 1, false, false, {repair}},
+      {"resumed_unrepair", {}, Effect::restores, 1, true, false, {repair}},
   };
   return tasks;
 }
@@ -122,7 +124,9 @@ void Subject::make_earlier_run() {
 
 void Subject::keep() const {
   for (const auto& log : fs::directory_iterator(m_storage.log_dir())) fs::remove_all(log);
-  copy_storage(m_storage.root(), m_dir / "beginning");
+  const fs::path beginning = m_dir / "beginning";
+  if (fs::exists(beginning)) fs::rename(beginning, before_stop());
+  copy_storage(m_storage.root(), beginning);
 }
 
 Subject::~Subject() {
@@ -242,7 +246,10 @@ Lines Subject::saved_pos() const {
   Lines pos;
   for (const auto& [start, file] : record_files()) {
     record::RunReader(file.string())
-        .rows(std::string("SELECT ") + k_listed_columns + " FROM saved",
+        .rows(std::string("SELECT policy || '|' || ") + k_listed_columns +
+                  " FROM saved s JOIN directory d ON d.id = s.id / " +
+                  std::to_string(record::k_saved_of_directory) +
+                  " JOIN client_policy p ON p.id = d.client_policy",
               [&](const record::RunReader::Row& row) { pos.insert(row.text(0)); });
   }
   return pos;

@@ -46,7 +46,7 @@ struct Task {
 };
 
 // Scan, dry run, deletion, repair, a resumed repair, a repair that stops the services, deletions that a
-// dry run approved, and the undoing of a deletion and of a repair.
+// dry run approved, and the undoing of a deletion and of a repair, also resumed.
 const std::vector<Task>& all_tasks();
 
 using Lines = std::multiset<std::string>;
@@ -102,7 +102,7 @@ class Subject {
   // The records of the runs since the initial state. Errors: Cr_ErrnoException for an unreadable one.
   std::vector<record::Run> records() const;
 
-  // The POs in these records, in the form of list_pos without directories. Errors: as records.
+  // The POs in these records, in the form of list_pos without clients. Errors: as records.
   Lines saved_pos() const;
 
   // Runs the undo program.
@@ -134,6 +134,10 @@ class Subject {
 
   // A file for strace, outside the storage.
   boost::filesystem::path trace_file() const { return m_dir / "trace"; }
+
+  // The initial state before the last keep(), and a file for the trace of the run between them.
+  boost::filesystem::path before_stop() const { return m_dir / "before_stop"; }
+  boost::filesystem::path stopped_trace() const { return m_dir / "stopped_trace"; }
 
   const Settings& settings() const { return m_settings; }
   const Task& task() const { return m_task; }

@@ -55,19 +55,9 @@ TracedCall parse(const std::string& line) {
 }  // namespace
 
 std::vector<std::string> trace_changes(const boost::filesystem::path& trace) {
-  return {"strace",
-          "-fqq",
-          "-y",
-          "-xx",
-          "-s",
-          "1000000000",
-          "--seccomp-bpf",
-          "-e",
-          "signal=none",
-          "-e",
-          "trace=" + k_calls,
-          "-o",
-          trace.string()};
+  return {"strace",     "-fqq",        "-y",          "-xx", "-s",
+          "1000000000", "-e",          "signal=none", "-e",  "trace=" + k_calls,
+          "-o",         trace.string()};
 }
 
 std::vector<TracedCall> traced_calls(const boost::filesystem::path& trace) {
@@ -78,6 +68,7 @@ std::vector<TracedCall> traced_calls(const boost::filesystem::path& trace) {
     const bool is_part = boost::algorithm::contains(line, "<unfinished ...>") ||
                          boost::algorithm::contains(line, " resumed>");
     const bool changes_nothing = boost::algorithm::contains(line, ") = -1 ") ||
+                                 boost::algorithm::contains(line, ") = ?") ||
                                  boost::algorithm::contains(line, ">(deleted)");
     if (!is_part && !changes_nothing) calls.push_back(parse(line));
   }

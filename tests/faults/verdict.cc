@@ -27,10 +27,11 @@ Lines lacking(const Lines& wanted, const Lines& given) {
   return result;
 }
 
-// The POs without directories and duplicates: an interrupted move leaves a PO in two directories.
+// The POs without clients and duplicates: an interrupted move leaves a PO in the directories of two
+// clients, both of one policy.
 Lines anywhere(const Lines& pos) {
   std::set<std::string> lines;
-  for (const std::string& line : pos) lines.insert(line.substr(line.find('|') + 1));
+  for (const std::string& line : pos) lines.insert(line.substr(line.find('/') + 1));
   return {lines.begin(), lines.end()};
 }
 
@@ -258,8 +259,9 @@ struct Judge {
     if (!changes || task.services || task.resumed || lacks_record) return;
     const std::string errors = m_subject.undo_runs();
     expect(errors.empty(), "cannot be undone: " + errors);
-    expect_none(difference(m_subject.state().pos, m_baseline.before.pos),
-                "and is undone with other POs");
+    const State now = m_subject.state();
+    expect_none(difference(now.pos, m_baseline.before.pos), "and is undone with other POs");
+    expect_none(lacking(m_baseline.before.files, now.files), "and without a file");
   }
 };
 
