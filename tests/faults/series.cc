@@ -15,6 +15,7 @@
 
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/filesystem/operations.hpp>
+#include <boost/range/algorithm_ext/erase.hpp>
 
 #include "sandbox/pid_files_lock.h"
 #include "sandbox/text_file.h"
@@ -49,6 +50,7 @@ const std::string k_all_calls = k_failing_calls + ",fcntl";
 struct Point {
   std::string call;
   unsigned long n = 1;
+  bool is_past_end = false;  // the run makes one call less
 };
 
 // The words that precede a command to trace these calls. With several threads, strace traces each
@@ -79,7 +81,7 @@ std::vector<Point> points_of(const Subject& subject, const std::string& calls) {
   }
   std::vector<Point> points;
   for (const auto& [call, count] : most) {
-    for (unsigned n = 1; n <= count + 1; ++n) points.push_back({call, n});
+    for (unsigned n = 1; n <= count + 1; ++n) points.push_back({call, n, n > count});
   }
   return points;
 }
@@ -143,20 +145,23 @@ struct Series {
     std::vector<Point> points =
         points_of(m_subject, m_settings.calls.empty() ? m_fault.calls : m_settings.calls);
     if (m_settings.points != 0 && m_settings.points < points.size()) {
+      boost::range::remove_erase_if(points, [](const Point& point) { return point.is_past_end; });
       std::shuffle(points.begin(), points.end(), m_random);
-      points.resize(m_settings.points);
+      points.resize(std::min<std::size_t>(m_settings.points, points.size()));
     }
     return points;
   }
 
   void inject() {
-    for (const auto& [call, n] : draw_points()) {
-      const Ended ended = run_with(m_subject, {call, n}, m_fault);
+    for (const Point& point : draw_points()) {
+      const std::string& call = point.call;
+      const Ended ended = run_with(m_subject, point, m_fault);
       const std::string trace = read_text(m_subject.trace_file());
       if (ended.signal == SIGKILL || trace.find("(INJECTED)") != std::string::npos) ++m_struck;
       const bool mutes = call == "write" && m_fault.from_then_on;
       const bool keeps_lock = call == "unlinkat" || (call == "fcntl" && m_fault.from_then_on);
-      judge(ended, {m_fault.intent, 0, mutes, keeps_lock}, " --at " + call + ":" + to_string(n));
+      judge(ended, {m_fault.intent, 0, mutes, keeps_lock},
+            " --at " + call + ":" + to_string(point.n));
     }
   }
 
