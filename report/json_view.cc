@@ -87,6 +87,7 @@ void write_json(const Report& report, std::ostream& out) {
             {"version", k_version},
             {"whole", report.faults.empty()},
             {"unreadable", Json::array()}};
+  head.update(report.head);
   for (const Fault& fault : report.faults) {
     head["unreadable"].push_back({{"path", fault.path}, {"fault", fault.text}});
   }

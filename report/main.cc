@@ -4,11 +4,14 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
+#include <boost/filesystem/operations.hpp>
 #include <boost/program_options.hpp>
 
 #include "config/version.h"
 #include "report/escape.h"
+#include "report/metrics/metrics.h"
 #include "report/output_file.h"
 #include "report/report.h"
 #include "report/views.h"
@@ -25,10 +28,13 @@ constexpr const char* k_usage =
     R"(Usage: mdfixup-report [--text | --json | --html FILE] [--runs | --images]
                       [LOG DIRECTORY | RECORD...]
        mdfixup-report --compare [--text | --json | --html FILE] OLD NEW
+       mdfixup-report --openmetrics [FILE] [LOG DIRECTORY]
+       mdfixup-report --fleet [--text | --json | --html FILE] JSON...
 Shows what runs of mdfixup found and did, from the records in the log directory: all runs and,
 in detail, the newest run of each task. A record is named by its file or by the id of its run,
-and is then shown in detail. OLD and NEW are records of dry runs. Without a log directory, the
-one of the storage's configuration is read. Nothing is changed.
+and is then shown in detail. OLD and NEW are records of dry runs, JSON the reports of several
+hosts. Without a log directory, the one of the storage's configuration is read. Nothing is
+changed.
 )";
 
 void complain(const std::string& text) {
@@ -44,6 +50,9 @@ po::options_description describe() {
       "one page, written to FILE; - is standard output");
   add("runs", "only the table of runs");
   add("images", "one line, or one JSON object, for each orphan");
+  add("openmetrics", po::value<std::string>()->implicit_value("-")->value_name("FILE"),
+      "metrics for Prometheus, written to FILE or to standard output");
+  add("fleet", "the JSON reports of several hosts");
   add("compare", "the orphans that two dry runs share, and those of one alone");
   add("version", "show the version");
   add("help,h", "show this help");
@@ -71,6 +80,9 @@ po::variables_map parse(int argc, char** argv) {
   require_one_at_most({"html", "images"}, "--html and --images exclude each other");
   require_one_at_most({"compare", "runs"}, "--compare and --runs exclude each other");
   require_one_at_most({"compare", "images"}, "--compare and --images exclude each other");
+  for (const char* other : {"text", "json", "html", "runs", "images", "compare"}) {
+    require_one_at_most({"openmetrics", other}, "--openmetrics excludes all other forms");
+  }
   return given;
 }
 
@@ -92,7 +104,35 @@ void write(const po::variables_map& given, const report::Report& report) {
   if (file == "-") return report::write_page(report, std::cout);
   std::ostringstream page;
   report::write_page(report, page);
-  report::write_page_file(file, page.str());
+  report::write_output_file(file, page.str(), report::k_page_form);
+}
+
+// Prints them on standard error. The exit status of a report with these faults.
+int report_faults(const std::vector<report::Fault>& faults) {
+  for (const report::Fault& fault : faults) {
+    complain(report::printable(fault.path) + ": " + report::printable(fault.text));
+  }
+  return faults.empty() ? k_complete : k_incomplete;
+}
+
+void require_written() {
+  if (!std::cout.flush()) throw std::runtime_error("standard output could not be written");
+}
+
+// A directory after --openmetrics is no file to write, but one to read.
+int write_metrics(const po::variables_map& given) {
+  auto file = given["openmetrics"].as<std::string>();
+  report::Texts words = request_of(given).words;
+  boost::system::error_code error;
+  if (boost::filesystem::is_directory(file, error)) words.push_back(std::exchange(file, "-"));
+  const report::Metrics metrics = report::make_metrics(words);
+  if (file == "-") {
+    std::cout << metrics.text;
+    require_written();
+  } else {
+    report::write_output_file(file, metrics.text, report::k_metrics_form);
+  }
+  return report_faults(metrics.faults);
 }
 
 int run(int argc, char** argv) {
@@ -105,17 +145,16 @@ int run(int argc, char** argv) {
     std::cout << k_usage << describe();
     return k_complete;
   }
+  if (given.count("openmetrics") != 0) return write_metrics(given);
   const report::Report report = report::make_report(request_of(given));
-  for (const report::Fault& fault : report.faults) {
-    complain(report::printable(fault.path) + ": " + report::printable(fault.text));
-  }
+  const int status = report_faults(report.faults);
   if (report.runs.count == 0) {
     complain("no record of a run was found");
     return k_no_report;
   }
   write(given, report);
-  if (!std::cout.flush()) throw std::runtime_error("standard output could not be written");
-  return report.faults.empty() ? k_complete : k_incomplete;
+  require_written();
+  return status;
 }
 
 }  // namespace

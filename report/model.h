@@ -118,6 +118,7 @@ struct Fault {
 
 struct Report {
   Scope scope = Scope::all;
+  Value head = Value::object();  // what JSON has of the report as a whole
   std::vector<Fault> faults;
   Table runs;                           // newest first
   std::uint64_t other_runs_failed = 0;  // runs without a section

@@ -30,33 +30,32 @@ bool write_to(const std::string& path, int flags, mode_t mode, std::string_view 
   return written && closed;
 }
 
-bool is_page_or_empty(const std::string& path) {
-  constexpr std::string_view k_beginning = "<!doctype html>";
-  std::string beginning(k_beginning.size(), '\0');
+bool begins_so_or_is_empty(const std::string& path, std::string_view wanted) {
+  std::string beginning(wanted.size(), '\0');
   std::ifstream file(path, std::ios::binary);
   if (!file) return false;
   file.read(beginning.data(), static_cast<std::streamsize>(beginning.size()));
-  return file.gcount() == 0 || beginning == k_beginning;
+  return file.gcount() == 0 || beginning == wanted;
 }
 
 // The mode of the replaced file, or of a new one.
-mode_t mode_of(const std::string& path) {
-  constexpr mode_t k_new = 0640;
+mode_t mode_of(const std::string& path, mode_t of_a_new_one) {
   constexpr mode_t k_permissions = 0777;
   struct stat status {};
-  return ::stat(path.c_str(), &status) == 0 ? status.st_mode & k_permissions : k_new;
+  return ::stat(path.c_str(), &status) == 0 ? status.st_mode & k_permissions : of_a_new_one;
 }
 
 }  // namespace
 
-void write_page_file(const std::string& path, std::string_view page) {
+void write_output_file(const std::string& path, std::string_view text, const FileForm& form) {
   const files::FileKind kind = files::file_kind(path);
-  if (kind == files::FileKind::regular && !is_page_or_empty(path)) {
-    throw Cr_ErrnoException(EEXIST, "could not write " + path, "it is there, and is no page");
+  if (kind == files::FileKind::regular && !begins_so_or_is_empty(path, form.beginning)) {
+    throw Cr_ErrnoException(EEXIST, "could not write " + path,
+                            std::string("it is there, and is no ") + form.name);
   }
   const bool in_place = kind == files::FileKind::special;
   const std::string file = in_place ? path : path + "." + std::to_string(::getpid()) + ".new";
-  if (write_to(file, in_place ? 0 : O_CREAT | O_EXCL, mode_of(path), page) &&
+  if (write_to(file, in_place ? 0 : O_CREAT | O_EXCL, mode_of(path, form.mode), text) &&
       (in_place || std::rename(file.c_str(), path.c_str()) == 0)) {
     return;
   }

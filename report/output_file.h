@@ -5,13 +5,24 @@
 
 namespace report {
 
-// Writes a page to `path`, completely or not at all: into a temporary file, synced and then renamed.
-// - Only another page or an empty file is replaced: a log or database named by mistake is kept.
+// What a file holds. Only a file that begins the same, or an empty one, is replaced: a log or database
+// named by mistake is kept.
+struct FileForm {
+  const char* beginning;
+  const char* name;
+  unsigned mode;  // of a new file, less the umask
+};
+
+// Holds the same names as the logs, and has their mode.
+inline constexpr FileForm k_page_form{"<!doctype html>", "page", 0640};
+// Read by the node exporter, which runs as another user; holds no names.
+inline constexpr FileForm k_metrics_form{"# HELP mdfixup_", "file of its metrics", 0644};
+
+// Writes a text to `path`, completely or not at all: into a temporary file, synced and then renamed.
 // - A special file, such as a pipe, is written to directly.
 // - A link is replaced; its target stays.
-// - A new file has mode 0640 less the umask, like the logs, because it holds the same names. A replaced
-//   file keeps its mode.
+// - A replaced file keeps its mode.
 // Errors: Cr_ErrnoException, naming the path.
-void write_page_file(const std::string& path, std::string_view page);
+void write_output_file(const std::string& path, std::string_view text, const FileForm& form);
 
 }  // namespace report

@@ -1,5 +1,7 @@
 #include "report/report.h"
 
+#include <time.h>
+
 #include <algorithm>
 #include <functional>
 #include <iterator>
@@ -13,6 +15,7 @@
 #include "report/escape.h"
 #include "report/run_file.h"
 #include "report/sections.h"
+#include "report/storage_state.h"
 #include "report/wording.h"
 
 namespace fs = boost::filesystem;
@@ -82,6 +85,17 @@ Report make_comparison(const Request& request) {
   return report;
 }
 
+Value head_of(const Request& request, const std::vector<RunFile>& runs) {
+  const StorageState state = state_of_storage(request.words, runs);
+  const auto known = [](std::optional<bool> value) {
+    return null_unless(value.has_value(), value.value_or(false));
+  };
+  return {
+      {"time", ::time(nullptr)},
+      {"storage",
+       {{"catalog_aside", known(state.catalog_aside)}, {"stale_lock", known(state.stale_lock)}}}};
+}
+
 }  // namespace
 
 Report make_report(const Request& request) {
@@ -89,6 +103,7 @@ Report make_report(const Request& request) {
   Report report;
   report.scope = request.scope;
   const std::vector<RunFile> runs = find_runs(request.words, report.faults);
+  report.head = head_of(request, runs);
   report.runs = table_of(runs);
   std::vector<const RunFile*> chosen;
   if (request.scope != Scope::runs) chosen = in_detail(runs);

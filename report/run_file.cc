@@ -67,9 +67,12 @@ std::string runs_dir(const fs::path& dir) {
   return (error ? runs : path).string();
 }
 
+cr::Config config() {
+  return cr::Config::init_from_ksregistry(cr::registry_file(), cr::k_registry_key);
+}
+
 std::string configured_log_dir() {
-  const auto config = cr::Config::init_from_ksregistry(cr::registry_file(), cr::k_registry_key);
-  std::string dir = cr::get_log_dir(config).string();
+  std::string dir = cr::get_log_dir(config()).string();
   if (dir.empty()) throw std::runtime_error("name a log directory, or records");
   return dir;
 }
@@ -141,6 +144,12 @@ Files files_of(const Texts& words, std::vector<Fault>& faults) {
 }
 
 }  // namespace
+
+std::string configured_root() {
+  boost::filesystem::path root;
+  config().get(cr::k_storage_section, cr::k_root_dir_entry, root);
+  return root.string();
+}
 
 bool RunFile::is_restore_dry_run() const {
   return is_restore() && option(*this, "--dry_run");

@@ -49,6 +49,10 @@ struct RunFile {
   bool lists_orphans() const { return is_deletion() || run.task == record::Task::dry_run; }
 };
 
+// The root of the configured storage.
+// Errors: those of the configuration.
+std::string configured_root();
+
 // Whether records have a row for each counted item.
 bool is_listed(const record::Count& count);
 // Whether only the run's total is recorded, without rows.

@@ -5,7 +5,6 @@
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/filesystem/operations.hpp>
 
-#include "cr/config.h"
 #include "dct/report_error.h"
 #include "record/schema.h"
 #include "report/escape.h"
@@ -44,19 +43,12 @@ void complain(const report::Fault& fault) {
                     report::printable(fault.text) + "\n");
 }
 
-std::string configured_root() {
-  const auto config = cr::Config::init_from_ksregistry(cr::registry_file(), cr::k_registry_key);
-  boost::filesystem::path root;
-  config.get(cr::k_storage_section, cr::k_root_dir_entry, root);
-  return root.string();
-}
-
 }  // namespace
 
 std::vector<SavedRun> list_saved_runs(bool& is_complete) {
   std::vector<report::Fault> faults;
   const std::vector<RunFile> all = report::find_runs({}, faults);
-  const std::string root = configured_root();
+  const std::string root = report::configured_root();
   std::vector<SavedRun> runs;
   for (const RunFile& file : all) {
     if (file.run.undo != record::Undo::saved || file.run.storage_root != root) continue;

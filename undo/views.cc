@@ -6,6 +6,7 @@
 #include "console/standard_streams.h"
 #include "record/schema.h"
 #include "report/escape.h"
+#include "report/saved.h"
 #include "report/wording.h"
 
 namespace undo {
@@ -70,16 +71,15 @@ std::string undone_text(const SavedRun& run) {
 void print_saved(RunReader& reader) {
   const std::string each = std::to_string(record::k_saved_of_directory);
   Table table({"Client", "Policy", "POs saved", "Bytes"}, {2, 3});
-  // An impossible size counts as 0, so that the sum cannot overflow.
-  reader.rows(
-      "SELECT client, policy, count(*), sum(iif(typeof(size) = 'integer', min(max(size, 0), "
-      "1 << 52), 0)) FROM directory d JOIN client_policy p ON p.id = client_policy JOIN "
-      "saved s ON s.id > d.id * " +
-          each + " AND s.id < (d.id + 1) * " + each + " GROUP BY d.id ORDER BY client, policy",
-      [&](const RunReader::Row& row) {
-        table.add({printable(row.text(0)), printable(row.text(1)), with_commas(row.count(2)),
-                   with_commas(row.count(3))});
-      });
+  reader.rows(std::string("SELECT client, policy, count(*), sum(") + report::k_saved_size +
+                  ") FROM directory d JOIN client_policy p ON p.id = client_policy JOIN "
+                  "saved s ON s.id > d.id * " +
+                  each + " AND s.id < (d.id + 1) * " + each +
+                  " GROUP BY d.id ORDER BY client, policy",
+              [&](const RunReader::Row& row) {
+                table.add({printable(row.text(0)), printable(row.text(1)),
+                           with_commas(row.count(2)), with_commas(row.count(3))});
+              });
   table.print();
 }
 

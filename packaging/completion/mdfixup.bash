@@ -11,7 +11,7 @@ _mdfixup_value() { # WORD_BEFORE VALUE_OPTION...
   [[ " $* " == *" $option "* ]] || return 1
   case $option in
     --tvr_location) compopt -o dirnames ;;
-    --html | --approved) compopt -o default ;;
+    --html | --approved | --openmetrics) compopt -o default ;;
   esac
 }
 
@@ -87,14 +87,17 @@ _mdfixup_sandbox() {
 
 _mdfixup_report() {
   COMPREPLY=()
-  _mdfixup_value "$3" --html && return
+  _mdfixup_value "$3" --html --openmetrics && return
   if [[ $2 != -* ]]; then
     compopt -o default
     return
   fi
   case " ${COMP_WORDS[*]::COMP_CWORD} " in
-    *' --text '* | *' --json '* | *' --html '*) _mdfixup_offer "$2" --runs --images --compare ;;
-    *) _mdfixup_offer "$2" --text --json --html --runs --images --compare --help --version ;;
+    *' --text '* | *' --json '* | *' --html '*) _mdfixup_offer "$2" --runs --images --compare --fleet ;;
+    *' --fleet '*) _mdfixup_offer "$2" --text --json --html ;;
+    *)
+      _mdfixup_offer "$2" --text --json --html --runs --images --compare --openmetrics --fleet --help --version
+      ;;
   esac
 }
 

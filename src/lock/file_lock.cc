@@ -71,8 +71,8 @@ void warn_of_missing_file(const fs::path& path) noexcept {
 }
 
 struct LockFile {
-  std::string fault;  // why it could not be read; empty if it was
-  pid_t pid = 0;      // of the file's text; 0 for none
+  int error = 0;  // why it could not be read
+  pid_t pid = 0;  // of the file's text; 0 for none
   bool is_locked = false;
 };
 
@@ -81,7 +81,7 @@ LockFile read_lock_file(const std::string& path) {
   LockFile file;
   const Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   if (descriptor.get() < 0) {
-    if (errno != ELOOP && errno != ENXIO) file.fault = std::strerror(errno);
+    if (errno != ELOOP && errno != ENXIO) file.error = errno;
     return file;
   }
   struct stat info {};
@@ -160,11 +160,27 @@ void FileLock::write_process_id() {
   }
 }
 
+LockState lock_state(const fs::path& path) {
+  boost::system::error_code error;
+  const fs::file_status status = fs::symlink_status(path, error);
+  if (status.type() == fs::file_not_found) return LockState::none;
+  const LockFile file = read_lock_file(path.string());
+  const int fault = error ? error.value() : file.error;
+  if (fault != 0) throw std::system_error(fault, std::generic_category(), path.string());
+  // The programs that take the lock have names that begin with this.
+  constexpr std::string_view k_own = "mdfixup";
+  const bool is_run = file.pid != 0 && is_alive(file.pid) &&
+                      program_of(std::to_string(file.pid)).rfind(k_own, 0) == 0;
+  return file.is_locked || is_run ? LockState::held : LockState::stale;
+}
+
 // The record lock shows runs on other hosts and in containers, whose process ids mean nothing here.
 // Some network file systems do not pass it on, so the process id counts too.
 std::string describe_lock_file(const boost::filesystem::path& path) {
   const LockFile file = read_lock_file(path.string());
-  if (!file.fault.empty()) return "It cannot be read: " + file.fault + ".\n";
+  if (file.error != 0) {
+    return "It cannot be read: " + std::string(std::strerror(file.error)) + ".\n";
+  }
   const std::string self = program_of("self");
   const std::string remove =
       " If no " + self +

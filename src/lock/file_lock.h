@@ -49,4 +49,15 @@ class FileLock {
 // Threads: any. Do not call it while this process holds the lock: it would lose it.
 std::string describe_lock_file(const boost::filesystem::path& path);
 
+// Whether a lock file keeps runs out, and whether one of them holds it.
+enum class LockState {
+  none,   // no file
+  held,   // by a run, on this host or, if the file system shows its lock, on another
+  stale,  // by no run that this host can see
+};
+
+// Errors: std::system_error if the file cannot be looked at.
+// Threads: as of describe_lock_file.
+LockState lock_state(const boost::filesystem::path& path);
+
 }  // namespace util

@@ -1,7 +1,6 @@
 #include "tool/run_on_storage.h"
 
 #include <stdlib.h>
-#include <sys/utsname.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -23,6 +22,7 @@
 #include "files/storage_layout.h"
 #include "lock/file_lock.h"
 #include "record/run_record.h"
+#include "record/this_host.h"
 #include "signals/interrupt.h"
 #include "status/status.h"
 #include "tool/exit_status.h"
@@ -78,12 +78,6 @@ void set_up_run_log(const fs::path& log_dir, int argc, char** argv) {
   InfoA("start: pid " + std::to_string(::getpid()) + ", arguments" + arguments);
 }
 
-std::string host_name() {
-  struct utsname host {};
-  (void)::uname(&host);  // fails only for a bad address
-  return host.nodename;
-}
-
 }  // namespace
 
 void prepare_process(const char* argv0) {
@@ -115,7 +109,7 @@ void begin_record(const StoragePaths& storage, int argc, char** argv) {
   record::Run run;
   run.arguments.assign(argv + 1, argv + argc);
   run.version = project_version();
-  run.host = host_name();
+  run.host = record::this_host();
   run.pid = ::getpid();
   run.storage_root = storage.root.string();
   run.catalog = storage.tree.string();
@@ -130,6 +124,6 @@ void begin_record(const StoragePaths& storage, int argc, char** argv) {
 void log_mode(const std::string& mode, record::Task task, const StoragePaths& storage) {
   InfoA("mode: " + mode);
   InfoA("storage root " + storage.root.string() + ", catalog " + storage.tree.string() + ", host " +
-        host_name());
+        record::this_host());
   record::run_record().note([task](record::Run& run) { run.task = task; });
 }

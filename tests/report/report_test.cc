@@ -404,6 +404,68 @@ TEST(Report, MemoryDoesNotGrowWithTheOrphans) {
   }
 }
 
+TEST(Report, MetricsAreOfTheNewestRunOfEachTask) {
+  const std::string deletion =
+      run("task = 'deletion', undo = 'saved'") + "INSERT INTO saved VALUES (1, 'a', 1, 700, 3, 4);";
+  const std::string refused = run("exit_status = 1, dirs = 0") + "DELETE FROM directory";
+  // The change of a later record, and lines of the metrics; those after "-" are missing.
+  const std::pair<std::string, Words> rows[] = {
+      {"",
+       {"run_start_timestamp_seconds{task=\"dry_run\"} 110.000",
+        "orphan_copies{task=\"dry_run\"} 1"}},
+      {run("task = 'scan', failed_dirs = 3, exit_status = 255"),
+       {"directories_with_issues{task=\"scan\"} 1", "failed_directories{task=\"scan\"} 3",
+        "run_exit_status{task=\"scan\"} 255", "copies{task=\"dry_run\"} 6",
+        "run_last_success_timestamp_seconds{task=\"scan\"} 0.000", "-copies{task=\"scan\"}"}},
+      {run("copies = 9"), {"copies{task=\"dry_run\"} 9", "-catalog_aside", "-stale_lock"}},
+      {run("copies = 9") + refused,
+       {"copies{task=\"dry_run\"} 6", "run_refused{task=\"dry_run\"} 1",
+        "run_exit_status{task=\"dry_run\"} 1",
+        "run_last_success_timestamp_seconds{task=\"dry_run\"} 102.000"}},
+      {run("skipped_dirs = 1"), {"run_last_success_timestamp_seconds{task=\"dry_run\"} 102.000"}},
+      {run("ending = 'none', copies = 9"),
+       {"run_start_timestamp_seconds{task=\"dry_run\"} 110.000", "copies{task=\"dry_run\"} 6",
+        "-run_end_timestamp_seconds{", "-run_exit_status{"}},
+      {run("task = 'repair', undo = 'saved', collisions = 4") +
+           "INSERT INTO moved VALUES (1, 1, 1, 'a')",
+       {"undo_path_objects 1", "undo_bytes 0", "collisions{task=\"repair\"} 4"}},
+      {deletion, {"undo_path_objects 1", "undo_bytes 700", "taken_bytes{task=\"deletion\"} 9"}},
+      {run("task = 'restore'") + argument("--dry_run"),
+       {"run_exit_status{task=\"restore_dry_run\"} 0", "-run_exit_status{task=\"restore\"}"}},
+      {"PRAGMA user_version = 9", {"unreadable_records 1", "copies{task=\"dry_run\"} 6"}},
+  };
+  for (const auto& [sql, lines] : rows) {
+    const Records records;
+    records.add(100, run("ended = 102000000000"));
+    records.add(110, run("ended = 112000000000;") + sql);
+    const std::string found = report({"--openmetrics", records.dir()}).out;
+    for (const std::string& line : lines) {
+      const bool is_missing = line[0] == '-';
+      EXPECT_EQ(contains(found, "\nmdfixup_" + line.substr(is_missing ? 1 : 0)), !is_missing)
+          << line << " after " << sql << "\n"
+          << found;
+    }
+    EXPECT_TRUE(ends_with(found, "\n# EOF\n"));
+  }
+}
+
+// A repair may be what holds the lock: then the metadata tree is not left aside.
+TEST(Report, MetricsShowAStorageThatNeedsAHand) {
+  const Scene scene;
+  scene.scan(1);
+  const fs::path lock = scene.root() / layout::k_lock_file;
+  const auto metrics = [&] { return report({"--openmetrics", scene.log_dir().string()}).out; };
+  expect_parts(metrics(), {"\nmdfixup_catalog_aside 0\n", "\nmdfixup_stale_lock 0\n"});
+  fs::rename(scene.tree_dir(), scene.root() / layout::k_work_dir);
+  write_text(lock, std::to_string(::getpid()));
+  EXPECT_TRUE(contains(metrics(), "\nmdfixup_stale_lock 0\n")) << "this program's name begins so";
+  EXPECT_FALSE(contains(metrics(), "\nmdfixup_catalog_aside"));
+  write_text(lock, "1");
+  expect_parts(metrics(), {"\nmdfixup_catalog_aside 1\n", "\nmdfixup_stale_lock 1\n"});
+  const Json json = scenario::report_test::json({"--runs", scene.log_dir().string()});
+  EXPECT_EQ(json["storage"], Json::parse(R"({"catalog_aside": true, "stale_lock": true})"));
+}
+
 TEST(Report, CommandLine) {
   const Records records;
   const std::string dir = records.dir();
@@ -430,6 +492,12 @@ TEST(Report, CommandLine) {
       {{"--compare", file, scan}, 1, "takes dry runs: 90-7 (case scan) lists no orphans"},
       {{"--html", "/no/such/page.html", dir}, 1, "could not write /no/such/page.html"},
       {{"--html", file, dir}, 1, file + ": it is there, and is no page"},
+      {{"--openmetrics", dir + "/a.prom", dir}, 0, ""},
+      {{"--openmetrics", dir + "/a.prom", dir}, 0, ""},
+      {{"--openmetrics", dir + "/page.html", dir}, 1, "is no file of its metrics"},
+      {{"--openmetrics", "-", file}, 1, "takes one log directory"},
+      {{"--openmetrics=-", dir, other.dir()}, 1, "takes one log directory"},
+      {{"--openmetrics", "--json", dir}, 1, "excludes all other forms"},
       {{}, 1, "Failed to locate the ksregistry path: /no/such"},
   };
   for (const auto& [arguments, exit_status, said] : rows) {
@@ -437,6 +505,7 @@ TEST(Report, CommandLine) {
     EXPECT_EQ(ended.exit_status, exit_status) << said;
     EXPECT_TRUE(contains(ended.out + ended.err, said)) << said << ended.out << ended.err;
   }
+  EXPECT_EQ(fs::status(dir + "/a.prom").permissions() & fs::others_read, fs::others_read);
   EXPECT_FALSE(contains(report({"--runs", "--json", dir}).out, "details"));
   const std::string full = "exec \"$@\" > /dev/full";
   EXPECT_EQ(sandbox::run({"sh", "-c", full, "sh", MDFIXUP_REPORT_PROGRAM, dir}).exit_status, 1);

@@ -40,7 +40,7 @@ Options options_of_the_table() {
 Options options_of_the_help(const std::string& program) {
   const std::string shown = sandbox::run({program, "--help"}).out;
   Options options;
-  for (const auto& m : matches(shown, "[ [](--?\\w+)(?: arg \\(=(\\S+)\\)| ([A-Z]+))?")) {
+  for (const auto& m : matches(shown, "[ [](--?\\w+)(?: arg \\(=(\\S+)\\)| (?:\\[=?)?([A-Z]+))?")) {
     options.emplace(m[1], m[2].matched ? m[2].str() : m[3].matched ? "none" : "flag");
   }
   return options;
