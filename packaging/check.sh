@@ -1,11 +1,13 @@
 #!/bin/sh
 # The weekly check: removes old records of runs, then runs a scan and a dry run, which change no metadata.
-# Exits with 1 if a step fails, and with 2 if the settings are invalid.
+# At the end it writes the metrics, and a line that says what was found and which report to read. Exits with
+# 1 if a step fails, with 2 if the settings are invalid, and with 3 if the settings make findings a failure.
 set -eu
 
 # Empty, or the directory below which everything is installed in place of /.
 root=${0%@CMAKE_INSTALL_FULL_LIBEXECDIR@/mdfixup/*}
 mdfixup=$root@CMAKE_INSTALL_FULL_SBINDIR@/mdfixup
+report=$root@CMAKE_INSTALL_FULL_BINDIR@/mdfixup-report
 settings=$root@CMAKE_INSTALL_FULL_SYSCONFDIR@/default/mdfixup
 
 # The settings are read, not executed, and each value stays one word. So no line can add an option that
@@ -14,6 +16,8 @@ settings=$root@CMAKE_INSTALL_FULL_SYSCONFDIR@/default/mdfixup
 set --
 keep_days=90
 one_listing=
+metrics_file=
+fail_on_findings=no
 if [ -e "$settings" ] || [ -L "$settings" ]; then
   if [ ! -f "$settings" ]; then
     echo "$settings: not a file" >&2
@@ -44,6 +48,16 @@ if [ -e "$settings" ] || [ -L "$settings" ]; then
         echo "$settings: not yes or no: $line" >&2
         exit 2
         ;;
+      FAIL_ON_FINDINGS=yes | FAIL_ON_FINDINGS=no) fail_on_findings=$value ;;
+      FAIL_ON_FINDINGS=*)
+        echo "$settings: not yes or no: $line" >&2
+        exit 2
+        ;;
+      METRICS_FILE=/*) metrics_file=$value ;;
+      METRICS_FILE=*)
+        echo "$settings: not a full path: $line" >&2
+        exit 2
+        ;;
       TVR_LOCATION=?*) set -- "$@" "--tvr_location=$value" ;;
       TVR_DISK_POOL=?*) set -- "$@" "--tvr_disk_pool=$value" ;;
       *)
@@ -72,9 +86,6 @@ record_files() { # RECORD ACTION...: RECORD is an extended regular expression
 # A record has the age of its newest file. It is kept if a process has its run's number: a run that waits
 # for a query does not write to its record.
 remove_old_records() {
-  config=$(ini_value "${KSREGISTRY:-/etc/ksregistry.cfg}" StoragePoolAuthority ConfigFilePath)
-  log_dir=$(ini_value "$config" Storage LogDir)
-  runs=$log_dir/mdfixup/runs
   [ -n "$log_dir" ] && [ -d "$runs" ] || return 0
   files=$(record_files '[0-9]+-[0-9]+' -printf '%f %T@\n') || return 1
   # In awk, because a large number of days would overflow the shell's arithmetic.
@@ -94,12 +105,80 @@ remove_old_records() {
   return $result
 }
 
+failed=
+fail() { # WHAT
+  failed="$failed${failed:+, }$1"
+}
+
+# Prints the value of a metric, or nothing.
+metric() { # NAME{LABEL}
+  echo "$metrics" | awk -v name="$1" '$1 == name { print $2 }'
+}
+
+# Adds a metric of one of this check's runs to what was found, if it is not 0.
+add_finding() { # METRIC TASK WORDS
+  start=$(metric "mdfixup_run_start_timestamp_seconds{task=\"$2\"}")
+  refused=$(metric "mdfixup_run_refused{task=\"$2\"}")
+  [ "${start%.*}" -ge "$started" ] 2>/dev/null && [ "$refused" = 0 ] || return 0
+  count=$(metric "$1{task=\"$2\"}")
+  [ "${count:-0}" = 0 ] || found="$found${found:+, }$count $3"
+}
+
+# The ids of this check's runs. An id begins with the second of the run's start.
+ids_of_runs() {
+  [ -z "$log_dir" ] || [ ! -d "$runs" ] || (cd "$runs" && ls) |
+    awk -F '[-.]' -v started="$started" '/^[0-9]+-[0-9]+\.db$/ && $1 >= started {
+      printf " %s-%s", $1, $2 }'
+}
+
+# The line is a warning in the journal if something is wrong. There each line may begin with its priority.
+say() { # PRIORITY TEXT
+  prefix=
+  [ "${JOURNAL_STREAM-}" != "$(stat -Lc %d:%i /dev/fd/2)" ] || prefix="<$1>"
+  echo "${prefix}mdfixup check: $2"
+}
+
+# The collector's file is written also after a failure, and its own failure is one. The status 2 means that
+# an old record cannot be read.
+sum_up() {
+  metrics=$("$report" --openmetrics) || [ $? = 2 ] || fail 'reading the records'
+  [ -z "$metrics_file" ] || "$report" --openmetrics "$metrics_file" || [ $? = 2 ] ||
+    fail "writing $metrics_file"
+  found=
+  add_finding mdfixup_directories_with_issues scan 'policy directories with a client name in another letter case'
+  add_finding mdfixup_orphan_copies dry_run 'orphan copies'
+  add_finding mdfixup_missing_copies dry_run 'missing copies'
+  ids=$(ids_of_runs)
+  reports=${ids:+ Read: mdfixup-report$ids}
+  if [ -n "$failed" ]; then
+    say 3 "failed: $failed. Found: ${found:-nothing else}.${reports:- No run left a record: read the lines above.}"
+  elif [ -n "$found" ]; then
+    say 4 "found: $found.$reports"
+  else
+    say 6 "found nothing.$reports"
+  fi
+}
+
 # On a signal, waits for the current run, which gets the signal too, and starts no other. If this script
 # ended first, systemd would send the run a second signal, after which the run leaves its lock file.
-trap 'exit 1' HUP INT TERM
+stopped=
+trap 'stopped=1' HUP INT TERM
+step() { # NAME COMMAND...
+  name=$1
+  shift
+  [ -z "$stopped" ] || return 0
+  "$@" || fail "$name"
+}
 
-status=0
-remove_old_records || status=1
-"$mdfixup" --scan_client_name_case "$@" || status=1
-"$mdfixup" --FORCE_DEDUPE_METADATA_CONSISTENCY --dry_run ${one_listing:+"$one_listing"} "$@" || status=1
-exit $status
+started=$(date +%s)
+config=$(ini_value "${KSREGISTRY:-/etc/ksregistry.cfg}" StoragePoolAuthority ConfigFilePath) || true
+log_dir=$(ini_value "$config" Storage LogDir) || true
+runs=$log_dir/mdfixup/runs
+step 'removing old records' remove_old_records
+step 'the scan' "$mdfixup" --scan_client_name_case "$@"
+step 'the dry run' \
+  "$mdfixup" --FORCE_DEDUPE_METADATA_CONSISTENCY --dry_run ${one_listing:+"$one_listing"} "$@"
+[ -z "$stopped" ] || fail 'the check was stopped'
+sum_up
+[ -z "$failed" ] || exit 1
+[ -z "$found" ] || [ "$fail_on_findings" = no ] || exit 3

@@ -29,7 +29,7 @@ expect "these files and no others" diff <({
   printf '755 %s\n' usr/sbin/mdfixup{,-undo} "${companions[@]/#/usr/bin/}" usr/libexec/mdfixup/check
   printf '644 %s\n' etc/{default,logrotate.d}/mdfixup \
     lib/systemd/system/mdfixup-check.{service,timer} $completions/mdfixup \
-    $share/zsh/vendor-completions/_mdfixup $share/man/man8/mdfixup{,-undo}.8.gz "${manuals[@]/%/.1.gz}" \
+    $share/mdfixup/prometheus/mdfixup.rules.yml $share/zsh/vendor-completions/_mdfixup $share/man/man8/mdfixup{,-undo}.8.gz "${manuals[@]/%/.1.gz}" \
     $share/doc/mdfixup/{README.Debian,copyright,changelog.gz,changelog.Debian.gz} \
     $share/doc/mdfixup/{operating,reliability,report,troubleshooting}.md \
     $share/doc/mdfixup/examples/{ksregistry,storage}.cfg
@@ -79,12 +79,17 @@ check 0 '# as it is meant' '' 'NUM_THREADS=2' 'KEEP_DAYS=7'
 expect "two records removed" grep -q "^Records older than 7 days removed from $runs: 2$" "$work/out"
 expect "nothing else removed" diff <(printf '%s\n' 3-0.db 4-0.db "${kept[@]}" | LC_ALL=C sort) \
   <(find "$runs" -mindepth 1 ! -name '??????????-*' -printf '%f\n' | LC_ALL=C sort)
+ids=$(find "$runs" -name '??????????-*.db' -printf '%f\n' | sort -n | sed 's/[.]db//' | paste -sd ' ')
+expect "what was found, and the reports" grep -qx "mdfixup check: found: $(
+  wc -l <"$storage/planted/scan.txt") .*, $(wc -l <"$storage/planted/orphans.txt") orphan copies, $(
+  wc -l <"$storage/planted/missing.txt") missing copies[.] Read: mdfixup-report $ids" "$work/out"
 expect "the planted lines and no others" diff <(grep -E '^(Client |\{)' "$work/out" | LC_ALL=C sort) \
   <(LC_ALL=C sort "$storage"/planted/{scan,orphans}.txt)
 for line in --repair_client_name_case 'OPTIONS=--repair_client_name_case' 'NUM_THREADS="2"' \
   'NUM_THREADS=2 --repair_client_name_case' \
   "LD_PRELOAD=$work/evil.so" "touch $work/done" 'TVR_DISK_POOL=dp_sandbox ' \
-  'TVR_DISK_POOL=dp # mine' ONE_LISTING= ONE_LISTING=1 'TVR_DISK_POOL=' KEEP_DAYS= KEEP_DAYS=0 KEEP_DAYS=7d; do
+  'TVR_DISK_POOL=dp # mine' ONE_LISTING= ONE_LISTING=1 'TVR_DISK_POOL=' KEEP_DAYS= KEEP_DAYS=0 KEEP_DAYS=7d METRICS_FILE=m.prom \
+  FAIL_ON_FINDINGS=1; do
   check 2 "$line"
 done
 for line in "TVR_LOCATION=\$(touch $work/done)" \
@@ -92,7 +97,7 @@ for line in "TVR_LOCATION=\$(touch $work/done)" \
   check 1 "$line"
 done
 check 0 'TVR_DISK_POOL=x --repair_client_name_case --force'
-check 0 ONE_LISTING=yes
+check 0 ONE_LISTING=yes METRICS_FILE="$work/m.prom"
 expect "the same orphans with one listing" diff <(grep '^{' "$work/out" | LC_ALL=C sort) \
   <(LC_ALL=C sort "$storage/planted/orphans.txt")
 expect "the flag" grep -q -- ' --one_listing' <(tail -n 20 "$log"/mdfixup/mdfixup.log)
@@ -103,8 +108,15 @@ damaged=$(find "$storage/catalog" -name po.db -print -quit)
 mv "$damaged" "$work/po.db"
 echo damaged >"$damaged"
 printf '#!/bin/sh\nmv %s %s\n' "$work/po.db" "$damaged" >"$lifecycle"
-check 1
+good='_last_success_timestamp_seconds{task="scan"}'
+grep -F "$good" "$work/m.prom" >"$work/good"
+check 1 METRICS_FILE="$work/m.prom"
 expect "a dry run after the failed scan" grep -q '^mdfixup finished successfully' "$work/out"
+expect "which step failed" grep -q '^mdfixup check: failed: the scan[.] Found: [0-9]' "$work/out"
+expect "metrics of the failure" grep -qx 'mdfixup_run_exit_status{task="scan"} 255' "$work/m.prom"
+expect "no later success" diff "$work/good" <(grep -F "$good" "$work/m.prom")
+expect "metrics that Prometheus accepts" promtool check metrics <"$work/m.prom"
+check 3 FAIL_ON_FINDINGS=yes
 printf '#!/bin/sh\necho image1\n' >"$lifecycle"
 check 1
 mkfifo "$work"/{begun,on}
