@@ -9,9 +9,6 @@ namespace {
 
 using Json = Value;
 
-// Increased when a field is removed or changes its meaning, not when one is added.
-constexpr int k_version = 2;
-
 // JSON allows only valid UTF-8.
 void make_valid(Json& json) {
   if (auto* const text = json.get_ptr<std::string*>()) *text = valid_utf8(*text);
@@ -63,11 +60,16 @@ void write_open(Json object, std::ostream& out) {
   out << text;
 }
 
+Json texts_of(const std::vector<Concern>& concerns) {
+  Json texts = Json::array();
+  for (const Concern& concern : concerns) texts.push_back(concern.text);
+  return texts;
+}
+
 void write(const Section& section, std::ostream& out) {
   Json head{{section.key, object_of(section.facts)},
-            {"concerns", Json::array()},
+            {"concerns", texts_of(section.concerns)},
             {"listed", Json::object()}};
-  for (const Concern& concern : section.concerns) head["concerns"].push_back(concern.text);
   for (const Figure& figure : section.figures) head["listed"][figure.key] = figure.number;
   for (const Table& table : section.tables) {
     const bool has_times = !table.timeline.empty() || table.timeline.beyond() != 0;
@@ -83,16 +85,18 @@ void write(const Section& section, std::ostream& out) {
 void write_json(const Report& report, std::ostream& out) {
   for (const Table& table : report.images) write_rows(table, "", out);
   if (report.scope == Scope::images) return;
-  Json head{{"schema", "mdfixup-report"},
-            {"version", k_version},
+  Json head{{"schema", report.naming.schema},
+            {"version", report.naming.version},
             {"whole", report.faults.empty()},
             {"unreadable", Json::array()}};
   head.update(report.head);
+  if (!report.concerns.empty()) head["concerns"] = texts_of(report.concerns);
   for (const Fault& fault : report.faults) {
     head["unreadable"].push_back({{"path", fault.path}, {"fault", fault.text}});
   }
   write_open(head, out);
-  write(report.runs, out);
+  write(report.overview, out);
+  for (const Table& table : report.tables) write(table, out);
   if (report.scope == Scope::all) {
     out << ",\n\"details\": [";
     const char* separator = "\n";

@@ -11,6 +11,7 @@
 
 #include "config/version.h"
 #include "report/escape.h"
+#include "report/fleet/fleet.h"
 #include "report/metrics/metrics.h"
 #include "report/output_file.h"
 #include "report/report.h"
@@ -80,6 +81,9 @@ po::variables_map parse(int argc, char** argv) {
   require_one_at_most({"html", "images"}, "--html and --images exclude each other");
   require_one_at_most({"compare", "runs"}, "--compare and --runs exclude each other");
   require_one_at_most({"compare", "images"}, "--compare and --images exclude each other");
+  for (const char* other : {"runs", "images", "compare", "openmetrics"}) {
+    require_one_at_most({"fleet", other}, "--fleet excludes the other contents");
+  }
   for (const char* other : {"text", "json", "html", "runs", "images", "compare"}) {
     require_one_at_most({"openmetrics", other}, "--openmetrics excludes all other forms");
   }
@@ -146,9 +150,11 @@ int run(int argc, char** argv) {
     return k_complete;
   }
   if (given.count("openmetrics") != 0) return write_metrics(given);
-  const report::Report report = report::make_report(request_of(given));
+  const report::Report report = given.count("fleet") != 0
+                                    ? report::fleet::make_report(request_of(given).words)
+                                    : report::make_report(request_of(given));
   const int status = report_faults(report.faults);
-  if (report.runs.count == 0) {
+  if (report.overview.count == 0) {
     complain("no record of a run was found");
     return k_no_report;
   }

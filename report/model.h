@@ -52,16 +52,17 @@ struct Fact {
 };
 
 struct Row {
-  std::vector<Fact> facts;  // the same columns in each row of a table
-  const char* mark = "";    // "bad": something is wrong; "all": the directory loses every copy
-  std::string tag = {};     // the mark in words
+  std::vector<Fact> facts;   // the same columns in each row of a table
+  const char* mark = "";     // "bad": something is wrong; "all": the directory loses every copy
+  std::string tag = {};      // the mark in words
+  std::string section = {};  // the id of the section with details, if another one has them
 };
 
 using RowVisitor = std::function<void(const Row&)>;
 
 struct Table {
   const char* key = "";
-  const char* caption = "";
+  std::string caption = {};
   std::uint64_t count = 0;  // of all rows
   // Visits the first `limit` rows, or all for -1. Errors: Cr_ErrnoException, as of a RunReader.
   std::function<void(const RowVisitor&, std::int64_t limit)> rows;
@@ -94,9 +95,10 @@ struct Figure {
 struct Concern {
   std::string text;
   const char* about = "facts";  // or the key of the table with details
+  std::string section = {};     // the id of another section that it is about
 };
 
-// One run in detail, or a comparison of two.
+// One run in detail, a comparison of two, or a host.
 struct Section {
   std::string title;
   std::string task;               // as it is shown: "dry run"
@@ -105,7 +107,19 @@ struct Section {
   std::vector<Figure> figures;
   std::vector<Table> tables;
   const char* key = "run";  // of the facts
+  std::string id = {};      // on a page, if something links to it
 };
+
+// What the views call a report and its table of all runs or hosts.
+struct Naming {
+  const char* schema;
+  int version;  // of the JSON; increased when a field is removed or changes its meaning
+  const char* title;
+  const char* overview;
+  bool is_overview_first;  // on a page; otherwise it is last
+};
+inline constexpr Naming k_run_naming{"mdfixup-report", 2, "mdfixup report", "Runs", false};
+inline constexpr Naming k_fleet_naming{"mdfixup-fleet", 1, "mdfixup on all hosts", "Hosts", true};
 
 // `all`: the table of runs and the runs in detail; `runs`: only that table; `images`: only the orphans.
 enum class Scope { all, runs, images };
@@ -119,8 +133,12 @@ struct Fault {
 struct Report {
   Scope scope = Scope::all;
   Value head = Value::object();  // what JSON has of the report as a whole
+  Naming naming = k_run_naming;
+  std::string summary;            // of the overview, in a sentence
+  std::vector<Concern> concerns;  // over all sections
   std::vector<Fault> faults;
-  Table runs;                           // newest first
+  Table overview;             // all runs, newest first, or all hosts, the most urgent first
+  std::vector<Table> tables;  // over all sections
   std::uint64_t other_runs_failed = 0;  // runs without a section
   std::uint64_t other_runs_warned = 0;
   std::vector<Section> sections;

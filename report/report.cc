@@ -69,7 +69,8 @@ Report make_comparison(const Request& request) {
   if (words.size() != 2) throw std::invalid_argument("--compare takes two records, OLD and NEW");
   Report report;
   const std::vector<RunFile> runs = find_runs(request.words, report.faults);
-  report.runs = table_of(runs);
+  report.overview = table_of(runs);
+  report.summary = counted(runs.size(), "run", "runs") + " on record.";
   const RunFile* const old_run = named(runs, words[0]);
   const RunFile* const new_run = named(runs, words[1]);
   for (const RunFile* const run : {old_run, new_run}) {
@@ -104,7 +105,8 @@ Report make_report(const Request& request) {
   report.scope = request.scope;
   const std::vector<RunFile> runs = find_runs(request.words, report.faults);
   report.head = head_of(request, runs);
-  report.runs = table_of(runs);
+  report.overview = table_of(runs);
+  report.summary = counted(runs.size(), "run", "runs") + " on record.";
   std::vector<const RunFile*> chosen;
   if (request.scope != Scope::runs) chosen = in_detail(runs);
   for (const RunFile* run : chosen) {

@@ -100,15 +100,16 @@ void show(std::ostream& out, const Table& table, std::int64_t limit) {
   show_bars(out, table.timeline);
 }
 
+void show(std::ostream& out, const std::vector<Concern>& concerns) {
+  if (concerns.empty()) return;
+  out << "  LOOK AT THIS FIRST:\n";
+  for (const Concern& concern : concerns) out << "    " << printable(concern.text) << "\n";
+}
+
 void show(std::ostream& out, const Section& section) {
-  heading(out, section.title);
-  if (section.concerns.empty()) {
-    out << "  " << k_no_concern << " " << k_no_concern_caveat << "\n";
-  } else {
-    out << "  LOOK AT THIS FIRST:\n";
-    for (const Concern& concern : section.concerns)
-      out << "    " << printable(concern.text) << "\n";
-  }
+  heading(out, printable(section.title));
+  if (section.concerns.empty()) out << "  " << k_no_concern << " " << k_no_concern_caveat << "\n";
+  show(out, section.concerns);
   for (const Fact& fact : section.facts) {
     if (!is_head_fact(fact)) continue;
     out << "  " << std::left << std::setw(20) << fact.column.label
@@ -144,8 +145,11 @@ void write_text(const Report& report, std::ostream& out) {
       out << "  " << printable(fault.path) << ": " << printable(fault.text) << "\n";
     }
   }
-  heading(out, "Runs");
-  show(out, report.runs, report.scope == Scope::runs ? -1 : k_max_text_rows);
+  heading(out, report.naming.overview);
+  if (report.naming.is_overview_first) out << "  " << report.summary << "\n";
+  show(out, report.concerns);
+  show(out, report.overview, report.scope == Scope::runs ? -1 : k_max_text_rows);
+  for (const Table& table : report.tables) show(out, table, k_max_text_rows);
   for (const Section& section : report.sections) show(out, section);
 }
 

@@ -11,19 +11,23 @@ namespace report {
 
 namespace {
 
-std::string run_id(std::size_t number) {
-  return "run" + std::to_string(number);
+std::string id_of(const Section& section, std::size_t number) {
+  return section.id.empty() ? "run" + std::to_string(number) : section.id;
 }
 
 void write_header(const Report& report, const std::string& title, std::ostream& out) {
-  out << "<header>\n<h1>" << title << "</h1>\n<p>" << counted(report.runs.count, "run", "runs")
-      << " on record.</p>\n"
-      << "<nav aria-label=\"Sections\">\n";
-  std::size_t number = 0;
-  for (const Section& section : report.sections) {
-    out << "<a href=\"#" << run_id(++number) << "\">" << html(section.title) << "</a>\n";
+  constexpr std::size_t k_most_links = 20;
+  out << "<header>\n<h1>" << title << "</h1>\n<p>" << report.summary << "</p>\n";
+  if (report.sections.size() <= k_most_links) {
+    out << "<nav aria-label=\"Sections\">\n";
+    std::size_t number = 0;
+    for (const Section& section : report.sections) {
+      out << "<a href=\"#" << id_of(section, ++number) << "\">" << html(section.title) << "</a>\n";
+    }
+    out << "<a href=\"#" << report.overview.key << "\">All " << report.overview.key
+        << "</a>\n</nav>\n";
   }
-  out << "<a href=\"#runs\">All runs</a>\n</nav>\n</header>\n<main>\n";
+  out << "</header>\n<main>\n";
 }
 
 void write_faults(const Report& report, std::ostream& out) {
@@ -44,16 +48,13 @@ void write_other_runs(const Report& report, std::ostream& out) {
       << " had warnings: see <a href=\"#runs\">all runs</a>.</p>\n";
 }
 
-void write_concerns(const Section& section, const std::string& id, std::ostream& out) {
-  if (section.concerns.empty()) {
-    out << "<p class=\"calm\"><strong>" << k_no_concern << "</strong> " << k_no_concern_caveat
-        << "</p>\n";
-    return;
-  }
+// `id` is of the section that has what the concerns are about.
+void write_concerns(const std::vector<Concern>& concerns, const std::string& id,
+                    std::ostream& out) {
   out << "<div class=\"alert\"><h3>Look at this first</h3><ul>\n";
-  for (const Concern& concern : section.concerns) {
-    out << "<li><a href=\"#" << id << "-" << concern.about << "\">" << html(concern.text)
-        << "</a></li>\n";
+  for (const Concern& concern : concerns) {
+    const std::string target = concern.section.empty() ? id + "-" + concern.about : concern.section;
+    out << "<li><a href=\"#" << target << "\">" << html(concern.text) << "</a></li>\n";
   }
   out << "</ul></div>\n";
 }
@@ -69,10 +70,22 @@ void write_figures(const Section& section, std::ostream& out) {
   out << "</ul>\n";
 }
 
+void write_with_heading(const Table& table, const std::string& id, std::ostream& out) {
+  if (table.count == 0 && *table.when_empty == '\0') return;
+  const std::string table_id = id + "-" + table.key;
+  out << "<h3 id=\"" << table_id << "\">" << html(table.caption) << "</h3>\n";
+  page::write_table(table, table_id, out);
+}
+
 void write_section(const Section& section, const std::string& id, std::ostream& out) {
   out << R"(<section id=")" << id << "\">\n<h2>" << html(section.title) << "</h2>\n";
-  write_concerns(section, id, out);
-  write_figures(section, out);
+  if (section.concerns.empty()) {
+    out << "<p class=\"calm\"><strong>" << k_no_concern << "</strong> " << k_no_concern_caveat
+        << "</p>\n";
+  } else {
+    write_concerns(section.concerns, id, out);
+  }
+  if (!section.figures.empty()) write_figures(section, out);
   out << R"(<dl class="facts" id=")" << id << "-facts\">\n";
   for (const Fact& fact : section.facts) {
     if (!is_head_fact(fact)) continue;
@@ -80,31 +93,44 @@ void write_section(const Section& section, const std::string& id, std::ostream& 
         << page::cell(fact.value, fact.column.kind) << "</dd></div>\n";
   }
   out << "</dl>\n";
-  for (const Table& table : section.tables) {
-    if (table.count == 0 && *table.when_empty == '\0') continue;
-    const std::string table_id = id + "-" + table.key;
-    out << "<h3 id=\"" << table_id << "\">" << html(table.caption) << "</h3>\n";
-    page::write_table(table, table_id, out);
-  }
+  for (const Table& table : section.tables) write_with_heading(table, id, out);
   out << "</section>\n";
+}
+
+void write_overview(const Report& report, std::ostream& out) {
+  const std::string id = report.overview.key;
+  out << "<section id=\"" << id << "\">\n<h2>All " << id << "</h2>\n";
+  if (!report.concerns.empty()) write_concerns(report.concerns, id, out);
+  page::write_table(report.overview, id, out);
+  for (const Table& table : report.tables) write_with_heading(table, id, out);
+  out << "</section>\n";
+}
+
+std::string title_of(const Report& report) {
+  Texts tasks;
+  for (const Section& section : report.sections) {
+    if (!section.task.empty()) tasks.push_back(section.task);
+  }
+  const std::string title = report.naming.title;
+  if (report.naming.is_overview_first) return title;
+  return title + ": " + (tasks.empty() ? "no run in detail" : boost::join(tasks, ", "));
 }
 
 }  // namespace
 
 void write_page(const Report& report, std::ostream& out) {
-  Texts tasks;
-  for (const Section& section : report.sections) tasks.push_back(section.task);
-  const std::string title =
-      "mdfixup report: " + (tasks.empty() ? "no run in detail" : boost::join(tasks, ", "));
+  const std::string title = title_of(report);
+  const bool is_first = report.naming.is_overview_first;
   out << page::k_before_title << title << page::k_after_title;
   write_header(report, title, out);
   write_faults(report, out);
   write_other_runs(report, out);
+  if (is_first) write_overview(report, out);
   std::size_t number = 0;
-  for (const Section& section : report.sections) write_section(section, run_id(++number), out);
-  out << "<section id=\"runs\">\n<h2>All runs</h2>\n";
-  page::write_table(report.runs, "runs", out);
-  out << "</section>\n" << page::k_end;
+  for (const Section& section : report.sections)
+    write_section(section, id_of(section, ++number), out);
+  if (!is_first) write_overview(report, out);
+  out << page::k_end;
 }
 
 }  // namespace report

@@ -63,16 +63,24 @@ void write_head(const Table& table, const Row& row, std::ostream& out) {
   out << "</tr></thead>\n<tbody>\n";
 }
 
+// The first cell links to the section with details.
+std::string linked(const Row& row, const std::string& cell) {
+  return row.section.empty() ? cell : "<a href=\"#" + row.section + "\">" + cell + "</a>";
+}
+
 void write_row(const Row& row, std::ostream& out) {
   out << "<tr" << (*row.mark == '\0' ? "" : std::string(" class=\"") + row.mark + "\"") << ">";
   std::string tag = row.tag.empty() ? "" : " <strong class=\"tag\">" + html(row.tag) + "</strong>";
+  bool is_first = true;
   for (const Fact& fact : row.facts) {
     const Column& column = fact.column;
     if (!column.is_shown()) continue;
     // On a narrow screen each row is a card with the columns' names beside the values.
     out << "<td data-label=\"" << html(column.label) << "\"" << class_of(column.kind);
     if (is_number(column.kind)) out << " data-v=\"" << sort_value(fact.value) << "\"";
-    out << ">" << cell(fact.value, column.kind) << std::exchange(tag, "") << "</td>";
+    const std::string text = cell(fact.value, column.kind);
+    out << ">" << (std::exchange(is_first, false) ? linked(row, text) : text)
+        << std::exchange(tag, "") << "</td>";
   }
   out << "</tr>\n";
 }

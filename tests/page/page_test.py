@@ -86,6 +86,12 @@ class Page(unittest.TestCase):
                            stdout=subprocess.DEVNULL)
         both = [next((logs.parent / name).glob("*.db")) for name in ("clean", "hostile")]
         subprocess.run([PROGRAM, "--compare", "--html", work / "compared.html", *both], check=True)
+        reports = []
+        for name, record in zip(HOSTILE, both * len(HOSTILE)):
+            reports.append(os.path.join(os.fsencode(work), name.replace(b"/", b"|") + b".json"))
+            with open(reports[-1], "w") as report:
+                subprocess.run([PROGRAM, "--json", record], check=True, stdout=report)
+        subprocess.run([PROGRAM, "--fleet", "--html", work / "fleet.html", *reports], check=True)
         cls.work = work
         cls.browser = cls.enterClassContext(Browser())
 
@@ -181,14 +187,29 @@ class Page(unittest.TestCase):
         for caption in ("Orphan copies of both", "Missing copies of both"):
             self.assertLessEqual(set(HOSTILE.values()), set(self.column(1, caption)))
         self.assertEqual(self.column(2, "Orphan copies of both")[-1], "3")  # alpha's are in both
+        self.open("fleet")
+        self.assertEqual(set(self.column(0, "Hosts")), {name.replace("/", "|") for name in HOSTILE.values()})
+        in_json = {text.replace("\\xff\\xfe", r"\\xff\\xfe") for text in HOSTILE.values()}
+        self.assertLessEqual(in_json, set(self.column(2, "Directories to look at")))
+        self.assertEqual(self.browser.run("return typeof ran"), "undefined")
         self.assertEqual(self.browser.log("browser"), [])
         requests = [line for line in self.browser.log("performance")
                     if "Network.requestWillBeSent" in line["message"]]
-        self.assertEqual(len(requests), 2)  # the pages themselves
+        self.assertEqual(len(requests), 3)  # the pages themselves
+
+    def test_a_host_leads_to_its_details(self):
+        self.open("fleet")
+        self.assertEqual(self.browser.run("return document.documentElement.scrollWidth"), 1200)
+        for link in ("#hosts .alert a", "#hosts td a", "#hosts-directories ~ .wide td a"):
+            leads = self.browser.run(
+                "const link = document.querySelector(arguments[0]); link.click();"
+                "return [link.textContent, document.querySelector(location.hash + ' h2').textContent]", link)
+            name = leads[1].split(": ")[0]
+            self.assertTrue(leads[0].startswith(name), leads)
 
     def test_fits_a_phone(self):
         self.browser.set_width(375, 812, mobile=True)
-        for name in ("hostile", "compared", "clean"):
+        for name in ("hostile", "compared", "fleet", "clean"):
             self.open(name)
             self.assertEqual(self.browser.run("return document.documentElement.scrollWidth"), 375)
             self.assertEqual(self.browser.run(

@@ -1,23 +1,10 @@
-#include <nlohmann/json.hpp>
-
 #include "record/run_record.h"
 #include "report/escape.h"
 #include "sandbox/generator.h"
-#include "tests/scenario/scenario.h"
+#include "tests/report/report_run.h"
 
 // The report on real runs, and on records that no run would leave.
 namespace scenario::report_test {
-
-using Json = nlohmann::json;
-
-Ended report(const Words& arguments) {
-  const Words command = joined({MDFIXUP_REPORT_PROGRAM}, arguments);
-  return sandbox::run(command, {{"TZ", "UTC"}, {"KSREGISTRY", "/no/such"}});
-}
-
-Json json(const Words& arguments) {
-  return Json::parse(report(joined(arguments, {"--json"})).out);
-}
 
 // The first detail of a report, of a run or of a comparison.
 Json first_detail(const Words& arguments) {
@@ -57,16 +44,6 @@ class Records {
  private:
   support::TempDir m_dir;
 };
-
-void expect_documented(const Json& json, const std::string& page) {
-  if (json.is_object()) {
-    for (const auto& [key, value] : json.items()) {
-      EXPECT_TRUE(contains(page, "`" + key + "`")) << key;
-      expect_documented(value, page);
-    }
-  }
-  if (json.is_array() && !json.empty()) expect_documented(json[0], page);
-}
 
 // Expects one concern that contains this text, or none.
 void expect_concern(const Json& detail, const std::string& concern) {
@@ -498,6 +475,8 @@ TEST(Report, CommandLine) {
       {{"--openmetrics", "-", file}, 1, "takes one log directory"},
       {{"--openmetrics=-", dir, other.dir()}, 1, "takes one log directory"},
       {{"--openmetrics", "--json", dir}, 1, "excludes all other forms"},
+      {{"--fleet"}, 1, "takes the JSON reports of hosts"},
+      {{"--fleet", "--runs", file}, 1, "excludes the other contents"},
       {{}, 1, "Failed to locate the ksregistry path: /no/such"},
   };
   for (const auto& [arguments, exit_status, said] : rows) {
