@@ -18,6 +18,10 @@ using Texts = std::vector<std::string>;
 // Null means unknown; an array holds texts.
 using Value = nlohmann::ordered_json;
 
+inline Value unknown() {
+  return {};
+}
+
 template <class Number>
 Value null_unless(bool is_known, Number number) {
   return is_known ? Value(number) : Value();

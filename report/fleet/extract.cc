@@ -122,7 +122,7 @@ class Builder : public nlohmann::json_sax<Value> {
     }
   }
 
-  Value m_root;
+  Value m_root = unknown();
   std::vector<Open> m_open;
   std::uint64_t m_skipped = 0;  // how deep the parser is in what is dropped
   std::size_t m_values = 0;

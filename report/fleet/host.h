@@ -36,11 +36,11 @@ struct Reached {
 
 // The newest attempt of a task, and the newest run that looked at the storage.
 struct TaskRuns {
-  Value attempt;  // both are runs as in a report, or null
-  Value run;
-  Value listed;    // the counts of the run's record
-  Texts concerns;  // about the run
-  Table findings;  // orphans or clients, the first rows
+  Value attempt = unknown();  // both are runs as in a report, or null
+  Value run = unknown();
+  Value listed = unknown();  // the counts of the run's record
+  Texts concerns;            // about the run
+  Table findings;            // orphans or clients, the first rows
   Table failed_dirs;
 
   // The end of the newest attempt, if that ended well.
@@ -50,8 +50,8 @@ struct TaskRuns {
 
 // What a host's report says. Texts are what the host wrote.
 struct HostReport {
-  Value newest;   // of all runs
-  Value changed;  // the newest run that changed the storage
+  Value newest = unknown();   // of all runs
+  Value changed = unknown();  // the newest run that changed the storage
   TaskRuns scan;
   TaskRuns dry_run;
   std::optional<std::int64_t> time;  // of the report

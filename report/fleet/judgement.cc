@@ -9,7 +9,8 @@ namespace report::fleet {
 
 namespace {
 
-constexpr std::int64_t k_check_seconds = 8 * 86400;  // a day more than from one check to the next
+constexpr std::int64_t k_check_seconds =
+    691200;  // eight days: a day more than from one check to the next
 
 // Collects the reasons; the gravest comes first and decides.
 class Judge {

@@ -18,7 +18,6 @@ namespace report {
 namespace {
 
 using record::DirCounts;
-using record::Task;
 using Runs = std::vector<RunFile>;
 using Families = std::vector<Family>;
 

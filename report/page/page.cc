@@ -111,9 +111,9 @@ std::string title_of(const Report& report) {
   for (const Section& section : report.sections) {
     if (!section.task.empty()) tasks.push_back(section.task);
   }
-  const std::string title = report.naming.title;
-  if (report.naming.is_overview_first) return title;
-  return title + ": " + (tasks.empty() ? "no run in detail" : boost::join(tasks, ", "));
+  if (report.naming.is_overview_first) return report.naming.title;
+  return report.naming.title + std::string(": ") +
+         (tasks.empty() ? "no run in detail" : boost::join(tasks, ", "));
 }
 
 }  // namespace
