@@ -1,0 +1,35 @@
+#!/bin/bash
+# check.sh REPORT COMMAND...: runs the check of a media server with COMMAND and writes its report to the file
+# REPORT. If one of them fails, prints what failed in one line and exits with 1; without a report there is no
+# file.
+set -uo pipefail
+umask 077
+report=$1
+shift
+unit=mdfixup-check.service
+
+# Only errors are kept: findings may be millions of lines.
+said=$("$@" 2>&1 >/dev/null | tail -n 1)
+status=$?
+if [ "${1##*/}" = systemctl ] && [ $status -ne 0 ]; then
+  # systemctl exits with 1 whatever the service exited with. A service that never ran has the status 0.
+  exited=$(systemctl show --property ExecMainStatus --value $unit)
+  [ "${exited:-0}" = 0 ] || status=$exited
+  said=$(journalctl --output cat --lines 1 _SYSTEMD_UNIT=$unit)
+fi
+failures=
+# With 3 the check itself went well, and found something.
+[ $status -eq 0 ] || [ $status -eq 3 ] || failures="the check exited with $status: $said"
+
+registry=$(sed -n 's/^KSREGISTRY=//p' /etc/default/mdfixup | tail -n 1)
+[ -z "$registry" ] || export KSREGISTRY="$registry"
+said=$(mdfixup-report --json 2>&1 >"$report" | tail -n 1)
+status=$?
+# With 2 the report says what could not be read.
+if [ $status -ne 0 ] && [ $status -ne 2 ]; then
+  rm -f "$report"
+  failures="${failures:+$failures; }mdfixup-report exited with $status: $said"
+fi
+[ -n "$failures" ] || exit 0
+iconv -c -f UTF-8 -t UTF-8 <<<"$failures"
+exit 1
