@@ -6,6 +6,7 @@ set -uo pipefail
 umask 077
 report=$1
 shift
+rm -f "$report"
 unit=mdfixup-check.service
 
 # Only errors are kept: findings may be millions of lines.
