@@ -9,8 +9,8 @@ shift
 rm -f "$report"
 unit=mdfixup-check.service
 
-# Only errors are kept: findings may be millions of lines.
-said=$("$@" 2>&1 >/dev/null | tail -n 1)
+# Only the last line is kept: findings may be millions of lines.
+said=$("$@" 2>&1 | tail -n 1)
 status=$?
 if [ "${1##*/}" = systemctl ] && [ $status -ne 0 ]; then
   # systemctl exits with 1 whatever the service exited with. A service that never ran has the status 0.
@@ -20,7 +20,7 @@ if [ "${1##*/}" = systemctl ] && [ $status -ne 0 ]; then
 fi
 failures=
 # With 3 the check itself went well, and found something.
-[ $status -eq 0 ] || [ $status -eq 3 ] || failures="the check exited with $status: $said"
+[ "$status" = 0 ] || [ "$status" = 3 ] || failures="the check exited with $status: $said"
 
 registry=$(sed -n 's/^KSREGISTRY=//p' /etc/default/mdfixup | tail -n 1)
 [ -z "$registry" ] || export KSREGISTRY="$registry"
