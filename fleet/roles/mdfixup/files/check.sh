@@ -15,14 +15,16 @@ status=$?
 if [ "${1##*/}" = systemctl ] && [ $status -ne 0 ]; then
   # systemctl exits with 1 whatever the service exited with. A service that never ran has the status 0.
   exited=$(systemctl show --property ExecMainStatus --value $unit)
-  [ "${exited:-0}" = 0 ] || status=$exited
-  said=$(journalctl --output cat --lines 1 _SYSTEMD_UNIT=$unit)
+  if [ "${exited:-0}" != 0 ]; then
+    status=$exited
+    said=$(journalctl --output cat --lines 1 _SYSTEMD_UNIT=$unit)
+  fi
 fi
 failures=
 # With 3 the check itself went well, and found something.
 [ "$status" = 0 ] || [ "$status" = 3 ] || failures="the check exited with $status: $said"
 
-registry=$(sed -n 's/^KSREGISTRY=//p' /etc/default/mdfixup | tail -n 1)
+registry=$(sed -n 's/^KSREGISTRY=//p' /etc/default/mdfixup 2>/dev/null | tail -n 1)
 [ -z "$registry" ] || export KSREGISTRY="$registry"
 said=$(mdfixup-report --json 2>&1 >"$report" | tail -n 1)
 status=$?
