@@ -31,8 +31,10 @@ expect "these files and no others" diff <({
     lib/systemd/system/mdfixup-check.{service,timer} $completions/mdfixup \
     $share/mdfixup/prometheus/mdfixup.rules.yml $share/zsh/vendor-completions/_mdfixup $share/man/man8/mdfixup{,-undo}.8.gz "${manuals[@]/%/.1.gz}" \
     $share/doc/mdfixup/{README.Debian,copyright,changelog.gz,changelog.Debian.gz} \
-    $share/doc/mdfixup/{operating,reliability,report,troubleshooting}.md \
+    $share/doc/mdfixup/{fleet,operating,reliability,report,troubleshooting}.md \
     $share/doc/mdfixup/examples/{ksregistry,storage}.cfg
+  printf "755 $share/mdfixup/%s\n" fleet/roles/mdfixup/files/check.sh
+  git ls-files fleet ':!*.sh' ':!fleet/.*' | sed "s!^!644 $share/mdfixup/!"
   printf '777 %s\n' $completions/mdfixup-undo "${companions[@]/#/$completions/}"
 } | sort) <(cd "$root" && find etc lib usr ! -type d -printf '%m %p\n' | sort)
 
