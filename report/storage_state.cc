@@ -8,6 +8,7 @@
 #include "files/storage_layout.h"
 #include "lock/file_lock.h"
 #include "record/this_host.h"
+#include "status/status.h"
 
 namespace fs = boost::filesystem;
 
@@ -17,7 +18,11 @@ namespace {
 
 // Empty if it is not known or not here.
 fs::path storage_root(const Texts& words, const std::vector<RunFile>& runs) {
-  if (words.empty()) return configured_root();
+  try {
+    if (words.empty()) return configured_root();
+  } catch (const Cr_ErrnoException&) {
+    return {};  // the report needs the log directory alone
+  }
   const auto run = std::find_if(runs.begin(), runs.end(), [](const RunFile& file) {
     return !file.run.storage_root.empty() && file.run.host == record::this_host();
   });

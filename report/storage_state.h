@@ -15,7 +15,6 @@ struct StorageState {
 };
 
 // The state of the configured storage if no words name records, else of the newest run's.
-// Errors: those of the configuration.
 StorageState state_of_storage(const Texts& words, const std::vector<RunFile>& runs);
 
 }  // namespace report
