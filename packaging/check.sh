@@ -115,11 +115,15 @@ metric() { # NAME{LABEL}
   echo "$metrics" | awk -v name="$1" '$1 == name { print $2 }'
 }
 
+# Whether the newest run of a task on record is one of this check.
+is_new() { # TASK
+  start=$(metric "mdfixup_run_start_timestamp_seconds{task=\"$1\"}")
+  [ "${start%.*}" -ge "$started" ] 2>/dev/null
+}
+
 # Adds a metric of one of this check's runs to what was found, if it is not 0.
 add_finding() { # METRIC TASK WORDS
-  start=$(metric "mdfixup_run_start_timestamp_seconds{task=\"$2\"}")
-  refused=$(metric "mdfixup_run_refused{task=\"$2\"}")
-  [ "${start%.*}" -ge "$started" ] 2>/dev/null && [ "$refused" = 0 ] || return 0
+  is_new "$2" && [ "$(metric "mdfixup_run_refused{task=\"$2\"}")" = 0 ] || return 0
   count=$(metric "$1{task=\"$2\"}")
   [ "${count:-0}" = 0 ] || found="$found${found:+, }$count $3"
 }
@@ -144,6 +148,8 @@ sum_up() {
   metrics=$("$report" --openmetrics) || [ $? = 2 ] || fail 'reading the records'
   [ -z "$metrics_file" ] || "$report" --openmetrics "$metrics_file" || [ $? = 2 ] ||
     fail "writing $metrics_file"
+  # Without a new record, what was found is not known.
+  [ -n "$failed" ] || { is_new scan && is_new dry_run; } || fail 'reading the new records'
   found=
   add_finding mdfixup_directories_with_issues scan 'policy directories with a client name in another letter case'
   add_finding mdfixup_orphan_copies dry_run 'orphan copies'

@@ -32,14 +32,15 @@ class Judge {
 void judge_reached(const Host& host, Judge& judge) {
   if (!host.reached) return;
   const std::string& state = host.reached->state;
-  const std::string text = host.reached->text;
+  if (state == "checked") return;
+  const bool has_time = host.report && host.report->time;
+  const std::string text =
+      host.reached->text +
+      (has_time ? "; its report is of " + utc(*host.report->time) + " UTC" : "");
   if (state == "unreachable") {
-    const bool has_old = host.report && host.report->time;
-    judge.add(State::not_reached,
-              "not reached: " + text +
-                  (has_old ? "; what follows is of " + utc(*host.report->time) + " UTC" : ""));
+    judge.add(State::not_reached, "not reached: " + text);
   } else {
-    judge.add_if(state != "checked", State::check_failed, "the check failed: " + text);
+    judge.add(State::check_failed, "the check failed: " + text);
   }
 }
 

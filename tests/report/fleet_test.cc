@@ -50,7 +50,7 @@ TEST(Fleet, StateIsTheGravestOfWhatTheReportSays) {
       {{}, "", "clean", ""},
       {{}, state_file("checked", ""), "clean", ""},
       {{}, state_file("failed", "exit status 1: disk full"), "check failed", "disk full"},
-      {{}, state_file("unreachable", "no route"), "not reached", "no route; what follows is of "},
+      {{}, state_file("unreachable", "no route"), "not reached", "no route; its report is of "},
       {{{"/details/0/run/orphan_copies", 3}}, "", "orphans", "3 orphan copies"},
       {{{"/details/1/listed/dirs_with_issues", 1}, {"/details/0/run/orphan_copies", 3}},
        "",
