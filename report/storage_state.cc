@@ -36,6 +36,7 @@ StorageState state_of_storage(const Texts& words, const std::vector<RunFile>& ru
   const fs::path root = storage_root(words, runs);
   boost::system::error_code error;
   if (root.empty() || !fs::is_directory(root, error)) return state;
+  state.root = root.string();
   const fs::file_type aside = fs::symlink_status(root / layout::k_work_dir, error).type();
   try {
     const util::LockState lock = util::lock_state(root / layout::k_lock_file);
@@ -44,7 +45,7 @@ StorageState state_of_storage(const Texts& words, const std::vector<RunFile>& ru
         aside == fs::file_not_found || (aside != fs::status_error && lock != util::LockState::held);
     if (is_known) state.catalog_aside = aside != fs::file_not_found;
   } catch (const std::system_error&) {
-    return {};  // not for this user
+    state.stale_lock.reset();  // not for this user
   }
   return state;
 }

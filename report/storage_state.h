@@ -10,6 +10,7 @@ namespace report {
 // What a look at a storage shows without its metadata. Nothing is known of a storage of another host, or
 // of what this user cannot see.
 struct StorageState {
+  std::string root;                   // empty if it is not known or not here
   std::optional<bool> catalog_aside;  // unknown during a run, which may be the repair that moved it
   std::optional<bool> stale_lock;
 };

@@ -12,11 +12,11 @@ namespace report::fleet {
 
 namespace {
 
-constexpr const char* k_too_large = "is too large for a report";
+constexpr const char* k_too_large = "too large for a report";
 
-// No key of a report has a blank.
-std::string count_key(const std::string& key) {
-  return key + " count";
+// No key of a report has a blank, and the builder accepts none.
+std::string length_key(const std::string& key) {
+  return key + " length";
 }
 
 // Builds a value of a part of the events.
@@ -30,9 +30,9 @@ class Builder : public nlohmann::json_sax<Value> {
   bool number_unsigned(number_unsigned_t value) override { return add(value); }
   bool number_float(number_float_t value, const string_t& /*text*/) override { return add(value); }
   bool string(string_t& value) override {
-    if (m_skipped != 0) return true;
-    m_bytes += value.size();
-    return add(std::move(value));
+    if (count(value.size())) return true;
+    put(std::move(value));
+    return true;
   }
   bool binary(binary_t& /*value*/) override { return false; }  // not in JSON
   bool start_object(std::size_t /*elements*/) override { return open(Value::object()); }
@@ -40,12 +40,15 @@ class Builder : public nlohmann::json_sax<Value> {
   bool end_object() override { return close(); }
   bool end_array() override { return close(); }
   bool key(string_t& value) override {
-    if (m_skipped == 0) m_open.back().key = std::move(value);
+    if (m_skipped != 0) return true;
+    if (value.find(' ') != std::string::npos) throw std::runtime_error("not a report");
+    m_bytes += value.size();
+    m_open.back().key = std::move(value);
     return true;
   }
   bool parse_error(std::size_t position, const std::string& /*token*/,
                    const nlohmann::detail::exception& /*error*/) override {
-    throw std::runtime_error("is no JSON: byte " + std::to_string(position) + " is not expected");
+    throw std::runtime_error("not JSON: byte " + std::to_string(position) + " is not expected");
   }
 
  private:
@@ -74,11 +77,12 @@ class Builder : public nlohmann::json_sax<Value> {
     if (object.size() > k_max_members) throw std::runtime_error(k_too_large);
   }
 
-  // Whether the value that begins is dropped.
-  bool count() {
+  // Whether the value that begins, a string of so many bytes, is dropped.
+  bool count(std::size_t bytes = 0) {
     if (m_skipped != 0) return true;
     if (!m_open.empty()) ++m_open.back().elements;
     if (is_full()) return true;
+    m_bytes += bytes;
     require_few();
     return false;
   }
@@ -107,7 +111,7 @@ class Builder : public nlohmann::json_sax<Value> {
     const bool is_cut = closed.value.is_array() && closed.elements > k_kept_rows;
     put(std::move(closed.value));
     const bool has_key = !m_open.empty() && m_open.back().value.is_object();
-    if (is_cut && has_key) m_open.back().value[count_key(m_open.back().key)] = closed.elements;
+    if (is_cut && has_key) m_open.back().value[length_key(m_open.back().key)] = closed.elements;
     return true;
   }
 
@@ -138,11 +142,11 @@ Value extract(const std::string& file) {
   in.open(file, std::ios::binary);
   if (!in) throw std::runtime_error(std::strerror(errno));
   if (in.peek() == std::ifstream::traits_type::eof())
-    throw std::runtime_error("is empty or no file");
+    throw std::runtime_error("empty, or not a file");
   Builder builder;
   Value::sax_parse(in, &builder);
   Value value = builder.take();
-  if (!value.is_object()) throw std::runtime_error("is no report");
+  if (!value.is_object()) throw std::runtime_error("not a report");
   return value;
 }
 
@@ -165,16 +169,18 @@ std::optional<std::int64_t> number(const Value& object, const char* key) {
   return value.get<std::int64_t>();
 }
 
+std::optional<std::uint64_t> count(const Value& object, const char* key) {
+  const auto value = number(object, key);
+  return value && *value >= 0 ? std::optional<std::uint64_t>(*value) : std::nullopt;
+}
+
 std::optional<bool> truth(const Value& object, const char* key) {
   const Value& value = part(object, key);
   return value.is_boolean() ? std::optional(value.get<bool>()) : std::nullopt;
 }
 
-std::uint64_t count_of(const Value& object, const char* key) {
-  const std::string counted = count_key(key);
-  const Value& value = part(object, key);
-  return static_cast<std::uint64_t>(
-      number(object, counted.c_str()).value_or(static_cast<std::int64_t>(value.size())));
+std::uint64_t length_of(const Value& object, const char* key) {
+  return count(object, length_key(key).c_str()).value_or(part(object, key).size());
 }
 
 }  // namespace report::fleet

@@ -20,9 +20,10 @@ Value extract(const std::string& file);
 const Value& part(const Value& object, const char* key);
 std::string text(const Value& object, const char* key);
 std::optional<std::int64_t> number(const Value& object, const char* key);
+std::optional<std::uint64_t> count(const Value& object, const char* key);
 std::optional<bool> truth(const Value& object, const char* key);
 
-// The number of elements that the array had in the file.
-std::uint64_t count_of(const Value& object, const char* key);
+// The number of elements that an array had in the file.
+std::uint64_t length_of(const Value& object, const char* key);
 
 }  // namespace report::fleet

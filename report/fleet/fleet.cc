@@ -4,14 +4,16 @@
 
 #include <algorithm>
 #include <atomic>
+#include <iterator>
 #include <map>
 #include <new>
+#include <set>
 #include <stdexcept>
 #include <thread>
 #include <tuple>
 
 #include <boost/algorithm/string/predicate.hpp>
-#include <boost/filesystem/path.hpp>
+#include <boost/filesystem/operations.hpp>
 
 #include "report/fleet/extract.h"
 #include "report/fleet/host.h"
@@ -21,7 +23,12 @@ namespace report::fleet {
 
 namespace {
 
+namespace fs = boost::filesystem;
+
 using Hosts = std::vector<Host>;
+
+constexpr const char* k_state_end = ".state.json";
+constexpr const char* k_hosts = "hosts";  // the table of all
 
 constexpr std::size_t k_most_directories = 100;  // of all hosts, in the table of the worst
 
@@ -37,59 +44,91 @@ std::string name_of(const std::string& file) {
   return name;
 }
 
-// A host with what one file says of it.
-Host read(const std::string& file) {
-  Host host;
-  host.name = name_of(file);
+// What one file says of a host.
+struct File {
+  std::string path;
+  bool is_of_playbook = false;
+  std::optional<HostReport> report = {};
+  std::optional<Reached> reached = {};
+  std::string fault = {};
+};
+
+File read(const std::string& path) {
+  File file{path, boost::algorithm::ends_with(path, k_state_end)};
   try {
-    const Value object = extract(file);
-    if (is_of_playbook(object)) {
-      host.reached = reached(object);
-      return host;
+    const Value object = extract(path);
+    if (is_of_playbook(object)) file.is_of_playbook = true;
+    if (file.is_of_playbook) {
+      file.reached = reached(object);
+    } else {
+      file.report = host_report(object);
     }
-    host.report = host_report(object);
   } catch (const std::bad_alloc&) {
-    host.fault = "is too large for a report";
+    file.fault = "too large for a report";
   } catch (const std::exception& error) {
-    host.fault = error.what();
+    file.fault = error.what();
   }
-  host.file = file;
-  return host;
+  return file;
 }
 
 // Reads the files in as many threads as there are processors.
-Hosts read_all(const Texts& files) {
-  Hosts hosts(files.size());
+std::vector<File> read_all(const Texts& paths) {
+  std::vector<File> files(paths.size());
   std::atomic<std::size_t> next{0};
   const auto work = [&] {
-    for (std::size_t i = next++; i < files.size(); i = next++) hosts[i] = read(files[i]);
+    for (std::size_t i = next++; i < paths.size(); i = next++) files[i] = read(paths[i]);
   };
   std::vector<std::thread> threads;
   for (unsigned i = 1; i < std::thread::hardware_concurrency(); ++i) threads.emplace_back(work);
   work();
   for (std::thread& thread : threads) thread.join();
-  return hosts;
+  return files;
 }
 
-// Joins a host's two files. Reports of the same name in different folders keep their paths as names.
-Hosts joined(Hosts files) {
-  std::map<std::string, int> reports;
-  for (const Host& host : files) reports[host.name] += host.reached ? 0 : 1;
-  std::map<std::string, Host> hosts;
-  for (Host& file : files) {
-    if (!file.reached && reports[file.name] > 1) file.name = file.file;
-    Host& host = hosts[file.name];
-    if (file.reached) {
-      host.reached = file.reached;
-    } else {
-      host.report = std::move(file.report);
-      host.fault = file.fault;
-      host.file = file.file;
-    }
-    host.name = file.name;
+// Two paths of one file are the same here. A link counts as a file of its own.
+fs::path normal(const std::string& file) {
+  boost::system::error_code error;
+  const fs::path folder = fs::weakly_canonical(fs::absolute(fs::path(file).parent_path()), error);
+  return folder / fs::path(file).filename();
+}
+
+Texts without_repeated(const Texts& files) {
+  std::set<fs::path> seen;
+  Texts once;
+  std::copy_if(files.begin(), files.end(), std::back_inserter(once),
+               [&](const std::string& file) { return seen.insert(normal(file)).second; });
+  return once;
+}
+
+void add(File file, Host& host) {
+  if (file.is_of_playbook) {
+    host.state_file = file.path;
+    host.reached = std::move(file.reached);
+    host.reached_fault = file.fault;
+  } else {
+    host.file = file.path;
+    host.report = std::move(file.report);
+    host.fault = file.fault;
   }
+}
+
+// Joins the two files of a host, which are in one folder. Hosts of the same name keep their folders in it.
+Hosts joined(std::vector<File> files) {
+  std::map<fs::path, Host> hosts;
+  for (File& file : files) {
+    fs::path place = normal(file.path).parent_path() / name_of(file.path);
+    const std::string& taken = file.is_of_playbook ? hosts[place].state_file : hosts[place].file;
+    if (!taken.empty()) place = normal(file.path);  // "media01" beside "media01.json"
+    add(std::move(file), hosts[place]);
+  }
+  std::map<std::string, int> names;
+  for (const auto& [place, host] : hosts) ++names[place.filename().string()];
   Hosts result;
-  for (auto& [name, host] : hosts) result.push_back(std::move(host));
+  for (auto& [place, host] : hosts) {
+    const std::string name = place.filename().string();
+    host.name = names[name] == 1 ? name : place.string();
+    result.push_back(std::move(host));
+  }
   return result;
 }
 
@@ -125,8 +164,10 @@ std::vector<Concern> concerns_of(const Hosts& hosts) {
     concern.section = section_id(i);
     concerns.push_back(concern);
   }
-  if (others != 0)
+  if (others != 0) {
     concerns.push_back({"and " + counted(others, "other host", "other hosts") + ", in the table"});
+    concerns.back().section = k_hosts;
+  }
   return concerns;
 }
 
@@ -160,8 +201,10 @@ Table worst_directories(const Hosts& hosts) {
   std::stable_sort(rows.begin(), rows.end(),
                    [](const Row& a, const Row& b) { return rank_of(a) < rank_of(b); });
   rows.resize(std::min(rows.size(), k_most_directories));
-  return {"directories", "Directories to look at before a deletion, of all hosts", rows.size(),
-          rows_of(rows, [](const Row& row) { return row; })};
+  return {"directories",
+          "Directories to look at before a deletion, at most " + std::to_string(k_kept_rows) +
+              " of a host",
+          rows.size(), rows_of(rows, [](const Row& row) { return row; })};
 }
 
 }  // namespace
@@ -169,7 +212,7 @@ Table worst_directories(const Hosts& hosts) {
 Report make_report(const Texts& files) {
   if (files.empty()) throw std::invalid_argument("--fleet takes the JSON reports of hosts");
   const std::int64_t now = ::time(nullptr);
-  Hosts hosts = joined(read_all(files));
+  Hosts hosts = joined(read_all(without_repeated(files)));
   for (Host& host : hosts) judge(host, now);
   std::stable_sort(hosts.begin(), hosts.end(),
                    [](const Host& a, const Host& b) { return a.state < b.state; });
@@ -184,8 +227,9 @@ Report make_report(const Texts& files) {
     rows.push_back(row_of(host, id));
     report.sections.push_back(section_of(host, id));
     if (!host.fault.empty()) report.faults.push_back({host.file, host.fault});
+    if (!host.reached_fault.empty()) report.faults.push_back({host.state_file, host.reached_fault});
   }
-  report.overview = {"hosts", "Hosts, the most urgent first; times are UTC", rows.size(),
+  report.overview = {k_hosts, "Hosts, the most urgent first; times are UTC", rows.size(),
                      rows_of(rows, [](const Row& row) { return row; })};
   report.tables = {worst_directories(hosts)};
   return report;

@@ -31,7 +31,7 @@ bool needs_attention(State state);
 struct Reached {
   std::string state;  // "checked", "failed" or "unreachable"
   std::string text;
-  std::optional<std::int64_t> time;
+  std::optional<std::int64_t> time = {};
 };
 
 // The newest attempt of a task, and the newest run that looked at the storage.
@@ -45,33 +45,36 @@ struct TaskRuns {
 
   // The end of the newest attempt, if that ended well.
   std::optional<std::int64_t> good_end() const;
-  std::optional<std::uint64_t> failed() const;
 };
 
 // What a host's report says. Texts are what the host wrote.
 struct HostReport {
   Value newest = unknown();   // of all runs
   Value changed = unknown();  // the newest run that changed the storage
+  bool repaired = false;      // after the newest scan
   TaskRuns scan;
   TaskRuns dry_run;
   std::optional<std::int64_t> time;  // of the report
   std::optional<bool> catalog_aside;
   std::optional<bool> stale_lock;
+  std::string lacks;  // what could not be read on the host
 };
 
-// Errors: std::runtime_error if the object is no report, or of a version that is unknown.
-HostReport host_report(const Value& object);
-Reached reached(const Value& object);
 // Whether the object is of the playbook.
 bool is_of_playbook(const Value& object);
+// Errors: std::runtime_error if the object is something else, or of a version that is unknown.
+HostReport host_report(const Value& object);
+Reached reached(const Value& object);
 
 // A host with all that is known of it.
 struct Host {
-  std::string name;  // of its files
-  std::string file;  // of its report
+  std::string name;        // of its files
+  std::string file;        // the path of its report
+  std::string state_file;  // the path of the playbook's file
   std::optional<HostReport> report;
   std::optional<Reached> reached;
-  std::string fault;  // why its report cannot be read
+  std::string fault;          // why its report cannot be read
+  std::string reached_fault;  // why the file of the playbook cannot be read
   // Made of the above:
   State state = State::clean;
   Texts reasons = {};  // for this state and for graver ones

@@ -59,11 +59,11 @@ Table table_of(const Value& section, const char* key, const std::string& caption
                const Columns& columns) {
   std::vector<Row> rows;
   for (const Value& row : part(section, key)) rows.push_back(row_of(row, columns));
-  const std::uint64_t count = count_of(section, key);
-  const bool is_cut = count > rows.size();
+  const std::uint64_t length = length_of(section, key);
+  const bool is_cut = length > rows.size();
   return {key,
           caption + (is_cut ? ", the first " + std::to_string(rows.size()) + " of " +
-                                  with_commas(count) + "; the host's report has all"
+                                  with_commas(length) + "; the host's report has all"
                             : ""),
           rows.size(), rows_of(rows, [](const Row& row) { return row; })};
 }
@@ -104,11 +104,39 @@ TaskRuns runs_of(const Value& report, const std::string& task) {
   return runs;
 }
 
+// A run that was killed may have; one that ended without a directory was refused.
 bool changed_storage(const Value& run) {
   const std::string task = text(run, "task");
   const Texts arguments = texts_of(part(run, "arguments"));
   const bool is_dry = std::count(arguments.begin(), arguments.end(), "--dry_run") != 0;
+  if (part(run, "exit_status").is_number() && count(run, "dirs") == 0) return false;
   return task == "repair" || task == "deletion" || (task == "restore" && !is_dry);
+}
+
+// Of the runs, newest first, and of those in detail, for which newer ones may have left no room.
+Value newest_change(const Value& object) {
+  Value newest = unknown();
+  const auto take = [&](const Value& run) {
+    if (changed_storage(run) && number(run, "start_time") > number(newest, "start_time"))
+      newest = run;
+  };
+  for (const Value& run : part(object, "runs")) take(run);
+  for (const Value& section : part(object, "details")) take(part(section, "run"));
+  return newest;
+}
+
+bool repaired_since(const Value& scan, const Value& runs) {
+  return std::any_of(runs.begin(), runs.end(), [&](const Value& run) {
+    return text(run, "task") == "repair" && changed_storage(run) &&
+           number(run, "start_time") > number(scan, "start_time");
+  });
+}
+
+std::string what_it_lacks(const Value& object) {
+  const Value& unreadable = part(object, "unreadable");
+  if (truth(object, "whole").value_or(false) && unreadable.empty()) return "";
+  if (!unreadable.is_array() || unreadable.empty()) return "it is not whole";
+  return text(unreadable.front(), "path") + ": " + text(unreadable.front(), "fault");
 }
 
 // Without a look at the storage: a repair that left the tree aside, and no good run since.
@@ -126,31 +154,26 @@ std::optional<std::int64_t> TaskRuns::good_end() const {
   return number(attempt, "exit_status") == 0 ? number(attempt, "end_time") : std::nullopt;
 }
 
-std::optional<std::uint64_t> TaskRuns::failed() const {
-  const auto count = number(run, "failed_dirs");
-  return count ? std::optional<std::uint64_t>(*count) : std::nullopt;
-}
-
 HostReport host_report(const Value& object) {
   if (text(object, "schema") != k_run_naming.schema) {
-    throw std::runtime_error("was not printed by mdfixup-report --json");
+    throw std::runtime_error("not printed by mdfixup-report --json");
   }
   if (number(object, "version") != k_run_naming.version) {
-    throw std::runtime_error("has a version that this program does not know");
+    throw std::runtime_error("of a version that this program does not know");
   }
   HostReport report;
   const Value& runs = part(object, "runs");
-  for (const Value& run : runs) {
-    if (report.newest.is_null()) report.newest = run;
-    if (report.changed.is_null() && changed_storage(run)) report.changed = run;
-  }
+  if (runs.is_array() && !runs.empty()) report.newest = runs.front();
+  report.changed = newest_change(object);
   report.scan = runs_of(object, "scan");
+  report.repaired = repaired_since(report.scan.attempt, runs);
   report.dry_run = runs_of(object, "dry_run");
   report.time = number(object, "time");
   const Value& storage = part(object, "storage");
   report.catalog_aside = truth(storage, "catalog_aside");
   if (!report.catalog_aside) report.catalog_aside = aside_by_runs(runs);
   report.stale_lock = truth(storage, "stale_lock");
+  report.lacks = what_it_lacks(object);
   return report;
 }
 
@@ -159,8 +182,9 @@ bool is_of_playbook(const Value& object) {
 }
 
 Reached reached(const Value& object) {
+  if (!is_of_playbook(object)) throw std::runtime_error("not written by the playbook");
   if (number(object, "version") != 1)
-    throw std::runtime_error("has a version that this program does not know");
+    throw std::runtime_error("of a version that this program does not know");
   return {text(object, "state"), text(object, "text"), number(object, "time")};
 }
 

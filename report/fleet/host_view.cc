@@ -2,21 +2,22 @@
 
 #include "report/fleet/extract.h"
 #include "report/fleet/host.h"
+#include "report/wording.h"
 
 namespace report::fleet {
 
 namespace {
 
-// A count, a time or a share; null if it is not known.
-Value known(const std::optional<std::int64_t>& value) {
-  return value ? Value(static_cast<std::uint64_t>(std::max<std::int64_t>(0, *value))) : Value();
+template <class Number>
+Value known(const std::optional<Number>& value) {
+  return value ? Value(*value) : Value();
 }
 
 Value share_of_orphans(const Value& run) {
-  const auto orphans = number(run, "orphan_copies");
-  const auto copies = number(run, "copies");
-  if (!orphans || !copies || *copies <= 0 || *orphans < 0 || *orphans > *copies) return {};
-  return static_cast<double>(*orphans) / static_cast<double>(*copies);
+  const auto orphans = count(run, "orphan_copies");
+  const auto copies = count(run, "copies");
+  if (!orphans || !copies || *copies == 0 || *orphans > *copies) return {};
+  return share_of(*orphans, *copies);
 }
 
 const char* word_of(const std::optional<bool>& truth) {
@@ -25,10 +26,8 @@ const char* word_of(const std::optional<bool>& truth) {
 
 // Directories fail in the scan or the dry run, mostly the same in both.
 Value failed_dirs(const HostReport& report) {
-  const auto scan = report.scan.failed();
-  const auto dry_run = report.dry_run.failed();
-  if (!scan && !dry_run) return {};
-  return std::max(scan.value_or(0), dry_run.value_or(0));
+  return known(
+      std::max(count(report.scan.run, "failed_dirs"), count(report.dry_run.run, "failed_dirs")));
 }
 
 // "1795379518-8698: ended well, 6 directories, ..."
@@ -50,13 +49,13 @@ std::vector<Fact> table_facts(const Host& host) {
       {{"reason"}, host.reasons.empty() ? "" : host.reasons.front()},
       {{"latest_check", "Latest check", Kind::time},
        known(number(report.dry_run.attempt, "start_time"))},
-      {{"orphan_copies", "Orphan copies", Kind::number, true}, known(number(run, "orphan_copies"))},
+      {{"orphan_copies", "Orphan copies", Kind::number, true}, known(count(run, "orphan_copies"))},
       {{"orphan_share", "Share", Kind::share}, share_of_orphans(run)},
       {{"missing_copies", "Missing copies", Kind::number, true},
-       known(number(run, "missing_copies"))},
+       known(count(run, "missing_copies"))},
       {{"failed_dirs", "Failed", Kind::number, true}, failed_dirs(report)},
       {{"dirs_with_issues", "Case issues", Kind::number, true},
-       known(number(report.scan.listed, "dirs_with_issues"))},
+       known(count(report.scan.listed, "dirs_with_issues"))},
       {{"catalog_aside"}, null_unless(aside.has_value(), aside.value_or(false))},
       {{"", "Catalog aside", Kind::word}, word_of(aside)},
       {{"dry_run", "Dry run", Kind::verbatim}, text(run, "id")}};

@@ -156,12 +156,14 @@ void add_storage(const StorageState& storage, Families& families) {
       storage.stale_lock);
 }
 
-// What mdfixup-undo could restore.
-void add_saved(const Runs& runs, Families& families, std::vector<Fault>& faults) {
+// What mdfixup-undo could restore on the storage at `root`; without one, on all storages.
+void add_saved(const Runs& runs, const std::string& root, Families& families,
+               std::vector<Fault>& faults) {
   Saved sum;
   for (const RunFile& file : runs) {
     const bool is_undone = file.undone_by && file.undone_by->is_complete;
-    if (file.run.undo != record::Undo::saved || is_undone) continue;
+    const bool is_here = root.empty() || file.run.storage_root == root;
+    if (file.run.undo != record::Undo::saved || is_undone || !is_here) continue;
     try {
       record::RunReader reader(file.file);
       const Saved saved = saved_of(reader);
@@ -172,7 +174,8 @@ void add_saved(const Runs& runs, Families& families, std::vector<Fault>& faults)
     }
   }
   Family rows("mdfixup_undo_path_objects",
-              "Path objects that an undo could restore: deleted and saved, or moved.");
+              "Path objects that an undo could restore: deleted and saved, or moved. A run that "
+              "was undone in part counts in full.");
   rows.add("", sum.pos);
   Family bytes("mdfixup_undo_bytes",
                "Bytes of the deleted path objects that an undo could restore.");
@@ -199,9 +202,11 @@ Metrics make_metrics(const Texts& words) {
   Families families{build};
   add_endings(runs, families);
   add_counts(runs, families, metrics.faults);
-  add_storage(state_of_storage(words, runs), families);
-  add_saved(runs, families, metrics.faults);
-  Family unreadable("mdfixup_unreadable_records", "Records of runs that could not be read.");
+  const StorageState storage = state_of_storage(words, runs);
+  add_storage(storage, families);
+  add_saved(runs, storage.root, families, metrics.faults);
+  Family unreadable("mdfixup_unreadable_records",
+                    "Records of runs whose counts could not be read.");
   unreadable.add("", metrics.faults.size());
   families.push_back(unreadable);
   for (const Family& family : families) metrics.text += family.text();

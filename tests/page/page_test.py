@@ -92,6 +92,10 @@ class Page(unittest.TestCase):
             with open(reports[-1], "w") as report:
                 subprocess.run([PROGRAM, "--json", record], check=True, stdout=report)
         subprocess.run([PROGRAM, "--fleet", "--html", work / "fleet.html", *reports], check=True)
+        down = [work / f"down{at}.state.json" for at in range(60)]
+        for state in down:
+            state.write_text('{"schema": "mdfixup-host", "version": 1, "state": "unreachable", "text": ""}')
+        subprocess.run([PROGRAM, "--fleet", "--html", work / "down.html", *down], check=True)
         cls.work = work
         cls.browser = cls.enterClassContext(Browser())
 
@@ -206,6 +210,11 @@ class Page(unittest.TestCase):
                 "return [link.textContent, document.querySelector(location.hash + ' h2').textContent]", link)
             name = leads[1].split(": ")[0]
             self.assertTrue(leads[0].startswith(name), leads)
+        for name in ("hostile", "compared", "fleet", "down"):
+            self.open(name)
+            self.assertEqual([], self.browser.run(
+                "return Array.from(document.querySelectorAll('a[href^=\"#\"]')).map(link => link.hash)"
+                ".filter(hash => !document.getElementById(hash.slice(1)))"))
 
     def test_fits_a_phone(self):
         self.browser.set_width(375, 812, mobile=True)

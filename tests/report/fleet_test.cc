@@ -1,5 +1,7 @@
 #include <time.h>
 
+#include <limits>
+
 #include "tests/report/report_run.h"
 
 // The reports of many hosts.
@@ -40,6 +42,9 @@ std::string state_file(const std::string& state, const std::string& text) {
 TEST(Fleet, StateIsTheGravestOfWhatTheReportSays) {
   const Fleet fleet;
   const std::int64_t long_ago = ::time(nullptr) - 9 * 86400;
+  Json repair = fleet.report_of_host()["runs"][1];
+  repair["task"] = "repair";
+  repair["start_time"] = ::time(nullptr) + 1;
   // What is set in the report (the dry run is the newest run), the file of the playbook, the state and a part
   // of its reason.
   const struct {
@@ -50,8 +55,13 @@ TEST(Fleet, StateIsTheGravestOfWhatTheReportSays) {
       {{}, "", "clean", ""},
       {{}, state_file("checked", ""), "clean", ""},
       {{}, state_file("failed", "exit status 1: disk full"), "check failed", "disk full"},
+      {{}, "{}", "check failed", "its state file: "},
       {{}, state_file("unreachable", "no route"), "not reached", "no route; its report is of "},
       {{{"/details/0/run/orphan_copies", 3}}, "", "orphans", "3 orphan copies"},
+      {{{"/details/1/listed/dirs_with_issues", 2}, {"/runs/2", repair}},
+       "",
+       "case issues",
+       "spelling of the client's name: a repair ran since then, scan again"},
       {{{"/details/1/listed/dirs_with_issues", 1}, {"/details/0/run/orphan_copies", 3}},
        "",
        "case issues",
@@ -60,10 +70,19 @@ TEST(Fleet, StateIsTheGravestOfWhatTheReportSays) {
        "",
        "concerns",
        "dry run: all is lost"},
+      {{{"/details/1/concerns/0", "before a later run"}},
+       "",
+       "concerns",
+       "scan: before a later run"},
       {{{"/runs/1/end_time", long_ago}, {"/details/0/concerns/0", "x"}},
        "",
        "no recent check",
        "the newest scan ended on "},
+      {{{"/runs/1/end_time", ::time(nullptr) + 200000}},
+       "",
+       "no recent check",
+       "compare the clocks"},
+      {{{"/runs/0/end_time", std::numeric_limits<std::int64_t>::min()}}, "", "no recent check", ""},
       {{{"/runs/0/task", "repair"}, {"/details/0/run/task", "repair"}},
        "",
        "no recent check",
@@ -83,9 +102,19 @@ TEST(Fleet, StateIsTheGravestOfWhatTheReportSays) {
       {{{"/storage/catalog_aside", nullptr}, {"/runs/1/catalog_aside", "/k/x"}}, "", "clean", ""},
       {{{"/storage", nullptr}, {"/runs/0/catalog_aside", "/k/x"}}, "", "catalog aside", ""},
       {{{"/version", 3}}, "", "no report", "a version that this program does not know"},
-      {{{"/schema", "other"}}, "", "no report", "was not printed by mdfixup-report --json"},
-      // Wrong types are as if nothing were there.
-      {{{"/details", "x"}, {"/storage", 1}}, "", "clean", ""},
+      {{{"/schema", "other"}}, "", "no report", "its report: not printed by mdfixup-report"},
+      {{{"/whole", false}, {"/unreadable/0", {{"path", "7-7.db"}, {"fault", "damaged"}}}},
+       "",
+       "check failed",
+       "7-7.db: damaged"},
+      // What is not known is not sound. Wrong types are as if nothing were there.
+      {{{"/details/0/run/id", "1-1"}},
+       "",
+       "check failed",
+       "does not say what the newest dry run found"},
+      {{{"/details/0/listed/orphan_copies", -1}}, "", "check failed", "newest dry run found"},
+      {{{"/details", "x"}, {"/storage", 1}}, "", "check failed", "newest scan found"},
+      {{{"/details length", 5}}, "", "no report", "its report: not a report"},
       {{{"/runs", 7}, {"/details", Json::object()}}, "", "no recent check", "no scan on record"},
       {{{"/runs/0/exit_status", "0"}, {"/runs/0/start_time", -1.5}}, "", "check failed", ""},
   };
@@ -105,7 +134,7 @@ TEST(Fleet, StateIsTheGravestOfWhatTheReportSays) {
     const std::string concerns = shown["details"][0]["concerns"].dump();
     EXPECT_TRUE(contains(concerns, row.reason)) << row.reason << ": " << concerns;
     EXPECT_EQ(concerns == "[]", row.state == "clean") << concerns;
-    EXPECT_EQ(shown["whole"], row.state != "no report");
+    EXPECT_EQ(shown["whole"], row.state != "no report" && row.reached != "{}");
   }
 }
 
@@ -123,15 +152,18 @@ TEST(Fleet, TheMostUrgentHostsComeFirstAndEachFileCounts) {
   fleet.put("c-down.state.json", state_file("unreachable", "down"));
   fs::create_directories(fleet.file("more"));
   fleet.put("more/a-clean.json", fleet.report_of_host());
+  fleet.put("e-lost.json", fleet.report_of_host());
+  fleet.put("e-lost.state.json", std::string());
   const Json shown = fleet.shown({"a-clean.json", "b-orphans.json", "c-down.state.json",
-                                  "d-cut.json", "more/a-clean.json", "no-such.json"});
+                                  "d-cut.json", "e-lost.json", "e-lost.state.json",
+                                  "more/a-clean.json", "more/../a-clean.json", "no-such.json"});
   Words hosts;
   for (const Json& host : shown["hosts"]) hosts.push_back(host["host"].get<std::string>());
-  EXPECT_EQ(hosts, (Words{"c-down", "d-cut", "no-such", "b-orphans", fleet.file("a-clean.json"),
-                          fleet.file("more/a-clean.json")}));
-  EXPECT_EQ(shown["concerns"].size(), 3U) << shown["concerns"];
-  EXPECT_EQ(shown["unreadable"].size(), 2U);
-  EXPECT_EQ(shown["details"][3]["orphans"].size(), 20U);
+  EXPECT_EQ(hosts, (Words{"c-down", "d-cut", "no-such", "e-lost", "b-orphans",
+                          fleet.file("a-clean"), fleet.file("more/a-clean")}));
+  EXPECT_EQ(shown["concerns"].size(), 4U) << shown["concerns"];
+  EXPECT_EQ(shown["unreadable"].size(), 3U);
+  EXPECT_EQ(shown["details"][4]["orphans"].size(), 20U);
   EXPECT_EQ(shown["directories"].size(), 20U);
   EXPECT_EQ(shown["directories"][0]["host"], "b-orphans");
   const Ended text = report_test::report({"--fleet", fleet.file("b-orphans.json")});
@@ -168,14 +200,20 @@ TEST(Fleet, MemoryDoesNotGrowWithTheReports) {
   std::string wide;
   for (int i = 0; i < 300000; ++i) wide += ",\"" + std::to_string(i) + "\":0";
   fleet.put("wide.json", "{" + wide.substr(1) + "}");
+  std::string keys;
+  for (int i = 0; i < 900; ++i)
+    keys += ",\"" + std::to_string(i) + std::string(30000, 'k') + "\":0";
+  fleet.put("keys.json", "{" + keys.substr(1) + "}");
   Words words{"sh",      "-c",    "ulimit -v 200000; exec \"$@\"", "sh", MDFIXUP_REPORT_PROGRAM,
               "--fleet", "--json"};
   EXPECT_EQ(sandbox::run(joined(words, {fleet.file("media01.json")})).exit_status, 0);
-  const Json bad = Json::parse(
-      sandbox::run(joined(words, {fleet.file("deep.json"), fleet.file("wide.json")})).out);
+  const Json bad =
+      Json::parse(sandbox::run(joined(words, {fleet.file("deep.json"), fleet.file("keys.json"),
+                                              fleet.file("wide.json")}))
+                      .out);
   for (const Json& fault : bad["unreadable"])
-    EXPECT_EQ(fault["fault"], "is too large for a report") << fault;
-  EXPECT_EQ(bad["unreadable"].size(), 2U);
+    EXPECT_EQ(fault["fault"], "too large for a report") << fault;
+  EXPECT_EQ(bad["unreadable"].size(), 3U);
 }
 
 }  // namespace scenario::report_test

@@ -441,6 +441,15 @@ TEST(Report, MetricsShowAStorageThatNeedsAHand) {
   expect_parts(metrics(), {"\nmdfixup_catalog_aside 1\n", "\nmdfixup_stale_lock 1\n"});
   const Json json = scenario::report_test::json({"--runs", scene.log_dir().string()});
   EXPECT_EQ(json["storage"], Json::parse(R"({"catalog_aside": true, "stale_lock": true})"));
+  // An undo needs the storage that the run was on.
+  const fs::path old = records_of(scene, "scan").at(0);
+  sqlite(old, run("task = 'repair', undo = 'saved'") + "INSERT INTO moved VALUES (1, 1, 1, 'a')");
+  EXPECT_TRUE(contains(metrics(), "\nmdfixup_undo_path_objects 1\n"));
+  sqlite(old, run("host = 'other', storage_root = '/other'"));
+  fs::remove(lock);
+  fs::rename(scene.root() / layout::k_work_dir, scene.tree_dir());
+  scene.scan(1);
+  expect_parts(metrics(), {"\nmdfixup_undo_path_objects 0\n", "\nmdfixup_catalog_aside 0\n"});
 }
 
 TEST(Report, CommandLine) {
@@ -484,6 +493,9 @@ TEST(Report, CommandLine) {
     EXPECT_EQ(ended.exit_status, exit_status) << said;
     EXPECT_TRUE(contains(ended.out + ended.err, said)) << said << ended.out << ended.err;
   }
+  const Words again{"sh",           "-c", "umask 077; exec \"$@\"", "sh", MDFIXUP_REPORT_PROGRAM,
+                    "--openmetrics"};
+  EXPECT_EQ(sandbox::run(joined(again, {dir + "/a.prom", dir})).exit_status, 0);
   EXPECT_EQ(fs::status(dir + "/a.prom").permissions() & fs::others_read, fs::others_read);
   EXPECT_FALSE(contains(report({"--runs", "--json", dir}).out, "details"));
   const std::string full = "exec \"$@\" > /dev/full";
