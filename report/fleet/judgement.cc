@@ -63,8 +63,8 @@ void judge_task(const TaskRuns& runs, const std::string& name, const char* findi
   judge.add_if(*end < now - k_check_seconds, State::no_recent_check, ended);
   judge.add_if(*end > now + k_day_seconds, State::no_recent_check,
                ended + ", by its clock: compare the clocks");
-  for (const std::string& concern : runs.concerns)
-    judge.add(State::concerns, name + ": " + concern);
+  const std::string prefix = name + ": ";
+  for (const std::string& concern : runs.concerns) judge.add(State::concerns, prefix + concern);
 }
 
 void judge_findings(const HostReport& report, Judge& judge) {
