@@ -54,6 +54,15 @@ while [ "$pid" != 1 ]; do
 done
 """
 
+# Its unit found something in the last run, and cannot start now.
+MASKED_UNIT = """#!/bin/sh
+case "$*" in
+  start*) echo 'The unit is masked.' >&2; exit 1 ;;
+  *Status*) echo 3 ;;
+  *) echo 1 ;;
+esac
+"""
+
 
 def expect(what, holds):
     """The demo ends unless this holds."""
@@ -380,6 +389,17 @@ def check_some(fleet):
            all(host.name in fleet.page.read_text() for host in fleet.hosts))
 
 
+def check_by_systemctl(fleet):
+    host = fleet.sound[1]
+    systemctl = host.root / "usr/local/bin/systemctl"
+    systemctl.write_text(MASKED_UNIT)
+    systemctl.chmod(0o755)
+    status, _ = fleet.play("check.yml", "-e", json.dumps({"mdfixup_check_command": ["systemctl", "start", "unit"]}),
+                           *fleet.limit([host]))
+    expect("a service that does not start fails, whatever its last run did",
+           status != 0 and "is masked" in host.result(".state.json")["text"])
+
+
 def demo(arguments):
     """Runs as the first process of its namespaces: all processes and mounts end with it."""
     run("ip", "link", "set", "lo", "up")
@@ -388,7 +408,8 @@ def demo(arguments):
     fleet = Fleet(arguments.work, arguments.package.resolve(), arguments.hosts)
     print(f"{arguments.hosts} hosts after {time.monotonic() - start:.1f} s", flush=True)
     try:
-        for step in (try_check_mode, make_page, install_again, refuse_deletions, stop_at_failure, delete, check_some):
+        for step in (try_check_mode, make_page, install_again, refuse_deletions, stop_at_failure, delete, check_some,
+                     check_by_systemctl):
             step(fleet)
     except BaseException:
         print(fleet.last_output[-5000:])

@@ -8,16 +8,20 @@ shift
 rm -f "$report"
 unit=mdfixup-check.service
 
+main_process() { systemctl show --property "ExecMain$1" --value $unit; }
+by_systemd=
+[ "${1##*/}" != systemctl ] || by_systemd=yes
+ended_before=${by_systemd:+$(main_process ExitTimestampMonotonic)}
+
 # Only the last line is kept: findings may be millions of lines.
 said=$("$@" 2>&1 | tail -n 1)
 status=$?
-if [ "${1##*/}" = systemctl ] && [ $status -ne 0 ]; then
-  # systemctl exits with 1 whatever the service exited with. A service that never ran has the status 0.
-  exited=$(systemctl show --property ExecMainStatus --value $unit)
-  if [ "${exited:-0}" != 0 ]; then
-    status=$exited
-    said=$(journalctl --output cat --lines 1 _SYSTEMD_UNIT=$unit)
-  fi
+# systemctl exits with 1 whatever the service exited with. If the service did not run, or a signal ended it,
+# the status on record is not that of this check.
+if [ -n "$by_systemd" ] && [ $status -ne 0 ] &&
+  [ "$(main_process ExitTimestampMonotonic)" != "$ended_before" ] && [ "$(main_process Code)" = 1 ]; then
+  status=$(main_process Status)
+  said=$(journalctl --output cat --lines 1 _SYSTEMD_UNIT=$unit)
 fi
 failures=
 # With 3 the check itself went well, and found something.
