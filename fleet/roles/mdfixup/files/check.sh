@@ -8,20 +8,21 @@ shift
 rm -f "$report"
 unit=mdfixup-check.service
 
-main_process() { systemctl show --property "ExecMain$1" --value $unit; }
-by_systemd=
-[ "${1##*/}" != systemctl ] || by_systemd=yes
-ended_before=${by_systemd:+$(main_process ExitTimestampMonotonic)}
+property() { systemctl show --property "$1" --value $unit; }
+ended_before=
+[ "${1##*/}" != systemctl ] || ended_before=$(property ExecMainExitTimestampMonotonic)
 
 # Only the last line is kept: findings may be millions of lines.
 said=$("$@" 2>&1 | tail -n 1)
 status=$?
-# systemctl exits with 1 whatever the service exited with. If the service did not run, or a signal ended it,
-# the status on record is not that of this check.
-if [ -n "$by_systemd" ] && [ $status -ne 0 ] &&
-  [ "$(main_process ExitTimestampMonotonic)" != "$ended_before" ] && [ "$(main_process Code)" = 1 ]; then
-  status=$(main_process Status)
-  said=$(journalctl --output cat --lines 1 _SYSTEMD_UNIT=$unit)
+# systemctl exits with 1 whatever the service exited with. The status on record is that of this check only if
+# the service ended since then, and by itself, which is code 1: no signal ended it.
+if [ $status -ne 0 ] && [ -n "$ended_before" ] && [ "$(property ExecMainCode)" = 1 ] &&
+  [ "$(property ExecMainExitTimestampMonotonic)" != "$ended_before" ]; then
+  status=$(property ExecMainStatus)
+  line=$(journalctl --output cat --lines 1 "_SYSTEMD_INVOCATION_ID=$(property InvocationID)")
+  # A check that could not begin wrote no line.
+  said=${line:-$said}
 fi
 failures=
 # With 3 the check itself went well, and found something.
