@@ -139,6 +139,7 @@ struct Series {
     return m_failures == 0 && met;
   }
 
+  // In the order in which they are tried.
   std::vector<Point> draw_points() {
     const std::string& at = m_settings.at;
     if (!at.empty()) return {{at.substr(0, at.find(':')), std::stoul(at.substr(at.find(':') + 1))}};
@@ -147,13 +148,15 @@ struct Series {
     if (m_settings.points != 0 && m_settings.points < points.size()) {
       boost::range::remove_erase_if(points, [](const Point& point) { return point.is_past_end; });
       std::shuffle(points.begin(), points.end(), m_random);
-      points.resize(std::min<std::size_t>(m_settings.points, points.size()));
     }
     return points;
   }
 
+  // With several threads, the calls of each differ from run to run. A run that did not reach its point does
+  // not count as one of the points asked for.
   void inject() {
     for (const Point& point : draw_points()) {
+      if (m_settings.points != 0 && m_struck == m_settings.points) break;
       const std::string& call = point.call;
       const Ended ended = run_with(m_subject, point, m_fault);
       const std::string trace = read_text(m_subject.trace_file());
